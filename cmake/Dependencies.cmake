@@ -1,0 +1,42 @@
+# Third-party libraries. scripts/setup installs them: for linux from Debian's
+# packages, for windows under build/deps.
+find_package(Threads REQUIRED)
+
+if(WIN32)
+  set(QX_DEPS ${CMAKE_SOURCE_DIR}/build/deps CACHE PATH "Where scripts/setup put the libraries for Windows")
+  add_library(yuv STATIC IMPORTED)
+  set_target_properties(yuv PROPERTIES
+    IMPORTED_LOCATION ${QX_DEPS}/lib/libyuv.a
+    INTERFACE_INCLUDE_DIRECTORIES ${QX_DEPS}/include)
+  add_library(fmt-header-only INTERFACE)
+  target_include_directories(fmt-header-only SYSTEM INTERFACE ${QX_DEPS}/include)
+  target_compile_definitions(fmt-header-only INTERFACE FMT_HEADER_ONLY)
+  add_library(gtest STATIC IMPORTED)
+  set_target_properties(gtest PROPERTIES
+    IMPORTED_LOCATION ${QX_DEPS}/lib/libgtest.a
+    INTERFACE_INCLUDE_DIRECTORIES ${QX_DEPS}/include)
+  add_library(benchmark STATIC IMPORTED)
+  set_target_properties(benchmark PROPERTIES
+    IMPORTED_LOCATION ${QX_DEPS}/lib/libbenchmark.a
+    INTERFACE_INCLUDE_DIRECTORIES ${QX_DEPS}/include
+    INTERFACE_COMPILE_DEFINITIONS BENCHMARK_STATIC_DEFINE
+    INTERFACE_LINK_LIBRARIES shlwapi)
+  add_library(stb INTERFACE)
+  target_include_directories(stb SYSTEM INTERFACE ${QX_DEPS}/include)
+else()
+  find_library(YUV_LIBRARY yuv REQUIRED)
+  add_library(yuv INTERFACE)
+  target_link_libraries(yuv INTERFACE ${YUV_LIBRARY})
+  find_package(fmt REQUIRED)
+  add_library(fmt-header-only INTERFACE)
+  target_link_libraries(fmt-header-only INTERFACE fmt::fmt-header-only)
+  find_package(GTest REQUIRED)
+  add_library(gtest INTERFACE)
+  target_link_libraries(gtest INTERFACE GTest::gtest)
+  find_package(benchmark REQUIRED)
+  add_library(benchmark INTERFACE)
+  target_link_libraries(benchmark INTERFACE benchmark::benchmark)
+  find_path(STB_INCLUDE stb_image_write.h PATH_SUFFIXES stb REQUIRED)
+  add_library(stb INTERFACE)
+  target_include_directories(stb SYSTEM INTERFACE ${STB_INCLUDE})
+endif()
