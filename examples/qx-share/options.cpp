@@ -1,0 +1,236 @@
+#include "options.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+#include <functional>
+#include <map>
+#include <stdexcept>
+#include <utility>
+
+namespace {
+
+using Engine = IScreenCapture::CaptureEngineType;
+
+struct WrongUsage : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+// The whole of `text` as a number from `low` to `high`; hexadecimal after "0x".
+template <typename Number>
+Number ParseNumber(const std::string& option, const std::string& text, Number low, Number high) {
+  const bool hexadecimal = text.rfind("0x", 0) == 0 || text.rfind("0X", 0) == 0;
+  const char* first = text.data() + (hexadecimal ? 2 : 0);
+  const char* last = text.data() + text.size();
+  Number value{};
+  const auto result = std::from_chars(first, last, value, hexadecimal ? 16 : 10);
+  if (result.ec != std::errc() || result.ptr != last || value < low || value > high) {
+    throw WrongUsage(option + " takes a number from " + std::to_string(low) + " to " +
+                     std::to_string(high) + ", not '" + text + "'");
+  }
+  return value;
+}
+
+double ParseSeconds(const std::string& option, const std::string& text) {
+  char* end = nullptr;
+  const double value = std::strtod(text.c_str(), &end);
+  if (text.empty() || *end != '\0' || !std::isfinite(value) || value <= 0 || value > 86400) {
+    throw WrongUsage(option + " takes a number of seconds above 0, not '" + text + "'");
+  }
+  return value;
+}
+
+IScreenCapture::ScreenFrameResolutionLimit ParseLimit(const std::string& option,
+                                                      const std::string& text) {
+  const std::size_t cross = text.find('x');
+  if (cross == std::string::npos) {
+    throw WrongUsage(option + " takes WIDTHxHEIGHT, not '" + text + "'");
+  }
+  IScreenCapture::ScreenFrameResolutionLimit limit;
+  limit.maxScreenWidth = ParseNumber<std::uint32_t>(option, text.substr(0, cross), 1, 16384);
+  limit.maxScreenHeight = ParseNumber<std::uint32_t>(option, text.substr(cross + 1), 1, 16384);
+  limit.maxScreenPixels = limit.maxScreenWidth * limit.maxScreenHeight;
+  return limit;
+}
+
+std::vector<Engine> ParseEngines(const std::string& option, const std::string& text) {
+  static const std::map<std::string, Engine> names = {
+      {"dxgi", IScreenCapture::CaptureEngineDXGI},
+      {"wgc", IScreenCapture::CaptureEngineWGC},
+      {"mag", IScreenCapture::CaptureEngineMag},
+      {"gdi", IScreenCapture::CaptureEngineGDIBitBlt},
+      {"print", IScreenCapture::CaptureEngineGDIPrintWindow},
+  };
+  std::vector<Engine> engines;
+  for (std::size_t begin = 0; begin <= text.size();) {
+    const std::size_t end = std::min(text.find(',', begin), text.size());
+    const auto found = names.find(text.substr(begin, end - begin));
+    if (found == names.end()) {
+      throw WrongUsage(option + " takes dxgi, wgc, mag, gdi and print with commas between, not '" +
+                       text + "'");
+    }
+    engines.push_back(found->second);
+    begin = end + 1;
+  }
+  return engines;
+}
+
+IScreenCapture::ScreenFrameFormat ParseFormat(const std::string& option, const std::string& text) {
+  if (text == "argb") {
+    return IScreenCapture::ScreenFrameFormatARGB;
+  }
+  if (text == "i420") {
+    return IScreenCapture::ScreenFrameFormatI420;
+  }
+  throw WrongUsage(option + " takes argb or i420, not '" + text + "'");
+}
+
+IScreenCapture::FilterWindowInfo ExcludeProcess(const std::string& option,
+                                                const std::string& text) {
+  IScreenCapture::FilterWindowInfo rule;
+  rule.type = 1;
+  rule.processId = ParseNumber<std::uint32_t>(option, text, 1, UINT32_MAX);
+  return rule;
+}
+
+IScreenCapture::FilterWindowInfo ExcludeWindow(const std::string& option, const std::string& text) {
+  IScreenCapture::FilterWindowInfo rule;
+  const auto handle = ParseNumber<std::uint32_t>(option, text, 1, UINT32_MAX);
+  // Window handles are 32 bits wide, sign-extended.
+  rule.window =
+      reinterpret_cast<void*>(static_cast<std::intptr_t>(static_cast<std::int32_t>(handle)));
+  return rule;
+}
+
+class Parser {
+ public:
+  explicit Parser(const std::vector<std::string>& arguments) : m_arguments(arguments) {}
+
+  Options Parse() {
+    if (m_arguments.empty()) {
+      throw WrongUsage("a command is missing: list or desktop");
+    }
+    const std::string& command = m_arguments[m_next++];
+    if (command == "list") {
+      m_options.command = Options::Command::List;
+    } else if (command == "desktop") {
+      m_options.command = Options::Command::Desktop;
+    } else {
+      throw WrongUsage("unknown command '" + command + "': it is list or desktop");
+    }
+    while (m_next < m_arguments.size()) {
+      option(m_arguments[m_next++]);
+    }
+    checkTogether();
+    return std::move(m_options);
+  }
+
+ private:
+  using Handler = std::function<void(Parser&, const std::string& name)>;
+
+  const std::string& value(const std::string& name) {
+    if (m_next == m_arguments.size()) {
+      throw WrongUsage(name + " needs a value");
+    }
+    return m_arguments[m_next++];
+  }
+
+  const std::string& path(const std::string& name) {
+    const std::string& text = value(name);
+    if (text.empty()) {
+      throw WrongUsage(name + " needs a path");
+    }
+    return text;
+  }
+
+  void option(const std::string& name) {
+    if (name == "--json") {
+      m_options.json = true;
+      return;
+    }
+    const auto found = desktopOptions().find(name);
+    if (found == desktopOptions().end() || m_options.command != Options::Command::Desktop) {
+      throw WrongUsage("unknown option '" + name + "'");
+    }
+    found->second(*this, name);
+  }
+
+  static const std::map<std::string, Handler>& desktopOptions() {
+    using P = Parser&;
+    using N = const std::string&;
+    static const std::map<std::string, Handler> options = {
+        {"--id",
+         [](P p, N n) {
+           p.m_options.id = ParseNumber<std::int32_t>(n, p.value(n), INT32_MIN, INT32_MAX);
+         }},
+        {"--frames",
+         [](P p, N n) {
+           p.m_options.frames = ParseNumber<std::uint32_t>(n, p.value(n), 1, 1000000);
+         }},
+        {"--seconds", [](P p, N n) { p.m_options.seconds = ParseSeconds(n, p.value(n)); }},
+        {"--fps", [](P p, N n) { p.m_options.fps = ParseNumber<int>(n, p.value(n), 1, 30); }},
+        {"--format",
+         [](P p, N n) {
+           p.m_options.format = ParseFormat(n, p.value(n));
+           p.m_formatGiven = true;
+         }},
+        {"--limit", [](P p, N n) { p.m_options.limit = ParseLimit(n, p.value(n)); }},
+        {"--engines", [](P p, N n) { p.m_options.engines = ParseEngines(n, p.value(n)); }},
+        {"--wgc-first", [](P p, N) { p.m_options.wgcFirst = true; }},
+        {"--no-cursor", [](P p, N) { p.m_options.cursor = false; }},
+        {"--no-prompt", [](P p, N) { p.m_options.prompt = false; }},
+        {"--no-filter", [](P p, N) { p.m_options.filter = false; }},
+        {"--exclude-pid",
+         [](P p, N n) { p.m_options.excluded.push_back(ExcludeProcess(n, p.value(n))); }},
+        {"--exclude-window",
+         [](P p, N n) { p.m_options.excluded.push_back(ExcludeWindow(n, p.value(n))); }},
+        {"--dynamic", [](P p, N) { p.m_options.dynamic = true; }},
+        {"--dirty", [](P p, N) { p.m_options.dirty = true; }},
+        {"--save", [](P p, N n) { p.m_options.saveDirectory = p.path(n); }},
+        {"--y4m", [](P p, N n) { p.m_options.y4mFile = p.path(n); }},
+        {"--log", [](P p, N n) { p.m_options.logFile = p.path(n); }},
+    };
+    return options;
+  }
+
+  void checkTogether() {
+    if (m_options.command != Options::Command::Desktop) {
+      return;
+    }
+    if ((m_options.frames != 0) == (m_options.seconds > 0)) {
+      throw WrongUsage("desktop needs one of --frames and --seconds");
+    }
+    if (!m_options.y4mFile.empty()) {
+      if (m_formatGiven && m_options.format != IScreenCapture::ScreenFrameFormatI420) {
+        throw WrongUsage("--y4m writes I420 frames and can't go with --format argb");
+      }
+      m_options.format = IScreenCapture::ScreenFrameFormatI420;
+    }
+  }
+
+  const std::vector<std::string>& m_arguments;
+  std::size_t m_next = 0;
+  Options m_options;
+  bool m_formatGiven = false;
+};
+
+}  // namespace
+
+std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, std::string& error) {
+  try {
+    return Parser(arguments).Parse();
+  } catch (const WrongUsage& wrong) {
+    error = wrong.what();
+    return std::nullopt;
+  }
+}
+
+const char* UsageText() {
+  return "usage: qx-share list [--json]\n"
+         "       qx-share desktop [--id N] (--frames N | --seconds S) [--fps F]\n"
+         "           [--format argb|i420] [--limit WxH]\n"
+         "           [--engines dxgi,wgc,mag,gdi,print] [--wgc-first]\n"
+         "           [--no-cursor] [--no-prompt] [--no-filter]\n"
+         "           [--exclude-pid P] [--exclude-window H] [--dynamic] [--dirty]\n"
+         "           [--save DIR] [--y4m FILE] [--json] [--log FILE]\n";
+}

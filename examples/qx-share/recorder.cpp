@@ -1,0 +1,193 @@
+#include "recorder.h"
+
+#include <cstdarg>
+#include <cstdio>
+
+#include "picture.h"
+
+namespace {
+
+constexpr std::chrono::milliseconds kStatusPeriod(250);
+
+const char* PauseReasonText(IScreenCapture::SharePauseReason reason) {
+  switch (reason) {
+    case IScreenCapture::PauseReasonCaptureFailed:
+      return "paused: capture failed";
+    case IScreenCapture::PauseReasonInvoked:
+      return "paused";
+    case IScreenCapture::PauseReasonWindowHidden:
+      return "paused: window hidden";
+    case IScreenCapture::PauseReasonWindowMoved:
+      return "paused: window moved";
+    case IScreenCapture::PauseReasonOtherVirtualDesktop:
+      return "paused: on another virtual desktop";
+    case IScreenCapture::PauseReasonFilterFailed:
+      return "paused: windows can't be excluded";
+  }
+  return "paused";
+}
+
+}  // namespace
+
+const char* EngineName(IScreenCapture::CaptureEngineType engine) {
+  switch (engine) {
+    case IScreenCapture::CaptureEngineNone:
+      return "none";
+    case IScreenCapture::CaptureEngineMag:
+      return "mag";
+    case IScreenCapture::CaptureEngineDXGI:
+      return "dxgi";
+    case IScreenCapture::CaptureEngineWGC:
+      return "wgc";
+    case IScreenCapture::CaptureEngineGDIBitBlt:
+      return "gdi";
+    case IScreenCapture::CaptureEngineGDIPrintWindow:
+      return "print";
+  }
+  return "unknown";
+}
+
+Recorder::Recorder(bool json, std::uint64_t maxFrames, FrameWriter* writer)
+    : m_json(json), m_maxFrames(maxFrames), m_writer(writer) {}
+
+void Recorder::WaitForEnd(double seconds) {
+  std::unique_lock lock(m_mutex);
+  const auto ended = [this] { return over(); };
+  if (seconds > 0) {
+    m_ended.wait_for(lock, std::chrono::duration<double>(seconds), ended);
+  } else {
+    m_ended.wait(lock, ended);
+  }
+}
+
+void Recorder::FinishLine() {
+  const std::scoped_lock lock(m_mutex);
+  if (!m_json) {
+    showStatus(true);
+    std::fputs("\n", stdout);
+    std::fflush(stdout);
+  }
+}
+
+void Recorder::OnStart(void*) {
+  event(R"({"event":"start"})");
+  state("sharing");
+}
+
+void Recorder::OnPause(void*, IScreenCapture::SharePauseReason reason) {
+  event(R"({"event":"pause","reason":%d})", static_cast<int>(reason));
+  state(PauseReasonText(reason));
+}
+
+void Recorder::OnResume(void*) {
+  event(R"({"event":"resume"})");
+  state("sharing");
+}
+
+void Recorder::OnStop(void*) {
+  event(R"({"event":"stop"})");
+  state("ended");
+  const std::scoped_lock lock(m_mutex);
+  m_stopped = true;
+  m_ended.notify_all();
+}
+
+void Recorder::OnFirstFrame(void*) { event(R"({"event":"firstFrame"})"); }
+
+void Recorder::OnFrame(void*, const IScreenCapture::ScreenFrameData* frame) {
+  {
+    const std::scoped_lock lock(m_mutex);
+    if (over()) {
+      return;
+    }
+  }
+  // Frames come one at a time, so the count can't change meanwhile.
+  const std::uint64_t number = m_frames + 1;
+  if (m_json) {
+    event(R"({"event":"frame","n":%llu,"format":"%s","width":%d,"height":%d,"rawWidth":%d,)"
+          R"("rawHeight":%d,"timestamp":%lld,"crc32":"%08x"})",
+          static_cast<unsigned long long>(number),
+          frame->format == IScreenCapture::ScreenFrameFormatARGB ? "argb" : "i420", frame->width,
+          frame->height, frame->raw_width, frame->raw_height,
+          static_cast<long long>(frame->timestamp), FrameChecksum(*frame));
+  }
+  if (m_writer != nullptr) {
+    m_writer->Put(number, *frame);
+  }
+  const std::scoped_lock lock(m_mutex);
+  m_frames = number;
+  m_width = frame->width;
+  m_height = frame->height;
+  showStatus(false);
+  if (over()) {
+    m_ended.notify_all();
+  }
+}
+
+void Recorder::OnFrameDirtyInfo(void*, bool valid, std::uint64_t rectCount, double ratio) {
+  event(R"({"event":"dirty","valid":%s,"rects":%llu,"ratio":%.6f})", valid ? "true" : "false",
+        static_cast<unsigned long long>(rectCount), ratio);
+}
+
+void Recorder::OnShareWindowChanged(void*, int window, int) {
+  event(R"({"event":"windowChanged","id":%d})", window);
+}
+
+void Recorder::OnShareDesktopChanged(void*, int monitor) {
+  event(R"({"event":"desktopChanged","id":%d})", monitor);
+}
+
+void Recorder::OnCaptureEngineName(void*, IScreenCapture::CaptureEngineType& engine, int&, bool,
+                                   int) {
+  event(R"({"event":"engine","type":%d})", static_cast<int>(engine));
+  const std::scoped_lock lock(m_mutex);
+  m_engine = EngineName(engine);
+  showStatus(true);
+}
+
+void Recorder::OnFrameStatistics(void*, const IScreenCapture::ScreenFrameStatistics* statistics) {
+  event(R"({"event":"statistics","fps":%d})", statistics->fps);
+}
+
+void Recorder::OnShareRectChanged(void*, int x, int y, int width, int height) {
+  event(R"({"event":"rect","x":%d,"y":%d,"width":%d,"height":%d})", x, y, width, height);
+}
+
+void Recorder::event(const char* format, ...) {
+  const std::scoped_lock lock(m_mutex);
+  if (!m_json || over()) {
+    return;
+  }
+  std::va_list arguments;
+  va_start(arguments, format);
+  std::vfprintf(stdout, format, arguments);
+  va_end(arguments);
+  std::fputs("\n", stdout);
+  std::fflush(stdout);
+}
+
+void Recorder::state(const std::string& state) {
+  const std::scoped_lock lock(m_mutex);
+  m_state = state;
+  showStatus(true);
+}
+
+// Called with m_mutex held.
+void Recorder::showStatus(bool now) {
+  if (m_json) {
+    return;
+  }
+  const Time time = std::chrono::steady_clock::now();
+  const auto passed = time - m_statusTime;
+  if (passed >= kStatusPeriod) {
+    m_rate = static_cast<double>(m_frames - m_statusFrames) /
+             std::chrono::duration<double>(passed).count();
+    m_statusTime = time;
+    m_statusFrames = m_frames;
+  } else if (!now) {
+    return;
+  }
+  std::printf("\r%-5s  %dx%d  %4.1f a second  %llu frames  %-36s", m_engine.c_str(), m_width,
+              m_height, m_rate, static_cast<unsigned long long>(m_frames), m_state.c_str());
+  std::fflush(stdout);
+}

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <memory>
+
+// What there is to see. On Windows that is the user's own desktop; virtual
+// Windows starts out empty, so a scene is set up there.
+class Scene {
+ public:
+  virtual ~Scene() = default;
+};
+
+// Sets up a primary monitor of the given size with several windows. With
+// `lively` one window moves, one repaints itself and the cursor wanders, on a
+// thread of the scene, until the result goes. Null where the system has a
+// desktop of its own.
+std::unique_ptr<Scene> OpenScene(int width, int height, bool lively);

@@ -1,0 +1,164 @@
+// The scene on virtual Windows: windows of other programs, drawn by us.
+#include <chrono>
+#include <cmath>
+#include <condition_variable>
+#include <mutex>
+#include <numbers>
+#include <string>
+#include <thread>
+
+#include "platform/control/Desktop.h"
+#include "scene.h"
+
+namespace {
+
+using vwin::control::Canvas;
+
+constexpr std::chrono::milliseconds kStep(15);
+constexpr int kTitleHeight = 28;
+
+// A title bar with three buttons above an area in one colour.
+void PaintFrame(Canvas& canvas, COLORREF bar, COLORREF area) {
+  const int width = canvas.width();
+  canvas.Fill({0, 0, width, canvas.height()}, bar);
+  canvas.Fill({2, kTitleHeight, width - 2, canvas.height() - 2}, area);
+  const COLORREF buttons[] = {RGB(226, 74, 62), RGB(238, 180, 34), RGB(70, 180, 80)};
+  for (int i = 0; i < 3; ++i) {
+    const int left = width - 26 - i * 24;
+    canvas.Fill({left, 7, left + 14, 21}, buttons[i]);
+  }
+}
+
+// Lines of words, as a page of text looks from afar.
+void PaintNotes(Canvas& canvas) {
+  PaintFrame(canvas, RGB(52, 88, 150), RGB(250, 248, 240));
+  unsigned word = 7;
+  for (int y = kTitleHeight + 16; y + 10 < canvas.height() - 12; y += 20) {
+    for (int x = 18; x < canvas.width() - 60;) {
+      word = word * 1103515245u + 12345u;
+      const int length = 14 + static_cast<int>((word >> 16) % 46);
+      canvas.Fill({x, y, x + length, y + 8}, RGB(60, 60, 72));
+      x += length + 9;
+    }
+  }
+}
+
+// Every hue from left to right, dark below.
+void PaintPalette(Canvas& canvas) {
+  PaintFrame(canvas, RGB(40, 44, 52), RGB(20, 22, 26));
+  const int width = canvas.width() - 24;
+  const int height = canvas.height() - kTitleHeight - 24;
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      const double hue = 2 * std::numbers::pi * x / width;
+      const double light = 255.0 * (height - y) / height;
+      const auto channel = [&](double shift) {
+        return static_cast<int>(light * (0.5 + 0.5 * std::cos(hue - shift)));
+      };
+      const int left = x + 12;
+      const int top = y + kTitleHeight + 12;
+      canvas.Fill({left, top, left + 1, top + 1}, RGB(channel(0), channel(2.1), channel(4.2)));
+    }
+  }
+}
+
+// Bars that rise and fall with `time` in seconds.
+void PaintChart(Canvas& canvas, double time) {
+  PaintFrame(canvas, RGB(110, 60, 140), RGB(246, 242, 250));
+  const int bottom = canvas.height() - 20;
+  const int reach = bottom - kTitleHeight - 20;
+  for (int bar = 0, x = 22; x + 26 < canvas.width() - 12; ++bar, x += 36) {
+    const double level = 0.55 + 0.4 * std::sin(time * 2.2 + bar * 0.7);
+    const COLORREF color = RGB(90 + bar * 16 % 160, 70, 200 - bar * 14 % 160);
+    canvas.Fill({x, bottom - static_cast<int>(reach * level), x + 26, bottom}, color);
+  }
+}
+
+void PaintMover(Canvas& canvas) {
+  PaintFrame(canvas, RGB(24, 120, 90), RGB(222, 244, 234));
+  for (int i = 0; i < 6; ++i) {
+    const int left = 14 + i * 32;
+    canvas.Fill({left, kTitleHeight + 16, left + 18, canvas.height() - 18},
+                RGB(20, 90 + i * 24, 70 + i * 10));
+  }
+}
+
+// A point that runs to and fro between 0 and `range`.
+int Bounce(double distance, int range) {
+  const double turn = std::fmod(distance, 2.0 * range);
+  return static_cast<int>(turn < range ? turn : 2.0 * range - turn);
+}
+
+class VirtualScene : public Scene {
+ public:
+  VirtualScene(int width, int height, bool lively) : m_width(width), m_height(height) {
+    using namespace vwin::control;
+    SetMonitorRect(PrimaryMonitor(), {0, 0, width, height});
+    SetDesktopColor(RGB(28, 74, 92));
+    open(L"Notes", {width / 20, height / 12, width * 11 / 20, height * 3 / 4}, PaintNotes);
+    open(L"Palette", {width / 2, height / 4, width * 19 / 20, height * 4 / 5}, PaintPalette);
+    m_chart = open(L"Chart", {width / 5, height * 9 / 20, width * 3 / 5, height * 19 / 20},
+                   [](Canvas& canvas) { PaintChart(canvas, 0); });
+    m_mover = open(L"Mover", {0, 0, kMoverWidth, kMoverHeight}, PaintMover);
+    SetCursorShape(CursorKind::kArrow);
+    step(0);
+    if (lively) {
+      m_thread = std::thread([this] { run(); });
+    }
+  }
+
+  VirtualScene(const VirtualScene&) = delete;
+  VirtualScene& operator=(const VirtualScene&) = delete;
+
+  ~VirtualScene() override {
+    {
+      const std::scoped_lock lock(m_mutex);
+      m_ending = true;
+      m_ended.notify_all();
+    }
+    if (m_thread.joinable()) {
+      m_thread.join();
+    }
+  }
+
+ private:
+  static constexpr int kMoverWidth = 220;
+  static constexpr int kMoverHeight = 150;
+
+  static HWND open(const std::wstring& title, const RECT& rect,
+                   const vwin::control::PaintCallback& paint) {
+    return vwin::control::OpenWindow({.title = title, .rect = rect, .paint = paint});
+  }
+
+  void run() {
+    const auto start = std::chrono::steady_clock::now();
+    std::unique_lock lock(m_mutex);
+    while (!m_ended.wait_for(lock, kStep, [this] { return m_ending; })) {
+      step(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+    }
+  }
+
+  void step(double time) {
+    vwin::control::MoveTo(m_mover, Bounce(time * 310, m_width - kMoverWidth),
+                          Bounce(40 + time * 190, m_height - kMoverHeight));
+    vwin::control::Paint(m_chart, [time](Canvas& canvas) { PaintChart(canvas, time); });
+    vwin::control::SetCursorPosition(
+        static_cast<int>(m_width * (0.5 + 0.3 * std::cos(time * 1.3))),
+        static_cast<int>(m_height * (0.5 + 0.3 * std::sin(time * 1.9))));
+  }
+
+  const int m_width;
+  const int m_height;
+  HWND m_chart = nullptr;
+  HWND m_mover = nullptr;
+  std::mutex m_mutex;
+  std::condition_variable m_ended;
+  bool m_ending = false;
+  std::thread m_thread;
+};
+
+}  // namespace
+
+std::unique_ptr<Scene> OpenScene(int width, int height, bool lively) {
+  return std::make_unique<VirtualScene>(width, height, lively);
+}

@@ -1,0 +1,76 @@
+// user32: messages and timers.
+#include <windows.h>
+
+#include "platform/model/Desktop.h"
+#include "platform/model/Faults.h"
+#include "platform/model/Ledger.h"
+#include "platform/model/MessageQueue.h"
+#include "platform/model/OwnWindows.h"
+
+using namespace vwin;
+
+BOOL WINAPI GetMessageW(LPMSG message, HWND window, UINT first, UINT last) {
+  VWIN_CALL(GetMessageW);
+  if (fault) return SetLastError(fault->win32), -1;
+  if (window) {
+    Lock lock;
+    if (!desktop::FindWindow(lock, window)) return SetLastError(ERROR_INVALID_WINDOW_HANDLE), -1;
+  }
+  *message = messages::WaitForMessage({window, first, last});
+  return message->message != WM_QUIT;
+}
+
+BOOL WINAPI TranslateMessage(const MSG*) {
+  VWIN_CALL_INFALLIBLE(TranslateMessage);
+  return FALSE;  // there is no keyboard
+}
+
+LRESULT WINAPI DispatchMessageW(const MSG* message) {
+  VWIN_CALL_INFALLIBLE(DispatchMessageW);
+  if (message->message == WM_TIMER && message->lParam) {
+    DWORD time = 0;
+    {
+      Lock lock;
+      time = static_cast<DWORD>(scheduler::Now(lock) / 1000);
+    }
+    reinterpret_cast<TIMERPROC>(message->lParam)(message->hwnd, WM_TIMER, message->wParam, time);
+    return 0;
+  }
+  {
+    Lock lock;
+    const auto window = desktop::FindWindow(lock, message->hwnd);
+    if (!window) return 0;
+    if (window->threadId != scheduler::CurrentThreadId()) {
+      ledger::Misuse(lock, "DispatchMessageW: the window is not the calling thread's");
+      return 0;
+    }
+  }
+  return messages::Send(message->hwnd, message->message, message->wParam, message->lParam);
+}
+
+BOOL WINAPI PostMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  VWIN_CALL(PostMessageW);
+  if (fault) return SetLastError(fault->win32), FALSE;
+  if (!messages::Post(window, message, wParam, lParam))
+    return SetLastError(ERROR_INVALID_WINDOW_HANDLE), FALSE;
+  return TRUE;
+}
+
+LRESULT WINAPI DefWindowProcW(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  VWIN_CALL_INFALLIBLE(DefWindowProcW);
+  return own_windows::DefaultProcedure(window, message, wParam, lParam);
+}
+
+UINT_PTR WINAPI SetTimer(HWND window, UINT_PTR id, UINT milliseconds, TIMERPROC callback) {
+  VWIN_CALL(SetTimer);
+  if (fault) return SetLastError(fault->win32), 0;
+  const UINT_PTR started = messages::StartTimer(window, id, milliseconds, callback);
+  if (!started) SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+  return started;
+}
+
+BOOL WINAPI KillTimer(HWND window, UINT_PTR id) {
+  VWIN_CALL_INFALLIBLE(KillTimer);
+  if (!messages::StopTimer(window, id)) return SetLastError(ERROR_INVALID_PARAMETER), FALSE;
+  return TRUE;
+}

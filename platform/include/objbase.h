@@ -1,0 +1,4 @@
+// COM's umbrella header.
+#pragma once
+
+#include "combaseapi.h"

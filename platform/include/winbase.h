@@ -1,0 +1,146 @@
+// kernel32: modules, events, threads, locks, clocks, processes, versions, text.
+// Included by windows.h.
+#pragma once
+
+#include <cstring>
+
+#include "windef.h"
+
+// ------------------------------------------------------------- errors and modules
+
+#define GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT 0x00000002
+#define GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS 0x00000004
+
+extern "C" {
+
+DWORD WINAPI GetLastError();
+void WINAPI SetLastError(DWORD error);
+
+HMODULE WINAPI GetModuleHandleA(LPCSTR name);
+BOOL WINAPI GetModuleHandleExW(DWORD flags, LPCWSTR nameOrAddress, HMODULE* module);
+HMODULE WINAPI LoadLibraryA(LPCSTR name);
+BOOL WINAPI FreeLibrary(HMODULE module);
+FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name);
+
+}  // extern "C"
+
+// -------------------------------------------------- events, waiting, threads, locks
+
+#define INFINITE 0xFFFFFFFF
+#define WAIT_OBJECT_0 ((DWORD)0)
+#define WAIT_TIMEOUT 258
+#define WAIT_FAILED ((DWORD)0xFFFFFFFF)
+#define INVALID_HANDLE_VALUE ((HANDLE)(LONG_PTR)-1)
+
+typedef struct _SECURITY_ATTRIBUTES SECURITY_ATTRIBUTES, *LPSECURITY_ATTRIBUTES;
+
+typedef struct _RTL_SRWLOCK {
+  PVOID Ptr;
+} SRWLOCK, *PSRWLOCK;
+typedef struct _RTL_CONDITION_VARIABLE {
+  PVOID Ptr;
+} CONDITION_VARIABLE, *PCONDITION_VARIABLE;
+#define SRWLOCK_INIT \
+  { 0 }
+#define CONDITION_VARIABLE_INIT \
+  { 0 }
+
+extern "C" {
+
+HANDLE WINAPI CreateEventW(LPSECURITY_ATTRIBUTES security, BOOL manualReset, BOOL initialState,
+                           LPCWSTR name);
+BOOL WINAPI SetEvent(HANDLE event);
+DWORD WINAPI WaitForSingleObject(HANDLE handle, DWORD milliseconds);
+BOOL WINAPI CloseHandle(HANDLE handle);
+
+HANDLE WINAPI GetCurrentThread();
+DWORD WINAPI GetCurrentThreadId();
+DWORD WINAPI GetCurrentProcessId();
+void WINAPI Sleep(DWORD milliseconds);
+
+void WINAPI InitializeSRWLock(PSRWLOCK lock);
+void WINAPI AcquireSRWLockExclusive(PSRWLOCK lock);
+void WINAPI ReleaseSRWLockExclusive(PSRWLOCK lock);
+BOOL WINAPI SleepConditionVariableSRW(PCONDITION_VARIABLE condition, PSRWLOCK lock,
+                                      DWORD milliseconds, ULONG flags);
+void WINAPI WakeAllConditionVariable(PCONDITION_VARIABLE condition);
+
+// Throws vwin::StructuredException, see virtual_windows.h.
+[[noreturn]] void WINAPI RaiseException(DWORD code, DWORD flags, DWORD argumentCount,
+                                        const ULONG_PTR* arguments);
+
+// ------------------------------------------------------------------------- clocks
+
+BOOL WINAPI QueryPerformanceCounter(LARGE_INTEGER* count);
+BOOL WINAPI QueryPerformanceFrequency(LARGE_INTEGER* frequency);
+void WINAPI GetSystemTimeAsFileTime(LPFILETIME time);
+ULONGLONG WINAPI GetTickCount64();
+
+}  // extern "C"
+
+// ---------------------------------------------------------------------- processes
+
+#define PROCESS_VM_READ 0x0010
+#define PROCESS_QUERY_INFORMATION 0x0400
+#define PROCESS_QUERY_LIMITED_INFORMATION 0x1000
+
+extern "C" {
+
+HANDLE WINAPI OpenProcess(DWORD access, BOOL inherit, DWORD processId);
+// `size` is the buffer's in characters, and on return the path's without its NUL.
+BOOL WINAPI QueryFullProcessImageNameA(HANDLE process, DWORD flags, LPSTR path, DWORD* size);
+BOOL WINAPI QueryFullProcessImageNameW(HANDLE process, DWORD flags, LPWSTR path, DWORD* size);
+
+}  // extern "C"
+
+// ----------------------------------------------------------------------- versions
+
+typedef struct _OSVERSIONINFOEXW {
+  DWORD dwOSVersionInfoSize;
+  DWORD dwMajorVersion;
+  DWORD dwMinorVersion;
+  DWORD dwBuildNumber;
+  DWORD dwPlatformId;
+  // 16-bit units: the record's size is part of the call.
+  uint16_t szCSDVersion[128];
+  WORD wServicePackMajor;
+  WORD wServicePackMinor;
+  WORD wSuiteMask;
+  BYTE wProductType;
+  BYTE wReserved;
+} OSVERSIONINFOEXW, *POSVERSIONINFOEXW, *LPOSVERSIONINFOEXW;
+static_assert(sizeof(OSVERSIONINFOEXW) == 284, "the platform's layout");
+
+#define VER_MINORVERSION 0x0000001
+#define VER_MAJORVERSION 0x0000002
+#define VER_BUILDNUMBER 0x0000004
+#define VER_SERVICEPACKMAJOR 0x0000020
+#define VER_EQUAL 1
+#define VER_GREATER 2
+#define VER_GREATER_EQUAL 3
+#define VER_LESS 4
+#define VER_LESS_EQUAL 5
+
+extern "C" {
+
+ULONGLONG WINAPI VerSetConditionMask(ULONGLONG mask, DWORD type, BYTE condition);
+BOOL WINAPI VerifyVersionInfoW(LPOSVERSIONINFOEXW version, DWORD typeMask, DWORDLONG conditionMask);
+
+}  // extern "C"
+
+// --------------------------------------------------------------------------- text
+
+#define CP_UTF8 65001
+
+extern "C" {
+
+// Both count in units of their own text, and include the NUL when the source's
+// length is given as -1.
+int WINAPI WideCharToMultiByte(UINT codePage, DWORD flags, LPCWSTR wide, int wideLength,
+                               LPSTR narrow, int narrowSize, LPCSTR defaultChar,
+                               LPBOOL usedDefault);
+int WINAPI MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR narrow, int narrowLength,
+                               LPWSTR wide, int wideSize);
+int __cdecl _stricmp(const char* a, const char* b);
+
+}  // extern "C"

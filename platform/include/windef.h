@@ -1,0 +1,143 @@
+// Basic types, handles and macros. Included by windows.h.
+//
+// DWORD, LONG, BOOL and HRESULT are 32 bits, as on Windows, but `int` kinds here;
+// WCHAR is wchar_t, which holds a whole code point here. Handles are distinct
+// pointer types, as under STRICT.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "guiddef.h"
+
+#define WINAPI
+#define APIENTRY
+#define CALLBACK
+#define __stdcall
+#define __cdecl
+#define STDMETHODCALLTYPE
+#define CONST const
+#define VOID void
+
+typedef unsigned char BYTE;
+typedef unsigned short WORD;
+typedef unsigned int DWORD;
+typedef int BOOL;
+typedef BYTE BOOLEAN;
+typedef char CHAR;
+typedef unsigned char UCHAR;
+typedef short SHORT;
+typedef unsigned short USHORT;
+typedef int INT;
+typedef unsigned int UINT;
+typedef int LONG;
+typedef unsigned int ULONG;
+typedef float FLOAT;
+typedef int32_t INT32;
+typedef uint32_t UINT32;
+typedef uint64_t UINT64;
+typedef long long LONGLONG;
+typedef unsigned long long ULONGLONG;
+typedef ULONGLONG DWORDLONG;
+typedef long long INT_PTR;
+typedef unsigned long long UINT_PTR;
+typedef long long LONG_PTR;
+typedef unsigned long long ULONG_PTR;
+typedef ULONG_PTR DWORD_PTR;
+typedef ULONG_PTR SIZE_T;
+typedef wchar_t WCHAR;
+typedef WORD ATOM;
+typedef DWORD COLORREF;
+typedef int HRESULT;
+typedef LONG NTSTATUS;
+typedef LONG LSTATUS;
+
+typedef void* PVOID;
+typedef void* LPVOID;
+typedef const void* LPCVOID;
+typedef BYTE* LPBYTE;
+typedef DWORD* LPDWORD;
+typedef BOOL* LPBOOL;
+typedef LONG* PLONG;
+typedef char* LPSTR;
+typedef const char* LPCSTR;
+typedef wchar_t* LPWSTR;
+typedef wchar_t* PWSTR;
+typedef const wchar_t* LPCWSTR;
+typedef const wchar_t* PCWSTR;
+
+typedef UINT_PTR WPARAM;
+typedef LONG_PTR LPARAM;
+typedef LONG_PTR LRESULT;
+
+#define FALSE 0
+#define TRUE 1
+#define MAX_PATH 260
+
+typedef void* HANDLE;
+#define DECLARE_HANDLE(name) \
+  struct name##__ {          \
+    int unused;              \
+  };                         \
+  typedef struct name##__* name
+
+typedef void* HGDIOBJ;
+DECLARE_HANDLE(HWND);
+DECLARE_HANDLE(HMENU);
+DECLARE_HANDLE(HINSTANCE);
+DECLARE_HANDLE(HICON);
+DECLARE_HANDLE(HBRUSH);
+DECLARE_HANDLE(HBITMAP);
+DECLARE_HANDLE(HRGN);
+DECLARE_HANDLE(HDC);
+DECLARE_HANDLE(HMONITOR);
+DECLARE_HANDLE(HDESK);
+DECLARE_HANDLE(HKEY);
+typedef HINSTANCE HMODULE;
+typedef HICON HCURSOR;
+typedef HKEY* PHKEY;
+
+typedef INT_PTR(WINAPI* FARPROC)();
+
+typedef struct tagRECT {
+  LONG left;
+  LONG top;
+  LONG right;
+  LONG bottom;
+} RECT, *PRECT, *LPRECT;
+typedef const RECT* LPCRECT;
+
+typedef struct tagPOINT {
+  LONG x;
+  LONG y;
+} POINT, *PPOINT, *LPPOINT;
+
+typedef struct tagSIZE {
+  LONG cx;
+  LONG cy;
+} SIZE, *LPSIZE;
+
+typedef union _LARGE_INTEGER {
+  struct {
+    DWORD LowPart;
+    LONG HighPart;
+  } u;
+  LONGLONG QuadPart;
+} LARGE_INTEGER;
+
+typedef struct _FILETIME {
+  DWORD dwLowDateTime;
+  DWORD dwHighDateTime;
+} FILETIME, *LPFILETIME;
+
+typedef struct _LUID {
+  DWORD LowPart;
+  LONG HighPart;
+} LUID;
+
+#define MAKEWORD(a, b) \
+  ((WORD)(((BYTE)((DWORD_PTR)(a)&0xff)) | ((WORD)((BYTE)((DWORD_PTR)(b)&0xff))) << 8))
+#define MAKELONG(a, b) \
+  ((LONG)(((WORD)((DWORD_PTR)(a)&0xffff)) | ((DWORD)((WORD)((DWORD_PTR)(b)&0xffff))) << 16))
+#define LOWORD(l) ((WORD)(((DWORD_PTR)(l)) & 0xffff))
+#define HIWORD(l) ((WORD)((((DWORD_PTR)(l)) >> 16) & 0xffff))

@@ -1,0 +1,63 @@
+// GDI: device contexts, bitmaps, brushes. Included by windows.h.
+//
+// Pixels of every bitmap are 32 bits, B G R X in memory, with X always 0. Only
+// SRCCOPY is known, and only uncompressed 32-bit pictures leave through GetDIBits.
+#pragma once
+
+#define RGB(r, g, b)                                                                            \
+  ((COLORREF)((uint32_t)(uint8_t)(r) | (uint32_t)((uint32_t)(uint8_t)(g) << 8) |                \
+              (uint32_t)((uint32_t)(uint8_t)(b) << 16)))
+#define GetRValue(rgb) ((BYTE)((rgb)&0xFF))
+#define GetGValue(rgb) ((BYTE)(((rgb) >> 8) & 0xFF))
+#define GetBValue(rgb) ((BYTE)(((rgb) >> 16) & 0xFF))
+
+#define SRCCOPY ((DWORD)0x00CC0020)
+#define CAPTUREBLT ((DWORD)0x40000000)
+
+#define BI_RGB 0
+#define DIB_RGB_COLORS 0
+
+#define HGDI_ERROR ((HGDIOBJ)(LONG_PTR)-1)
+
+typedef struct tagRGBQUAD {
+  BYTE rgbBlue;
+  BYTE rgbGreen;
+  BYTE rgbRed;
+  BYTE rgbReserved;
+} RGBQUAD;
+
+typedef struct tagBITMAPINFOHEADER {
+  DWORD biSize;
+  LONG biWidth;
+  LONG biHeight;  // negative: rows top to bottom
+  WORD biPlanes;
+  WORD biBitCount;
+  DWORD biCompression;
+  DWORD biSizeImage;
+  LONG biXPelsPerMeter;
+  LONG biYPelsPerMeter;
+  DWORD biClrUsed;
+  DWORD biClrImportant;
+} BITMAPINFOHEADER;
+
+typedef struct tagBITMAPINFO {
+  BITMAPINFOHEADER bmiHeader;
+  RGBQUAD bmiColors[1];
+} BITMAPINFO, *PBITMAPINFO, *LPBITMAPINFO;
+
+static_assert(sizeof(BITMAPINFOHEADER) == 40, "the platform's layout");
+
+extern "C" {
+
+HDC WINAPI CreateCompatibleDC(HDC dc);
+BOOL WINAPI DeleteDC(HDC dc);
+HBITMAP WINAPI CreateCompatibleBitmap(HDC dc, int width, int height);
+HBRUSH WINAPI CreateSolidBrush(COLORREF color);
+HGDIOBJ WINAPI SelectObject(HDC dc, HGDIOBJ object);
+BOOL WINAPI DeleteObject(HGDIOBJ object);
+BOOL WINAPI BitBlt(HDC destination, int x, int y, int width, int height, HDC source, int sourceX,
+                   int sourceY, DWORD rasterOperation);
+int WINAPI GetDIBits(HDC dc, HBITMAP bitmap, UINT firstLine, UINT lineCount, LPVOID bits,
+                     LPBITMAPINFO info, UINT usage);
+
+}  // extern "C"

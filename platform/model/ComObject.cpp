@@ -1,0 +1,59 @@
+#include "platform/model/ComObject.h"
+
+#include <string>
+#include <vector>
+
+#include "platform/model/Ledger.h"
+
+namespace vwin {
+namespace {
+
+constexpr const char* kLedgerKind = "COM reference";
+
+std::vector<const ComObject*>& Shells(Lock&) {
+  static auto* const shells = new std::vector<const ComObject*>;
+  return *shells;
+}
+
+}  // namespace
+
+ComObject::ComObject(const char* name, const char* call) : m_name(name) {
+  Lock lock;
+  ledger::Take(lock, kLedgerKind, reinterpret_cast<std::uintptr_t>(this), call);
+}
+
+ULONG ComObject::addRef() {
+  checkAlive("AddRef");
+  return ++m_count;
+}
+
+ULONG ComObject::release() {
+  ULONG count = m_count.load();
+  do {
+    if (count == 0) {
+      checkAlive("Release");
+      return 0;
+    }
+  } while (!m_count.compare_exchange_weak(count, count - 1));
+  if (count == 1) {
+    Lock lock;
+    ledger::Return(lock, kLedgerKind, reinterpret_cast<std::uintptr_t>(this));
+    Shells(lock).push_back(this);
+    onLastRelease(lock);
+  }
+  return count - 1;
+}
+
+void ComObject::checkAlive(const char* call) {
+  if (m_count.load() != 0) return;
+  Lock lock;
+  ledger::Misuse(lock, std::string(call) + ": the " + m_name + " was released before");
+}
+
+HRESULT ComObject::notProvided(const char* call) {
+  Lock lock;
+  ledger::Misuse(lock, std::string(call) + ": virtual Windows does not have it");
+  return E_NOTIMPL;
+}
+
+}  // namespace vwin

@@ -1,0 +1,169 @@
+#include "platform/model/Compositor.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "platform/model/Rects.h"
+
+namespace vwin::compositor {
+namespace {
+
+// Where a picture goes: `area` of the virtual screen, and its pixels.
+struct Output {
+  RECT area;
+  std::uint32_t* pixels;
+  std::ptrdiff_t stride;
+
+  std::uint32_t* At(int x, int y) const {
+    return pixels + (static_cast<std::ptrdiff_t>(y) - area.top) * stride +
+           (static_cast<std::ptrdiff_t>(x) - area.left);
+  }
+};
+
+std::uint32_t blended(std::uint32_t over, std::uint32_t under, std::uint32_t alpha) {
+  // Two channels at a time; (v + 128 + (v >> 8)) >> 8 divides by 255 with rounding.
+  const auto mix = [alpha](std::uint32_t a, std::uint32_t b) {
+    const std::uint32_t v = a * alpha + b * (255 - alpha) + 0x00800080;
+    return ((v + (v >> 8 & 0x00FF00FF)) >> 8) & 0x00FF00FF;
+  };
+  const std::uint32_t redBlue = mix(over & 0x00FF00FF, under & 0x00FF00FF);
+  const std::uint32_t green = mix(over >> 8 & 0xFF, under >> 8 & 0xFF);
+  return redBlue | green << 8;
+}
+
+// How many of the first pixels have the colour `key`.
+int runOf(const std::uint32_t* row, int count, std::uint32_t key) {
+  const std::uint64_t pair = std::uint64_t{key} << 32 | key;
+  int i = 0;
+  for (; i + 8 <= count; i += 8) {
+    std::uint64_t four[4];
+    std::memcpy(four, row + i, sizeof(four));
+    if (((four[0] ^ pair) | (four[1] ^ pair) | (four[2] ^ pair) | (four[3] ^ pair)) != 0) break;
+  }
+  while (i < count && row[i] == key) ++i;
+  return i;
+}
+
+void drawLayeredRow(std::uint32_t* to, const std::uint32_t* from, int count,
+                    const LayeredAttributes& attributes) {
+  const std::uint32_t alpha = attributes.alpha.value_or(255);
+  for (int i = 0; i < count; ++i) {
+    if (attributes.key && from[i] == *attributes.key) {
+      i += runOf(from + i, count - i, *attributes.key) - 1;
+      continue;
+    }
+    to[i] = blended(from[i], to[i], alpha);
+  }
+}
+
+void drawUniformLayeredRow(std::uint32_t* to, std::uint32_t color, int count,
+                           const LayeredAttributes& attributes) {
+  if (attributes.key == color) return;
+  const std::uint32_t alpha = attributes.alpha.value_or(255);
+  for (int i = 0; i < count; ++i) to[i] = blended(color, to[i], alpha);
+}
+
+// The part of a window's own surface that lies in `visible`, a part of its rectangle.
+void drawSurface(const Output& output, const Window& window, const RECT& visible,
+                 const LayeredAttributes* attributes) {
+  const Surface& surface = window.surface;
+  const RECT drawn = Overlap(visible, Moved(surface.bounds(), window.rect.left, window.rect.top));
+  const int count = WidthOf(drawn);
+  for (int y = drawn.top; y < drawn.bottom; ++y) {
+    std::uint32_t* to = output.At(drawn.left, y);
+    if (surface.IsUniform()) {
+      if (attributes)
+        drawUniformLayeredRow(to, surface.color(), count, *attributes);
+      else
+        std::fill_n(to, count, surface.color());
+      continue;
+    }
+    const std::uint32_t* from = surface.Row(y - window.rect.top) + (drawn.left - window.rect.left);
+    if (attributes)
+      drawLayeredRow(to, from, count, *attributes);
+    else
+      std::memcpy(to, from, static_cast<std::size_t>(count) * sizeof(std::uint32_t));
+  }
+}
+
+// A layered window passes its attributes on to its children.
+void drawTree(const Output& output, const Window& window, const RECT& clip,
+              const LayeredAttributes* attributes) {
+  const RECT visible = Overlap(clip, window.rect);
+  if (IsEmpty(visible)) return;
+  drawSurface(output, window, visible, attributes);
+  for (auto child = window.children.rbegin(); child != window.children.rend(); ++child) {
+    if ((*child)->style & WS_VISIBLE && !(*child)->isMinimised())
+      drawTree(output, **child, visible, attributes);
+  }
+}
+
+bool shows(const Window& window, const Options& options) {
+  if (!(window.style & WS_VISIBLE) || window.isMinimised() || window.cloaked) return false;
+  if (window.isLayered() && !(options.layered && window.layered)) return false;
+  return !options.leaveOut || std::find(options.leaveOut->begin(), options.leaveOut->end(),
+                                        window.handle) == options.leaveOut->end();
+}
+
+void composeMonitor(const Desktop& desktop, const Output& output, const RECT& clip,
+                    const Options& options) {
+  // Kept between calls, so that a steady picture costs no allocation.
+  thread_local std::vector<const Window*> layers;
+  layers.clear();
+  bool covered = false;
+  for (const auto& window : desktop.root->children) {
+    if (!shows(*window, options) || IsEmpty(Overlap(window->rect, clip))) continue;
+    layers.push_back(window.get());
+    // Nothing below can be seen.
+    covered = !window->isLayered() && Covers(window->rect, clip);
+    if (covered) break;
+  }
+  if (!covered) {
+    for (int y = clip.top; y < clip.bottom; ++y)
+      std::fill_n(output.At(clip.left, y), WidthOf(clip), desktop.color);
+  }
+  for (auto window = layers.rbegin(); window != layers.rend(); ++window)
+    drawTree(output, **window, clip, (*window)->isLayered() ? &*(*window)->layered : nullptr);
+}
+
+}  // namespace
+
+void Compose(Lock& lock, const RECT& area, std::uint32_t* pixels, std::ptrdiff_t stride,
+             const Options& options) {
+  if (IsEmpty(area)) return;
+  const Desktop& desktop = desktop::Get(lock);
+  const Output output{area, pixels, stride};
+  const bool withinOne =
+      std::any_of(desktop.monitors.begin(), desktop.monitors.end(),
+                  [&](const auto& monitor) { return Covers(monitor->rect, area); });
+  if (!withinOne) {
+    for (int y = area.top; y < area.bottom; ++y)
+      std::fill_n(output.At(area.left, y), WidthOf(area), 0u);
+  }
+  for (const auto& monitor : desktop.monitors) {
+    const RECT clip = Overlap(monitor->rect, area);
+    if (!IsEmpty(clip)) composeMonitor(desktop, output, clip, options);
+  }
+}
+
+void DrawWindow(Lock&, const Window& window, const RECT& part, std::uint32_t* pixels,
+                std::ptrdiff_t stride) {
+  const RECT area = Moved(part, window.rect.left, window.rect.top);
+  drawTree(Output{area, pixels, stride}, window, area, nullptr);
+}
+
+void Overlay(Surface& surface, const RECT& clip, int x, int y, const CursorShape& picture) {
+  const RECT drawn =
+      Overlap(Overlap(clip, surface.bounds()), SizedRect(x, y, picture.width, picture.height));
+  for (int row = drawn.top; row < drawn.bottom; ++row) {
+    std::uint32_t* to = surface.MutableRow(row);
+    const std::uint32_t* from =
+        picture.pixels.data() + static_cast<std::ptrdiff_t>(row - y) * picture.width;
+    for (int column = drawn.left; column < drawn.right; ++column) {
+      const std::uint32_t pixel = from[column - x];
+      to[column] = blended(pixel & 0x00FFFFFF, to[column], pixel >> 24);
+    }
+  }
+}
+
+}  // namespace vwin::compositor

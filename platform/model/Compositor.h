@@ -1,0 +1,32 @@
+// The one picture of the screen: every engine's capture is read from here.
+#pragma once
+
+#include <windows.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "platform/model/Desktop.h"
+
+namespace vwin::compositor {
+
+struct Options {
+  bool layered = true;                     // layered windows are in the picture
+  const std::vector<HWND>* leaveOut = nullptr;  // top-level windows that are not
+};
+
+// Writes what `area` of the virtual screen shows, without the cursor, to `pixels`:
+// 0x00RRGGBB, `stride` pixels from row to row. Black outside of all monitors.
+void Compose(Lock& lock, const RECT& area, std::uint32_t* pixels, std::ptrdiff_t stride,
+             const Options& options = {});
+
+// The picture of one window with its children, as if nothing covered it and it had
+// no transparency: its `part` (0, 0 being its top left corner) to `pixels`.
+void DrawWindow(Lock& lock, const Window& window, const RECT& part, std::uint32_t* pixels,
+                std::ptrdiff_t stride);
+
+// Lays a picture with straight alpha over pixels of a surface, clipped to `clip`.
+void Overlay(Surface& surface, const RECT& clip, int x, int y, const CursorShape& picture);
+
+}  // namespace vwin::compositor

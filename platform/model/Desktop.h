@@ -1,0 +1,176 @@
+// The facts of the desktop: monitors, windows in z-order, window classes, cursor.
+//
+// Everything here is guarded by the machine's lock. Pointers to windows are good
+// for as long as the lock is held: a window lives until it is destroyed, and its
+// children and owned windows never outlive it.
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/model/HandleTable.h"
+#include "platform/model/Scheduler.h"
+#include "platform/model/Surface.h"
+
+namespace vwin {
+
+struct Monitor : Object {
+  HMONITOR handle = nullptr;
+  std::wstring device;
+  RECT rect{};
+  RECT work{};
+  bool primary = false;
+};
+
+// A cursor's picture, with straight alpha in the top byte.
+struct CursorShape : Object {
+  int width = 0;
+  int height = 0;
+  int hotspotX = 0;
+  int hotspotY = 0;
+  std::vector<std::uint32_t> pixels;
+};
+
+struct Cursor {
+  POINT position{};
+  bool showing = true;
+  HCURSOR shape = nullptr;
+};
+
+struct WindowClass {
+  ATOM atom = 0;
+  std::wstring name;
+  UINT style = 0;
+  WNDPROC procedure = nullptr;
+  HBRUSH background = nullptr;
+};
+
+struct LayeredAttributes {
+  std::optional<std::uint32_t> key;  // a pixel, not a COLORREF
+  std::optional<std::uint8_t> alpha;
+};
+
+// A window of this process (`windowClass` is set) or of another program.
+struct Window : Object {
+  HWND handle = nullptr;
+  std::shared_ptr<const WindowClass> windowClass;
+  std::wstring className;
+  std::wstring title;
+  DWORD style = 0;
+  DWORD exStyle = 0;
+  DWORD processId = 0;
+  std::uint32_t threadId = 0;
+  LONG_PTR userData = 0;
+
+  Window* parent = nullptr;  // the desktop window for a top-level window
+  Window* owner = nullptr;
+  // Topmost first, those with WS_EX_TOPMOST before all others.
+  std::vector<std::shared_ptr<Window>> children;
+
+  RECT rect{};        // on the virtual screen, children too
+  RECT normalRect{};  // where Restore leads
+  bool restoresToMaximised = false;
+  RECT invisibleFrame{};  // insets of the extended frame bounds
+
+  std::optional<LayeredAttributes> layered;  // none: a layered window shows nothing yet
+  bool cloaked = false;
+  Surface surface;  // as large as the window is when it is not minimised
+  std::function<void(Surface&)> paint;  // draws another program's window anew
+
+  RECT invalid{};  // bounds of what is to be painted, in client coordinates
+  bool eraseInvalid = false;
+  std::uint64_t redrawCount = 0;  // times that somebody asked for a redraw
+  std::uint64_t paintCount = 0;   // BeginPaint calls
+  bool beingDestroyed = false;
+
+  bool isMinimised() const { return (style & WS_MINIMIZE) != 0; }
+  bool isMaximised() const { return (style & WS_MAXIMIZE) != 0; }
+  bool isTopmost() const { return (exStyle & WS_EX_TOPMOST) != 0; }
+  bool isChild() const { return (style & WS_CHILD) != 0; }
+  bool isLayered() const { return (exStyle & WS_EX_LAYERED) != 0; }
+  // WS_VISIBLE, and all ancestors have it as well.
+  bool isVisible() const;
+  // The client area on the virtual screen, and as a part of the surface.
+  RECT clientRect() const;
+  RECT clientPart() const;
+};
+
+struct Desktop {
+  std::vector<std::shared_ptr<Monitor>> monitors;  // in the order of enumeration
+  std::shared_ptr<Window> root;                    // the desktop window; its children are top-level
+  std::vector<std::shared_ptr<const WindowClass>> classes;
+  Cursor cursor;
+  HWND focus = nullptr;
+  std::uint32_t color = 0;  // of the empty desktop
+};
+
+namespace desktop {
+
+// The desktop of the machine; made at the first call.
+Desktop& Get(Lock& lock);
+
+// ------------------------------------------------------------------- monitors
+
+// Enters a monitor; its handle is negative as a 32-bit number for every second one.
+std::shared_ptr<Monitor> AddMonitor(Lock& lock, const RECT& rect, const RECT& work, bool primary,
+                                    std::wstring device);
+// Gives the same monitor another handle.
+void RenewHandle(Lock& lock, Monitor& monitor);
+std::shared_ptr<Monitor> FindMonitor(Lock& lock, HMONITOR handle);
+const Monitor* Primary(Lock& lock);
+// The monitor with the largest part of `rect`, or the nearest, or with `nearest`
+// false none. Null without monitors as well.
+const Monitor* MonitorOf(Lock& lock, const RECT& rect, bool nearest);
+RECT VirtualScreen(Lock& lock);
+
+// -------------------------------------------------------------------- windows
+
+std::shared_ptr<Window> FindWindow(Lock& lock, HWND handle);
+std::shared_ptr<const WindowClass> FindClass(Lock& lock, const std::wstring& name);
+// As class names are compared: without regard to case.
+bool SameName(const std::wstring& a, const std::wstring& b);
+
+// Gives the window a handle and puts it on top of its kind. `call` is noted in the
+// ledger; null for another program's window. Parent and owner must be set.
+void Enter(Lock& lock, const std::shared_ptr<Window>& window, const char* call);
+// Takes the window away; its children and owned windows must be gone. Returns the
+// last reference, whose destructor may free much.
+std::shared_ptr<Window> Leave(Lock& lock, Window& window);
+// Direct children and, for a top-level window, the windows that it owns.
+std::vector<HWND> DependentsOf(Lock& lock, const Window& window);
+
+// Where to put a window among its siblings: HWND_TOP, HWND_BOTTOM, HWND_TOPMOST,
+// HWND_NOTOPMOST or a sibling to put it under. False when `after` is none of these.
+// Owned windows follow to the top.
+bool Place(Lock& lock, Window& window, HWND after);
+// Moves and resizes, its children along. The client area gets invalid when it grows
+// and, for a class that redraws, whenever its size changes. A minimised window takes
+// the rectangle when it is restored.
+void SetRect(Lock& lock, Window& window, const RECT& rect);
+void SetVisible(Lock& lock, Window& window, bool visible);
+void Minimise(Lock& lock, Window& window);
+void Maximise(Lock& lock, Window& window);
+void Restore(Lock& lock, Window& window);
+void SetExStyle(Lock& lock, Window& window, DWORD exStyle);
+void SetLayered(Lock& lock, Window& window, LayeredAttributes attributes);
+// Marks a part of the client area (all of it without `rect`) to be painted.
+void Invalidate(Lock& lock, Window& window, const RECT* rect, bool erase);
+// The colour of a window's class brush; white without one.
+std::uint32_t BackgroundOf(Lock& lock, const Window& window);
+// The window that a click at `point` would reach.
+Window* WindowAt(Lock& lock, POINT point);
+
+// --------------------------------------------------------------------- cursor
+
+enum class CursorKind { kArrow, kBeam, kCross };
+CursorShape StandardCursor(CursorKind kind);
+HCURSOR AddCursor(Lock& lock, CursorShape shape);
+
+}  // namespace desktop
+}  // namespace vwin

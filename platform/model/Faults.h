@@ -1,0 +1,75 @@
+// Counting and failing the calls of the stand-in's functions.
+//
+// Every adapter function begins with
+//
+//   VWIN_CALL(BitBlt);                       // counts; `fault` is set when this call is to fail
+//   if (fault) return SetLastError(fault->win32), FALSE;
+//
+// and one that cannot fail on Windows with VWIN_CALL_INFALLIBLE(GetLastError).
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vwin {
+
+// What a call that was chosen to fail has to say.
+struct Fault {
+  std::uint32_t win32;   // for SetLastError
+  std::int32_t hresult;  // for functions that answer with an HRESULT
+};
+
+// One function of the stand-in. Constant-initialised; registers itself at its
+// first call.
+class CallSite {
+ public:
+  constexpr CallSite(const char* name, bool canFail) : m_name(name), m_canFail(canFail) {}
+
+  // Counts the call and answers whether it has to fail. Cheap when nothing is
+  // to be injected or logged: two atomic operations. Takes no lock of the machine.
+  std::optional<Fault> Enter();
+
+  const char* name() const { return m_name; }
+  bool canFail() const { return m_canFail; }
+  std::uint64_t count() const { return m_count.load(std::memory_order_relaxed); }
+  void reset() { m_count.store(0, std::memory_order_relaxed); }
+
+ private:
+  const char* m_name;
+  bool m_canFail;
+  std::atomic<bool> m_registered{false};
+  std::atomic<std::uint64_t> m_count{0};
+};
+
+#define VWIN_CALL(function)                          \
+  static ::vwin::CallSite vwinSite(#function, true); \
+  const std::optional<::vwin::Fault> fault = vwinSite.Enter()
+
+#define VWIN_CALL_INFALLIBLE(function)                \
+  static ::vwin::CallSite vwinSite(#function, false); \
+  (void)vwinSite.Enter()
+
+// The test side; reached through control/Faults.h, where it is explained.
+namespace faults {
+
+enum class Repeat { kOnce, kOnward };
+
+struct LoggedCall {
+  std::string function;
+  std::uint32_t thread;
+};
+
+std::uint64_t Count(const std::string& function);
+void ResetCounts();
+void FailNth(const std::string& function, std::uint64_t n, Fault fault, Repeat repeat);
+void FailNthOfAll(std::uint64_t n, Fault fault);
+std::optional<std::string> InjectedInto();
+void Clear();
+void LogCalls(bool on);
+std::vector<LoggedCall> LoggedCalls();
+
+}  // namespace faults
+}  // namespace vwin

@@ -1,0 +1,93 @@
+// The facts of the virtual machine that are not its desktop: version, session,
+// processes, modules, registry, graphics adapters. The desktop is in Desktop.h.
+//
+// A machine that nobody configures is Windows 10 22H2, unlocked, composition on,
+// with one hardware adapter.
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/model/HandleTable.h"
+#include "platform/model/Scheduler.h"
+
+namespace vwin {
+
+struct Version {
+  std::uint32_t major;
+  std::uint32_t minor;
+  std::uint32_t build;
+
+  auto operator<=>(const Version&) const = default;
+};
+
+inline constexpr Version kWindows8{6, 2, 9200};
+
+struct Process {
+  std::wstring imagePath;
+  bool openable = true;  // false: OpenProcess is denied
+};
+
+// What WTSQuerySessionInformationW does.
+enum class SessionQuery { kAnswers, kFails, kNoBytes };
+
+struct Adapter {
+  std::uint32_t vendorId;
+  std::uint32_t deviceId;
+  std::wstring description;
+};
+
+struct RegistryValue {
+  DWORD type;
+  std::vector<BYTE> data;
+};
+// Values of a key by name. Names of keys and values are kept in lower case.
+using RegistryValues = std::map<std::string, RegistryValue>;
+// A root key and the path below it.
+using RegistryPath = std::pair<std::uint32_t, std::string>;
+
+struct Machine {
+  Version version{10, 0, 19045};
+
+  bool composition = true;
+  bool remoteSession = false;
+  bool locked = false;
+  bool secureDesktop = false;
+  SessionQuery sessionQuery = SessionQuery::kAnswers;
+  DWORD sessionQueryError = ERROR_ACCESS_DENIED;
+
+  std::uint32_t ownProcessId = 4000;
+  std::map<std::uint32_t, Process> processes{{4000, {L"C:\\host\\host.exe"}}};
+
+  std::map<RegistryPath, RegistryValues> registry{
+      {{0x80000001, "software\\microsoft\\windows\\dwm"},
+       {{"enableaeropeek", {REG_DWORD, {1, 0, 0, 0}}}}}};
+
+  std::vector<Adapter> adapters{{0x8086, 0x3E92, L"Virtual Graphics"}};
+  HRESULT d3dResult = S_OK;               // of a hardware device
+  std::optional<std::uint32_t> d3dFault;  // code of the structured exception
+  HRESULT duplicateResult = S_OK;
+  std::set<HMONITOR> duplicated;  // a process can duplicate each monitor once
+
+  bool virtualDesktopManager = true;
+  std::set<HWND> onOtherVirtualDesktop;
+
+  // How often each thread has entered COM, and with which model.
+  struct Apartment {
+    int count = 0;
+    DWORD model = 0;
+  };
+  std::map<std::uint32_t, Apartment> apartments;
+};
+
+// The one machine of the process.
+Machine& TheMachine(Lock& lock);
+
+}  // namespace vwin

@@ -1,0 +1,124 @@
+#include "platform/model/Modules.h"
+
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <iterator>
+#include <map>
+
+#include "platform/model/Ledger.h"
+#include "platform/model/Machine.h"
+#include "platform/model/Text.h"
+
+namespace vwin::modules {
+namespace {
+
+constexpr Version kEveryVersion{0, 0, 0};
+constexpr Version kWindows10Of2016{10, 0, 14393};
+
+struct ExportEntry {
+  const char* module;
+  const char* name;
+  Version since;
+  FARPROC function;
+};
+
+const ExportEntry kExports[] = {
+    {"ntdll.dll", "RtlGetNtVersionNumbers", kEveryVersion,
+     reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&RtlGetNtVersionNumbers))},
+    {"kernel32.dll", "SetThreadDescription", kWindows10Of2016,
+     reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&SetThreadDescription))},
+    {"kernel32.dll", "GetSystemTimePreciseAsFileTime", kWindows8,
+     reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&GetSystemTimePreciseAsFileTime))},
+};
+
+struct Module : Object {
+  explicit Module(std::string name_) : name(std::move(name_)) {}
+  const std::string name;
+  int references = 0;
+};
+
+using ModuleMap = std::map<std::string, HMODULE>;
+
+HMODULE Enter(Lock& lock, ModuleMap& modules, const std::string& name) {
+  HMODULE& module = modules[name];
+  if (module == nullptr) {
+    module = static_cast<HMODULE>(
+        handles::Add(lock, HandleKind::kModule, std::make_shared<Module>(name), nullptr));
+  }
+  return module;
+}
+
+// In lower case. The library links to all that are here from the start.
+ModuleMap& All(Lock& lock) {
+  static ModuleMap* const modules = [&] {
+    auto* const map = new ModuleMap;
+    for (const char* name :
+         {"host.exe", "ntdll.dll", "kernel32.dll", "user32.dll", "gdi32.dll", "gdiplus.dll",
+          "dwmapi.dll", "wtsapi32.dll", "advapi32.dll", "ole32.dll", "d3d11.dll", "dxgi.dll"}) {
+      Enter(lock, *map, name);
+    }
+    return map;
+  }();
+  return *modules;
+}
+
+std::string Normal(const std::string& name) {
+  std::string normal = ToLower(name);
+  if (normal.find('.') == std::string::npos) normal += ".dll";
+  return normal;
+}
+
+std::shared_ptr<Module> Get(Lock& lock, HMODULE module) {
+  return handles::Get<Module>(lock, HandleKind::kModule, module);
+}
+
+}  // namespace
+
+HMODULE Loaded(Lock& lock, const std::string& name) {
+  const auto module = All(lock).find(Normal(name));
+  return module == All(lock).end() ? nullptr : module->second;
+}
+
+HMODULE Program(Lock& lock) { return Loaded(lock, "host.exe"); }
+
+HMODULE At(Lock& lock, const void* address) {
+  Dl_info info{};
+  if (dladdr(address, &info) == 0 || info.dli_fname == nullptr) return nullptr;
+  const std::string path = info.dli_fname;
+  return Enter(lock, All(lock), ToLower(path.substr(path.rfind('/') + 1)));
+}
+
+HMODULE Load(Lock& lock, const std::string& name, const char* call) {
+  const HMODULE module = Loaded(lock, name);
+  if (module != nullptr) AddReference(lock, module, call);
+  return module;
+}
+
+void AddReference(Lock& lock, HMODULE module, const char* call) {
+  ++Get(lock, module)->references;
+  ledger::Take(lock, "module", reinterpret_cast<std::uintptr_t>(module), call);
+}
+
+bool Free(Lock& lock, HMODULE module) {
+  const std::shared_ptr<Module> object = Get(lock, module);
+  if (!object) return false;
+  if (object->references == 0) {
+    ledger::Misuse(lock, "FreeLibrary: " + object->name + " was not loaded by anybody");
+    return true;
+  }
+  --object->references;
+  ledger::Return(lock, "module", reinterpret_cast<std::uintptr_t>(module));
+  return true;
+}
+
+FARPROC Export(Lock& lock, HMODULE module, const std::string& name) {
+  const std::shared_ptr<Module> object = Get(lock, module);
+  if (!object) return nullptr;
+  const auto entry = std::find_if(std::begin(kExports), std::end(kExports), [&](const auto& e) {
+    return object->name == e.module && name == e.name && TheMachine(lock).version >= e.since;
+  });
+  return entry == std::end(kExports) ? nullptr : entry->function;
+}
+
+}  // namespace vwin::modules

@@ -1,0 +1,39 @@
+// The modules of the process and what they export.
+//
+// Only functions that are looked up at run time are listed as exports; those that
+// the library links to are plain functions of the stand-in.
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+#include "platform/model/HandleTable.h"
+
+namespace vwin::modules {
+
+// Names count without case, and ".dll" may be left out. Null when there is no such
+// module, or it is not loaded.
+HMODULE Loaded(Lock& lock, const std::string& name);
+// The module of the running program.
+HMODULE Program(Lock& lock);
+// The module in whose image `address` lies.
+HMODULE At(Lock& lock, const void* address);
+
+// Counts a reference to a module.
+HMODULE Load(Lock& lock, const std::string& name, const char* call);
+void AddReference(Lock& lock, HMODULE module, const char* call);
+// False when `module` is none. A reference too many is a misuse.
+bool Free(Lock& lock, HMODULE module);
+
+// Null when this version of Windows lacks the export.
+FARPROC Export(Lock& lock, HMODULE module, const std::string& name);
+
+}  // namespace vwin::modules
+
+// Functions reached through GetProcAddress only; bodies in api/.
+extern "C" {
+void WINAPI RtlGetNtVersionNumbers(DWORD* major, DWORD* minor, DWORD* build);
+HRESULT WINAPI SetThreadDescription(HANDLE thread, PCWSTR description);
+void WINAPI GetSystemTimePreciseAsFileTime(LPFILETIME time);
+}

@@ -1,0 +1,108 @@
+# Shell code that the scripts share. Source it; it moves to the top of the tree.
+set -euo pipefail
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+cd "$root"
+
+die() {
+  echo "$(basename "$0"): $*" >&2
+  exit 1
+}
+
+# Runs a command without its output, which is shown only when it fails.
+quietly() {
+  local log
+  log=$(mktemp)
+  if ! "$@" >"$log" 2>&1 </dev/null; then
+    cat "$log" >&2
+    rm -f "$log"
+    die "failed: $*"
+  fi
+  rm -f "$log"
+}
+
+# build PRESET [TARGET...]: configures and builds in build/PRESET.
+build() {
+  local preset=$1
+  shift
+  quietly cmake --preset "$preset"
+  quietly cmake --build --preset "$preset" -j "$(nproc)" ${@:+--target "$@"}
+}
+
+# ------------------------------------------------------ a desktop under Wine
+
+display_pid=
+wine_started=
+helper_pids=()
+
+stop_wine() {
+  local pid
+  for pid in "${helper_pids[@]}"; do
+    kill "$pid" 2>/dev/null || true
+  done
+  helper_pids=()
+  if [ -n "$wine_started" ]; then
+    wineserver -k 2>/dev/null || true
+    wineserver -w 2>/dev/null || true
+    wine_started=
+  fi
+  if [ -n "$display_pid" ]; then
+    kill "$display_pid" 2>/dev/null || true
+    wait "$display_pid" 2>/dev/null || true
+    display_pid=
+  fi
+}
+
+# start_display WIDTHxHEIGHT: an X server of our own on a free display.
+start_display() {
+  local dir number
+  dir=$(mktemp -d)
+  mkfifo "$dir/ready"
+  Xvfb -displayfd 3 -screen 0 "$1x24" -nolisten tcp -noreset \
+    3>"$dir/ready" >"$dir/log" 2>&1 </dev/null &
+  display_pid=$!
+  # The server writes its number when it accepts clients, and nothing if it ends.
+  if ! read -r number <"$dir/ready"; then
+    cat "$dir/log" >&2
+    die "Xvfb did not start"
+  fi
+  rm -rf "$dir"
+  export DISPLAY=:$number
+}
+
+# start_wine win7|win10 WIDTHxHEIGHT: a display and a Wine of our own that says
+# it is that version. Ends with the script.
+start_wine() {
+  trap stop_wine EXIT
+  stop_wine
+  export WINEPREFIX=$root/build/wine WINEARCH=win64 WINEDEBUG=-all
+  export WINEDLLOVERRIDES="mscoree,mshtml="
+  export HOME=${HOME:-/root}
+  start_display "$2"
+  wine_started=yes
+  if [ ! -f "$WINEPREFIX/.ready" ]; then
+    rm -rf "$WINEPREFIX"
+    mkdir -p "$WINEPREFIX"
+    quietly wineboot --init
+    # A crash must end the program, not wait for someone to close a dialog.
+    quietly wine reg add 'HKCU\Software\Wine\WineDbg' /v ShowCrashDialog /t REG_DWORD /d 0 /f
+    wineserver -w
+    touch "$WINEPREFIX/.ready"
+  fi
+  wineserver -p  # else every program would boot a Windows of its own
+  quietly winecfg -v "$1"
+}
+
+# start_windows PROGRAM [ARGUMENT...]: runs one of our programs that opens
+# windows, in the background, until the script ends. Returns once it has said
+# "ready".
+start_windows() {
+  local dir line
+  dir=$(mktemp -d)
+  mkfifo "$dir/out"
+  wine "$@" >"$dir/out" 2>/dev/null </dev/null &
+  helper_pids+=($!)
+  exec {windows_output}<"$dir/out"  # kept open, so that the program can write on
+  rm -rf "$dir"
+  read -r line <&"$windows_output" || die "$1 ended early"
+  [ "${line%$'\r'}" = ready ] || die "$1 said: $line"
+}

@@ -1,0 +1,71 @@
+#include "common/Logging.h"
+
+#include <iterator>
+
+#include "common/Clock.h"
+
+namespace qx {
+
+void LogInstance::Log(const char* module, int level, const char* file, int line,
+                      const char* message) noexcept {
+  const Callback callback = m_logCallback;
+  if (!callback) {
+    return;
+  }
+  try {
+    fmt::memory_buffer text;
+    fmt::format_to(std::back_inserter(text), "[{}]: {}", module, message);
+    text.push_back('\0');
+    callback(level, file, line, text.data());
+  } catch (...) {
+    // A message that can't be delivered is no reason to end a share.
+  }
+}
+
+void LogMessage(int level, const char* file, int line, const char* message) noexcept {
+  LogInstance::Instance().Log(kLogModule, level, file, line, message);
+}
+
+void LogFormatted(const char* module, int level, const char* file, int line,
+                  fmt::string_view format, fmt::format_args args) noexcept {
+  if (!LogInstance::Instance().HasCallback()) {
+    return;
+  }
+  try {
+    fmt::memory_buffer text;
+    fmt::vformat_to(std::back_inserter(text), format, args);
+    text.push_back('\0');
+    LogInstance::Instance().Log(module, level, file, line, text.data());
+  } catch (...) {
+    // As above.
+  }
+}
+
+FunctionTracer::FunctionTracer(const char* module, const char* function, int level,
+                               const char* file, int line) noexcept
+    : m_module(module),
+      m_function(function),
+      m_level(level),
+      m_file(file),
+      m_line(line),
+      m_startTime(static_cast<std::int64_t>(SystemMillis())) {
+  LogFormatted(m_module, m_level, m_file, m_line, "entry {}", fmt::make_format_args(m_function));
+}
+
+FunctionTracer::~FunctionTracer() {
+  const std::int64_t cost = static_cast<std::int64_t>(SystemMillis()) - m_startTime;
+  LogFormatted(m_module, m_level, m_file, m_line, "exit {}, cost: {}",
+               fmt::make_format_args(m_function, cost));
+}
+
+bool LogRateLimiter::Allow() noexcept {
+  const std::uint64_t now = SystemMillis();
+  // Unsigned, so that a clock that was set back gives a huge difference.
+  if (now - m_lastTime.load(std::memory_order_relaxed) < m_interval) {
+    return false;
+  }
+  m_lastTime.store(now, std::memory_order_relaxed);
+  return true;
+}
+
+}  // namespace qx

@@ -1,0 +1,33 @@
+#include "win/engine/EngineFactories.h"
+
+#include <utility>
+
+#include "win/engine/dxgi/ScreenCaptureEngineDXGI.h"
+#include "win/engine/gdi/ScreenCaptureEngineGDI.h"
+#include "win/engine/mag/ScreenCaptureEngineMag.h"
+#include "win/engine/wgc/ScreenCaptureEngineWGC.h"
+
+namespace qx {
+
+const EngineFactories& EngineFactories::Default() {
+  static const EngineFactories factories = {
+      .dxgi = [](HMONITOR, bool, bool) -> Engine {
+        return std::make_unique<ScreenCaptureEngineDXGI>();
+      },
+      .wgcMonitor = [](HMONITOR, bool, bool) -> Engine {
+        return std::make_unique<ScreenCaptureEngineWGC>();
+      },
+      .wgcWindow = [](HWND, FilterWindowProvider, bool, bool) -> Engine {
+        return std::make_unique<ScreenCaptureEngineWGC>();
+      },
+      .mag = [](HMONITOR, FilterWindowProvider, bool, bool, bool) -> Engine {
+        return std::make_unique<ScreenCaptureEngineMag>();
+      },
+      .gdi = [](HWND window, bool bitBlt, FilterWindowProvider filterWindows) -> Engine {
+        return std::make_unique<ScreenCaptureEngineGDI>(window, bitBlt, std::move(filterWindows));
+      },
+  };
+  return factories;
+}
+
+}  // namespace qx

@@ -1,0 +1,77 @@
+#include "win/engine/ScreenCaptureFrame.h"
+
+#include <libyuv.h>
+
+#include <limits>
+#include <new>
+
+namespace qx {
+namespace {
+
+constexpr std::uint64_t kBytesPerPixel = 4;
+
+// Null without memory. Below 2 GiB every offset into a picture fits the 32-bit
+// arithmetic of the calls that read it.
+ScreenCaptureFrame::Pixels AllocatePixels(std::uint32_t width, std::uint32_t height) {
+  constexpr std::uint64_t kMaxBytes = std::numeric_limits<std::int32_t>::max();
+  if (width > kMaxBytes || height > kMaxBytes ||
+      std::uint64_t{width} * height > kMaxBytes / kBytesPerPixel) {
+    return nullptr;
+  }
+  try {
+    return std::make_shared<std::uint8_t[]>(std::uint64_t{width} * height * kBytesPerPixel);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
+}  // namespace
+
+bool ScreenCaptureFrame::Resize(std::uint32_t width, std::uint32_t height) {
+  if (width == m_width && height == m_height) {
+    return true;
+  }
+  Pixels buffer = AllocatePixels(width, height);
+  if (!buffer) {
+    return false;
+  }
+  m_buffer = std::move(buffer);
+  m_width = width;
+  m_height = height;
+  return true;
+}
+
+bool ScreenCaptureFrame::ScaleTo(std::int32_t width, std::int32_t height) {
+  const auto ownWidth = static_cast<std::int32_t>(m_width);
+  const auto ownHeight = static_cast<std::int32_t>(m_height);
+  if (!m_buffer || width < 1 || height < 1 || width > ownWidth || height > ownHeight ||
+      (width == ownWidth && height == ownHeight)) {
+    return false;
+  }
+  if (width != m_scaledWidth || height != m_scaledHeight) {
+    Pixels scaled =
+        AllocatePixels(static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height));
+    if (scaled) {
+      m_scaledBuffer = std::move(scaled);
+      m_scaledWidth = width;
+      m_scaledHeight = height;
+    } else if (!m_scaledBuffer) {
+      return false;
+    }
+  }
+  constexpr int kStep = static_cast<int>(kBytesPerPixel);
+  libyuv::ARGBScale(m_buffer.get(), ownWidth * kStep, ownWidth, ownHeight, m_scaledBuffer.get(),
+                    m_scaledWidth * kStep, m_scaledWidth, m_scaledHeight, libyuv::kFilterBox);
+  return true;
+}
+
+void ScreenCaptureFrame::Reset() {
+  m_width = 0;
+  m_height = 0;
+  m_scaledWidth = 0;
+  m_scaledHeight = 0;
+  m_buffer.reset();
+  m_scaledBuffer.reset();
+}
+
+}  // namespace qx

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+namespace qx {
+
+// How much of a picture changed.
+struct DirtyInfo {
+  double ratio = 0.0;           // of the picture's area, 0 to 1; 0 when not known
+  std::uint64_t rectCount = 0;  // changed rectangles
+  bool valid = false;           // the two figures belong to the last capture
+};
+
+// A captured picture and, when the processor has to scale, its scaled copy: 32
+// bits a pixel, bytes B, G, R, A, rows from top to bottom without gaps.
+//
+// The blocks are reused from picture to picture while sizes are steady. They are
+// shared: who keeps a reference can go on reading a picture after this object
+// has moved on to another size, and pictures of the same size are written over
+// it. One thread at a time.
+class ScreenCaptureFrame {
+ public:
+  using Pixels = std::shared_ptr<std::uint8_t[]>;
+
+  std::uint32_t Width() const { return m_width; }
+  std::uint32_t Height() const { return m_height; }
+  const Pixels& Buffer() const { return m_buffer; }
+
+  std::int32_t ScaledWidth() const { return m_scaledWidth; }
+  std::int32_t ScaledHeight() const { return m_scaledHeight; }
+  const Pixels& ScaledBuffer() const { return m_scaledBuffer; }
+
+  const DirtyInfo& Dirty() const { return m_dirty; }
+  void SetDirty(const DirtyInfo& dirty) { m_dirty = dirty; }
+
+  // Makes room for a picture of this size. Nothing is touched when it has the
+  // size already; a new block is all zero. False without memory, or for a picture
+  // of 2 GiB or more: size and picture stay as they were.
+  bool Resize(std::uint32_t width, std::uint32_t height);
+
+  // Scales the picture down into ScaledBuffer. False when there is nothing to do
+  // (the picture has that size), when the size is not positive or above the
+  // picture's, without a picture, and without memory for a first scaled copy.
+  // Without memory for a changed size the copy keeps its present size, so ask
+  // ScaledWidth and ScaledHeight.
+  bool ScaleTo(std::int32_t width, std::int32_t height);
+
+  // Drops both pictures; all sizes are 0 then.
+  void Reset();
+
+ private:
+  std::uint32_t m_width = 0;
+  std::uint32_t m_height = 0;
+  std::int32_t m_scaledWidth = 0;
+  std::int32_t m_scaledHeight = 0;
+  Pixels m_buffer;
+  Pixels m_scaledBuffer;
+  DirtyInfo m_dirty;
+};
+
+}  // namespace qx

@@ -1,0 +1,190 @@
+#include "win/engine/gdi/ScreenCaptureEngineGDI.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "common/Logging.h"
+#include "win/util/SystemProbes.h"
+#include "win/util/WindowHelpers.h"
+
+namespace qx {
+namespace {
+
+// Asks for what a window shows through the compositor. Not in older headers.
+constexpr UINT kPrintFullContent = 2;
+
+bool Contains(const std::vector<HWND>& windows, HWND window) {
+  return std::find(windows.begin(), windows.end(), window) != windows.end();
+}
+
+bool MakeRect(std::int32_t x, std::int32_t y, std::int32_t width, std::int32_t height, RECT& rect) {
+  constexpr std::int64_t kMax = std::numeric_limits<std::int32_t>::max();
+  if (width < 1 || height < 1 || std::int64_t{x} + width > kMax ||
+      std::int64_t{y} + height > kMax) {
+    return false;
+  }
+  rect = {x, y, x + width, y + height};
+  return true;
+}
+
+}  // namespace
+
+ScreenCaptureEngineGDI::ScreenCaptureEngineGDI(HWND window, bool bitBlt,
+                                               FilterWindowProvider filterWindows)
+    : m_window(window), m_bitBlt(bitBlt), m_filterWindows(std::move(filterWindows)) {}
+
+bool ScreenCaptureEngineGDI::Initialize() {
+  QX_LOG_INFO("ScreenCaptureEngineGDI bitblt: {}", m_bitBlt ? "true" : "false");
+  releaseHandles();
+  const HWND source = m_window ? m_window : GetDesktopWindow();
+  m_screenDC = WindowDc(GetDC(source), {source});
+  m_memoryDC = MemoryDc(CreateCompatibleDC(m_screenDC.Get()));
+  resizeBitmap(1, 1);
+  return true;
+}
+
+void ScreenCaptureEngineGDI::UnInitialize() {
+  clearLayeredWindows();
+  releaseHandles();
+}
+
+void ScreenCaptureEngineGDI::releaseHandles() {
+  m_bitmapWidth = 0;
+  m_bitmapHeight = 0;
+  // A bitmap can't be deleted while a DC holds it.
+  m_memoryDC.Reset();
+  m_bitmap.Reset();
+  m_screenDC.Reset();
+}
+
+CaptureEngineType ScreenCaptureEngineGDI::GetEngineType() const {
+  return m_bitBlt ? IScreenCapture::CaptureEngineGDIBitBlt
+                  : IScreenCapture::CaptureEngineGDIPrintWindow;
+}
+
+bool ScreenCaptureEngineGDI::Capture(std::int32_t x, std::int32_t y, std::int32_t width,
+                                     std::int32_t height, ScreenCaptureFrame& frame,
+                                     CaptureResult& result) {
+  result = CaptureResult::Failed;
+  RECT rect;
+  if (!MakeRect(x, y, width, height, rect) || !resizeBitmap(width, height)) {
+    return false;
+  }
+  const bool drawn = m_bitBlt ? copyDesktop(rect) : printWindow();
+  if (m_showCursor) {
+    drawCursor(rect);
+  }
+  if (!frame.Resize(static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height))) {
+    QX_LOG_WARN("resize buffer failed, use last");
+    return true;
+  }
+  readPixels(frame);
+  if (drawn) {
+    result = CaptureResult::Success;
+  }
+  return drawn;
+}
+
+// On failure the old bitmap stays selected, and is not to be drawn to: its size
+// is not the one asked for.
+bool ScreenCaptureEngineGDI::resizeBitmap(std::int32_t width, std::int32_t height) {
+  if (m_bitmap && width == m_bitmapWidth && height == m_bitmapHeight) {
+    return true;
+  }
+  GdiBitmap bitmap(CreateCompatibleBitmap(m_screenDC.Get(), width, height));
+  if (!bitmap || !SelectObject(m_memoryDC.Get(), bitmap.Get())) {
+    QX_LOG_WARN("ScreenCaptureEngineGDI has no bitmap of {}x{},last Error:{}", width, height,
+                static_cast<std::uint32_t>(GetLastError()));
+    return false;
+  }
+  m_bitmap = std::move(bitmap);
+  m_bitmapWidth = width;
+  m_bitmapHeight = height;
+  return true;
+}
+
+bool ScreenCaptureEngineGDI::copyDesktop(const RECT& rect) {
+  updateLayeredWindows(rect);
+  // Without CAPTUREBLT: that would bring layered windows in.
+  if (BitBlt(m_memoryDC.Get(), 0, 0, m_bitmapWidth, m_bitmapHeight, m_screenDC.Get(), rect.left,
+             rect.top, SRCCOPY)) {
+    return true;
+  }
+  QX_LOG_WARN("BitBlt failed,last Error:{}", static_cast<std::uint32_t>(GetLastError()));
+  return false;
+}
+
+bool ScreenCaptureEngineGDI::printWindow() {
+  if (WindowsUtil::IsWindows10OrGreater()) {
+    if (PrintWindow(m_window, m_memoryDC.Get(), kPrintFullContent)) {
+      return true;
+    }
+    QX_LOG_WARN("PrintWindow in Windows 10 failed,last Error:{}",
+                static_cast<std::uint32_t>(GetLastError()));
+  }
+  if (PrintWindow(m_window, m_memoryDC.Get(), 0)) {
+    return true;
+  }
+  QX_LOG_WARN("PrintWindow failed,last Error:{}", static_cast<std::uint32_t>(GetLastError()));
+  return false;
+}
+
+void ScreenCaptureEngineGDI::drawCursor(const RECT& rect) {
+  CURSORINFO cursor = {};
+  cursor.cbSize = sizeof(cursor);
+  if (!GetCursorInfo(&cursor) || !(cursor.flags & CURSOR_SHOWING) ||
+      !PtInRect(&rect, cursor.ptScreenPos)) {
+    return;
+  }
+  DrawIcon(m_memoryDC.Get(), cursor.ptScreenPos.x - rect.left, cursor.ptScreenPos.y - rect.top,
+           cursor.hCursor);
+}
+
+// When the system refuses, the frame keeps what it held: the last picture of
+// this size, or black.
+void ScreenCaptureEngineGDI::readPixels(ScreenCaptureFrame& frame) {
+  BITMAPINFO info = {};
+  info.bmiHeader.biSize = sizeof(info.bmiHeader);
+  info.bmiHeader.biWidth = m_bitmapWidth;
+  info.bmiHeader.biHeight = -m_bitmapHeight;  // rows from top to bottom
+  info.bmiHeader.biPlanes = 1;
+  info.bmiHeader.biBitCount = 32;
+  info.bmiHeader.biCompression = BI_RGB;
+  if (!GetDIBits(m_memoryDC.Get(), m_bitmap.Get(), 0, static_cast<UINT>(m_bitmapHeight),
+                 frame.Buffer().get(), &info, DIB_RGB_COLORS)) {
+    QX_LOG_LIMITED(LogLevelWarn, "GetDIBits failed,last Error:{}",
+                   static_cast<std::uint32_t>(GetLastError()));
+  }
+}
+
+void ScreenCaptureEngineGDI::updateLayeredWindows(const RECT& rect) {
+  if (WindowsUtil::IsDwmCompositionEnabled() || !m_filterWindows) {
+    return;
+  }
+  const std::vector<HWND> hidden = m_filterWindows(rect);
+  std::erase_if(m_layeredWindows, [&](HWND window) {
+    if (Contains(hidden, window)) {
+      return false;
+    }
+    WindowsUtil::SetWindowLayered(window, false);
+    return true;
+  });
+  for (const HWND window : hidden) {
+    // A window that is layered by itself stays out of the copy and out of our hands.
+    if (!Contains(m_layeredWindows, window) && !WindowsUtil::IsLayeredWindow(window)) {
+      // Recorded first, so that it is given back whatever happens.
+      m_layeredWindows.push_back(window);
+      WindowsUtil::SetWindowLayered(window, true);
+    }
+  }
+}
+
+void ScreenCaptureEngineGDI::clearLayeredWindows() {
+  for (const HWND window : m_layeredWindows) {
+    WindowsUtil::SetWindowLayered(window, false);
+  }
+  m_layeredWindows.clear();
+}
+
+}  // namespace qx

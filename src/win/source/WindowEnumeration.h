@@ -1,0 +1,45 @@
+#pragma once
+
+#include <windows.h>
+
+#include <vector>
+
+// Which monitors and top-level windows there are, and what windows cover.
+namespace qx::WindowsUtil {
+
+// In the system's order. Replaces the contents of `monitors`.
+void EnumMonitorHandles(std::vector<HMONITOR>& monitors);
+
+enum class EnumMode {
+  VisibleNotMinimized = 0,
+  ShareCandidates = 1,  // minimised ones too, but no prompt frames or shell surfaces
+};
+
+// Visible top-level windows of the current virtual desktop, topmost first.
+// Replaces the contents of `windows`.
+void EnumTopLevelWindows(std::vector<HWND>& windows, EnumMode mode);
+
+// Takes out what is on another virtual desktop, and the host windows of
+// thumbnails. Does nothing where virtual desktops can't be asked about, as on a
+// thread without COM.
+void FilterWindowsByVirtualDesktop(std::vector<HWND>& windows);
+
+// A window of a Store application that shows nothing of its own.
+bool IsHiddenStoreAppWindow(HWND window);
+
+// Whether none of five points of the window (near its corners, and the centre)
+// belongs to it or its children. With `checkCloak` the question is whether the
+// window is cloaked; only before Windows 8.1, for windows without a frame and
+// without a surface to redirect, do the points decide then.
+bool IsWindowObscured(HWND window, bool checkCloak);
+
+// The visible rectangle: without the invisible part of the frame, and for a
+// minimised window where it will be restored to. False on failure, which is
+// logged.
+bool GetCaptureRect(HWND window, RECT& rect);
+
+// Appends the windows above `window` that overlap `rect`, topmost first, without
+// the ones it owns and hidden ones. False for a null window and a child window.
+bool GetWindowsAbove(HWND window, RECT rect, std::vector<HWND>& out);
+
+}  // namespace qx::WindowsUtil

@@ -1,0 +1,249 @@
+#include "win/task/ScreenCaptureTaskDesktop.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <utility>
+
+#include "common/Clock.h"
+#include "common/Logging.h"
+#include "win/source/WindowEnumeration.h"
+#include "win/util/SystemProbes.h"
+#include "win/util/Utils.h"
+#include "win/util/WindowHelpers.h"
+
+namespace qx {
+namespace {
+
+bool ReadMonitor(HMONITOR monitor, MONITORINFOEXW& info) {
+  info = {};
+  info.cbSize = sizeof(info);
+  return GetMonitorInfoW(monitor, &info) != FALSE;
+}
+
+std::int32_t Distance(LONG from, LONG to) {
+  constexpr std::int64_t kMax = std::numeric_limits<std::int32_t>::max();
+  return static_cast<std::int32_t>(std::clamp<std::int64_t>(std::int64_t{to} - from, 0, kMax));
+}
+
+IScreenCapture::CaptureRect ToCaptureRect(const RECT& rect) {
+  return {static_cast<std::int32_t>(rect.left), static_cast<std::int32_t>(rect.top),
+          Distance(rect.left, rect.right), Distance(rect.top, rect.bottom)};
+}
+
+bool SameRect(const IScreenCapture::CaptureRect& a, const IScreenCapture::CaptureRect& b) {
+  return a.x == b.x && a.y == b.y && a.width == b.width && a.height == b.height;
+}
+
+}  // namespace
+
+ScreenCaptureTaskDesktop::ScreenCaptureTaskDesktop(
+    HMONITOR monitor, std::shared_ptr<FilterWindowManager> filterWindowManager)
+    : ScreenCaptureTask(std::move(filterWindowManager)), m_monitor(monitor) {
+  QX_TRACE("ScreenCaptureTaskDesktop::ScreenCaptureTaskDesktop");
+}
+
+ScreenCaptureTaskDesktop::~ScreenCaptureTaskDesktop() {
+  stopThread();
+  destroyEngine();
+}
+
+bool ScreenCaptureTaskDesktop::Start(ShareListenerWrapper* listener, bool showPrompt) {
+  if (isRunning() || !canRun()) {
+    return false;
+  }
+  MONITORINFOEXW info;
+  if (!ReadMonitor(m_monitor, info)) {
+    QX_LOG_ERROR("GetMonitorInfo failed,error:{}", static_cast<std::uint32_t>(GetLastError()));
+    return false;
+  }
+  m_deviceName = info.szDevice;
+  m_monitorRect = info.rcMonitor;
+  setCaptureRect(ToCaptureRect(m_monitorRect));
+  m_listener = listener;
+  const Settings settings = copySettings();
+  if (!createEngine(settings)) {
+    QX_LOG_ERROR("CreateEngine failed");
+    return false;
+  }
+  m_promptDesktop = std::make_unique<PromptDesktop>(m_monitorRect, showPrompt);
+  m_promptDesktop->SetPromptWindowInfo(settings.promptWindowInfo);
+  // A share without its frame is still a share.
+  static_cast<void>(m_promptDesktop->Start());
+  enterRunning();
+  return true;
+}
+
+void ScreenCaptureTaskDesktop::Stop() {
+  if (!isRunning()) {
+    return;
+  }
+  stopTicks();
+  m_promptDesktop.reset();
+  destroyEngine();
+  m_listener = nullptr;
+  setCaptureRect({-1, -1, -1, -1});
+}
+
+void ScreenCaptureTaskDesktop::EnablePromptWindow(bool enable) {
+  if (m_promptDesktop) {
+    m_promptDesktop->Show(enable);
+  }
+}
+
+void ScreenCaptureTaskDesktop::SetPromptWindowInfo(const PromptWindowInfo& info) {
+  ScreenCaptureTask::SetPromptWindowInfo(info);
+  if (m_promptDesktop) {
+    m_promptDesktop->SetPromptWindowInfo(info);
+  }
+}
+
+void ScreenCaptureTaskDesktop::EnableFilterWindowWhenShareDesktop(bool enable) {
+  QX_LOG_INFO("qx-sc:config:enable filter window {}", enable);
+  if (m_enableFilterWindow.exchange(enable) != enable) {
+    requestRebuild(RebuildCause::FilterChanged);
+  }
+}
+
+bool ScreenCaptureTaskDesktop::createEngine(const Settings& settings) {
+  EngineProxySettings proxy =
+      proxySettings(settings, [this](const RECT&) { return excludedWindows(); });
+  proxy.enableFilterWindow = m_enableFilterWindow;
+  return adoptEngine(std::make_unique<ScreenCaptureEngineProxy>(m_monitor, std::move(proxy)),
+                     settings);
+}
+
+void ScreenCaptureTaskDesktop::captureFrame(const Settings& settings, std::uint64_t nowMs) {
+  if (!updateMonitorRect()) {
+    QX_LOG_WARN("update capture frame size failed");
+    endShare();
+    return;
+  }
+  Shot shot;
+  shot.rect = ToCaptureRect(m_monitorRect);
+  if (shot.rect.width == 0 || shot.rect.height == 0) {
+    return;
+  }
+  followRect(shot.rect);
+  if (m_pauseInvoke) {
+    PauseShare(IScreenCapture::PauseReasonInvoked);
+    return;
+  }
+  ResumeShare();
+  if (!chooseTargetSize(shot)) {
+    return;
+  }
+  m_engine->SetTargetSize(shot.targetWidth, shot.targetHeight);
+  shot.timestamp = SystemMicros();
+  auto result = CaptureResult::Failed;
+  if (m_engine->Capture(shot.rect.x, shot.rect.y, shot.rect.width, shot.rect.height, m_captureFrame,
+                        result)) {
+    deliverCapture(settings, shot);
+  } else if (result == CaptureResult::NoChange) {
+    deliverUnchanged(settings, shot.timestamp);
+  } else {
+    handleCaptureFailure(nowMs);
+  }
+}
+
+void ScreenCaptureTaskDesktop::followRect(const CaptureRect& rect) {
+  CaptureRect old;
+  GetCaptureRect(old);
+  if (SameRect(rect, old)) {
+    return;
+  }
+  setCaptureRect(rect);
+  m_listener->OnShareRectChanged(rect.x, rect.y, rect.width, rect.height);
+  if (m_promptDesktop) {
+    m_promptDesktop->UpdatePosition(rect.x, rect.y, rect.width, rect.height);
+  }
+}
+
+// What the engine says does not matter here, only what the system says. With
+// neither a reason to stop nor to wait, the next tick tries again, and the proxy
+// counts.
+void ScreenCaptureTaskDesktop::handleCaptureFailure(std::uint64_t nowMs) {
+  QX_LOG_LIMITED(LogLevelError, "ScreenCaptureTaskDesktop Capture desktop failed");
+  bool stop = false;
+  if (WindowsUtil::IsScreenLocked()) {
+    QX_LOG_WARN("screen lock, stop share");
+    stop = true;
+  }
+  MONITORINFOEXW info;
+  if (!ReadMonitor(m_monitor, info) && !updateMonitorInfo()) {
+    QX_LOG_WARN("Monitor disconnected, stop share");
+    stop = true;
+  }
+  if (WindowsUtil::IsUacPrompt()) {
+    // The monitors look gone from a secure desktop; they come back with the user's.
+    waitForSecureDesktop(nowMs);
+  } else if (stop) {
+    endShare();
+  }
+}
+
+// False when the monitor is gone.
+bool ScreenCaptureTaskDesktop::updateMonitorRect() {
+  MONITORINFOEXW info;
+  if (!ReadMonitor(m_monitor, info)) {
+    QX_LOG_WARN("GetMonitorInfo failed, error:{}", static_cast<std::uint32_t>(GetLastError()));
+    if (!updateMonitorInfo()) {
+      QX_LOG_WARN("Monitor disconnected");
+      return false;
+    }
+    // The next tick reads the rectangle through the new handle.
+    info = {};
+  }
+  if (!EqualRect(&info.rcMonitor, &m_monitorRect)) {
+    const CaptureRect rect = ToCaptureRect(info.rcMonitor);
+    QX_LOG_INFO("Monitor Rect x:{}, y:{}, width:{}, height:{}", rect.x, rect.y, rect.width,
+                rect.height);
+  }
+  m_monitorRect = info.rcMonitor;
+  return true;
+}
+
+// Looks the device up again after a display change gave it a new handle.
+bool ScreenCaptureTaskDesktop::updateMonitorInfo() {
+  std::vector<HMONITOR> monitors;
+  WindowsUtil::EnumMonitorHandles(monitors);
+  for (const HMONITOR monitor : monitors) {
+    MONITORINFOEXW info;
+    if (!ReadMonitor(monitor, info)) {
+      QX_LOG_WARN("GetMonitorInfo failed when update monitor info, error:{}",
+                  static_cast<std::uint32_t>(GetLastError()));
+      continue;
+    }
+    if (m_deviceName == info.szDevice) {
+      m_monitor = monitor;
+      if (m_engine) {
+        m_engine->SetSource(monitor);
+      }
+      m_listener->OnShareDesktopChanged(HandleToId(monitor));
+      return true;
+    }
+  }
+  return false;
+}
+
+// The frame around the monitor and what the host excludes. A window on both
+// lists stays in the picture.
+std::vector<HWND> ScreenCaptureTaskDesktop::excludedWindows() const {
+  std::vector<HWND> excluded;
+  if (m_promptDesktop) {
+    excluded.push_back(m_promptDesktop->GetHwnd());
+  }
+  std::vector<HWND> windows;
+  WindowsUtil::EnumTopLevelWindows(windows, WindowsUtil::EnumMode::VisibleNotMinimized);
+  for (const HWND window : windows) {
+    if (m_filterWindowManager->IsIncludedWindow(window)) {
+      QX_LOG_LIMITED(LogLevelInfo, "include Window {:#08x} when capture",
+                     reinterpret_cast<std::uintptr_t>(window));
+    } else if (m_filterWindowManager->IsExcludedWindow(window)) {
+      excluded.push_back(window);
+    }
+  }
+  return excluded;
+}
+
+}  // namespace qx

@@ -1,0 +1,211 @@
+#include "win/task/ThreadTimer.h"
+
+#include <objbase.h>
+
+#include <algorithm>
+#include <exception>
+#include <limits>
+#include <optional>
+#include <utility>
+
+#include "common/Clock.h"
+#include "common/Logging.h"
+
+namespace qx {
+
+namespace {
+
+constexpr std::int64_t kForever = -1;
+constexpr std::int32_t kLongest = std::numeric_limits<std::int32_t>::max();
+
+// Whole microseconds, or nothing for a time that is negative or not a number.
+std::optional<std::int64_t> ToMicros(double milliseconds) {
+  if (!(milliseconds >= 0)) {
+    return std::nullopt;
+  }
+  return static_cast<std::int64_t>(std::min<double>(milliseconds * 1000.0, kLongest));
+}
+
+}  // namespace
+
+bool ThreadTimer::IsLater(const TimerTask& a, const TimerTask& b) { return a.due > b.due; }
+
+// The lock, for one operation. Callers from other threads get it in the order of
+// their tickets. On the timer's own thread a task is running, which holds it.
+class ThreadTimer::Access {
+ public:
+  explicit Access(ThreadTimer& timer) : m_timer(timer), m_inTask(timer.m_thread.IsCurrent()) {
+    if (m_inTask) {
+      return;
+    }
+    const std::uint64_t ticket = m_timer.m_tickets++;
+    AcquireSRWLockExclusive(&m_timer.m_lock);
+    while (m_timer.m_served != ticket) {
+      SleepConditionVariableSRW(&m_timer.m_turn, &m_timer.m_lock, INFINITE, 0);
+    }
+  }
+  Access(const Access&) = delete;
+  Access& operator=(const Access&) = delete;
+  ~Access() {
+    if (!m_inTask) {
+      ++m_timer.m_served;
+      ReleaseSRWLockExclusive(&m_timer.m_lock);
+      WakeAllConditionVariable(&m_timer.m_turn);
+      WakeAllConditionVariable(&m_timer.m_changed);
+    }
+  }
+
+ private:
+  ThreadTimer& m_timer;
+  const bool m_inTask;
+};
+
+bool ThreadTimer::Start() {
+  const Access access(*this);
+  if (m_state == State::NotStarted && m_thread.Start([this] { run(); })) {
+    m_state = State::Running;
+  }
+  return m_state == State::Running;
+}
+
+std::int32_t ThreadTimer::AddTask(double delayMs, double intervalMs, bool once, Function function) {
+  const std::optional<std::int64_t> delay = ToMicros(delayMs);
+  const std::optional<std::int64_t> interval = ToMicros(intervalMs);
+  if (!delay || !interval || !function) {
+    return kNoTask;
+  }
+  auto shared = std::make_shared<const Function>(std::move(function));
+  const Access access(*this);
+  if (m_state == State::Stopped || m_lastId == kLongest) {
+    return kNoTask;
+  }
+  m_tasks.push_back({.id = m_lastId + 1,
+                     .due = MonotonicMicros() + *delay,
+                     .interval = *interval,
+                     .once = once,
+                     .function = std::move(shared),
+                     .first = true});
+  std::push_heap(m_tasks.begin(), m_tasks.end(), IsLater);
+  return ++m_lastId;
+}
+
+std::int32_t ThreadTimer::AddPeriodicTask(double delayMs, double intervalMs, Function function) {
+  {
+    const Access access(*this);
+    if (m_state != State::Running) {
+      return kNoTask;
+    }
+  }
+  return AddTask(delayMs, intervalMs, false, std::move(function));
+}
+
+void ThreadTimer::RemoveTask(std::int32_t id) {
+  // What the callable holds is let go of without the lock.
+  std::shared_ptr<const Function> removed;
+  const Access access(*this);
+  const auto found = find(id);
+  if (m_state == State::Running && found != m_tasks.end()) {
+    removed = std::move(found->function);
+    m_tasks.erase(found);
+    std::make_heap(m_tasks.begin(), m_tasks.end(), IsLater);
+  }
+}
+
+void ThreadTimer::SetInterval(std::int32_t id, double intervalMs) {
+  const std::optional<std::int64_t> interval = ToMicros(intervalMs);
+  const Access access(*this);
+  const auto found = find(id);
+  if (m_state == State::Running && interval && found != m_tasks.end()) {
+    found->interval = *interval;
+  }
+}
+
+void ThreadTimer::Stop() {
+  std::vector<TimerTask> dropped;
+  {
+    const Access access(*this);
+    if (m_state != State::Running) {
+      return;
+    }
+    m_state = State::Stopped;
+    dropped.swap(m_tasks);
+  }
+  m_thread.Join();
+}
+
+std::vector<ThreadTimer::TimerTask>::iterator ThreadTimer::find(std::int32_t id) {
+  return std::find_if(m_tasks.begin(), m_tasks.end(),
+                      [id](const TimerTask& task) { return task.id == id; });
+}
+
+void ThreadTimer::run() {
+  const HRESULT com = CoInitializeEx(nullptr, COINIT_MULTITHREADED);  // tasks cope without
+  AcquireSRWLockExclusive(&m_lock);
+  while (m_state == State::Running) {
+    if (m_tasks.empty()) {
+      wait(kForever);
+    } else {
+      runNextTask();
+    }
+  }
+  ReleaseSRWLockExclusive(&m_lock);
+  if (SUCCEEDED(com)) {
+    CoUninitialize();
+  }
+}
+
+void ThreadTimer::runNextTask() {
+  const TimerTask& next = m_tasks.front();
+  const std::int64_t now = MonotonicMicros();
+  const bool isLateFirst = next.first && next.due < now;
+  const bool isFarBehind = next.interval < now - next.due;
+  const std::int64_t due = isLateFirst || isFarBehind ? now : next.due;
+  if (due > now) {
+    wait(due - now);
+    return;
+  }
+
+  // Back on the heap before it runs, so that it can change itself. The vector has
+  // the room.
+  std::pop_heap(m_tasks.begin(), m_tasks.end(), IsLater);
+  TimerTask& task = m_tasks.back();
+  std::shared_ptr<const Function> function = task.function;
+  if (task.once) {
+    m_tasks.pop_back();
+  } else {
+    task.due = due + task.interval;
+    task.first = task.first && !isLateFirst;
+    std::push_heap(m_tasks.begin(), m_tasks.end(), IsLater);
+  }
+  runFunction(*function);
+  // So that whoever removes the task now also sees the end of its callable.
+  function.reset();
+  letOthersIn();
+}
+
+void ThreadTimer::runFunction(const Function& function) {
+  try {
+    function();
+  } catch (const std::exception& error) {
+    QX_LOG_ERROR("a timer task threw:{}", error.what());
+  } catch (...) {
+    QX_LOG_ERROR("a timer task threw");
+  }
+}
+
+void ThreadTimer::letOthersIn() {
+  const std::uint64_t drawn = m_tickets;
+  while (m_served < drawn) {
+    SleepConditionVariableSRW(&m_turn, &m_lock, INFINITE, 0);
+  }
+}
+
+void ThreadTimer::wait(std::int64_t micros) {
+  // Rounded up: a wait of 0 would spin until the task is due.
+  const DWORD milliseconds =
+      micros == kForever ? INFINITE : static_cast<DWORD>((micros + 999) / 1000);
+  // Woken or timed out, the loop looks again.
+  static_cast<void>(SleepConditionVariableSRW(&m_changed, &m_lock, milliseconds, 0));
+}
+
+}  // namespace qx

@@ -1,0 +1,98 @@
+#pragma once
+
+#include <windows.h>
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "win/util/Thread.h"
+
+namespace qx {
+
+// The clock of a share: one thread that runs tasks at their times, one after the
+// other, so that no two of them overlap. COM is initialised on it, multithreaded.
+//
+// Pacing. Each run is due one interval after the last one was due. A run that
+// took longer is followed at once by the next, and the schedule stays where it
+// was, so that the rate catches up; one that is more than a whole interval
+// behind gives the missed runs up. A first run is never late.
+//
+// Threads. A lock is held while a task runs. So AddTask, RemoveTask, SetInterval
+// and Stop from another thread wait for the run in progress, and for no more
+// than that one: after each run the timer lets all in who came during it. When
+// RemoveTask returns, the task does not run and never will again. From inside a
+// task all operations but Stop may be called, also for the task itself.
+class ThreadTimer {
+ public:
+  using Function = std::function<void()>;
+
+  // In place of an id: no task.
+  static constexpr std::int32_t kNoTask = -1;
+
+  ThreadTimer() = default;
+  ThreadTimer(const ThreadTimer&) = delete;
+  ThreadTimer& operator=(const ThreadTimer&) = delete;
+  ~ThreadTimer() { Stop(); }
+
+  // True when the timer runs afterwards; false when no thread could be started.
+  bool Start();
+
+  // Runs `function` after `delayMs`, and then, unless `once`, every `intervalMs`.
+  // Answers the id, or kNoTask when a number is negative or not a number, or ids
+  // are used up. Both times are truncated to whole microseconds and cut at
+  // 2147483647 of them. May come before Start.
+  std::int32_t AddTask(double delayMs, double intervalMs, bool once, Function function);
+
+  // AddTask for a repeated task; kNoTask also when the timer does not run or
+  // `function` is empty.
+  std::int32_t AddPeriodicTask(double delayMs, double intervalMs, Function function);
+
+  // Do nothing when the timer does not run, or for an id that is not there.
+  void RemoveTask(std::int32_t id);
+  // The run already due keeps its time; the new interval counts from there. A
+  // negative interval changes nothing.
+  void SetInterval(std::int32_t id, double intervalMs);
+
+  // Waits for the run in progress, drops all tasks and ends the thread. Never
+  // from a task. A stopped timer can't be started again.
+  void Stop();
+
+ private:
+  struct TimerTask {
+    std::int32_t id;
+    std::int64_t due;       // monotonic microseconds
+    std::int64_t interval;  // microseconds
+    bool once;
+    // Shared, so that a run can hold on to the callable while the task removes
+    // itself, without copying it.
+    std::shared_ptr<const Function> function;
+    bool first;
+  };
+  enum class State { NotStarted, Running, Stopped };
+  class Access;
+
+  static bool IsLater(const TimerTask& a, const TimerTask& b);
+  std::vector<TimerTask>::iterator find(std::int32_t id);
+
+  void run();
+  void runNextTask();
+  void runFunction(const Function& function);
+  void letOthersIn();
+  // Until something changes, or for at least so long.
+  void wait(std::int64_t micros);
+
+  Thread m_thread;
+  SRWLOCK m_lock = SRWLOCK_INIT;  // over the next four
+  State m_state = State::NotStarted;
+  std::vector<TimerTask> m_tasks;  // min-heap on `due`
+  std::int32_t m_lastId = 0;
+  std::uint64_t m_served = 0;  // tickets whose holder is done
+  CONDITION_VARIABLE m_changed = CONDITION_VARIABLE_INIT;
+  CONDITION_VARIABLE m_turn = CONDITION_VARIABLE_INIT;
+  std::atomic<std::uint64_t> m_tickets = 0;  // drawn by callers from other threads
+};
+
+}  // namespace qx

@@ -1,0 +1,229 @@
+#include "win/util/WindowHelpers.h"
+
+#include <objbase.h>
+#include <shobjidl.h>
+
+#include <algorithm>
+#include <iterator>
+#include <string_view>
+
+#include "common/Logging.h"
+#include "win/util/ComPtr.h"
+#include "win/util/Enumerate.h"
+#include "win/util/Handles.h"
+
+namespace qx::WindowsUtil {
+
+namespace {
+
+constexpr std::size_t kTitleLength = 2048;
+
+std::uint32_t StyleOf(HWND window, int index) {
+  return static_cast<std::uint32_t>(GetWindowLongPtrW(window, index));
+}
+
+bool HasStyles(HWND window, const TrackWindowRule& rule) {
+  const std::uint32_t style = StyleOf(window, GWL_STYLE);
+  return HasAllBitsOf(style, rule.requiredStyle) && HasNoBitsOf(style, rule.forbiddenStyle) &&
+         HasNoBitsOf(StyleOf(window, GWL_EXSTYLE), rule.forbiddenExStyle);
+}
+
+// What of a window's title stands behind the separator, if it has one. The long
+// one goes first, since document names may hold the short one.
+bool TailOf(std::wstring_view windowTitle, std::wstring_view& tail) {
+  for (const std::wstring_view separator : {L"  -  ", L" - "}) {
+    const std::size_t at = windowTitle.find(separator);
+    if (at != std::wstring_view::npos) {
+      tail = windowTitle.substr(at + separator.size());
+      return true;
+    }
+  }
+  return false;
+}
+
+bool TitleEndsIn(HWND window, const std::wstring& title) {
+  std::wstring text;
+  GetWindowTitle(window, text);
+  std::wstring_view tail;
+  if (!TailOf(text.c_str(), tail)) {
+    return false;
+  }
+  return tail == title || tail == L"[" + title + L"]";
+}
+
+// Calls `visit` with the rectangle of each monitor that has one, until it
+// answers false.
+template <typename Visit>
+void ForEachMonitorRect(bool workArea, Visit visit) {
+  ForEachMonitor([&](HMONITOR monitor) {
+    MONITORINFO info = {};
+    info.cbSize = sizeof(info);
+    if (!GetMonitorInfoW(monitor, &info)) {
+      QX_LOG_LIMITED(LogLevelWarn, "GetMonitorInfo failed,error:{}",
+                     static_cast<std::uint32_t>(GetLastError()));
+      return true;
+    }
+    return visit(workArea ? info.rcWork : info.rcMonitor);
+  });
+}
+
+}  // namespace
+
+bool IsWindowOnCurrentVirtualDesktop(HWND window) {
+  ComPtr<IVirtualDesktopManager> manager;
+  if (FAILED(CoCreateInstance(CLSID_VirtualDesktopManager, nullptr, CLSCTX_ALL,
+                              IID_IVirtualDesktopManager, manager.PutVoid()))) {
+    return true;
+  }
+  BOOL onCurrent = TRUE;
+  return FAILED(manager->IsWindowOnCurrentVirtualDesktop(window, &onCurrent)) || onCurrent;
+}
+
+void EnumChildWindowHandles(HWND window, std::vector<HWND>& children) {
+  children.clear();
+  ForEachChildWindow(window, [&](HWND child) {
+    children.push_back(child);
+    return true;
+  });
+}
+
+std::string GetWindowClassName(HWND window) {
+  char name[254];
+  const int length = window ? GetClassNameA(window, name, static_cast<int>(std::size(name))) : 0;
+  return std::string(name, static_cast<std::size_t>(std::max(length, 0)));
+}
+
+std::string GetWindowProcessName(HWND window) {
+  DWORD processId = 0;
+  GetWindowThreadProcessId(window, &processId);
+  if (processId == 0) {
+    return {};
+  }
+  const KernelHandle process(
+      OpenProcess(PROCESS_QUERY_INFORMATION | PROCESS_VM_READ, FALSE, processId));
+  if (!process) {
+    return {};
+  }
+  char path[260];
+  DWORD length = static_cast<DWORD>(std::size(path));
+  if (!QueryFullProcessImageNameA(process.Get(), 0, path, &length)) {
+    return {};
+  }
+  std::string_view name(path, length);
+  name.remove_prefix(name.rfind('\\') + 1);  // nothing when there is none
+  return std::string(name.substr(0, name.rfind('.')));
+}
+
+bool GetWindowTitle(HWND window, std::wstring& title) {
+  wchar_t text[260];
+  const int length = GetWindowTextW(window, text, static_cast<int>(std::size(text)));
+  title.assign(text, static_cast<std::size_t>(std::max(length, 0)));
+  title.resize(kTitleLength);
+  return true;
+}
+
+bool IsLayeredWindow(HWND window) {
+  return IsWindow(window) && HasAllBitsOf(StyleOf(window, GWL_EXSTYLE), WS_EX_LAYERED);
+}
+
+void SetWindowLayered(HWND window, bool layered) {
+  if (!IsWindow(window)) {
+    return;
+  }
+  const LONG_PTR exStyle = GetWindowLongPtrW(window, GWL_EXSTYLE);
+  if (layered) {
+    SetWindowLongPtrW(window, GWL_EXSTYLE, exStyle | WS_EX_LAYERED);
+    SetLayeredWindowAttributes(window, 0, 255, LWA_ALPHA);
+  } else {
+    SetWindowLongPtrW(window, GWL_EXSTYLE, exStyle & ~LONG_PTR{WS_EX_LAYERED});
+    RedrawWindow(window, nullptr, nullptr,
+                 RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN | RDW_FRAME);
+  }
+}
+
+bool AreWindowsOfCurrentProcess(const std::vector<HWND>& windows) {
+  const DWORD self = GetCurrentProcessId();
+  return std::all_of(windows.begin(), windows.end(), [self](HWND window) {
+    DWORD processId = 0;
+    GetWindowThreadProcessId(window, &processId);
+    return processId == self;
+  });
+}
+
+bool IsWindowMatchRule(HWND window, const TrackWindowRule& rule) {
+  return GetWindowClassName(window) == rule.className && HasStyles(window, rule);
+}
+
+HWND FindTrackWindow(const TrackWindowRule& rule, const std::wstring& title) {
+  std::string_view rest = rule.className;
+  while (!rest.empty()) {
+    const std::string className(rest.substr(0, rest.find(';')));
+    rest.remove_prefix(std::min(rest.size(), className.size() + 1));
+    if (className.empty()) {
+      continue;
+    }
+    HWND window = nullptr;
+    while ((window = FindWindowExA(nullptr, window, className.c_str(), nullptr)) != nullptr) {
+      if (HasStyles(window, rule) &&
+          _stricmp(GetWindowProcessName(window).c_str(), rule.processName.c_str()) == 0 &&
+          (title.empty() || TitleEndsIn(window, title))) {
+        return window;
+      }
+    }
+  }
+  return nullptr;
+}
+
+RECT GetMonitorRect(HMONITOR monitor) {
+  MONITORINFO info = {};
+  info.cbSize = sizeof(info);
+  if (!GetMonitorInfoW(monitor, &info)) {
+    QX_LOG_LIMITED(LogLevelError, "GetMonitorInfo failed,error:{}",
+                   static_cast<std::uint32_t>(GetLastError()));
+    return {};
+  }
+  return info.rcMonitor;
+}
+
+void GetMonitorRects(bool workArea, std::vector<RECT>& rects) {
+  rects.clear();
+  ForEachMonitorRect(workArea, [&](const RECT& rect) {
+    rects.push_back(rect);
+    return true;
+  });
+}
+
+bool RectsIntersect(const RECT& a, const RECT& b, RECT& out) {
+  return IntersectRect(&out, &a, &b) != FALSE;
+}
+
+bool IsWindowInOneMonitor(HWND window, RECT& monitor) {
+  RECT rect = {};
+  if (HasAllBitsOf(StyleOf(window, GWL_STYLE), WS_CHILD) || !GetWindowRect(window, &rect)) {
+    return false;
+  }
+  // Windows that fill a monitor may reach a little below it.
+  rect.bottom -= 5;
+  bool inside = false;
+  ForEachMonitorRect(false, [&](const RECT& candidate) {
+    RECT overlap = {};
+    inside = IntersectRect(&overlap, &candidate, &rect) && EqualRect(&overlap, &rect);
+    if (inside) {
+      monitor = candidate;
+    }
+    return !inside;
+  });
+  return inside;
+}
+
+bool IsRectOnAnyMonitor(const RECT& rect) {
+  bool found = false;
+  ForEachMonitorRect(false, [&](const RECT& monitor) {
+    RECT overlap = {};
+    found = RectsIntersect(rect, monitor, overlap);
+    return !found;
+  });
+  return found;
+}
+
+}  // namespace qx::WindowsUtil

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+// Questions about windows, monitors and rectangles. All rectangles are in pixels
+// of the virtual screen. Any thread may ask; a window may go away at any time,
+// and then answers as one without the property in question.
+namespace qx::WindowsUtil {
+
+// Whether the window is on the virtual desktop that the user sees. Unknown, as
+// on systems without virtual desktops and threads without COM: true.
+bool IsWindowOnCurrentVirtualDesktop(HWND window);
+
+// All descendants. Replaces the contents of `children`.
+void EnumChildWindowHandles(HWND window, std::vector<HWND>& children);
+
+// Empty on failure. The process name is the image's file name without directory
+// and extension.
+std::string GetWindowClassName(HWND window);
+std::string GetWindowProcessName(HWND window);
+
+// The present title, at most 259 characters. `title` is always 2048 long, with
+// NULs behind the text. Always true.
+bool GetWindowTitle(HWND window, std::wstring& title);
+
+bool IsLayeredWindow(HWND window);
+// Makes the window layered and opaque, or plain again and repainted.
+void SetWindowLayered(HWND window, bool layered);
+
+// True for an empty list.
+bool AreWindowsOfCurrentProcess(const std::vector<HWND>& windows);
+
+// Both hold for an empty mask.
+constexpr bool HasAllBitsOf(std::uint32_t value, std::uint32_t mask) {
+  return (value & mask) == mask;
+}
+constexpr bool HasNoBitsOf(std::uint32_t value, std::uint32_t mask) { return (value & mask) == 0; }
+
+// By what a window of a known application is recognised.
+struct TrackWindowRule {
+  std::string className;  // for FindTrackWindow several, separated by ";"
+  std::uint32_t requiredStyle = 0;
+  std::uint32_t forbiddenStyle = 0;
+  std::uint32_t forbiddenExStyle = 0;
+  std::string processName;  // as GetWindowProcessName gives it
+};
+
+// Class and styles; the process does not matter.
+bool IsWindowMatchRule(HWND window, const TrackWindowRule& rule);
+
+// The first window with one of the rule's classes, its styles and its process
+// (in any case), in the order of the classes and from the top. With a `title`
+// also only one whose own title ends in it, bare or in square brackets, behind a
+// hyphen between blanks. Null when there is none.
+HWND FindTrackWindow(const TrackWindowRule& rule, const std::wstring& title);
+
+// Empty for a monitor that is gone.
+RECT GetMonitorRect(HMONITOR monitor);
+// One per monitor, with or without the taskbar. Replaces the contents of `rects`.
+void GetMonitorRects(bool workArea, std::vector<RECT>& rects);
+
+// Whether the two share a pixel; `out` is what they share.
+bool RectsIntersect(const RECT& a, const RECT& b, RECT& out);
+
+// Whether one monitor shows the whole of a window that is no child, but for up
+// to 5 pixels at the bottom; `monitor` is that monitor's rectangle.
+bool IsWindowInOneMonitor(HWND window, RECT& monitor);
+bool IsRectOnAnyMonitor(const RECT& rect);
+
+}  // namespace qx::WindowsUtil

@@ -1,0 +1,235 @@
+// What a host sees: the public header and Windows calls only. The same tests run
+// on virtual Windows and, with the DLL, under Wine.
+#include <gtest/gtest.h>
+#include <qx-screen-capture.h>
+#include <windows.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tests/host/ColorWindow.h"
+#include "tests/support/ShareRecorder.h"
+
+namespace qx::test {
+namespace {
+
+using Desktops = std::vector<IScreenCapture::DesktopInfo>;
+
+Desktops listDesktops(IScreenCapture& capture) {
+  Desktops desktops;
+  capture.GetDesktopList(
+      [](const IScreenCapture::DesktopInfo* list, const int& count, void* user) {
+        static_cast<Desktops*>(user)->assign(list, list + count);
+      },
+      &desktops);
+  return desktops;
+}
+
+class HostShareTest : public testing::Test {
+ protected:
+  HostShareTest() {
+    capture.EnablePromptWindow(false);
+    capture.EnableCaptureCursor(false);
+    capture.SetCaptureFPS(30);
+    for (const IScreenCapture::DesktopInfo& desktop : listDesktops(capture)) {
+      if (desktop.isPrimary != 0) {
+        primary = desktop;
+      }
+    }
+  }
+
+  bool share(IScreenCapture::ShareListener* listener) {
+    return capture.ShareDesktop(nullptr, primary.id, listener, error);
+  }
+
+  LogRecorder log;
+  IScreenCapture::DesktopInfo primary = {};
+  ShareRecorder host;
+  ScreenCapture capture;
+  IScreenCapture::ShareError error = IScreenCapture::ShareErrorNone;
+};
+
+TEST_F(HostShareTest, ListsMonitorsAsTheSystemKnowsThem) {
+  const Desktops desktops = listDesktops(capture);
+  ASSERT_FALSE(desktops.empty());
+  EXPECT_EQ(std::count_if(desktops.begin(), desktops.end(),
+                          [](const auto& desktop) { return desktop.isPrimary == 1; }),
+            1);
+  for (const IScreenCapture::DesktopInfo& desktop : desktops) {
+    const auto monitor = reinterpret_cast<HMONITOR>(static_cast<std::intptr_t>(desktop.id));
+    MONITORINFO info = {};
+    info.cbSize = sizeof(info);
+    ASSERT_TRUE(GetMonitorInfoW(monitor, &info)) << desktop.id;
+    EXPECT_EQ(desktop.handle, desktop.id);
+    EXPECT_EQ(desktop.isPrimary, (info.dwFlags & MONITORINFOF_PRIMARY) != 0 ? 1 : 0);
+    EXPECT_EQ(desktop.x, info.rcMonitor.left);
+    EXPECT_EQ(desktop.y, info.rcMonitor.top);
+    EXPECT_EQ(desktop.width, info.rcMonitor.right - info.rcMonitor.left);
+    EXPECT_EQ(desktop.height, info.rcMonitor.bottom - info.rcMonitor.top);
+  }
+
+  struct Answer {
+    const HANDLE done = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    std::size_t count = 0;
+    ~Answer() { CloseHandle(done); }
+  } answer;
+  capture.GetDesktopListAsync(
+      [](const IScreenCapture::DesktopInfo*, const int& count, void* user) {
+        auto* result = static_cast<Answer*>(user);
+        result->count = static_cast<std::size_t>(count);
+        SetEvent(result->done);
+      },
+      &answer);
+  ASSERT_EQ(WaitForSingleObject(answer.done, 30000), WAIT_OBJECT_0);
+  EXPECT_EQ(answer.count, desktops.size());
+}
+
+TEST_F(HostShareTest, RefusesWrongCallsAndWorksAfterwards) {
+  capture.ShareStop();
+  capture.SharePause();
+  EXPECT_FALSE(capture.ShareDesktop(nullptr, 0x7FFFFFF1, &host, error));
+  EXPECT_EQ(error, IScreenCapture::ShareErrorTargetMissing);
+  EXPECT_FALSE(capture.ShareDesktop(nullptr, -1, &host, error));
+  EXPECT_EQ(error, IScreenCapture::ShareErrorTargetMissing);
+  EXPECT_FALSE(share(nullptr));
+  EXPECT_EQ(error, IScreenCapture::ShareErrorNullListener);
+  EXPECT_EQ(host.Events(true), std::vector<std::string>{});
+
+  ASSERT_TRUE(share(&host)) << log.Dump();
+  EXPECT_FALSE(share(&host));
+  EXPECT_EQ(error, IScreenCapture::ShareErrorTaskRunning);
+  EXPECT_TRUE(host.WaitFor("frame", 2)) << log.Dump();
+  capture.ShareStop();
+  IScreenCapture::CaptureRect rect = {};
+  capture.GetCaptureRect(rect);
+  EXPECT_EQ(rect.x, -1);
+  EXPECT_EQ(rect.width, -1);
+
+  host.Forget();
+  ASSERT_TRUE(share(&host)) << log.Dump();
+  EXPECT_TRUE(host.WaitFor("frame", 2)) << log.Dump();
+  capture.ShareStop();
+}
+
+TEST_F(HostShareTest, TellsTheShareInOrderAndNothingAfterStop) {
+  ASSERT_TRUE(share(&host)) << log.Dump();
+  ASSERT_TRUE(host.WaitFor("frame", 5)) << log.Dump();
+  IScreenCapture::CaptureRect rect = {};
+  capture.GetCaptureRect(rect);
+  EXPECT_EQ(rect.width, primary.width);
+  capture.ShareStop();
+
+  const std::vector<std::string> all = host.Events(true);
+  std::vector<std::string> events = host.Events();
+  ASSERT_GE(events.size(), 3u);
+  EXPECT_EQ(events[0].rfind("engine ", 0), 0u) << events[0];
+  EXPECT_EQ(events[1], "start");
+  EXPECT_EQ(host.Count("firstFrame"), 1);
+  EXPECT_EQ(host.Count("stop"), 0);
+  const auto first = std::find(all.begin(), all.end(), "frame");
+  EXPECT_LT(std::find(all.begin(), all.end(), "firstFrame"), first);
+  const std::vector<std::int64_t> times = host.Timestamps();
+  EXPECT_TRUE(std::is_sorted(times.begin(), times.end()));
+  const Frame frame = host.LastFrame();
+  EXPECT_EQ(frame.width, primary.width);
+  EXPECT_EQ(frame.height, primary.height);
+  EXPECT_EQ(frame.rawWidth, primary.width);
+  EXPECT_EQ(frame.rawHeight, primary.height);
+
+  // Another share of another object runs its ticks; the old host hears nothing.
+  const std::size_t heard = host.Events(true).size();
+  ScreenCapture other;
+  ShareRecorder otherHost;
+  ASSERT_TRUE(other.ShareDesktop(nullptr, primary.id, &otherHost, error)) << log.Dump();
+  ASSERT_TRUE(otherHost.WaitFor("frame", 5)) << log.Dump();
+  EXPECT_EQ(host.Events(true).size(), heard);
+}
+
+TEST_F(HostShareTest, FramesShowAWindowInBothFormats) {
+  ColorWindow window({100, 80, 420, 300}, 0xC82878);
+  std::atomic<int> shown{0};
+  host.onEvent = [&](const std::string& event) {
+    if (event != "frame") {
+      return;
+    }
+    const Frame frame = host.LastFrame();
+    if (frame.format == IScreenCapture::ScreenFrameFormatARGB && frame.HasPixels() &&
+        frame.At(110, 90) == 0xC82878 && frame.At(410, 290) == 0xC82878) {
+      shown = 1;
+    }
+  };
+  ASSERT_TRUE(share(&host)) << log.Dump();
+  // The window is drawn when the system gets to it.
+  for (int frames = 1; shown == 0 && frames < 300; ++frames) {
+    ASSERT_TRUE(host.WaitFor("frame", frames)) << log.Dump();
+  }
+  ASSERT_EQ(shown, 1) << std::hex << host.LastFrame().At(110, 90);
+
+  capture.SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormatI420);
+  const int before = host.FrameCount();
+  ASSERT_TRUE(host.WaitFor("frame", before + 3)) << log.Dump();
+  const Frame frame = host.LastFrame();
+  capture.ShareStop();
+  ASSERT_EQ(frame.format, IScreenCapture::ScreenFrameFormatI420);
+  ASSERT_EQ(frame.width % 2, 0);
+  ASSERT_EQ(frame.height % 2, 0);
+  // 200, 40, 120 in limited-range BT.601, give or take rounding.
+  const std::size_t luma = 90 * static_cast<std::size_t>(frame.width) + 110;
+  const std::size_t chroma = 45 * static_cast<std::size_t>(frame.width / 2) + 55;
+  EXPECT_NEAR(frame.y.at(luma), 99, 2);
+  EXPECT_NEAR(frame.u.at(chroma), 139, 2);
+  EXPECT_NEAR(frame.v.at(chroma), 193, 2);
+}
+
+TEST_F(HostShareTest, TwoSharesRunSideBySide) {
+  ScreenCapture second;
+  second.EnablePromptWindow(false);
+  second.SetCaptureFPS(15);
+  second.SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormatI420);
+  ShareRecorder secondHost;
+  ASSERT_TRUE(share(&host)) << log.Dump();
+  ASSERT_TRUE(second.ShareDesktop(nullptr, primary.id, &secondHost, error)) << log.Dump();
+  ASSERT_TRUE(host.WaitFor("frame", 5)) << log.Dump();
+  ASSERT_TRUE(secondHost.WaitFor("frame", 5)) << log.Dump();
+  EXPECT_EQ(host.LastFrame().format, IScreenCapture::ScreenFrameFormatARGB);
+  EXPECT_EQ(secondHost.LastFrame().format, IScreenCapture::ScreenFrameFormatI420);
+
+  capture.ShareStop();
+  const int heard = host.FrameCount();
+  const int before = secondHost.FrameCount();
+  ASSERT_TRUE(secondHost.WaitFor("frame", before + 5)) << log.Dump();
+  EXPECT_EQ(host.FrameCount(), heard);
+  second.ShareStop();
+}
+
+TEST_F(HostShareTest, DestroyingTheObjectEndsItsShare) {
+  {
+    ScreenCapture shortLived;
+    ASSERT_TRUE(shortLived.ShareDesktop(nullptr, primary.id, &host, error)) << log.Dump();
+    ASSERT_TRUE(host.WaitFor("frame", 2)) << log.Dump();
+  }
+  const std::size_t heard = host.Events(true).size();
+  ShareRecorder next;
+  ASSERT_TRUE(share(&next)) << log.Dump();
+  ASSERT_TRUE(next.WaitFor("frame", 3)) << log.Dump();
+  EXPECT_EQ(host.Events(true).size(), heard);
+  EXPECT_EQ(host.Count("stop"), 0);
+}
+
+TEST_F(HostShareTest, PauseAndResumeCome) {
+  ASSERT_TRUE(share(&host)) << log.Dump();
+  ASSERT_TRUE(host.WaitFor("frame", 2)) << log.Dump();
+  capture.SharePause();
+  ASSERT_TRUE(host.WaitFor("pause 2", 1)) << log.Dump();
+  capture.ShareResume();
+  ASSERT_TRUE(host.WaitFor("resume", 1)) << log.Dump();
+  const int before = host.FrameCount();
+  EXPECT_TRUE(host.WaitFor("frame", before + 2)) << log.Dump();
+  capture.ShareStop();
+}
+
+}  // namespace
+}  // namespace qx::test

@@ -1,0 +1,133 @@
+#include "tests/share/AllocationHook.h"
+
+#include <dlfcn.h>
+#include <execinfo.h>
+
+#include <array>
+#include <atomic>
+#include <cstdlib>
+#include <new>
+#include <sstream>
+#include <string_view>
+
+namespace {
+
+constexpr int kDepth = 24;
+
+std::atomic<bool> counting{false};
+std::atomic<int> counted{0};
+std::array<void*, kDepth> firstStack;
+std::atomic<int> firstDepth{0};
+std::atomic<std::size_t> failFrom{0};  // 0: nothing fails
+std::atomic<int> failures{0};
+
+// Whether the library made the allocation that returns to `caller`: of all frames
+// from there outwards, the first that belongs to one of our modules is its.
+bool madeByLibrary(void* const* stack, int depth, const void* caller) {
+  static const std::string_view self = [] {
+    Dl_info info = {};
+    return dladdr(reinterpret_cast<const void*>(&counting), &info) != 0 ? info.dli_fname : "";
+  }();
+  bool reached = false;
+  for (int i = 0; i < depth; ++i) {
+    reached = reached || stack[i] == caller;
+    Dl_info info = {};
+    if (!reached || dladdr(stack[i], &info) == 0 || info.dli_fname == nullptr) {
+      continue;
+    }
+    const std::string_view module = info.dli_fname;
+    if (module == self || module.find("libvirtual-windows") != module.npos) {
+      return false;
+    }
+    if (module.find("libqx-screen-capture") != module.npos) {
+      return true;
+    }
+  }
+  return false;
+}
+
+// Null when this allocation is to fail, or when there really is no memory.
+void* allocate(std::size_t size, const void* caller) {
+  const std::size_t limit = failFrom;
+  const bool large = limit != 0 && size >= limit;
+  thread_local bool looking = false;
+  if ((counting || large) && !looking) {
+    looking = true;
+    std::array<void*, kDepth> stack;
+    const int depth = backtrace(stack.data(), kDepth);
+    const bool byLibrary = madeByLibrary(stack.data(), depth, caller);
+    looking = false;
+    if (byLibrary && counting && counted.fetch_add(1) == 0) {
+      firstStack = stack;
+      firstDepth = depth;
+    }
+    if (byLibrary && large) {
+      ++failures;
+      return nullptr;
+    }
+  }
+  return std::malloc(size == 0 ? 1 : size);
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+  if (void* block = allocate(size, __builtin_return_address(0))) {
+    return block;
+  }
+  throw std::bad_alloc();
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return allocate(size, __builtin_return_address(0));
+}
+void* operator new[](std::size_t size) {
+  if (void* block = allocate(size, __builtin_return_address(0))) {
+    return block;
+  }
+  throw std::bad_alloc();
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+  return allocate(size, __builtin_return_address(0));
+}
+void operator delete(void* block) noexcept { std::free(block); }
+void operator delete[](void* block) noexcept { std::free(block); }
+void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
+void operator delete(void* block, const std::nothrow_t&) noexcept { std::free(block); }
+void operator delete[](void* block, const std::nothrow_t&) noexcept { std::free(block); }
+
+namespace qx::test {
+
+LibraryAllocations::LibraryAllocations() {
+  void* warmUp[1];
+  backtrace(warmUp, 1);  // loads what it needs at its first call
+  counted = 0;
+  firstDepth = 0;
+  counting = true;
+}
+
+LibraryAllocations::~LibraryAllocations() { counting = false; }
+
+int LibraryAllocations::count() const { return counted; }
+
+std::string LibraryAllocations::where() const {
+  std::ostringstream text;
+  const int depth = firstDepth;
+  char** symbols = backtrace_symbols(firstStack.data(), depth);
+  for (int i = 0; symbols != nullptr && i < depth; ++i) {
+    text << symbols[i] << '\n';
+  }
+  std::free(symbols);
+  return text.str();
+}
+
+FailLargeAllocations::FailLargeAllocations(std::size_t minimum) {
+  failures = 0;
+  failFrom = minimum;
+}
+
+FailLargeAllocations::~FailLargeAllocations() { failFrom = 0; }
+
+int FailLargeAllocations::failed() const { return failures; }
+
+}  // namespace qx::test

@@ -1,0 +1,184 @@
+// Hosts that are slow, call back into the library, throw, or go away.
+#include <atomic>
+#include <memory>
+#include <stdexcept>
+#include <thread>
+
+#include "tests/share/ShareTest.h"
+
+namespace qx::test {
+namespace {
+
+using namespace vwin::control;
+using Events = std::vector<std::string>;
+
+TEST_F(ShareTest, SlowListenerLosesTicksButNotTheShare) {
+  host.onEvent = [](const std::string& event) {
+    if (event == "frame") {
+      Spend(250ms);
+    }
+  };
+  start();
+  host.Forget();
+  Advance(5s);
+  EXPECT_NEAR(host.FrameCount(), 20, 2) << "as fast as the listener can";
+  EXPECT_EQ(host.Count("stop"), 0);
+  host.onEvent = nullptr;
+  capture.ShareStop();
+}
+
+TEST_F(ShareTest, TickOfMoreThanTwoSecondsIsLogged) {
+  bool slow = true;
+  host.onEvent = [&](const std::string& event) {
+    if (event == "frame" && slow) {
+      slow = false;
+      Spend(2500ms);
+    }
+  };
+  start();
+  EXPECT_TRUE(log.Has(4, "capture frame cost too much time: 2500ms")) << log.Dump();
+}
+
+TEST_F(ShareTest, ListenerMayChangeEverySettingFromInsideEveryCallback) {
+  int calls = 0;
+  host.onEvent = [&](const std::string& event) {
+    if (event == "start") {
+      return;
+    }
+    ++calls;
+    const bool flip = calls % 2 == 0;
+    capture.SetCaptureFPS(flip ? 15 : 30);
+    capture.EnableCaptureCursor(flip);
+    capture.EnableFilterWindowWhenShareDesktop(flip);
+    capture.SetDynamicCheck(flip);
+    capture.EnablePromptWindow(flip);
+    const IScreenCapture::PromptWindowInfo info = {calls % 255, 2, 3, 4};
+    capture.SetPromptWindowInfo(&info);
+    IScreenCapture::ScreenCaptureConfig config;
+    config.GetDirtyRectInfo = flip;
+    config.scDynamicCheck = calls % 3 == 0;
+    capture.SetScreenCaptureConfig(config);
+    capture.SetScreenFrameFormatType(flip ? IScreenCapture::ScreenFrameFormatARGB
+                                          : IScreenCapture::ScreenFrameFormatI420);
+    IScreenCapture::FilterWindowInfo filter;
+    filter.type = 1;
+    filter.processId = static_cast<std::uint32_t>(calls);
+    capture.AddExcludeWindow(filter);
+    IScreenCapture::CaptureRect rect = {};
+    capture.GetCaptureRect(rect);
+  };
+  start();
+  for (int i = 0; i < 10; ++i) {
+    SetMonitorRect(monitor(), {0, 0, 300 + i, 200 + i});
+    RenewMonitorHandle(monitor());
+    tick(3);
+  }
+  EXPECT_GT(host.FrameCount(), 10);
+  EXPECT_EQ(host.Count("firstFrame"), 1);
+  EXPECT_EQ(host.Count("stop"), 0);
+  capture.ShareStop();
+}
+
+TEST_F(ShareTest, ListenerThatPausesFromItsFirstFrameGetsNoSecond) {
+  host.onEvent = [&](const std::string& event) {
+    if (event == "firstFrame") {
+      capture.SharePause();
+    }
+  };
+  start();
+  host.Forget();
+  tick(4);
+  EXPECT_EQ(host.Events(), Events{"pause 2"});
+  EXPECT_EQ(host.FrameCount(), 1) << "the keep-live frame that comes at once";
+}
+
+TEST_F(ShareTest, ListenerThatThrowsLosesThatCallOnly) {
+  host.onEvent = [](const std::string& event) {
+    if (event == "frame" || event == "engine 4" || event == "start") {
+      throw std::runtime_error("a host's mistake");
+    }
+  };
+  start();
+  host.Forget();
+  tick(3);
+  EXPECT_EQ(host.FrameCount(), 3);
+  host.onEvent = nullptr;
+  EXPECT_TRUE(nextFrameShows({}));
+}
+
+TEST_F(ShareTest, ShareStoppedFromItsOwnStartIsOver) {
+  host.onEvent = [&](const std::string& event) {
+    if (event == "start") {
+      capture.ShareStop();
+    }
+  };
+  capture.ShareDesktop(&context, idOf(monitor()), &host, error);
+  Advance(1s);
+  EXPECT_EQ(host.FrameCount(), 0);
+  host.onEvent = nullptr;
+  host.Forget();
+  start();
+  EXPECT_TRUE(nextFrameShows({}));
+}
+
+TEST_F(ShareTest, ObjectDestroyedDuringAShareEndsItSilently) {
+  for (int round = 0; round < 20; ++round) {
+    auto object = std::make_unique<ScreenCapture>();
+    object->SetCaptureFPS(30);
+    ShareRecorder listener(&context);
+    listener.keepPixels = false;
+    ASSERT_TRUE(object->ShareDesktop(&context, idOf(monitor()), &listener, error));
+    if (round % 2 == 0) {
+      Settle();
+    }
+    object.reset();
+    const int frames = listener.FrameCount();
+    Advance(200ms);
+    EXPECT_EQ(listener.FrameCount(), frames);
+    EXPECT_EQ(listener.Count("stop"), 0);
+  }
+  EXPECT_TRUE(LibraryWindows().empty());
+}
+
+// Real time: many threads' worth of interleavings for ThreadSanitizer to look at.
+TEST(RunningShare, TakesSettingsFromTheHostWhileItsEngineFailsAndReturns) {
+  vwin::control::SetMonitorRect(PrimaryMonitor(), {0, 0, 64, 48});
+  ScreenCapture capture;
+  ShareRecorder host(nullptr);
+  IScreenCapture::ShareError error = {};
+  capture.SetCaptureFPS(30);
+  const int id = static_cast<int>(reinterpret_cast<std::intptr_t>(PrimaryMonitor()));
+  ASSERT_TRUE(capture.ShareDesktop(nullptr, id, &host, error));
+
+  for (int round = 0; round < 60; ++round) {
+    FailNth("BitBlt", 1 + static_cast<std::uint64_t>(round % 3), ERROR_GEN_FAILURE);
+    capture.EnableCaptureCursor(round % 2 == 0);
+    capture.SetDynamicCheck(round % 2 == 0);
+    capture.SetCaptureFPS(29 + round % 2);
+    capture.EnablePromptWindow(round % 3 == 0);
+    IScreenCapture::ScreenCaptureConfig config;
+    config.KeepAliveInterval = static_cast<std::uint64_t>(100 + round);
+    config.MovedWindowStableKeepMinDuration = config.KeepAliveInterval;
+    config.scDynamicCheck = round % 2 == 0;
+    capture.SetScreenCaptureConfig(config);
+    if (round % 4 == 0) {
+      capture.SharePause();
+    } else {
+      capture.ShareResume();
+    }
+    IScreenCapture::CaptureRect rect = {};
+    capture.GetCaptureRect(rect);
+    EXPECT_EQ(rect.width, 64);
+    std::this_thread::yield();
+  }
+  capture.ShareResume();
+  ClearFaults();
+  const int frames = host.FrameCount();
+  EXPECT_TRUE(host.WaitFor("frame", frames + 3));
+  capture.ShareStop();
+  EXPECT_EQ(host.Count("firstFrame"), 1);
+  EXPECT_EQ(host.Count("stop"), 0);
+}
+
+}  // namespace
+}  // namespace qx::test

@@ -1,0 +1,393 @@
+// Sharing a monitor: what the frames show, and how a share begins and ends.
+#include <algorithm>
+
+#include "tests/share/ShareTest.h"
+
+namespace qx::test {
+namespace {
+
+using namespace vwin::control;
+using Events = std::vector<std::string>;
+
+TEST_F(ShareTest, FramesShowTheMonitorsWindowsInTheirOrder) {
+  OpenWindow({.rect = {20, 30, 120, 90}, .color = RGB(200, 10, 30)});
+  const HWND upper = OpenWindow({.rect = {100, 80, 400, 150}, .color = RGB(10, 220, 40)});
+  OpenWindow({.rect = {0, 0, 50, 50}, .color = RGB(1, 2, 3), .visible = false});
+
+  start();
+
+  EXPECT_EQ(host.Events(true), (Events{"engine 4", "start", "firstFrame", "statistics 0", "frame"}))
+      << log.Dump();
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground,
+                    {{20, 30, 120, 90, 0xC80A1E}, {100, 80, 400, 150, 0x0ADC28}}));
+
+  MoveTo(upper, 10, 20);
+  EXPECT_TRUE(nextFrameShows({{20, 30, 120, 90, 0xC80A1E}, {10, 20, 310, 90, 0x0ADC28}}));
+  Minimise(upper);
+  EXPECT_TRUE(nextFrameShows({{20, 30, 120, 90, 0xC80A1E}}));
+
+  const Frame frame = host.LastFrame();
+  EXPECT_EQ(frame.rawWidth, 320);
+  EXPECT_EQ(frame.rawHeight, 200);
+  capture.ShareStop();
+  EXPECT_EQ(host.Count("stop"), 0);
+}
+
+TEST_F(ShareTest, MonitorLeftOfThePrimaryIsCapturedAtItsOwnPlace) {
+  HMONITOR left = nullptr;
+  for (int i = 1; i <= 2 && (left == nullptr || idOf(left) >= 0); ++i) {
+    left = AddMonitor({-200 * i, -40, -200 * (i - 1), 60});  // one of two has a negative id
+  }
+  ASSERT_LT(idOf(left), 0);
+  MONITORINFO info = {};
+  info.cbSize = sizeof(info);
+  ASSERT_TRUE(GetMonitorInfoW(left, &info));
+  const int x = info.rcMonitor.left;
+  OpenWindow({.rect = {x - 30, -50, x + 50, 10}, .color = RGB(9, 90, 200)});
+
+  start(left);
+
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {{-30, -10, 50, 50, 0x095AC8}}));
+  IScreenCapture::CaptureRect rect = {};
+  capture.GetCaptureRect(rect);
+  EXPECT_EQ(rect.x, x);
+  EXPECT_EQ(rect.y, -40);
+  EXPECT_EQ(rect.width, 200);
+  EXPECT_EQ(rect.height, 100);
+}
+
+TEST_F(ShareTest, ListedMonitorsAreTheOnesThatCanBeShared) {
+  const HMONITOR second = AddMonitor({320, 0, 960, 480});
+  struct Seen {
+    std::vector<IScreenCapture::DesktopInfo> desktops;
+    int calls = 0;
+  } seen;
+  capture.GetDesktopList(
+      [](const IScreenCapture::DesktopInfo* desktops, const int& count, void* user) {
+        auto* result = static_cast<Seen*>(user);
+        result->desktops.assign(desktops, desktops + count);
+        ++result->calls;
+      },
+      &seen);
+
+  ASSERT_EQ(seen.calls, 1);
+  ASSERT_EQ(seen.desktops.size(), 2u);
+  EXPECT_EQ(seen.desktops[0].isPrimary, 1);
+  EXPECT_EQ(seen.desktops[1].isPrimary, 0);
+  EXPECT_EQ(seen.desktops[1].id, idOf(second));
+  EXPECT_EQ(seen.desktops[1].handle, seen.desktops[1].id);
+  EXPECT_EQ(seen.desktops[1].x, 320);
+  EXPECT_EQ(seen.desktops[1].width, 640);
+  EXPECT_EQ(seen.desktops[1].height, 480);
+
+  RemoveMonitor(second);
+  RemoveMonitor(monitor());
+  Seen none;
+  capture.GetDesktopList(
+      [](const IScreenCapture::DesktopInfo* desktops, const int& count, void* user) {
+        EXPECT_EQ(desktops, nullptr);
+        EXPECT_EQ(count, 0);
+        ++static_cast<Seen*>(user)->calls;
+      },
+      &none);
+  EXPECT_EQ(none.calls, 1);
+  capture.GetDesktopList(nullptr, nullptr);
+  capture.GetDesktopListAsync(nullptr, nullptr);
+}
+
+TEST_F(ShareTest, WrongCallsAreRefusedInTheirOrderAndHarmNothing) {
+  const int stale = idOf(AddMonitor({320, 0, 400, 100}));
+  RemoveMonitor(Monitors().back());
+
+  for (const int id : {0, -1, 123456789, stale}) {
+    EXPECT_FALSE(capture.ShareDesktop(&context, id, &host, error)) << id;
+    EXPECT_EQ(error, IScreenCapture::ShareErrorTargetMissing) << id;
+  }
+  EXPECT_FALSE(capture.ShareDesktop(&context, idOf(monitor()), nullptr, error));
+  EXPECT_EQ(error, IScreenCapture::ShareErrorNullListener);
+  EXPECT_FALSE(capture.ShareWindow(&context, 0, nullptr, error));
+  EXPECT_EQ(error, IScreenCapture::ShareErrorNullListener);
+  EXPECT_FALSE(capture.ShareWindow(&context, 0, &host, error));
+  EXPECT_EQ(error, IScreenCapture::ShareErrorTargetMissing);
+  int ids[] = {1, 2};
+  EXPECT_FALSE(capture.ShareWindows(&context, ids, 2, &host, error));
+  EXPECT_EQ(error, IScreenCapture::ShareErrorTargetMissing) << "left as it was";
+  capture.ShareStop();
+  capture.SharePause();
+  capture.ShareResume();
+  IScreenCapture::CaptureRect rect = {};
+  capture.GetCaptureRect(rect);
+  EXPECT_EQ(rect.x, -1);
+  EXPECT_EQ(rect.height, -1);
+  EXPECT_EQ(host.Events(), Events{});
+
+  start();
+  EXPECT_FALSE(capture.ShareDesktop(&context, idOf(monitor()), nullptr, error));
+  EXPECT_EQ(error, IScreenCapture::ShareErrorTaskRunning);
+  EXPECT_FALSE(capture.ShareWindow(&context, 0, nullptr, error));
+  EXPECT_EQ(error, IScreenCapture::ShareErrorTaskRunning);
+  EXPECT_TRUE(nextFrameShows({}));
+  EXPECT_TRUE(log.Has(5, "ShareDesktop m_task is running, please stop first"));
+
+  capture.ShareStop();
+  capture.ShareStop();
+  capture.GetCaptureRect(rect);
+  EXPECT_EQ(rect.width, -1);
+  host.Forget();
+  start();
+  EXPECT_EQ(host.Events(), (Events{"engine 4", "start", "firstFrame"}));
+}
+
+TEST_F(ShareTest, OnlyAnEngineForWindowsAllowedMeansNoMonitorShare) {
+  const auto only = IScreenCapture::CaptureEngineGDIPrintWindow;
+  capture.SetCaptureEngineConfig(&only, 1, false);
+  EXPECT_FALSE(share(monitor()));
+  EXPECT_EQ(error, IScreenCapture::ShareErrorStartFailed);
+  EXPECT_TRUE(log.Has(5, "CreateEngine failed")) << log.Dump();
+  EXPECT_EQ(host.Events(), Events{});
+
+  capture.SetCaptureEngineConfig(nullptr, 0, false);
+  start();
+  EXPECT_EQ(host.Engines(), std::vector<int>{4});
+}
+
+TEST_F(ShareTest, EnginesThatCannotStartAreNamedBeforeTheOneThatTakesOver) {
+  start();
+  const auto lines = log.Lines();
+  const auto find = [&](const char* part) {
+    return std::find_if(lines.begin(), lines.end(), [&](const LogRecorder::Line& line) {
+      return line.text.find(part) != std::string::npos;
+    });
+  };
+  const auto mag = find("ScreenCaptureEngineMag init failed");
+  const auto dxgi = find("ScreenCaptureEngineDXGI init failed");
+  const auto gdi = find("ScreenCaptureEngineGDI bitblt: true");
+  ASSERT_NE(mag, lines.end()) << log.Dump();
+  ASSERT_NE(dxgi, lines.end());
+  ASSERT_NE(gdi, lines.end());
+  EXPECT_LT(mag, dxgi);
+  EXPECT_LT(dxgi, gdi);
+}
+
+TEST_F(ShareTest, PromptFrameShowsAlongTheEdgesAndFollowsTheSettings) {
+  capture.EnablePromptWindow(true);
+  start();
+  tick();
+
+  const auto blended = [](std::uint32_t color) {
+    std::uint32_t result = 0;
+    for (int shift = 0; shift < 24; shift += 8) {
+      const std::uint32_t over = color >> shift & 255;
+      const std::uint32_t under = kBackground >> shift & 255;
+      result |= (over * 128 + under * 127) / 255 << shift;
+    }
+    return result;
+  };
+  const auto near = [](std::uint32_t a, std::uint32_t b) {
+    for (int shift = 0; shift < 24; shift += 8) {
+      if (std::abs(static_cast<int>(a >> shift & 255) - static_cast<int>(b >> shift & 255)) > 1) {
+        return false;
+      }
+    }
+    return true;
+  };
+  const auto expectFrame = [&](std::uint32_t color, int thickness) {
+    const Frame frame = host.LastFrame();
+    const int inside = thickness;
+    EXPECT_PRED2(near, frame.At(0, 0), blended(color));
+    EXPECT_PRED2(near, frame.At(160, inside - 1), blended(color));
+    EXPECT_PRED2(near, frame.At(319, 199), blended(color));
+    EXPECT_PRED2(near, frame.At(320 - inside, 100), blended(color));
+    EXPECT_EQ(frame.At(inside, inside), kBackground);
+    EXPECT_EQ(frame.At(319 - inside, 199 - inside), kBackground);
+  };
+  expectFrame(0x29CCA3, 4);
+
+  const IScreenCapture::PromptWindowInfo red = {240, 20, 10, 9};
+  capture.SetPromptWindowInfo(&red);
+  tick(2);
+  expectFrame(0xF0140A, 9);
+
+  capture.SetPromptWindowInfo(nullptr);
+  const IScreenCapture::PromptWindowInfo white = {255, 255, 255, 9};
+  capture.SetPromptWindowInfo(&white);
+  tick(2);
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {})) << "white is the transparent colour";
+
+  const IScreenCapture::PromptWindowInfo thick = {1, 2, 250, 1000};
+  capture.SetPromptWindowInfo(&thick);
+  tick(2);
+  EXPECT_PRED2(near, host.LastFrame().At(160, 100), blended(0x0102FA)) << "strips overlap";
+
+  const auto frames = LibraryWindows(L"OrvaSSPromptDesktop");
+  ASSERT_EQ(frames.size(), 1u);
+  EXPECT_EQ(frames[0].zPosition, 0);
+  EXPECT_EQ(frames[0].exStyle & (WS_EX_LAYERED | WS_EX_TRANSPARENT | WS_EX_TOOLWINDOW),
+            static_cast<DWORD>(WS_EX_LAYERED | WS_EX_TRANSPARENT | WS_EX_TOOLWINDOW));
+
+  capture.EnablePromptWindow(false);
+  tick();
+  EXPECT_TRUE(nextFrameShows({}));
+  capture.ShareStop();
+  EXPECT_TRUE(LibraryWindows().empty());
+}
+
+TEST_F(ShareTest, CursorIsDrawnAtItsPositionAndOnlyInsideTheMonitor) {
+  SetCursorShape(CursorPicture{4, 3, 2, 1, std::vector<std::uint32_t>(12, 0xFFFA0B0C)});
+  SetCursorPosition(50, 60);
+  capture.EnableCaptureCursor(true);
+  start();
+  // The position is the picture's top left: the hot spot plays no part here.
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {{50, 60, 54, 63, 0xFA0B0C}}));
+
+  SetCursorPosition(320, 60);
+  EXPECT_TRUE(nextFrameShows({})) << "the right edge is outside";
+  SetCursorPosition(319, 199);
+  EXPECT_TRUE(nextFrameShows({{319, 199, 320, 200, 0xFA0B0C}}));
+  vwin::control::HideCursor();
+  EXPECT_TRUE(nextFrameShows({}));
+  vwin::control::ShowCursor();
+  const std::uint64_t asked = Count("GetCursorInfo");
+  capture.EnableCaptureCursor(false);
+  tick();
+  EXPECT_TRUE(nextFrameShows({}));
+  EXPECT_LE(Count("GetCursorInfo"), asked + 1);
+}
+
+TEST_F(ShareTest, I420FramesDropOddEdgesAndCarryTheRightColours) {
+  SetMonitorRect(monitor(), {0, 0, 321, 201});
+  OpenWindow({.rect = {160, 0, 321, 201}, .color = RGB(255, 0, 0)});
+  capture.SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormatI420);
+  start();
+
+  Frame frame = host.LastFrame();
+  ASSERT_EQ(frame.format, IScreenCapture::ScreenFrameFormatI420);
+  EXPECT_EQ(frame.width, 320);
+  EXPECT_EQ(frame.height, 200);
+  EXPECT_EQ(frame.rawWidth, 321);
+  EXPECT_EQ(frame.rawHeight, 201);
+  // BT.601, limited range: pure red is 82, 90, 240.
+  const std::size_t row = 150;
+  EXPECT_NEAR(frame.y[row * 320 + 300], 82, 2);
+  EXPECT_NEAR(frame.u[row / 2 * 160 + 150], 90, 2);
+  EXPECT_NEAR(frame.v[row / 2 * 160 + 150], 240, 2);
+  EXPECT_NEAR(frame.y[row * 320 + 10], 16 + (66 * 0x20 + 129 * 0x30 + 25 * 0x40) / 256, 2);
+
+  capture.SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormatARGB);
+  tick();
+  frame = host.LastFrame();
+  EXPECT_EQ(frame.width, 321);
+  EXPECT_TRUE(Shows(frame, kBackground, {{160, 0, 321, 201, 0xFF0000}}));
+}
+
+TEST_F(ShareTest, UnknownFormatRepeatsTheLastRecord) {
+  start();
+  capture.SetScreenFrameFormatType(static_cast<IScreenCapture::ScreenFrameFormat>(7));
+  tick(2);
+  const Frame frame = host.LastFrame();
+  EXPECT_EQ(frame.format, IScreenCapture::ScreenFrameFormatARGB);
+  EXPECT_EQ(frame.width, 320);
+  EXPECT_EQ(host.Count("firstFrame"), 1);
+}
+
+TEST_F(ShareTest, LargePicturesAreScaledToTheLimitAndInvalidLimitsYieldNothing) {
+  IScreenCapture::ScreenFrameResolutionLimit limit;
+  limit.maxScreenWidth = 160;
+  limit.maxScreenHeight = 100;
+  limit.maxScreenPixels = 16000;
+  capture.SetCaptureFrameResolutionLimit(limit);
+  OpenWindow({.rect = {0, 0, 160, 200}, .color = RGB(0, 0, 200)});
+  start();
+  Frame frame = host.LastFrame();
+  EXPECT_EQ(frame.width, 160);
+  EXPECT_EQ(frame.height, 100);
+  EXPECT_EQ(frame.rawWidth, 320);
+  EXPECT_TRUE(Shows(frame, kBackground, {{0, 0, 80, 100, 0x0000C8}}));
+
+  // Adopted after a frame of the old limit; sizes change from the next tick on.
+  limit.maxScreenWidth = 0;
+  limit.maxScreenHeight = 0;
+  limit.maxScreenPixels = 200 * 125;
+  capture.SetCaptureFrameResolutionLimit(limit);
+  tick(2);
+  EXPECT_EQ(host.LastFrame().width, 200);
+  EXPECT_EQ(host.LastFrame().height, 125);
+
+  limit.maxScreenPixels = 0;
+  capture.SetCaptureFrameResolutionLimit(limit);
+  tick(2);
+  EXPECT_EQ(host.LastFrame().width, 200) << "a limit of 0 pixels is ignored";
+
+  limit.maxScreenWidth = 100;
+  limit.maxScreenHeight = 100;
+  limit.maxScreenPixels = 10001;
+  capture.SetCaptureFrameResolutionLimit(limit);
+  tick(2);
+  const int frames = host.FrameCount();
+  tick(5);
+  EXPECT_EQ(host.FrameCount(), frames);
+  EXPECT_EQ(log.Count("screenFrameResolutionLimit is not valid"), 1) << "limited";
+  EXPECT_EQ(host.Count("stop"), 0);
+
+  limit.maxScreenPixels = 10000;
+  limit.aspectRatioMode = 1;
+  capture.SetCaptureFrameResolutionLimit(limit);
+  tick(2);
+  EXPECT_EQ(host.FrameCount(), frames);
+}
+
+TEST_F(ShareTest, TwoSharesRunSideBySideWithSettingsOfTheirOwn) {
+  const HMONITOR second = AddMonitor({320, 0, 480, 100});
+  OpenWindow({.rect = {320, 0, 480, 100}, .color = RGB(3, 4, 5)});
+  ScreenCapture other;
+  other.EnablePromptWindow(false);
+  other.EnableCaptureCursor(false);
+  other.SetCaptureFPS(30);
+  int otherContext = 0;
+  ShareRecorder otherHost(&otherContext);
+
+  start();
+  ASSERT_TRUE(other.ShareDesktop(&otherContext, idOf(second), &otherHost, error));
+  Advance(1s);
+
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {}));
+  EXPECT_TRUE(Shows(otherHost.LastFrame(), 0x030405, {}));
+  EXPECT_NEAR(host.FrameCount(), 16, 1);
+  EXPECT_NEAR(otherHost.FrameCount(), 31, 1);
+
+  other.ShareStop();
+  const int ended = otherHost.FrameCount();
+  EXPECT_TRUE(nextFrameShows({}));
+  EXPECT_EQ(otherHost.FrameCount(), ended);
+}
+
+// A share on every kind of machine that the library knows: whatever the engine
+// list looks like there, the GDI engine is its last resort.
+struct Machine {
+  const char* name;
+  Version version;
+  bool composition;
+};
+
+class EveryMachine : public ShareTest, public testing::WithParamInterface<Machine> {};
+
+TEST_P(EveryMachine, SharesAMonitor) {
+  SetVersion(GetParam().version);
+  SetComposition(GetParam().composition);
+  OpenWindow({.rect = {10, 10, 60, 60}, .color = RGB(11, 22, 33)});
+  start();
+  EXPECT_EQ(host.Engines(), std::vector<int>{4});
+  EXPECT_TRUE(nextFrameShows({{10, 10, 60, 60, 0x0B1621}}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Versions, EveryMachine,
+                         testing::Values(Machine{"Windows7Classic", kWindows7, false},
+                                         Machine{"Windows7", kWindows7, true},
+                                         Machine{"Windows8", kWindows8, true},
+                                         Machine{"Windows81", kWindows81, true},
+                                         Machine{"Windows10", kWindows10, true},
+                                         Machine{"Windows11", kWindows11, true}),
+                         [](const auto& info) { return info.param.name; });
+
+}  // namespace
+}  // namespace qx::test

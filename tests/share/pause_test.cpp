@@ -1,0 +1,143 @@
+// Pausing, keep-live frames, and pictures that outlive their frame.
+#include "tests/share/ShareTest.h"
+
+namespace qx::test {
+namespace {
+
+using namespace vwin::control;
+using Events = std::vector<std::string>;
+
+TEST_F(ShareTest, PauseRepeatsTheLastPictureUntilResume) {
+  const HWND window = OpenWindow({.rect = {0, 0, 100, 100}, .color = RGB(90, 80, 70)});
+  start();
+  capture.SharePause();
+  tick();
+  host.Forget();
+  capture.SharePause();
+  Fill(window, {0, 0, 100, 100}, RGB(1, 1, 1));
+  Advance(3s);
+
+  EXPECT_EQ(host.Events(), Events{}) << "one OnPause, told before";
+  const auto stamps = host.Timestamps();
+  ASSERT_EQ(stamps.size(), 3u) << "one keep-live frame a second";
+  EXPECT_NEAR(static_cast<double>(stamps[2] - stamps[1]), 1e6, 2e3);
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {{0, 0, 100, 100, 0x5A5046}}))
+      << "what was drawn during the pause stays hidden";
+
+  capture.ShareResume();
+  tick(2);
+  EXPECT_EQ(host.Events(), Events{"resume"});
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {{0, 0, 100, 100, 0x010101}}));
+  host.Forget();
+  Advance(2s);
+  EXPECT_NEAR(host.FrameCount(), 30, 1) << "keep-live frames have ended";
+}
+
+TEST_F(ShareTest, PauseCapturesNothingButFollowsTheMonitor) {
+  start();
+  capture.SharePause();
+  tick();
+  const std::uint64_t copies = Count("BitBlt");
+  SetMonitorRect(monitor(), {0, 0, 300, 180});
+  tick(2);
+  EXPECT_EQ(Count("BitBlt"), copies);
+  EXPECT_EQ(host.Count("rect 0,0 300x180"), 1);
+  EXPECT_EQ(host.Count("pause 2"), 1);
+}
+
+TEST_F(ShareTest, PauseBeforeTheFirstFrameGivesEmptyKeepLiveFrames) {
+  host.onEvent = [this](const std::string& event) {
+    if (event == "start") {
+      capture.SharePause();
+    }
+  };
+  start();
+  Advance(1500ms);
+  EXPECT_EQ(host.Events(), (Events{"engine 4", "start", "pause 2"}));
+  EXPECT_EQ(host.FrameCount(), 2);
+  EXPECT_EQ(host.LastFrame().width, 0);
+  EXPECT_FALSE(host.LastFrame().HasPixels());
+
+  capture.ShareResume();
+  tick(2);
+  EXPECT_EQ(host.Events(), (Events{"engine 4", "start", "pause 2", "resume", "firstFrame"}));
+}
+
+TEST_F(ShareTest, KeepLivePeriodIsTheOneOfTheStart) {
+  IScreenCapture::ScreenCaptureConfig config;
+  config.KeepAliveInterval = 500;
+  capture.SetScreenCaptureConfig(config);
+  start();
+  config.KeepAliveInterval = 100;
+  capture.SetScreenCaptureConfig(config);
+  capture.SharePause();
+  tick();
+  host.Forget();
+  Advance(2s);
+  EXPECT_EQ(host.FrameCount(), 4);
+}
+
+TEST_F(ShareTest, KeepLivePeriodThatIsNegativeIn32BitsGivesNoFrames) {
+  IScreenCapture::ScreenCaptureConfig config;
+  config.KeepAliveInterval = 0x80000000u;
+  capture.SetScreenCaptureConfig(config);
+  start();
+  capture.SharePause();
+  tick();
+  host.Forget();
+  Advance(10s);
+  EXPECT_EQ(host.FrameCount(), 0);
+  capture.ShareResume();
+  tick(2);
+  EXPECT_EQ(host.Events(), Events{"resume"});
+}
+
+// A capture of a new size can fail after the engine has resized the frame. What
+// was delivered before must stay readable; the sanitizers see it if it does not.
+TEST_F(ShareTest, KeepLiveFrameOutlivesAFrameThatWasResizedByAFailedCapture) {
+  OpenWindow({.rect = {0, 0, 320, 200}, .color = RGB(12, 34, 56)});
+  start();
+  SetMonitorRect(monitor(), {0, 0, 64, 40});
+  FailNth("BitBlt", 1, ERROR_GEN_FAILURE, Repeat::kOnward);
+  tick(2);
+  capture.SharePause();
+  host.Forget();
+  Advance(2500ms);
+  EXPECT_EQ(host.FrameCount(), 3);
+  EXPECT_EQ(host.LastFrame().width, 320);
+  EXPECT_TRUE(Shows(host.LastFrame(), 0x0C2238, {}));
+}
+
+TEST_F(ShareTest, KeepLiveFrameSurvivesEverySwitchOfFormatAndScale) {
+  OpenWindow({.rect = {0, 0, 320, 200}, .color = RGB(12, 34, 56)});
+  start();
+  IScreenCapture::ScreenFrameResolutionLimit limit;
+  limit.maxScreenWidth = 160;
+  limit.maxScreenHeight = 100;
+  limit.maxScreenPixels = 16000;
+  for (const auto format :
+       {IScreenCapture::ScreenFrameFormatI420, IScreenCapture::ScreenFrameFormatARGB}) {
+    capture.SetScreenFrameFormatType(format);
+    capture.SetCaptureFrameResolutionLimit(limit);
+    tick(3);
+    capture.SharePause();
+    tick();
+    SetMonitorRect(monitor(), {0, 0, 200, 120});
+    Advance(1100ms);
+    const Frame frame = host.LastFrame();
+    EXPECT_EQ(frame.format, format);
+    EXPECT_TRUE(frame.HasPixels());
+    capture.ShareResume();
+    tick(2);
+    SetMonitorRect(monitor(), {0, 0, 320, 200});
+    limit.maxScreenWidth = 80;
+    limit.maxScreenHeight = 50;
+    limit.maxScreenPixels = 4000;
+    tick();
+  }
+  EXPECT_EQ(host.Count("pause 2"), 2);
+  EXPECT_EQ(host.Count("resume"), 2);
+}
+
+}  // namespace
+}  // namespace qx::test

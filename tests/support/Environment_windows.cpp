@@ -1,0 +1,7 @@
+#include "tests/support/Environment.h"
+
+namespace qx::test {
+
+void AddListeners() {}
+
+}  // namespace qx::test
