@@ -69,7 +69,8 @@ BOOL WINAPI RedrawWindow(HWND handle, const RECT* rect, HRGN, UINT flags) {
     if (flags & RDW_INVALIDATE) {
       desktop::Invalidate(lock, *window, rect, erase);
       if (flags & RDW_ALLCHILDREN) {
-        for (const auto& child : window->children) desktop::Invalidate(lock, *child, nullptr, erase);
+        for (const auto& child : window->children)
+          desktop::Invalidate(lock, *child, nullptr, erase);
       }
     }
   }
@@ -82,8 +83,7 @@ BOOL WINAPI UpdateWindow(HWND handle) {
   if (fault) return SetLastError(fault->win32), FALSE;
   {
     Lock lock;
-    if (!desktop::FindWindow(lock, handle))
-      return SetLastError(ERROR_INVALID_WINDOW_HANDLE), FALSE;
+    if (!desktop::FindWindow(lock, handle)) return SetLastError(ERROR_INVALID_WINDOW_HANDLE), FALSE;
   }
   messages::UpdateNow(handle);
   return TRUE;

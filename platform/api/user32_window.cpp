@@ -57,16 +57,14 @@ void collectBelow(const Window& parent, std::vector<HWND>& found) {
 
 HWND findSibling(Lock& lock, HWND parentHandle, HWND after, const std::wstring* className,
                  const std::wstring* title) {
-  const auto parent =
-      parentHandle ? find(lock, parentHandle) : desktop::Get(lock).root;
+  const auto parent = parentHandle ? find(lock, parentHandle) : desktop::Get(lock).root;
   if (!parent) return nullptr;
   auto next = parent->children.begin();
   if (after) {
     const auto previous = find(lock, after);
     if (!previous) return nullptr;
     next = std::find(parent->children.begin(), parent->children.end(), previous);
-    if (next == parent->children.end())
-      return SetLastError(ERROR_INVALID_WINDOW_HANDLE), nullptr;
+    if (next == parent->children.end()) return SetLastError(ERROR_INVALID_WINDOW_HANDLE), nullptr;
     ++next;
   }
   for (; next != parent->children.end(); ++next) {

@@ -55,8 +55,9 @@ HWND WINAPI CreateWindowExW(DWORD exStyle, LPCWSTR className, LPCWSTR title, DWO
   request.style = style;
   request.exStyle = exStyle;
   request.parent = parent;
-  request.parameters = {parameter, instance, menu,  parent,    height,  width, y, x,
-                        static_cast<LONG>(style), title, className, exStyle};
+  request.parameters = {
+      parameter, instance,  menu,   parent, height, width, y, x, static_cast<LONG>(style),
+      title,     className, exStyle};
   return own_windows::Create(request);
 }
 
@@ -111,8 +112,7 @@ BOOL WINAPI ShowWindow(HWND handle, int command) {
   return wasVisible;
 }
 
-BOOL WINAPI SetWindowPos(HWND handle, HWND after, int x, int y, int width, int height,
-                         UINT flags) {
+BOOL WINAPI SetWindowPos(HWND handle, HWND after, int x, int y, int width, int height, UINT flags) {
   VWIN_CALL(SetWindowPos);
   if (fault) return SetLastError(fault->win32), FALSE;
   Lock lock;

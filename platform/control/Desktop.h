@@ -61,7 +61,7 @@ Picture Screenshot(const RECT& rect);
 // ------------------------------------------------------------------- monitors
 
 struct MonitorSpec {
-  bool primary = false;  // takes the place of the earlier primary monitor
+  bool primary = false;                         // takes the place of the earlier primary monitor
   std::optional<RECT> workArea = std::nullopt;  // default: the whole monitor
   std::wstring device = {};                     // default: the first free "\\.\DISPLAYn"
 };
@@ -117,6 +117,7 @@ void ToTop(HWND window);     // within its kind
 void ToBottom(HWND window);  // within its kind
 void SetTopmost(HWND window, bool topmost);
 void SetTitle(HWND window, const std::wstring& title);
+// The bits for visible, minimised, maximised and child stay as they are.
 void SetStyle(HWND window, DWORD style);
 void SetExStyle(HWND window, DWORD exStyle);
 void SetCloaked(HWND window, bool cloaked);
@@ -157,7 +158,7 @@ struct WindowState {
   bool visible;
   DWORD style;
   DWORD exStyle;
-  int zPosition;  // 0 is the topmost of all top-level windows
+  int zPosition;                     // 0 is the topmost of all top-level windows
   std::optional<COLORREF> colorKey;  // of SetLayeredWindowAttributes
   std::optional<std::uint8_t> alpha;
   std::uint64_t paintCount;  // BeginPaint calls so far

@@ -4,8 +4,8 @@
 // SRCCOPY is known, and only uncompressed 32-bit pictures leave through GetDIBits.
 #pragma once
 
-#define RGB(r, g, b)                                                                            \
-  ((COLORREF)((uint32_t)(uint8_t)(r) | (uint32_t)((uint32_t)(uint8_t)(g) << 8) |                \
+#define RGB(r, g, b)                                                             \
+  ((COLORREF)((uint32_t)(uint8_t)(r) | (uint32_t)((uint32_t)(uint8_t)(g) << 8) | \
               (uint32_t)((uint32_t)(uint8_t)(b) << 16)))
 #define GetRValue(rgb) ((BYTE)((rgb)&0xFF))
 #define GetGValue(rgb) ((BYTE)(((rgb) >> 8) & 0xFF))

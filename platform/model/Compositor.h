@@ -12,7 +12,7 @@
 namespace vwin::compositor {
 
 struct Options {
-  bool layered = true;                     // layered windows are in the picture
+  bool layered = true;                          // layered windows are in the picture
   const std::vector<HWND>* leaveOut = nullptr;  // top-level windows that are not
 };
 

@@ -85,7 +85,7 @@ Desktop* makeDesktop(Lock& lock) {
   desktop->root->className = L"#32769";
   desktop->root->style = WS_POPUP | WS_VISIBLE;
   desktop->root->handle =
-      static_cast<HWND>(handles::Add(lock, HandleKind::kWindow, desktop->root, nullptr, false));
+      static_cast<HWND>(handles::Add(lock, HandleKind::kWindow, desktop->root, nullptr));
   enterMonitor(lock, *desktop, kFirstMonitor, kFirstMonitor, true, L"\\\\.\\DISPLAY1");
   desktop->root->rect = kFirstMonitor;
   desktop->cursor.position = {WidthOf(kFirstMonitor) / 2, HeightOf(kFirstMonitor) / 2};

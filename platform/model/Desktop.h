@@ -80,7 +80,7 @@ struct Window : Object {
 
   std::optional<LayeredAttributes> layered;  // none: a layered window shows nothing yet
   bool cloaked = false;
-  Surface surface;  // as large as the window is when it is not minimised
+  Surface surface;                      // as large as the window is when it is not minimised
   std::function<void(Surface&)> paint;  // draws another program's window anew
 
   RECT invalid{};  // bounds of what is to be painted, in client coordinates

@@ -18,8 +18,7 @@ const std::shared_ptr<Bitmap>& stockBitmap(Lock& lock) {
     made->surface = Surface(1, 1, 0);
     made->monochrome = true;
     made->stock = true;
-    made->handle =
-        static_cast<HBITMAP>(handles::Add(lock, HandleKind::kBitmap, made, nullptr));
+    made->handle = static_cast<HBITMAP>(handles::Add(lock, HandleKind::kBitmap, made, nullptr));
     return made;
   }();
   return bitmap;
@@ -206,11 +205,10 @@ bool DrawWholeWindow(Lock& lock, const DeviceContext& dc, const Window& window) 
   return true;
 }
 
-int ReadLines(const Surface& surface, UINT first, UINT count, int width, int height,
-              bool topDown, std::uint32_t* bits) {
-  const int lines = static_cast<int>(
-      std::min<std::int64_t>({count, std::int64_t{surface.height()} - first,
-                              std::int64_t{height} - first}));
+int ReadLines(const Surface& surface, UINT first, UINT count, int width, int height, bool topDown,
+              std::uint32_t* bits) {
+  const int lines = static_cast<int>(std::min<std::int64_t>(
+      {count, std::int64_t{surface.height()} - first, std::int64_t{height} - first}));
   if (lines <= 0) return 0;
   const int columns = std::min(width, surface.width());
   for (int i = 0; i < lines; ++i) {

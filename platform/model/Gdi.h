@@ -82,8 +82,8 @@ bool DrawCursor(Lock& lock, const DeviceContext& dc, int x, int y, const CursorS
 bool DrawWholeWindow(Lock& lock, const DeviceContext& dc, const Window& window);
 // Copies lines as GetDIBits counts them, into rows of `width` pixels. Returns how
 // many lines were written.
-int ReadLines(const Surface& surface, UINT first, UINT count, int width, int height,
-              bool topDown, std::uint32_t* bits);
+int ReadLines(const Surface& surface, UINT first, UINT count, int width, int height, bool topDown,
+              std::uint32_t* bits);
 
 }  // namespace gdi
 }  // namespace vwin

@@ -29,6 +29,7 @@ struct Version {
 };
 
 inline constexpr Version kWindows8{6, 2, 9200};
+inline constexpr Version kFirstWindows10{10, 0, 10240};
 
 struct Process {
   std::wstring imagePath;

@@ -72,8 +72,7 @@ const Window* windowToPaint(const Window& parent, std::uint32_t threadId, const 
   for (const auto& window : parent.children) {
     if (!(window->style & WS_VISIBLE) || window->isMinimised()) continue;
     const bool ours = window->threadId == threadId && window->windowClass;
-    if (ours && !IsEmpty(window->invalid) &&
-        (!filter.window || filter.window == window->handle)) {
+    if (ours && !IsEmpty(window->invalid) && (!filter.window || filter.window == window->handle)) {
       return window.get();
     }
     if (const Window* below = windowToPaint(*window, threadId, filter)) return below;
@@ -219,9 +218,8 @@ UINT_PTR StartTimer(HWND window, UINT_PTR id, UINT milliseconds, TIMERPROC callb
     if (!found || !found->windowClass || found->threadId != self) return 0;
   }
   Queue& queue = queueOf(lock, self);
-  const auto known = std::find_if(queue.timers.begin(), queue.timers.end(), [&](const Timer& t) {
-    return t.window == window && t.id == id;
-  });
+  const auto known = std::find_if(queue.timers.begin(), queue.timers.end(),
+                                  [&](const Timer& t) { return t.window == window && t.id == id; });
   const Micros period =
       Micros{std::clamp<UINT>(milliseconds, USER_TIMER_MINIMUM, USER_TIMER_MAXIMUM)} * 1000;
   const Micros due = scheduler::Now(lock) + period;
@@ -238,9 +236,8 @@ UINT_PTR StartTimer(HWND window, UINT_PTR id, UINT milliseconds, TIMERPROC callb
 bool StopTimer(HWND window, UINT_PTR id) {
   Lock lock;
   Queue& queue = queueOf(lock, scheduler::CurrentThreadId());
-  const auto known = std::find_if(queue.timers.begin(), queue.timers.end(), [&](const Timer& t) {
-    return t.window == window && t.id == id;
-  });
+  const auto known = std::find_if(queue.timers.begin(), queue.timers.end(),
+                                  [&](const Timer& t) { return t.window == window && t.id == id; });
   if (known == queue.timers.end()) return false;
   queue.timers.erase(known);
   ledger::Return(lock, "timer", ledgerKey(window, id));

@@ -1,6 +1,7 @@
 #include "platform/model/Modules.h"
 
 #include <dlfcn.h>
+#include <link.h>
 
 #include <algorithm>
 #include <iterator>
@@ -84,8 +85,12 @@ HMODULE Program(Lock& lock) { return Loaded(lock, "host.exe"); }
 
 HMODULE At(Lock& lock, const void* address) {
   Dl_info info{};
-  if (dladdr(address, &info) == 0 || info.dli_fname == nullptr) return nullptr;
-  const std::string path = info.dli_fname;
+  link_map* map = nullptr;
+  if (dladdr1(address, &info, reinterpret_cast<void**>(&map), RTLD_DL_LINKMAP) == 0) {
+    return nullptr;
+  }
+  const std::string path = map->l_name;
+  if (path.empty()) return Program(lock);
   return Enter(lock, All(lock), ToLower(path.substr(path.rfind('/') + 1)));
 }
 

@@ -10,14 +10,11 @@
 namespace vwin {
 
 inline std::int32_t Saturated(std::int64_t value) {
-  return static_cast<std::int32_t>(
-      std::clamp<std::int64_t>(value, std::numeric_limits<std::int32_t>::min(),
-                               std::numeric_limits<std::int32_t>::max()));
+  return static_cast<std::int32_t>(std::clamp<std::int64_t>(
+      value, std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max()));
 }
 
-inline bool IsEmpty(const RECT& rect) {
-  return rect.left >= rect.right || rect.top >= rect.bottom;
-}
+inline bool IsEmpty(const RECT& rect) { return rect.left >= rect.right || rect.top >= rect.bottom; }
 inline int WidthOf(const RECT& rect) { return Saturated(std::int64_t{rect.right} - rect.left); }
 inline int HeightOf(const RECT& rect) { return Saturated(std::int64_t{rect.bottom} - rect.top); }
 

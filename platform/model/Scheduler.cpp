@@ -13,7 +13,6 @@ namespace vwin {
 namespace {
 
 using SteadyClock = std::chrono::steady_clock;
-constexpr std::chrono::seconds kPatience{30};
 // An owned clock starts here, later than any real clock of a test's first minutes.
 constexpr Micros kOwnedStart = 3'600'000'000;
 constexpr std::int64_t kOwnedSystemStart = 1'705'312'800'000'000;  // 2024-01-15 10:00 UTC
@@ -42,6 +41,7 @@ struct State {
   Micros ownedNow = 0;
   std::int64_t ownedSystemOffset = 0;  // wall clock minus ownedNow
   int settling = 0;
+  std::chrono::milliseconds patience{30'000};
   std::condition_variable settled;
 };
 
@@ -125,8 +125,8 @@ std::string Describe(const State& state) {
 }
 
 [[noreturn]] void AbortHung(const State& state, const char* what) {
-  std::fprintf(stderr, "virtual Windows hangs: %s took more than %lld s\n%s", what,
-               static_cast<long long>(kPatience.count()), Describe(state).c_str());
+  std::fprintf(stderr, "virtual Windows hangs: %s took more than %lld ms\n%s", what,
+               static_cast<long long>(state.patience.count()), Describe(state).c_str());
   std::abort();
 }
 
@@ -141,7 +141,7 @@ bool WaitFor(Lock& lock, const char* what, const std::function<bool()>& ready,
   Waiter self{scheduler::CurrentThreadId(), what, ready, deadline, spends || !isKnown, spends};
   if (isKnown) known->second.waiter = &self;
   state.waiters.push_back(&self);
-  const SteadyClock::time_point patienceEnd = SteadyClock::now() + kPatience;
+  const SteadyClock::time_point patienceEnd = SteadyClock::now() + state.patience;
 
   bool result = false;
   for (;;) {
@@ -169,7 +169,7 @@ bool WaitFor(Lock& lock, const char* what, const std::function<bool()>& ready,
 
 void SettleLocked(Lock& lock, const char* what) {
   State& state = TheState();
-  const SteadyClock::time_point patienceEnd = SteadyClock::now() + kPatience;
+  const SteadyClock::time_point patienceEnd = SteadyClock::now() + state.patience;
   ++state.settling;
   MoveOn(state);
   while (!IsIdle(state) || IsSpending(state)) {
@@ -288,6 +288,11 @@ void SetSystemMicros(std::int64_t micros) {
   Lock lock;
   RequireOwnedClock(TheState(), "SetSystemMicros");
   TheState().ownedSystemOffset = micros - TheState().ownedNow;
+}
+
+void SetPatience(std::chrono::milliseconds patience) {
+  Lock lock;
+  TheState().patience = patience;
 }
 
 std::string DescribeThreads() {

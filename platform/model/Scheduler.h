@@ -8,6 +8,7 @@
 // then does time move on.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <mutex>
@@ -79,7 +80,8 @@ std::int64_t SystemMicros(Lock& lock);
 // --------------------------------- the test side; reached through control/Clock.h
 //
 // The watchdog: Advance, Settle and any wait of a thread that the machine does not
-// know abort the process after 30 s of real time, saying where each thread stands.
+// know abort the process after 30 s of real time (or SetPatience), saying where each
+// thread stands.
 
 // From now on time stands still but for Advance, Spend and waits of unknown threads.
 // The owned clock starts at fixed times, whatever the real ones are.
@@ -94,6 +96,7 @@ void Settle();
 void Spend(Micros by);
 // Sets the wall clock of an owned clock, forwards or backwards.
 void SetSystemMicros(std::int64_t micros);
+void SetPatience(std::chrono::milliseconds patience);
 // One line for each thread of the machine: name, what it waits for.
 std::string DescribeThreads();
 

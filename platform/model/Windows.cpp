@@ -55,7 +55,8 @@ void moveTree(Window& window, const RECT& rect) {
 void raiseOwned(Lock& lock, Window& owner) {
   const Siblings siblings = owner.parent->children;
   for (auto window = siblings.rbegin(); window != siblings.rend(); ++window) {
-    if ((*window)->owner == &owner) Place(lock, **window, owner.isTopmost() ? HWND_TOPMOST : HWND_TOP);
+    if ((*window)->owner == &owner)
+      Place(lock, **window, owner.isTopmost() ? HWND_TOPMOST : HWND_TOP);
   }
 }
 
@@ -63,8 +64,7 @@ void raiseOwned(Lock& lock, Window& owner) {
 
 void Enter(Lock& lock, const std::shared_ptr<Window>& window, const char* call) {
   Get(lock);
-  window->handle =
-      static_cast<HWND>(handles::Add(lock, HandleKind::kWindow, window, call));
+  window->handle = static_cast<HWND>(handles::Add(lock, HandleKind::kWindow, window, call));
   window->normalRect = window->rect;
   if (window->surface.width() != WidthOf(window->rect) ||
       window->surface.height() != HeightOf(window->rect)) {
@@ -99,8 +99,8 @@ std::vector<HWND> DependentsOf(Lock& lock, const Window& window) {
 bool Place(Lock& lock, Window& window, HWND after) {
   if (!window.parent || after == window.handle) return true;
   Siblings& siblings = window.parent->children;
-  const bool special = after == HWND_TOP || after == HWND_BOTTOM || after == HWND_TOPMOST ||
-                       after == HWND_NOTOPMOST;
+  const bool special =
+      after == HWND_TOP || after == HWND_BOTTOM || after == HWND_TOPMOST || after == HWND_NOTOPMOST;
   const auto above = special ? nullptr : FindWindow(lock, after);
   if (!special && (!above || above->parent != window.parent)) return false;
   if (after == HWND_NOTOPMOST && !window.isTopmost()) return true;

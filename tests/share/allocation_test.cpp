@@ -48,7 +48,7 @@ TEST_P(SteadyShare, AllocatesNothingPerFrame) {
 INSTANTIATE_TEST_SUITE_P(Formats, SteadyShare,
                          testing::Values(IScreenCapture::ScreenFrameFormatARGB,
                                          IScreenCapture::ScreenFrameFormatI420),
-                         [](const auto& info) { return info.param == 0 ? "Argb" : "I420"; });
+                         [](const auto& test) { return test.param == 0 ? "Argb" : "I420"; });
 
 TEST_F(ShareTest, LackOfMemoryForABiggerFrameRepeatsTheLastPicture) {
   start();

@@ -13,7 +13,7 @@ using namespace vwin::control;
 
 struct Machine {
   const char* name;
-  Version version;
+  vwin::Version version;
   bool composition;
 };
 
@@ -105,11 +105,11 @@ TEST_P(FaultSweep, EveryCallFailsOnceAndTheShareSurvivesOrReports) {
   int call = 1;
   for (;; ++call) {
     ASSERT_LT(call, 20000);
-    const LedgerSnapshot before = TakeSnapshot();
+    const LedgerSnapshot before = Snapshot();
     ShareRecorder host(nullptr);
     FailNthOfAll(static_cast<std::uint64_t>(call));
     wholeShare(host);
-    const auto injected = Injected();
+    const auto injected = InjectedInto();
     ClearFaults();
     if (!injected) {
       break;
@@ -134,7 +134,7 @@ TEST_P(FaultSweep, EveryCallFailsOnceAndTheShareSurvivesOrReports) {
 INSTANTIATE_TEST_SUITE_P(Machines, FaultSweep,
                          testing::Values(Machine{"Windows7Classic", kWindows7, false},
                                          Machine{"Windows10", kWindows10, true}),
-                         [](const auto& info) { return info.param.name; });
+                         [](const auto& test) { return test.param.name; });
 
 }  // namespace
 }  // namespace qx::test

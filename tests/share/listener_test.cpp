@@ -151,7 +151,7 @@ TEST(RunningShare, TakesSettingsFromTheHostWhileItsEngineFailsAndReturns) {
   ASSERT_TRUE(capture.ShareDesktop(nullptr, id, &host, error));
 
   for (int round = 0; round < 60; ++round) {
-    FailNth("BitBlt", 1 + static_cast<std::uint64_t>(round % 3), ERROR_GEN_FAILURE);
+    FailNth("BitBlt", 1 + static_cast<std::uint64_t>(round % 3), {ERROR_GEN_FAILURE, E_FAIL});
     capture.EnableCaptureCursor(round % 2 == 0);
     capture.SetDynamicCheck(round % 2 == 0);
     capture.SetCaptureFPS(29 + round % 2);

@@ -365,7 +365,7 @@ TEST_F(ShareTest, TwoSharesRunSideBySideWithSettingsOfTheirOwn) {
 // list looks like there, the GDI engine is its last resort.
 struct Machine {
   const char* name;
-  Version version;
+  vwin::Version version;
   bool composition;
 };
 
@@ -387,7 +387,7 @@ INSTANTIATE_TEST_SUITE_P(Versions, EveryMachine,
                                          Machine{"Windows81", kWindows81, true},
                                          Machine{"Windows10", kWindows10, true},
                                          Machine{"Windows11", kWindows11, true}),
-                         [](const auto& info) { return info.param.name; });
+                         [](const auto& test) { return test.param.name; });
 
 }  // namespace
 }  // namespace qx::test

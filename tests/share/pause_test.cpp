@@ -98,7 +98,7 @@ TEST_F(ShareTest, KeepLiveFrameOutlivesAFrameThatWasResizedByAFailedCapture) {
   OpenWindow({.rect = {0, 0, 320, 200}, .color = RGB(12, 34, 56)});
   start();
   SetMonitorRect(monitor(), {0, 0, 64, 40});
-  FailNth("BitBlt", 1, ERROR_GEN_FAILURE, Repeat::kOnward);
+  vwin::control::FailNth("BitBlt", 1, {ERROR_GEN_FAILURE, E_FAIL}, Repeat::kOnward);
   tick(2);
   capture.SharePause();
   host.Forget();

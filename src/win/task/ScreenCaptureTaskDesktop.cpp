@@ -230,8 +230,8 @@ bool ScreenCaptureTaskDesktop::updateMonitorInfo() {
 // lists stays in the picture.
 std::vector<HWND> ScreenCaptureTaskDesktop::excludedWindows() const {
   std::vector<HWND> excluded;
-  if (m_promptDesktop) {
-    excluded.push_back(m_promptDesktop->GetHwnd());
+  if (const HWND prompt = m_promptDesktop ? m_promptDesktop->GetHwnd() : nullptr) {
+    excluded.push_back(prompt);
   }
   std::vector<HWND> windows;
   WindowsUtil::EnumTopLevelWindows(windows, WindowsUtil::EnumMode::VisibleNotMinimized);

@@ -174,7 +174,7 @@ void ThreadTimer::runNextTask() {
     m_tasks.pop_back();
   } else {
     task.due = due + task.interval;
-    task.first = task.first && !isLateFirst;
+    task.first = false;
     std::push_heap(m_tasks.begin(), m_tasks.end(), IsLater);
   }
   runFunction(*function);

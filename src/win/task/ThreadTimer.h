@@ -41,13 +41,13 @@ class ThreadTimer {
   bool Start();
 
   // Runs `function` after `delayMs`, and then, unless `once`, every `intervalMs`.
-  // Answers the id, or kNoTask when a number is negative or not a number, or ids
-  // are used up. Both times are truncated to whole microseconds and cut at
-  // 2147483647 of them. May come before Start.
+  // Answers the id, or kNoTask when a number is negative or not a number,
+  // `function` is empty, or ids are used up. Both times are truncated to whole
+  // microseconds and cut at 2147483647 of them. May come before Start. A task that
+  // is due at once may run before its id is answered.
   std::int32_t AddTask(double delayMs, double intervalMs, bool once, Function function);
 
-  // AddTask for a repeated task; kNoTask also when the timer does not run or
-  // `function` is empty.
+  // AddTask for a repeated task; kNoTask also when the timer does not run.
   std::int32_t AddPeriodicTask(double delayMs, double intervalMs, Function function);
 
   // Do nothing when the timer does not run, or for an id that is not there.
@@ -69,7 +69,7 @@ class ThreadTimer {
     // Shared, so that a run can hold on to the callable while the task removes
     // itself, without copying it.
     std::shared_ptr<const Function> function;
-    bool first;
+    bool first;  // has not run yet
   };
   enum class State { NotStarted, Running, Stopped };
   class Access;

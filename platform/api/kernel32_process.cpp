@@ -1,0 +1,72 @@
+#include <windows.h>
+
+#include <algorithm>
+
+#include "platform/model/Faults.h"
+#include "platform/model/HandleTable.h"
+#include "platform/model/Machine.h"
+#include "platform/model/Text.h"
+
+using namespace vwin;
+
+namespace {
+
+struct ProcessObject : Object {
+  ProcessObject(std::wstring imagePath_, DWORD access_)
+      : imagePath(std::move(imagePath_)), access(access_) {}
+  const std::wstring imagePath;
+  const DWORD access;
+};
+
+std::optional<std::wstring> ImagePath(HANDLE process) {
+  Lock lock;
+  const auto object = handles::Get<ProcessObject>(lock, HandleKind::kProcess, process);
+  if (!object) return SetLastError(ERROR_INVALID_HANDLE), std::nullopt;
+  if ((object->access & (PROCESS_QUERY_INFORMATION | PROCESS_QUERY_LIMITED_INFORMATION)) == 0) {
+    return SetLastError(ERROR_ACCESS_DENIED), std::nullopt;
+  }
+  return object->imagePath;
+}
+
+template <typename Text, typename Char>
+BOOL CopyPath(const Text& path, Char* buffer, DWORD* size) {
+  if (*size <= path.size()) return SetLastError(ERROR_INSUFFICIENT_BUFFER), FALSE;
+  *std::copy(path.begin(), path.end(), buffer) = 0;
+  *size = static_cast<DWORD>(path.size());
+  return TRUE;
+}
+
+}  // namespace
+
+DWORD WINAPI GetCurrentProcessId() {
+  VWIN_CALL_INFALLIBLE(GetCurrentProcessId);
+  Lock lock;
+  return TheMachine(lock).ownProcessId;
+}
+
+HANDLE WINAPI OpenProcess(DWORD access, BOOL, DWORD processId) {
+  VWIN_CALL(OpenProcess);
+  if (fault) return SetLastError(fault->win32), nullptr;
+  Lock lock;
+  const auto& processes = TheMachine(lock).processes;
+  const auto process = processes.find(processId);
+  if (process == processes.end()) return SetLastError(ERROR_INVALID_PARAMETER), nullptr;
+  if (!process->second.openable) return SetLastError(ERROR_ACCESS_DENIED), nullptr;
+  return handles::Add(lock, HandleKind::kProcess,
+                      std::make_shared<ProcessObject>(process->second.imagePath, access),
+                      "OpenProcess");
+}
+
+BOOL WINAPI QueryFullProcessImageNameA(HANDLE process, DWORD, LPSTR path, DWORD* size) {
+  VWIN_CALL(QueryFullProcessImageNameA);
+  if (fault) return SetLastError(fault->win32), FALSE;
+  const std::optional<std::wstring> image = ImagePath(process);
+  return image ? CopyPath(ToNarrow(*image), path, size) : FALSE;
+}
+
+BOOL WINAPI QueryFullProcessImageNameW(HANDLE process, DWORD, LPWSTR path, DWORD* size) {
+  VWIN_CALL(QueryFullProcessImageNameW);
+  if (fault) return SetLastError(fault->win32), FALSE;
+  const std::optional<std::wstring> image = ImagePath(process);
+  return image ? CopyPath(*image, path, size) : FALSE;
+}

@@ -1,0 +1,40 @@
+// The test side of calls: counting them, failing them, logging them.
+//
+// Functions go by their names, those of COM interfaces as
+// "IDXGIOutput1::DuplicateOutput". Calls that can't fail on Windows are counted and
+// logged, but never chosen to fail.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/model/Faults.h"
+
+namespace vwin::control {
+
+// What a failing call says: out of memory unless a test says otherwise.
+inline constexpr Fault kOutOfMemory{8, static_cast<std::int32_t>(0x8007000E)};
+
+using faults::LoggedCall;
+using faults::Repeat;
+
+// Calls since the process started or ResetCounts.
+std::uint64_t Count(const std::string& function);
+void ResetCounts();
+
+// The n-th call (from 1) from now on fails; with kOnward all later ones as well.
+void FailNth(const std::string& function, std::uint64_t n, Fault fault = kOutOfMemory,
+             Repeat repeat = Repeat::kOnce);
+// The n-th of all calls that can fail, whichever it is.
+void FailNthOfAll(std::uint64_t n, Fault fault = kOutOfMemory);
+// The function whose call was made to fail since ClearFaults; nothing when none was.
+std::optional<std::string> InjectedInto();
+void ClearFaults();
+
+// Switching the log on or off empties it. Calls are in the order in which they began.
+void LogCalls(bool on);
+std::vector<LoggedCall> LoggedCalls();
+
+}  // namespace vwin::control

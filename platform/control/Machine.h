@@ -1,0 +1,74 @@
+// The test side of the machine: version, session, graphics, processes, registry. The
+// desktop with its windows is in Desktop.h.
+//
+//   SetVersion(kWindows7);
+//   SetComposition(false);
+//   AddProcess(7000, L"C:\\Apps\\notes.exe");
+//
+// What a machine is without any call stands in model/Machine.h.
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "platform/model/Machine.h"
+
+namespace vwin::control {
+
+// ------------------------------------------------------------------------ version
+
+inline constexpr Version kWindows7{6, 1, 7601};
+using vwin::kWindows8;
+inline constexpr Version kWindows81{6, 3, 9600};
+inline constexpr Version kWindows10{10, 0, 19045};
+inline constexpr Version kWindows11{10, 0, 22000};
+
+// Composition stays as it is: only Windows 7 can be without.
+void SetVersion(Version version);
+void SetComposition(bool enabled);
+
+// ------------------------------------------------------------------------ session
+
+void SetRemoteSession(bool remote);
+void LockSession(bool locked);
+// A prompt on the secure desktop: nobody can switch to the default desktop.
+void SetSecureDesktop(bool up);
+// What WTSQuerySessionInformationW does; `error` for kFails.
+using vwin::SessionQuery;
+void SetSessionQuery(SessionQuery query, DWORD error = ERROR_ACCESS_DENIED);
+
+// ----------------------------------------------------------------------- graphics
+
+void SetNoAdapter();
+// One adapter with all monitors.
+void SetAdapter(const Adapter& adapter);
+// What Windows has for a card without driver; its vendor is Microsoft.
+inline const Adapter kSoftwareAdapter{0x1414, 0x8C, L"Microsoft Basic Render Driver"};
+// Result of making a hardware device; S_OK makes one.
+void SetD3DResult(HRESULT result);
+// Making a hardware device raises a structured exception with this code.
+void SetD3DFault(std::optional<std::uint32_t> code);
+// Result of DuplicateOutput; with S_OK it works where Windows lets it.
+void SetDuplicateResult(HRESULT result);
+
+// ------------------------------------------------- processes, virtual desktops
+
+// One that is not openable denies OpenProcess, as elevated ones do.
+void AddProcess(std::uint32_t id, const std::wstring& imagePath, bool openable = true);
+void RemoveProcess(std::uint32_t id);
+
+void SetVirtualDesktopManager(bool present);
+// The window's own flag only: Windows cloaks such a window as well (SetCloaked).
+void SetOnOtherVirtualDesktop(HWND window, bool other);
+
+// ----------------------------------------------------------------------- registry
+
+// Below HKEY_CURRENT_USER. Makes the key where it is missing.
+void SetRegistryDword(const std::string& key, const std::string& name, std::uint32_t value);
+std::optional<std::uint32_t> RegistryDword(const std::string& key, const std::string& name);
+void RemoveRegistryKey(const std::string& key);
+
+}  // namespace vwin::control

@@ -1,0 +1,453 @@
+#include "win/capture/ScreenCaptureImpl.h"
+
+// gdiplus.h needs names that windows.h leaves out when it is lean.
+// clang-format off
+#include <objidl.h>
+#include <gdiplus.h>
+// clang-format on
+
+#include "common/Logging.h"
+#include "win/source/ShareListManager.h"
+#include "win/task/ScreenCaptureTaskDesktop.h"
+#include "win/util/SystemProbes.h"
+#include "win/util/Utils.h"
+
+namespace qx {
+namespace {
+
+constexpr int kMaxFps = 30;
+constexpr int kNothing = 0;
+
+const char* ExcludeLabel(const IScreenCapture::FilterWindowInfo& window) {
+  return window.type == 0 ? "ExcludeWindowsByHandle" : "ExcludeWindowsByPid";
+}
+
+const char* IncludeLabel(const IScreenCapture::FilterWindowInfo& window) {
+  return window.type == 0 ? "IncludeWindowsByHandle" : "IncludeWindowsByPid";
+}
+
+// Pictures are read and written through GDI+, which stays up until the process
+// ends: nobody can know who else in it relies on it.
+void StartGdiplus() {
+  ULONG_PTR token = 0;
+  const Gdiplus::GdiplusStartupInput input;
+  const Gdiplus::Status status = Gdiplus::GdiplusStartup(&token, &input, nullptr);
+  if (status != Gdiplus::Ok) {
+    QX_LOG_WARN("GdiplusStartup failed, status = {}", static_cast<std::int32_t>(status));
+  }
+}
+
+void LogWindowPosition(HWND window) {
+  RECT rect = {};
+  if (!GetWindowRect(window, &rect)) {
+    QX_LOG_WARN("PrintWindowLog GetWindowRect fail");
+    return;
+  }
+  QX_LOG_INFO("The window is hwnd = {:#08x},window pos is rect = {},{},{},{} ",
+              reinterpret_cast<std::uintptr_t>(window), static_cast<std::int32_t>(rect.left),
+              static_cast<std::int32_t>(rect.top), static_cast<std::int32_t>(rect.right),
+              static_cast<std::int32_t>(rect.bottom));
+}
+
+}  // namespace
+
+ScreenCaptureImpl::ScreenCaptureImpl()
+    : m_filterWindowManager(std::make_shared<FilterWindowManager>()) {
+  QX_TRACE("ScreenCaptureImpl::ScreenCaptureImpl");
+  StartGdiplus();
+}
+
+ScreenCaptureImpl::~ScreenCaptureImpl() { QX_TRACE("ScreenCaptureImpl::~ScreenCaptureImpl"); }
+
+void ScreenCaptureImpl::EnableFilterWindowWhenShareDesktop(bool enable) {
+  QX_TRACE("ScreenCaptureImpl::EnableFilterWindowWhenShareDesktop");
+  QX_LOG_INFO("EnableFilterWindowWhenShareDesktop enable:{} m_enableFilterWindow:{}", enable,
+              m_enableFilterWindow);
+  if (enable == m_enableFilterWindow) {
+    return;
+  }
+  m_enableFilterWindow = enable;
+  if (m_task) {
+    m_task->EnableFilterWindowWhenShareDesktop(enable);
+  }
+}
+
+void ScreenCaptureImpl::SetExcludeWindows(const IScreenCapture::FilterWindowInfo* windows,
+                                          int count) {
+  QX_TRACE("ScreenCaptureImpl::SetExcludeWindows");
+  if (windows && count > 0) {
+    m_filterWindowManager->SetExcludeWindows({windows, windows + count});
+  }
+}
+
+void ScreenCaptureImpl::AddExcludeWindow(const IScreenCapture::FilterWindowInfo& window) {
+  QX_LOG_INFO("AddExcludeWindow filterType:{}", ExcludeLabel(window));
+  m_filterWindowManager->AddExcludeWindow(window);
+}
+
+void ScreenCaptureImpl::RemoveExcludeWindow(const IScreenCapture::FilterWindowInfo& window) {
+  QX_LOG_INFO("RemoveExcludeWindow filterType:{}", ExcludeLabel(window));
+  m_filterWindowManager->RemoveExcludeWindow(window);
+}
+
+void ScreenCaptureImpl::ClearExcludeWindows() {
+  QX_TRACE("ScreenCaptureImpl::ClearExcludeWindows");
+  m_filterWindowManager->ClearExcludeWindows();
+}
+
+void ScreenCaptureImpl::SetIncludeWindows(const IScreenCapture::FilterWindowInfo* windows,
+                                          int count) {
+  QX_TRACE("ScreenCaptureImpl::SetIncludeWindows");
+  if (windows && count > 0) {
+    m_filterWindowManager->SetIncludeWindows({windows, windows + count});
+  }
+}
+
+void ScreenCaptureImpl::AddIncludeWindow(const IScreenCapture::FilterWindowInfo& window) {
+  QX_LOG_INFO("AddIncludeWindow filterType:{}", IncludeLabel(window));
+  m_filterWindowManager->AddIncludeWindow(window);
+}
+
+void ScreenCaptureImpl::RemoveIncludeWindow(const IScreenCapture::FilterWindowInfo& window) {
+  QX_LOG_INFO("RemoveIncludeWindow filterType:{}", IncludeLabel(window));
+  m_filterWindowManager->RemoveIncludeWindow(window);
+}
+
+void ScreenCaptureImpl::ClearIncludeWindows() {
+  QX_TRACE("ScreenCaptureImpl::ClearIncludeWindows");
+  m_filterWindowManager->ClearIncludeWindows();
+}
+
+void ScreenCaptureImpl::GetDesktopList(IScreenCapture::DesktopListCallback callback, void* user) {
+  QX_TRACE("ScreenCaptureImpl::GetDesktopList");
+  ShareListManager::Instance().GetDesktopList(callback, user);
+}
+
+void ScreenCaptureImpl::GetDesktopListAsync(IScreenCapture::DesktopListCallback callback,
+                                            void* user) {
+  QX_TRACE("ScreenCaptureImpl::GetDesktopListAsync");
+  ShareListManager::Instance().GetDesktopListAsync(callback, user);
+}
+
+// This build knows no windows and makes no thumbnails.
+
+const char* ScreenCaptureImpl::GetDesktopThumbnail(int /*id*/, int /*width*/, int /*height*/) {
+  QX_TRACE("ScreenCaptureImpl::GetDesktopThumbnail");
+  return nullptr;
+}
+
+void ScreenCaptureImpl::GetDesktopThumbnailAll(int /*width*/, int /*height*/,
+                                               IScreenCapture::ThumbnailListCallback callback,
+                                               void* user) {
+  QX_TRACE("ScreenCaptureImpl::GetDesktopThumbnailAll");
+  if (callback) {
+    callback(nullptr, nullptr, kNothing, user);
+  }
+}
+
+void ScreenCaptureImpl::GetDesktopThumbnailAllAsync(int /*width*/, int /*height*/,
+                                                    IScreenCapture::ThumbnailListCallback callback,
+                                                    void* user) {
+  QX_TRACE("ScreenCaptureImpl::GetDesktopThumbnailAllAsync");
+  if (callback) {
+    callback(nullptr, nullptr, kNothing, user);
+  }
+}
+
+void ScreenCaptureImpl::GetWindowList(IScreenCapture::WindowListCallback callback, void* user) {
+  QX_TRACE("ScreenCaptureImpl::GetWindowList");
+  if (callback) {
+    callback(nullptr, kNothing, user);
+  }
+}
+
+void ScreenCaptureImpl::GetWindowListAsync(IScreenCapture::WindowListCallback callback,
+                                           void* user) {
+  QX_TRACE("ScreenCaptureImpl::GetWindowListAsync");
+  if (callback) {
+    callback(nullptr, kNothing, user);
+  }
+}
+
+const char* ScreenCaptureImpl::GetWindowThumbnail(int /*id*/, int /*width*/, int /*height*/) {
+  QX_TRACE("ScreenCaptureImpl::GetWindowThumbnail");
+  return nullptr;
+}
+
+void ScreenCaptureImpl::GetWindowThumbnailAll(int /*width*/, int /*height*/,
+                                              IScreenCapture::ThumbnailListCallback callback,
+                                              void* user) {
+  QX_TRACE("ScreenCaptureImpl::GetWindowThumbnailAll");
+  if (callback) {
+    callback(nullptr, nullptr, kNothing, user);
+  }
+}
+
+void ScreenCaptureImpl::GetWindowThumbnailAllAsync(int /*width*/, int /*height*/,
+                                                   IScreenCapture::ThumbnailListCallback callback,
+                                                   void* user) {
+  QX_TRACE("ScreenCaptureImpl::GetWindowThumbnailAllAsync");
+  if (callback) {
+    callback(nullptr, nullptr, kNothing, user);
+  }
+}
+
+const char* ScreenCaptureImpl::GetWindowIcon(int /*id*/) { return ""; }
+
+const wchar_t* ScreenCaptureImpl::GetWindowTitle(int /*id*/) { return L""; }
+
+void ScreenCaptureImpl::SetCanUseMagCapture(bool canUseMag) {
+  QX_LOG_INFO("SetCanUseMagCapture: can_use_mag = {}", canUseMag);
+  WindowsUtil::SetCanUseMagCapture(canUseMag);
+}
+
+void ScreenCaptureImpl::ShowCursor(bool show) {
+  QX_TRACE("ScreenCaptureImpl::ShowCursor");
+  m_showCursor = show;
+  if (m_task) {
+    m_task->ShowCursor(show);
+  }
+}
+
+void ScreenCaptureImpl::SetAutoActiveShareWindow(bool active) {
+  QX_TRACE("ScreenCaptureImpl::SetAutoActiveShareWindow");
+  m_autoActiveShareWindow = active;
+  if (m_task) {
+    m_task->SetAutoActiveShareWindow(active);
+  }
+}
+
+void ScreenCaptureImpl::EnablePromptWindow(bool enable) {
+  QX_TRACE("ScreenCaptureImpl::EnablePromptWindow");
+  m_enablePromptWindow = enable;
+  if (m_task) {
+    m_task->EnablePromptWindow(enable);
+  }
+}
+
+void ScreenCaptureImpl::SetDynamicCheck(bool check) {
+  QX_TRACE("ScreenCaptureImpl::SetDynamicCheck");
+  if (m_task) {
+    m_task->SetDynamicCheck(check);
+  }
+}
+
+void ScreenCaptureImpl::SetCaptureEngineConfig(const IScreenCapture::CaptureEngineType* types,
+                                               int count, bool wgcPriority) {
+  EngineTypeSet engineTypes;
+  if (types && count > 0) {
+    engineTypes.insert(types, types + count);
+  }
+  m_engineTypes.swap(engineTypes);
+  m_wgcPriority = wgcPriority;
+  if (m_task) {
+    m_task->SetCaptureEngineConfig(m_engineTypes, m_wgcPriority);
+  }
+}
+
+void ScreenCaptureImpl::SetPromptWindowInfo(const IScreenCapture::PromptWindowInfo* info) {
+  QX_TRACE("ScreenCaptureImpl::SetPromptWindowInfo");
+  if (!info) {
+    return;
+  }
+  QX_LOG_INFO("ScreenCaptureImpl::SetPromptWindowInfo color r:{},g:{},b:{},width:{}", info->r,
+              info->g, info->b, info->width);
+  m_promptWindowInfo = *info;
+  if (m_task) {
+    m_task->SetPromptWindowInfo(m_promptWindowInfo);
+  }
+}
+
+void ScreenCaptureImpl::SetCaptureFrameResolutionLimit(
+    const IScreenCapture::ScreenFrameResolutionLimit& limit) {
+  QX_TRACE("ScreenCaptureImpl::SetCaptureFrameResolutionLimit");
+  m_resolutionLimit = limit;
+  QX_LOG_INFO(
+      "set frame resolution limit, maxScreenWidth*maxScreenHeight={}x{}, maxScreenPixels: {}",
+      limit.maxScreenWidth, limit.maxScreenHeight, limit.maxScreenPixels);
+  if (m_task) {
+    m_task->SetCaptureFrameResolutionLimit(limit);
+  }
+}
+
+void ScreenCaptureImpl::SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormat format) {
+  QX_TRACE("ScreenCaptureImpl::SetScreenFrameFormatType");
+  QX_LOG_INFO("SetScreenFrameFormatType type:{} m_frameFormatType:{}",
+              static_cast<std::int32_t>(format), static_cast<std::int32_t>(m_frameFormatType));
+  if (format == m_frameFormatType) {
+    return;
+  }
+  m_frameFormatType = format;
+  if (m_task) {
+    m_task->SetScreenFrameFormatType(format);
+  }
+}
+
+void ScreenCaptureImpl::SetScreenCaptureConfig(const IScreenCapture::ScreenCaptureConfig& config) {
+  QX_TRACE("ScreenCaptureImpl::SetScreenCaptureConfig");
+  QX_LOG_INFO(
+      "SetScreenCaptureConfig: KeepAliveInterval = {}, MovedWindowStableKeepMinDuration = {}, "
+      "DynamicFrameCallback = {}, GetDirtyRectInfo = {}, scDynamicCheck = {}, "
+      "scNewMouseCaptureWay = {}",
+      config.KeepAliveInterval, config.MovedWindowStableKeepMinDuration,
+      config.DynamicFrameCallback, config.GetDirtyRectInfo, config.scDynamicCheck,
+      config.scNewMouseCaptureWay);
+  m_captureConfig = config;
+  if (m_task) {
+    m_task->SetScreenCaptureConfig(config);
+  }
+}
+
+void ScreenCaptureImpl::SetCaptureFPS(int fps) {
+  QX_TRACE("ScreenCaptureImpl::SetCaptureFPS");
+  if (fps < 1 || fps > kMaxFps) {
+    QX_LOG_WARN("set fps failed, please make sure your input is in (0, {}]", kMaxFps);
+    return;
+  }
+  m_fps = fps;
+  QX_LOG_INFO("set fps:{}", fps);
+  if (m_task) {
+    m_task->SetCaptureFPS(fps);
+  }
+}
+
+bool ScreenCaptureImpl::ShareDesktop(void* context, int id, IScreenCapture::ShareListener* listener,
+                                     IScreenCapture::ShareError& error) {
+  QX_TRACE("ScreenCaptureImpl::ShareDesktop");
+  QX_LOG_INFO("qx-sc:workflow:start share desktop:{}", id);
+  error = IScreenCapture::ShareErrorNone;
+  if (m_task) {
+    QX_LOG_ERROR("ShareDesktop m_task is running, please stop first");
+    error = IScreenCapture::ShareErrorTaskRunning;
+    return false;
+  }
+  if (!listener) {
+    QX_LOG_ERROR("Share Listener is NULL, please pass in the correct parameter");
+    error = IScreenCapture::ShareErrorNullListener;
+    return false;
+  }
+  const auto monitor = IdToHandle<HMONITOR>(id);
+  MONITORINFOEXW info = {};
+  info.cbSize = sizeof(info);
+  if (!GetMonitorInfoW(monitor, &info)) {
+    QX_LOG_ERROR("share desktop failed: desktop is not exit, desktop id = {}, error = {}", id,
+                 static_cast<std::uint32_t>(GetLastError()));
+    error = IScreenCapture::ShareErrorTargetMissing;
+    return false;
+  }
+  // Anything that goes wrong from here on, a lack of memory too, is a failed start.
+  error = IScreenCapture::ShareErrorStartFailed;
+  const auto wrapper = makeListener(context, listener);
+  const auto task = std::make_shared<ScreenCaptureTaskDesktop>(monitor, m_filterWindowManager);
+  configure(*task);
+  if (!runTask(task, wrapper)) {
+    return false;
+  }
+  error = IScreenCapture::ShareErrorNone;
+  return true;
+}
+
+bool ScreenCaptureImpl::ShareWindow(void* context, int id, IScreenCapture::ShareListener* listener,
+                                    IScreenCapture::ShareError& error) {
+  QX_TRACE("ScreenCaptureImpl::ShareWindow");
+  QX_LOG_INFO("qx-sc:workflow:start share window:{}", id);
+  error = IScreenCapture::ShareErrorNone;
+  if (m_task) {
+    QX_LOG_ERROR("ShareWindow m_task is running, please stop first");
+    error = IScreenCapture::ShareErrorTaskRunning;
+    return false;
+  }
+  if (!listener) {
+    QX_LOG_ERROR("Share Listener is NULL, please pass in the correct parameter");
+    error = IScreenCapture::ShareErrorNullListener;
+    return false;
+  }
+  const auto window = IdToHandle<HWND>(id);
+  if (!IsWindow(window)) {
+    QX_LOG_ERROR("share window failed: window is not exit window id = {}", id);
+    error = IScreenCapture::ShareErrorTargetMissing;
+    return false;
+  }
+  LogWindowPosition(window);
+  error = IScreenCapture::ShareErrorStartFailed;
+  makeListener(context, listener);
+  QX_LOG_ERROR("this build shares no windows");
+  return false;
+}
+
+std::shared_ptr<ShareListenerWrapper> ScreenCaptureImpl::makeListener(
+    void* context, IScreenCapture::ShareListener* listener) {
+  const auto interval = static_cast<std::int32_t>(m_captureConfig.KeepAliveInterval);
+  m_listener = std::make_shared<ShareListenerWrapper>(context, listener, interval);
+  return m_listener;
+}
+
+void ScreenCaptureImpl::configure(ScreenCaptureTask& task) {
+  task.SetPromptWindowInfo(m_promptWindowInfo);
+  task.SetCaptureFPS(m_fps);
+  task.SetAutoActiveShareWindow(m_autoActiveShareWindow);
+  task.ShowCursor(m_showCursor);
+  task.EnableFilterWindowWhenShareDesktop(m_enableFilterWindow);
+  task.SetScreenFrameFormatType(m_frameFormatType);
+  task.SetCaptureFrameResolutionLimit(m_resolutionLimit);
+  task.SetScreenCaptureConfig(m_captureConfig);
+  task.SetCaptureEngineConfig(m_engineTypes, m_wgcPriority);
+}
+
+// The host hears of the start in the middle of this and may call back into this
+// object. Should it even stop the share there, the caller's references keep what
+// still runs, and BeginCapture does nothing.
+bool ScreenCaptureImpl::runTask(const std::shared_ptr<ScreenCaptureTask>& task,
+                                const std::shared_ptr<ShareListenerWrapper>& listener) {
+  task->SetKeepLiveCallback(
+      [wrapper = listener.get()](const IScreenCapture::ScreenFrameData* frame) {
+        wrapper->OnKeepLiveFrame(frame);
+      });
+  m_task = task;
+  try {
+    if (task->Start(listener.get(), m_enablePromptWindow)) {
+      listener->OnStart();
+      task->BeginCapture();
+      return true;
+    }
+  } catch (...) {
+    QX_LOG_ERROR("start of the share ended by an exception");
+    task->Stop();
+  }
+  m_task.reset();
+  return false;
+}
+
+void ScreenCaptureImpl::SharePause() {
+  QX_TRACE("ScreenCaptureImpl::SharePause");
+  if (m_task) {
+    m_task->Pause();
+  }
+}
+
+void ScreenCaptureImpl::ShareResume() {
+  QX_TRACE("ScreenCaptureImpl::ShareResume");
+  if (m_task) {
+    m_task->Resume();
+  }
+}
+
+void ScreenCaptureImpl::ShareStop() {
+  QX_TRACE("ScreenCaptureImpl::ShareStop");
+  QX_LOG_INFO("qx-sc:workflow:stop share");
+  if (m_task) {
+    m_task->Stop();
+    m_task.reset();
+  }
+  m_listener.reset();
+}
+
+void ScreenCaptureImpl::GetCaptureRect(IScreenCapture::CaptureRect& rect) {
+  if (m_task) {
+    m_task->GetCaptureRect(rect);
+  } else {
+    rect = {-1, -1, -1, -1};
+  }
+}
+
+}  // namespace qx

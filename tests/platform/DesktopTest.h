@@ -1,0 +1,55 @@
+// The fixture of tests that build a desktop: one monitor of 200 x 100 at 0, 0, in
+// one colour, composition on. What a test opens is closed after it.
+#pragma once
+
+#include <dwmapi.h>
+#include <gtest/gtest.h>
+
+#include "platform/control/Desktop.h"
+#include "platform/control/Machine.h"
+#include "tests/platform/TestWindow.h"
+
+namespace qx::test {
+
+constexpr COLORREF kDesktop = RGB(32, 64, 96);
+constexpr std::uint32_t kDesktopPixel = 0x00204060;
+constexpr COLORREF kRed = RGB(200, 30, 10);
+constexpr std::uint32_t kRedPixel = 0x00C81E0A;
+constexpr COLORREF kGreen = RGB(20, 180, 40);
+constexpr std::uint32_t kGreenPixel = 0x0014B428;
+
+class DesktopTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    vwin::control::SetDesktopColor(kDesktop);
+    vwin::control::SetMonitorRect(vwin::control::PrimaryMonitor(), {0, 0, 200, 100});
+  }
+  void TearDown() override {
+    for (const HWND window : m_opened) {
+      if (IsWindow(window)) vwin::control::Close(window);
+    }
+    for (const HMONITOR monitor : vwin::control::Monitors()) {
+      if (monitor != vwin::control::PrimaryMonitor()) vwin::control::RemoveMonitor(monitor);
+    }
+    vwin::control::SetComposition(true);
+    vwin::control::SetSecureDesktop(false);
+    vwin::control::SetVersion(vwin::control::kWindows10);
+  }
+
+  HWND open(const vwin::control::WindowSpec& spec) {
+    m_opened.push_back(vwin::control::OpenWindow(spec));
+    return m_opened.back();
+  }
+
+  // One pixel as BitBlt of the screen gives it.
+  static std::uint32_t screenAt(int x, int y, DWORD operation = SRCCOPY) {
+    TestBitmap picture(1, 1);
+    EXPECT_TRUE(picture.CopyScreen(x, y, operation));
+    return picture.At(0, 0);
+  }
+
+ private:
+  std::vector<HWND> m_opened;
+};
+
+}  // namespace qx::test

@@ -1,0 +1,230 @@
+// What the screen shows of other programs' windows.
+#include <cstdlib>
+
+#include "tests/platform/DesktopTest.h"
+
+namespace qx::test {
+namespace {
+
+using namespace vwin::control;
+
+class CompositorTest : public DesktopTest {};
+
+testing::AssertionResult near(std::uint32_t seen, std::uint32_t wanted) {
+  for (int shift = 0; shift < 32; shift += 8) {
+    const int a = seen >> shift & 0xFF;
+    const int b = wanted >> shift & 0xFF;
+    if (std::abs(a - b) > 1)
+      return testing::AssertionFailure() << std::hex << seen << " is not about " << wanted;
+  }
+  return testing::AssertionSuccess();
+}
+
+TEST_F(CompositorTest, ShowsTheTopmostWindowThatIsThere) {
+  EXPECT_EQ(screenAt(50, 50), kDesktopPixel);
+  const HWND low = open({.rect = {10, 10, 100, 90}, .color = kRed});
+  const HWND high = open({.rect = {40, 40, 150, 90}, .color = kGreen});
+  EXPECT_EQ(screenAt(39, 50), kRedPixel);
+  EXPECT_EQ(screenAt(40, 50), kGreenPixel);
+  EXPECT_EQ(screenAt(150, 50), kDesktopPixel);
+
+  ToTop(low);
+  EXPECT_EQ(screenAt(50, 50), kRedPixel);
+  ToBottom(low);
+  EXPECT_EQ(screenAt(50, 50), kGreenPixel);
+  SetTopmost(low, true);
+  ToTop(high);
+  EXPECT_EQ(screenAt(50, 50), kRedPixel) << "topmost windows stay above";
+
+  Hide(low);
+  EXPECT_EQ(screenAt(50, 50), kGreenPixel);
+  Show(low);
+  SetCloaked(low, true);
+  EXPECT_EQ(screenAt(50, 50), kGreenPixel);
+  SetCloaked(low, false);
+  Minimise(low);
+  EXPECT_EQ(screenAt(50, 50), kGreenPixel);
+  Restore(low);
+  EXPECT_EQ(screenAt(50, 50), kRedPixel);
+  MoveTo(low, 100, 0);
+  EXPECT_EQ(screenAt(50, 50), kGreenPixel);
+  EXPECT_EQ(screenAt(189, 79), kRedPixel);
+  Close(low);
+  EXPECT_EQ(screenAt(189, 79), kDesktopPixel);
+}
+
+TEST_F(CompositorTest, ShowsWhatWindowsDraw) {
+  const HWND window = open({.rect = {10, 10, 110, 60}, .paint = [](Canvas& canvas) {
+                              canvas.Fill({0, 0, canvas.width(), canvas.height()}, kRed);
+                              canvas.Fill({canvas.width() - 10, -5, 1000, 5}, kGreen);
+                              canvas.Row(1)[2] = 0xFF123456;
+                            }});
+  EXPECT_EQ(screenAt(99, 14), kRedPixel);
+  EXPECT_EQ(screenAt(100, 14), kGreenPixel);
+  EXPECT_EQ(screenAt(100, 15), kRedPixel);
+  EXPECT_EQ(screenAt(12, 11), 0x00123456u) << "the top byte is 0 throughout";
+  Resize(window, 60, 50);
+  EXPECT_EQ(screenAt(60, 14), kGreenPixel) << "drawn anew for its new size";
+  EXPECT_EQ(screenAt(70, 14), kDesktopPixel);
+  Fill(window, {0, 0, 5, 5}, RGB(1, 2, 3));
+  EXPECT_EQ(screenAt(14, 14), 0x00010203u);
+}
+
+TEST_F(CompositorTest, ChildrenAreCutAtTheirParentsEdge) {
+  const HWND parent = open({.rect = {10, 10, 60, 60}, .color = kRed});
+  open({.rect = {50, 50, 90, 90}, .color = kGreen, .parent = parent});
+  EXPECT_EQ(screenAt(59, 59), kGreenPixel);
+  EXPECT_EQ(screenAt(60, 59), kDesktopPixel);
+  Hide(parent);
+  EXPECT_EQ(screenAt(59, 59), kDesktopPixel);
+}
+
+TEST_F(CompositorTest, MixesLayeredWindows) {
+  const HWND window = open({.rect = {0, 0, 100, 100}, .color = kRed});
+  Fill(window, {50, 0, 100, 100}, kGreen);
+  // 25 of 255 over the desktop's 32, 64, 96.
+  SetLayered(window, std::nullopt, std::uint8_t{25});
+  EXPECT_TRUE(near(screenAt(10, 10), 0x00303D58));
+  SetLayered(window, kGreen, std::nullopt);
+  EXPECT_EQ(screenAt(10, 10), kRedPixel);
+  EXPECT_EQ(screenAt(60, 10), kDesktopPixel);
+  SetLayered(window, kGreen, std::uint8_t{128});
+  EXPECT_TRUE(near(screenAt(10, 10), 0x00742F35));
+  EXPECT_EQ(screenAt(60, 10), kDesktopPixel);
+  SetExStyle(window, 0);
+  EXPECT_EQ(screenAt(60, 10), kGreenPixel);
+  SetExStyle(window, WS_EX_LAYERED);
+  EXPECT_EQ(screenAt(60, 10), kDesktopPixel) << "without attributes it shows nothing";
+}
+
+TEST_F(CompositorTest, WithoutCompositionLayeredWindowsAreLeftOut) {
+  const HWND window = open({.rect = {0, 0, 100, 100}, .color = kRed});
+  SetLayered(window, std::nullopt, std::uint8_t{255});
+  EXPECT_EQ(screenAt(10, 10), kRedPixel);
+  SetComposition(false);
+  EXPECT_EQ(screenAt(10, 10), kDesktopPixel);
+  EXPECT_EQ(screenAt(10, 10, SRCCOPY | CAPTUREBLT), kRedPixel);
+}
+
+TEST_F(CompositorTest, SecureDesktopCannotBeRead) {
+  TestBitmap picture(10, 10);
+  CURSORINFO cursor{};
+  cursor.cbSize = sizeof(cursor);
+  SetSecureDesktop(true);
+  SetLastError(0);
+  EXPECT_FALSE(picture.CopyScreen(0, 0));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_ACCESS_DENIED));
+  EXPECT_FALSE(GetCursorInfo(&cursor));
+  SetSecureDesktop(false);
+  EXPECT_TRUE(picture.CopyScreen(0, 0));
+}
+
+TEST_F(CompositorTest, PrintWindowDrawsWhatIsCovered) {
+  const HWND window = open({.rect = {-20, 10, 30, 40}, .color = kRed});
+  Fill(window, {0, 0, 1, 1}, RGB(1, 2, 3));
+  open({.rect = {-50, -50, 200, 200}, .color = kGreen});
+  TestBitmap picture(60, 40);
+  for (const UINT flags : {0u, static_cast<UINT>(PW_RENDERFULLCONTENT)}) {
+    picture.Fill({0, 0, 60, 40}, RGB(9, 9, 9));
+    EXPECT_TRUE(PrintWindow(window, picture.dc(), flags));
+    EXPECT_EQ(picture.At(0, 0), 0x00010203u);
+    EXPECT_EQ(picture.At(49, 29), kRedPixel);
+    EXPECT_EQ(picture.At(50, 29), 0x00090909u) << "beyond the window nothing is drawn";
+  }
+  Close(window);
+  SetLastError(0);
+  EXPECT_FALSE(PrintWindow(window, picture.dc(), 0));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_WINDOW_HANDLE));
+}
+
+TEST_F(CompositorTest, TheCursorIsDrawnOnDemand) {
+  SetCursorPosition(50, 60);
+  SetCursorShape(
+      {.width = 2, .height = 1, .hotspotX = 1, .hotspotY = 0, .pixels = {0xFFC81E0A, 0x00FFFFFF}});
+  EXPECT_EQ(screenAt(50, 60), kDesktopPixel);
+  CURSORINFO cursor{};
+  cursor.cbSize = sizeof(cursor);
+  ASSERT_TRUE(GetCursorInfo(&cursor));
+  EXPECT_EQ(cursor.flags, static_cast<DWORD>(CURSOR_SHOWING));
+  EXPECT_EQ(cursor.ptScreenPos.x, 50);
+  EXPECT_EQ(cursor.ptScreenPos.y, 60);
+  TestBitmap picture(4, 2);
+  picture.Fill({0, 0, 4, 2}, kGreen);
+  EXPECT_TRUE(DrawIcon(picture.dc(), 3, 1, cursor.hCursor));
+  EXPECT_TRUE(DrawIcon(picture.dc(), 1, 0, cursor.hCursor));
+  EXPECT_EQ(picture.Pixels(),
+            (std::vector<std::uint32_t>{kGreenPixel, kRedPixel, kGreenPixel, kGreenPixel,
+                                        kGreenPixel, kGreenPixel, kGreenPixel, kRedPixel}));
+  HideCursor();
+  ASSERT_TRUE(GetCursorInfo(&cursor));
+  EXPECT_EQ(cursor.flags, 0u);
+  ShowCursor();
+}
+
+TEST_F(CompositorTest, ManyWindowsAreInOrder) {
+  for (int i = 0; i < 2000; ++i)
+    open({.rect = {i % 190, 0, 200, 100}, .color = RGB(i % 256, i / 256, 77)});
+  // The last one starts at 99, the 99 before it further left.
+  EXPECT_EQ(screenAt(99, 50), 0x00CF074Du);
+  EXPECT_EQ(screenAt(98, 50), 0x00CE074Du);
+  EXPECT_EQ(WindowsInOrder().size(), 2000u);
+}
+
+TEST_F(CompositorTest, PointsReachWhatAClickWouldReach) {
+  const HWND low = open({.rect = {0, 0, 100, 100}, .color = kRed});
+  const HWND high = open({.rect = {0, 0, 100, 100}, .color = kGreen});
+  const HWND child = open({.rect = {0, 0, 10, 10}, .parent = high});
+  EXPECT_EQ(WindowFromPoint({5, 5}), child);
+  EXPECT_EQ(WindowFromPoint({50, 50}), high);
+  SetLayered(high, std::nullopt, std::uint8_t{128});
+  EXPECT_EQ(WindowFromPoint({50, 50}), high);
+  SetLayered(high, kGreen, std::nullopt);
+  EXPECT_EQ(WindowFromPoint({50, 50}), low) << "through the key colour";
+  SetExStyle(high, WS_EX_LAYERED | WS_EX_TRANSPARENT);
+  EXPECT_EQ(WindowFromPoint({5, 5}), low);
+  Hide(low);
+  EXPECT_EQ(WindowFromPoint({50, 50}), GetDesktopWindow());
+  EXPECT_EQ(WindowFromPoint({500, 50}), nullptr);
+}
+
+TEST_F(CompositorTest, WindowAttributesDependOnTheVersion) {
+  const HWND window =
+      open({.rect = {10, 10, 60, 60}, .cloaked = true, .invisibleFrame = {7, 0, 7, 7}});
+  DWORD cloaked = 0;
+  RECT bounds{};
+  EXPECT_EQ(DwmGetWindowAttribute(window, DWMWA_CLOAKED, &cloaked, sizeof(cloaked)), S_OK);
+  EXPECT_NE(cloaked, 0u);
+  EXPECT_EQ(DwmGetWindowAttribute(window, DWMWA_EXTENDED_FRAME_BOUNDS, &bounds, sizeof(bounds)),
+            S_OK);
+  EXPECT_EQ(bounds.left, 17);
+  EXPECT_EQ(bounds.top, 10);
+  EXPECT_EQ(bounds.bottom, 53);
+  EXPECT_EQ(DwmGetWindowAttribute(window, DWMWA_EXTENDED_FRAME_BOUNDS, &bounds, 8), E_INVALIDARG);
+  SetVersion(kWindows7);
+  EXPECT_EQ(DwmGetWindowAttribute(window, DWMWA_CLOAKED, &cloaked, sizeof(cloaked)), E_INVALIDARG);
+  SetComposition(false);
+  EXPECT_EQ(DwmGetWindowAttribute(window, DWMWA_EXTENDED_FRAME_BOUNDS, &bounds, sizeof(bounds)),
+            DWM_E_COMPOSITIONDISABLED);
+}
+
+TEST_F(CompositorTest, MaximisedWindowsReachOverTheWorkArea) {
+  const HMONITOR monitor = AddMonitor({200, 0, 400, 100}, {.workArea = RECT{200, 0, 400, 90}});
+  ASSERT_TRUE(monitor);
+  const HWND window = open({.rect = {210, 10, 260, 60}, .style = WS_OVERLAPPEDWINDOW});
+  const auto rect = [&] {
+    RECT now{};
+    GetWindowRect(window, &now);
+    return std::vector<LONG>{now.left, now.top, now.right, now.bottom};
+  };
+  Maximise(window);
+  EXPECT_TRUE(IsZoomed(window));
+  EXPECT_EQ(rect(), (std::vector<LONG>{192, -8, 408, 98}));
+  Minimise(window);
+  Restore(window);
+  EXPECT_TRUE(IsZoomed(window)) << "it was maximised before";
+  Restore(window);
+  EXPECT_EQ(rect(), (std::vector<LONG>{210, 10, 260, 60}));
+}
+
+}  // namespace
+}  // namespace qx::test

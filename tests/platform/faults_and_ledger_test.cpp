@@ -1,0 +1,187 @@
+// How virtual Windows fails calls on request, and what it notes of misuse.
+#include <dxgi.h>
+#include <gtest/gtest.h>
+#include <process.h>
+#include <windows.h>
+
+#include <cerrno>
+#include <string>
+#include <vector>
+
+#include "platform/control/Clock.h"
+#include "platform/control/Faults.h"
+#include "platform/control/Ledger.h"
+
+namespace {
+
+using namespace vwin::control;
+
+HANDLE NewEvent() { return CreateEventW(nullptr, TRUE, FALSE, nullptr); }
+
+unsigned __stdcall DoNothing(void*) { return 0; }
+
+}  // namespace
+
+TEST(Faults, HitTheNthCallOfAFunctionOnceOrFromThenOn) {
+  FailNth("CreateEventW", 2, {1234, 0});
+  const HANDLE first = NewEvent();
+  EXPECT_NE(nullptr, first);
+  EXPECT_EQ(std::nullopt, InjectedInto());
+  EXPECT_EQ(nullptr, NewEvent());
+  EXPECT_EQ(1234u, GetLastError());
+  EXPECT_EQ("CreateEventW", InjectedInto());
+  const HANDLE third = NewEvent();
+  EXPECT_NE(nullptr, third);
+
+  ClearFaults();
+  EXPECT_EQ(std::nullopt, InjectedInto());
+  FailNth("SetEvent", 2, kOutOfMemory, Repeat::kOnward);
+  EXPECT_TRUE(SetEvent(first));
+  EXPECT_FALSE(SetEvent(first));
+  EXPECT_FALSE(SetEvent(first));
+  EXPECT_EQ(DWORD{ERROR_NOT_ENOUGH_MEMORY}, GetLastError());
+  ClearFaults();
+  EXPECT_TRUE(SetEvent(first));
+  CloseHandle(first);
+  CloseHandle(third);
+}
+
+TEST(Faults, HitTheNthOfAllCallsThatCanFail) {
+  const auto scenario = [] {  // two calls that can fail, and some that can't
+    const HANDLE event = NewEvent();
+    (void)GetCurrentThreadId();
+    if (event == nullptr) return;
+    SetEvent(event);
+    CloseHandle(event);
+  };
+  std::vector<std::string> hit;
+  for (std::uint64_t n = 1;; ++n) {
+    FailNthOfAll(n);
+    scenario();
+    const auto function = InjectedInto();
+    ClearFaults();
+    if (!function) break;
+    hit.push_back(*function);
+  }
+  EXPECT_EQ((std::vector<std::string>{"CreateEventW", "SetEvent"}), hit);
+}
+
+TEST(Faults, ReachComCallsAndThreads) {
+  FailNth("CreateDXGIFactory1", 1, {0, DXGI_ERROR_UNSUPPORTED});
+  IDXGIFactory1* factory = nullptr;
+  const auto make = [&] {
+    return CreateDXGIFactory1(IID_IDXGIFactory1, reinterpret_cast<void**>(&factory));
+  };
+  EXPECT_EQ(DXGI_ERROR_UNSUPPORTED, make());
+  ASSERT_EQ(S_OK, make());
+  FailNth("IDXGIFactory1::EnumAdapters1", 1);
+  IDXGIAdapter1* adapter = nullptr;
+  EXPECT_EQ(E_OUTOFMEMORY, factory->EnumAdapters1(0, &adapter));
+  factory->Release();
+
+  FailNth("_beginthreadex", 1);
+  EXPECT_EQ(0u, _beginthreadex(nullptr, 0, &DoNothing, nullptr, 0, nullptr));
+  EXPECT_EQ(EAGAIN, errno);
+  ClearFaults();
+}
+
+TEST(Calls, AreCountedAndLoggedInOrder) {
+  ResetCounts();
+  LogCalls(true);
+  const HANDLE event = NewEvent();
+  SetEvent(event);
+  SetEvent(event);
+  CloseHandle(event);
+  std::vector<std::string> names;
+  for (const LoggedCall& call : LoggedCalls()) {
+    names.push_back(call.function);
+    EXPECT_EQ(GetCurrentThreadId(), call.thread);
+  }
+  LogCalls(false);
+  // The thread ids asked for above are in no list: it was copied before.
+  EXPECT_EQ((std::vector<std::string>{"CreateEventW", "SetEvent", "SetEvent", "CloseHandle"}),
+            names);
+  EXPECT_EQ(2u, Count("SetEvent"));
+  EXPECT_EQ(0u, Count("NoSuchFunction"));
+}
+
+TEST(Ledger, NamesWhatWasLeftBehind) {
+  const LedgerSnapshot before = Snapshot();
+  const HANDLE event = NewEvent();
+  EXPECT_EQ("event of CreateEventW on thread " + std::to_string(GetCurrentThreadId()) + "\n",
+            Difference(before));
+  CloseHandle(event);
+  EXPECT_EQ("", Difference(before));
+
+  IDXGIFactory1* factory = nullptr;
+  (void)CreateDXGIFactory1(IID_IDXGIFactory1, reinterpret_cast<void**>(&factory));
+  factory->AddRef();
+  factory->Release();
+  EXPECT_EQ(0u, Difference(before).find("COM reference of CreateDXGIFactory1"));
+  EXPECT_EQ(0u, factory->Release());
+  EXPECT_EQ("", Difference(before));
+
+  const HMODULE module = LoadLibraryA("d3d11.dll");
+  EXPECT_EQ("", Difference(before)) << "modules may stay for life";
+  FreeLibrary(module);
+}
+
+TEST(Ledger, SeesStaleAndWrongHandles) {
+  const HANDLE event = NewEvent();
+  const auto thread =
+      reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, &DoNothing, nullptr, 0, nullptr));
+  EXPECT_FALSE(SetEvent(thread));
+  EXPECT_EQ(DWORD{ERROR_INVALID_HANDLE}, GetLastError());
+  EXPECT_FALSE(CloseDesktop(reinterpret_cast<HDESK>(event)));
+  WaitForSingleObject(thread, INFINITE);
+  CloseHandle(thread);
+  EXPECT_TRUE(CloseHandle(event));
+  EXPECT_FALSE(CloseHandle(event));
+  EXPECT_EQ(DWORD{ERROR_INVALID_HANDLE}, GetLastError());
+  const HANDLE next = NewEvent();  // must not be taken for the closed one
+  EXPECT_EQ(WAIT_FAILED, WaitForSingleObject(event, 0));
+  EXPECT_EQ(DWORD{ERROR_INVALID_HANDLE}, GetLastError());
+  CloseHandle(next);
+  const std::vector<std::string> expected{
+      "SetEvent: no open event", "CloseDesktop: no open desktop",
+      "CloseHandle: no open handle of this kind",
+      "WaitForSingleObject: nothing to wait for has this handle"};
+  EXPECT_EQ(expected, TakeMisuses());
+}
+
+TEST(Ledger, GivesEverySecondHandleANegativeNumber) {
+  std::vector<HANDLE> events;
+  int negative = 0;
+  for (int i = 0; i < 8; ++i) {
+    events.push_back(NewEvent());
+    const auto bits = reinterpret_cast<std::intptr_t>(events.back());
+    EXPECT_EQ(bits, static_cast<std::int32_t>(bits)) << "32 bits, sign-extended";
+    negative += bits < 0 ? 1 : 0;
+  }
+  EXPECT_EQ(4, negative);
+  for (const HANDLE event : events) EXPECT_TRUE(CloseHandle(event));
+}
+
+TEST(Ledger, SeesAnObjectReleasedTooOftenOrUsedAfterwards) {
+  IDXGIFactory1* factory = nullptr;
+  (void)CreateDXGIFactory1(IID_IDXGIFactory1, reinterpret_cast<void**>(&factory));
+  EXPECT_EQ(0u, factory->Release());
+  EXPECT_EQ(0u, factory->Release());
+  IDXGIAdapter1* adapter = nullptr;
+  (void)factory->EnumAdapters1(0, &adapter);
+  if (adapter != nullptr) adapter->Release();
+  const std::vector<std::string> expected{
+      "Release: the IDXGIFactory was released before",
+      "IDXGIFactory1::EnumAdapters1: the IDXGIFactory was released before"};
+  EXPECT_EQ(expected, TakeMisuses());
+}
+
+TEST(Ledger, SeesLocksAndModulesGivenBackByTheWrongHand) {
+  SRWLOCK lock = SRWLOCK_INIT;
+  ReleaseSRWLockExclusive(&lock);
+  FreeLibrary(GetModuleHandleA("ntdll.dll"));
+  const std::vector<std::string> expected{
+      "ReleaseSRWLockExclusive: the thread does not hold the lock",
+      "FreeLibrary: ntdll.dll was not loaded by anybody"};
+  EXPECT_EQ(expected, TakeMisuses());
+}

@@ -1,0 +1,148 @@
+// GDI: bitmaps, copying, what the screen shows.
+#include <gtest/gtest.h>
+
+#include "tests/platform/TestWindow.h"
+
+namespace qx::test {
+namespace {
+
+using Pixels = std::vector<std::uint32_t>;
+
+constexpr COLORREF kRed = RGB(200, 30, 10);
+constexpr std::uint32_t kRedPixel = 0x00C81E0A;
+constexpr COLORREF kGreen = RGB(20, 180, 40);
+constexpr std::uint32_t kGreenPixel = 0x0014B428;
+constexpr COLORREF kBlue = RGB(15, 25, 220);
+constexpr std::uint32_t kBluePixel = 0x000F19DC;
+
+// One pixel wide and three high: red, green, blue from the top.
+void paintRows(TestBitmap& bitmap) {
+  bitmap.Fill({0, 0, 1, 1}, kRed);
+  bitmap.Fill({0, 1, 1, 2}, kGreen);
+  bitmap.Fill({0, 2, 1, 3}, kBlue);
+}
+
+TEST(DIBits, ComeInTheAskedOrder) {
+  TestBitmap bitmap(1, 3);
+  EXPECT_EQ(bitmap.Pixels(), (Pixels{0, 0, 0})) << "a new bitmap is black";
+  paintRows(bitmap);
+  EXPECT_EQ(bitmap.Lines(0, 3, true), (Pixels{kRedPixel, kGreenPixel, kBluePixel}));
+  EXPECT_EQ(bitmap.Lines(0, 3, false), (Pixels{kBluePixel, kGreenPixel, kRedPixel}));
+}
+
+TEST(DIBits, LinesCountFromTheBottom) {
+  TestBitmap bitmap(1, 3);
+  paintRows(bitmap);
+  EXPECT_EQ(bitmap.Lines(0, 1, false), (Pixels{kBluePixel}));
+  EXPECT_EQ(bitmap.Lines(1, 2, false), (Pixels{kGreenPixel, kRedPixel}));
+  EXPECT_EQ(bitmap.Lines(0, 1, true), (Pixels{kBluePixel}));
+  EXPECT_EQ(bitmap.Lines(1, 2, true), (Pixels{kRedPixel, kGreenPixel}));
+  EXPECT_EQ(bitmap.Lines(2, 5, false)[0], kRedPixel);
+}
+
+TEST(BitBlt, IsClippedToBothBitmaps) {
+  TestBitmap from(3, 1);
+  from.Fill({0, 0, 1, 1}, kRed);
+  from.Fill({1, 0, 2, 1}, kGreen);
+  from.Fill({2, 0, 3, 1}, kBlue);
+  TestBitmap to(4, 1);
+  EXPECT_TRUE(BitBlt(to.dc(), 2, 0, 5, 5, from.dc(), 0, 0, SRCCOPY));
+  EXPECT_EQ(to.Pixels(), (Pixels{0, 0, kRedPixel, kGreenPixel}));
+  EXPECT_TRUE(BitBlt(to.dc(), -1, 0, 2, 1, from.dc(), 1, 0, SRCCOPY));
+  EXPECT_EQ(to.Pixels(), (Pixels{kBluePixel, 0, kRedPixel, kGreenPixel}));
+}
+
+TEST(BitBlt, CopiesWithinOneBitmap) {
+  TestBitmap bitmap(1, 3);
+  paintRows(bitmap);
+  EXPECT_TRUE(BitBlt(bitmap.dc(), 0, 1, 1, 2, bitmap.dc(), 0, 0, SRCCOPY));
+  EXPECT_EQ(bitmap.Pixels(), (Pixels{kRedPixel, kRedPixel, kGreenPixel}));
+}
+
+TEST(BitBlt, RefusesWhatIsNoDC) {
+  TestBitmap bitmap(2, 2);
+  SetLastError(0);
+  EXPECT_FALSE(
+      BitBlt(bitmap.dc(), 0, 0, 1, 1, reinterpret_cast<HDC>(bitmap.bitmap()), 0, 0, SRCCOPY));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
+}
+
+TEST(Bitmaps, GoIntoOneDCAtATime) {
+  TestBitmap bitmap(2, 2);
+  const HDC other = CreateCompatibleDC(nullptr);
+  EXPECT_FALSE(SelectObject(other, bitmap.bitmap()));
+  EXPECT_TRUE(DeleteDC(other));
+}
+
+TEST(Bitmaps, OfANewMemoryDCAreBlackAndWhite) {
+  const HDC dc = CreateCompatibleDC(nullptr);
+  const HBITMAP bitmap = CreateCompatibleBitmap(dc, 2, 1);
+  const HGDIOBJ previous = SelectObject(dc, bitmap);
+  TestBitmap colours(2, 1);
+  colours.Fill({0, 0, 1, 1}, kGreen);
+  colours.Fill({1, 0, 2, 1}, RGB(255, 255, 255));
+  EXPECT_TRUE(BitBlt(dc, 0, 0, 2, 1, colours.dc(), 0, 0, SRCCOPY));
+  TestBitmap back(2, 1);
+  EXPECT_TRUE(BitBlt(back.dc(), 0, 0, 2, 1, dc, 0, 0, SRCCOPY));
+  EXPECT_EQ(back.Pixels(), (Pixels{0, 0x00FFFFFF}));
+  SelectObject(dc, previous);
+  DeleteObject(bitmap);
+  DeleteDC(dc);
+}
+
+TEST(Screen, ShowsWindowsFromTheBottomToTheTop) {
+  TestWindow low({100, 100, 200, 200}, kRed, WS_EX_TOPMOST);
+  TestWindow high({150, 150, 250, 250}, kGreen, WS_EX_TOPMOST);
+  TestWindow child({0, 0, 10, 10}, kBlue, 0, high, WS_CHILD | WS_VISIBLE);
+  low.Show();
+  high.Show();
+  UpdateWindow(child);
+  TestBitmap picture(150, 150);
+  ASSERT_TRUE(picture.CopyScreen(100, 100));
+  EXPECT_EQ(picture.At(0, 0), kRedPixel);
+  EXPECT_EQ(picture.At(49, 49), kRedPixel);
+  EXPECT_EQ(picture.At(50, 50), kBluePixel);
+  EXPECT_EQ(picture.At(60, 60), kGreenPixel);
+  EXPECT_EQ(picture.At(149, 149), kGreenPixel);
+
+  ShowWindow(high, SW_HIDE);
+  // A system that keeps no picture of covered windows tells it to paint only later.
+  InvalidateRect(low, nullptr, FALSE);
+  UpdateWindow(low);
+  ASSERT_TRUE(picture.CopyScreen(100, 100));
+  EXPECT_EQ(picture.At(60, 60), kRedPixel);
+}
+
+TEST(Screen, LetsThroughAWindowsKeyColour) {
+  TestWindow low({100, 100, 200, 200}, kRed, WS_EX_TOPMOST);
+  TestWindow high({100, 100, 200, 200}, kGreen, WS_EX_TOPMOST | WS_EX_LAYERED);
+  ASSERT_TRUE(SetLayeredWindowAttributes(high, kGreen, 255, LWA_COLORKEY | LWA_ALPHA));
+  low.Show();
+  high.Show();
+  TestBitmap picture(10, 10);
+  ASSERT_TRUE(picture.CopyScreen(120, 120, SRCCOPY | CAPTUREBLT));
+  EXPECT_EQ(picture.At(5, 5), kRedPixel);
+}
+
+TEST(Screen, DrawingIsClippedToWhatWasInvalid) {
+  TestWindow window({100, 100, 200, 200}, kRed, WS_EX_TOPMOST);
+  window.Show();
+  const HDC dc = GetDC(window);
+  const RECT all = {0, 0, 100, 100};
+  const HBRUSH brush = CreateSolidBrush(kBlue);
+  EXPECT_TRUE(FillRect(dc, &all, brush));
+  DeleteObject(brush);
+  EXPECT_EQ(ReleaseDC(window, dc), 1);
+  const RECT part = {10, 10, 20, 20};
+  InvalidateRect(window, &part, FALSE);
+  UpdateWindow(window);
+  TestBitmap picture(100, 100);
+  ASSERT_TRUE(picture.CopyScreen(100, 100));
+  EXPECT_EQ(picture.At(9, 9), kBluePixel);
+  EXPECT_EQ(picture.At(10, 10), kRedPixel);
+  EXPECT_EQ(picture.At(19, 19), kRedPixel);
+  EXPECT_EQ(picture.At(20, 20), kBluePixel);
+}
+
+}  // namespace
+}  // namespace qx::test

@@ -1,0 +1,307 @@
+// What virtual Windows answers when a test configures the machine.
+#include "platform/control/Machine.h"
+
+#include <d3d11.h>
+#include <dwmapi.h>
+#include <dxgi1_2.h>
+#include <gdiplus.h>
+#include <gtest/gtest.h>
+#include <shobjidl.h>
+#include <virtual_windows.h>
+#include <windows.h>
+#include <wtsapi32.h>
+
+#include <cstdint>
+
+#include "platform/control/Desktop.h"
+#include "platform/model/Modules.h"
+
+namespace {
+
+using namespace vwin::control;
+
+FARPROC Export(const char* module, const char* name) {
+  return GetProcAddress(GetModuleHandleA(module), name);
+}
+
+// VerifyVersionInfoW as the usual helpers ask it.
+bool IsAtLeast(std::uint32_t major, std::uint32_t minor, std::uint16_t servicePack) {
+  OSVERSIONINFOEXW wanted{};
+  wanted.dwOSVersionInfoSize = sizeof(wanted);
+  wanted.dwMajorVersion = major;
+  wanted.dwMinorVersion = minor;
+  wanted.wServicePackMajor = servicePack;
+  ULONGLONG conditions = 0;
+  for (const DWORD type : {VER_MAJORVERSION, VER_MINORVERSION, VER_SERVICEPACKMAJOR}) {
+    conditions = VerSetConditionMask(conditions, type, VER_GREATER_EQUAL);
+  }
+  return VerifyVersionInfoW(&wanted, VER_MAJORVERSION | VER_MINORVERSION | VER_SERVICEPACKMAJOR,
+                            conditions) != FALSE;
+}
+
+// The session's flags, or -1 when they can't be had.
+int SessionFlags() {
+  LPWSTR buffer = nullptr;
+  DWORD bytes = 0;
+  if (WTSQuerySessionInformationW(WTS_CURRENT_SERVER_HANDLE, WTS_CURRENT_SESSION, WTSSessionInfoEx,
+                                  &buffer, &bytes) == FALSE) {
+    return -1;
+  }
+  const auto* const record = reinterpret_cast<const WTSINFOEXW*>(buffer);
+  const int flags = bytes == 0 ? -1 : record->Data.WTSInfoExLevel1.SessionFlags;
+  WTSFreeMemory(buffer);
+  return flags;
+}
+
+bool CanSwitchToDefaultDesktop() {
+  const HDESK desktop = OpenDesktopA("Default", 0, FALSE, DESKTOP_SWITCHDESKTOP);
+  const bool can = SwitchDesktop(desktop) != FALSE;
+  CloseDesktop(desktop);
+  return can;
+}
+
+HRESULT MakeDevice(D3D_DRIVER_TYPE type, ID3D11Device** device) {
+  return D3D11CreateDevice(nullptr, type, nullptr, 0, nullptr, 0, D3D11_SDK_VERSION, device,
+                           nullptr, nullptr);
+}
+
+// From a device to the duplication of the first monitor. Releases all on its way.
+HRESULT Duplicate(IDXGIOutputDuplication** duplication) {
+  *duplication = nullptr;
+  ID3D11Device* device = nullptr;
+  HRESULT result = MakeDevice(D3D_DRIVER_TYPE_HARDWARE, &device);
+  if (FAILED(result)) return result;
+  IDXGIDevice* dxgiDevice = nullptr;
+  IDXGIAdapter* adapter = nullptr;
+  IDXGIOutput* output = nullptr;
+  IDXGIOutput1* output1 = nullptr;
+  result = device->QueryInterface(IID_IDXGIDevice, reinterpret_cast<void**>(&dxgiDevice));
+  if (SUCCEEDED(result)) {
+    result = dxgiDevice->GetParent(IID_IDXGIAdapter, reinterpret_cast<void**>(&adapter));
+  }
+  if (SUCCEEDED(result)) result = adapter->EnumOutputs(0, &output);
+  if (SUCCEEDED(result)) {
+    result = output->QueryInterface(IID_IDXGIOutput1, reinterpret_cast<void**>(&output1));
+  }
+  if (SUCCEEDED(result)) result = output1->DuplicateOutput(device, duplication);
+  for (IUnknown* object :
+       std::initializer_list<IUnknown*>{output1, output, adapter, dxgiDevice, device}) {
+    if (object != nullptr) object->Release();
+  }
+  return result;
+}
+
+}  // namespace
+
+TEST(Version, DecidesWhatTheTwoSourcesSayAndWhichFunctionsThereAre) {
+  struct Case {
+    vwin::Version version;
+    bool is8;
+    bool hasPreciseTime;
+    bool hasThreadDescription;
+  };
+  for (const Case& c :
+       {Case{kWindows7, false, false, false}, Case{kWindows8, true, true, false},
+        Case{kWindows81, true, true, false}, Case{kWindows10, true, true, true},
+        Case{{10, 0, 10586}, true, true, false}, Case{kWindows11, true, true, true}}) {
+    SetVersion(c.version);
+    const auto numbers = reinterpret_cast<void (*)(DWORD*, DWORD*, DWORD*)>(
+        reinterpret_cast<void*>(Export("ntdll.dll", "RtlGetNtVersionNumbers")));
+    DWORD major = 0;
+    DWORD minor = 0;
+    DWORD build = 0;
+    numbers(&major, &minor, &build);
+    EXPECT_EQ(c.version, (vwin::Version{major, minor, build & 0xFFFF}));
+    EXPECT_EQ(c.is8, IsAtLeast(6, 2, 0)) << c.version.build;
+    EXPECT_EQ(c.hasPreciseTime, Export("kernel32.dll", "GetSystemTimePreciseAsFileTime") != nullptr)
+        << c.version.build;
+    EXPECT_EQ(c.hasThreadDescription, Export("kernel32.dll", "SetThreadDescription") != nullptr)
+        << c.version.build;
+  }
+  SetVersion(kWindows7);
+  EXPECT_TRUE(IsAtLeast(6, 1, 1));
+  EXPECT_FALSE(IsAtLeast(6, 1, 2));
+  EXPECT_TRUE(IsAtLeast(6, 0, 2)) << "a service pack counts within its version only";
+}
+
+TEST(Session, TellsALockInTheWayOfItsVersion) {
+  EXPECT_EQ(WTS_SESSIONSTATE_UNLOCK, SessionFlags());
+  LockSession(true);
+  EXPECT_EQ(WTS_SESSIONSTATE_LOCK, SessionFlags());
+  SetVersion(kWindows7);
+  EXPECT_EQ(WTS_SESSIONSTATE_UNLOCK, SessionFlags()) << "the wrong way round on Windows 7";
+
+  SetSessionQuery(SessionQuery::kNoBytes);
+  EXPECT_EQ(-1, SessionFlags());
+  SetSessionQuery(SessionQuery::kFails, 7022);
+  EXPECT_EQ(-1, SessionFlags());
+  EXPECT_EQ(7022u, GetLastError());
+}
+
+TEST(Session, LosesTheDefaultDesktopToALockAndToASecureDesktop) {
+  EXPECT_TRUE(CanSwitchToDefaultDesktop());
+  SetSecureDesktop(true);
+  EXPECT_FALSE(CanSwitchToDefaultDesktop());
+  SetSecureDesktop(false);
+  LockSession(true);
+  EXPECT_FALSE(CanSwitchToDefaultDesktop());
+  LockSession(false);
+  EXPECT_TRUE(CanSwitchToDefaultDesktop());
+}
+
+TEST(Session, IsRemoteAndComposedAsConfigured) {
+  EXPECT_EQ(0, GetSystemMetrics(SM_REMOTESESSION));
+  SetRemoteSession(true);
+  EXPECT_NE(0, GetSystemMetrics(SM_REMOTESESSION));
+  BOOL composed = FALSE;
+  EXPECT_EQ(S_OK, DwmIsCompositionEnabled(&composed));
+  EXPECT_TRUE(composed);
+  SetComposition(false);
+  EXPECT_EQ(S_OK, DwmIsCompositionEnabled(&composed));
+  EXPECT_FALSE(composed);
+}
+
+TEST(Graphics, ListsItsAdapters) {
+  IDXGIFactory1* factory = nullptr;
+  ASSERT_EQ(S_OK, CreateDXGIFactory1(IID_IDXGIFactory1, reinterpret_cast<void**>(&factory)));
+  IDXGIAdapter1* adapter = nullptr;
+  DXGI_ADAPTER_DESC1 desc{};
+  SetAdapter(kSoftwareAdapter);
+  ASSERT_EQ(S_OK, factory->EnumAdapters1(0, &adapter));
+  EXPECT_EQ(S_OK, adapter->GetDesc1(&desc));
+  EXPECT_EQ(0x1414u, desc.VendorId);
+  adapter->Release();
+  EXPECT_EQ(DXGI_ERROR_NOT_FOUND, factory->EnumAdapters1(1, &adapter));
+  SetNoAdapter();
+  EXPECT_EQ(DXGI_ERROR_NOT_FOUND, factory->EnumAdapters1(0, &adapter));
+  EXPECT_EQ(nullptr, adapter);
+  factory->Release();
+}
+
+TEST(Graphics, DuplicatesAMonitorOnceAndNotOnWindows7) {
+  IDXGIOutputDuplication* duplication = nullptr;
+  IDXGIOutputDuplication* second = nullptr;
+  ASSERT_EQ(S_OK, Duplicate(&duplication));
+  EXPECT_EQ(E_INVALIDARG, Duplicate(&second)) << "a process has one for each monitor";
+  DXGI_OUTDUPL_DESC desc{};
+  duplication->GetDesc(&desc);
+  EXPECT_EQ(1920u, desc.ModeDesc.Width);
+  EXPECT_EQ(1080u, desc.ModeDesc.Height);
+  EXPECT_EQ(87, desc.ModeDesc.Format);
+  DXGI_OUTDUPL_FRAME_INFO info{};
+  IDXGIResource* resource = nullptr;
+  EXPECT_EQ(DXGI_ERROR_WAIT_TIMEOUT, duplication->AcquireNextFrame(0, &info, &resource));
+  duplication->Release();
+
+  SetDuplicateResult(DXGI_ERROR_UNSUPPORTED);
+  EXPECT_EQ(DXGI_ERROR_UNSUPPORTED, Duplicate(&second));
+  SetDuplicateResult(S_OK);
+  SetSecureDesktop(true);
+  EXPECT_EQ(E_ACCESSDENIED, Duplicate(&second));
+  SetSecureDesktop(false);
+  SetVersion(kWindows7);
+  EXPECT_EQ(E_NOINTERFACE, Duplicate(&second));
+}
+
+TEST(Graphics, RefusesOrFaultsAHardwareDeviceAsConfigured) {
+  ID3D11Device* device = nullptr;
+  SetD3DResult(E_FAIL);
+  EXPECT_EQ(E_FAIL, MakeDevice(D3D_DRIVER_TYPE_HARDWARE, &device));
+  SetD3DFault(0xC0000005);
+  try {
+    (void)MakeDevice(D3D_DRIVER_TYPE_HARDWARE, &device);
+    ADD_FAILURE() << "no exception";
+  } catch (const vwin::StructuredException& exception) {
+    EXPECT_EQ(0xC0000005u, exception.code);
+  }
+  SetNoAdapter();
+  EXPECT_EQ(nullptr, device);
+  ASSERT_EQ(S_OK, MakeDevice(D3D_DRIVER_TYPE_WARP, &device)) << "needs no card";
+  EXPECT_EQ(D3D_FEATURE_LEVEL_11_0, device->GetFeatureLevel());
+  device->Release();
+}
+
+TEST(VirtualDesktopManager, NeedsComAndWindows10) {
+  const HWND window = OpenWindow({});
+  IVirtualDesktopManager* manager = nullptr;
+  const auto make = [&] {
+    return CoCreateInstance(CLSID_VirtualDesktopManager, nullptr, CLSCTX_ALL,
+                            IID_IVirtualDesktopManager, reinterpret_cast<void**>(&manager));
+  };
+  EXPECT_EQ(CO_E_NOTINITIALIZED, make());
+  ASSERT_EQ(S_OK, CoInitializeEx(nullptr, COINIT_MULTITHREADED));
+  ASSERT_EQ(S_OK, make());
+  BOOL current = FALSE;
+  EXPECT_EQ(S_OK, manager->IsWindowOnCurrentVirtualDesktop(window, &current));
+  EXPECT_TRUE(current);
+  SetOnOtherVirtualDesktop(window, true);
+  EXPECT_EQ(S_OK, manager->IsWindowOnCurrentVirtualDesktop(window, &current));
+  EXPECT_FALSE(current);
+  EXPECT_EQ(TYPE_E_ELEMENTNOTFOUND, manager->IsWindowOnCurrentVirtualDesktop(nullptr, &current));
+  manager->Release();
+
+  SetVirtualDesktopManager(false);
+  EXPECT_EQ(REGDB_E_CLASSNOTREG, make());
+  SetVirtualDesktopManager(true);
+  SetVersion(kWindows81);
+  EXPECT_EQ(REGDB_E_CLASSNOTREG, make());
+  CoUninitialize();
+}
+
+TEST(Registry, ChecksTheRightsOfAKey) {
+  const char* const path = "Software\\Test";
+  SetRegistryDword(path, "Number", 0x01020304);
+  HKEY key = nullptr;
+  std::uint32_t value = 0;
+  DWORD type = 0;
+  DWORD size = sizeof(value);
+  ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExA(HKEY_CURRENT_USER, "SOFTWARE\\test\\", 0, KEY_READ, &key));
+  auto* const bytes = reinterpret_cast<BYTE*>(&value);
+  EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExA(key, "number", nullptr, &type, bytes, &size));
+  EXPECT_EQ(0x01020304u, value);
+  EXPECT_EQ(DWORD{REG_DWORD}, type);
+  size = 2;
+  EXPECT_EQ(ERROR_MORE_DATA, RegQueryValueExA(key, "Number", nullptr, nullptr, bytes, &size));
+  EXPECT_EQ(4u, size);
+  EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegQueryValueExA(key, "Other", nullptr, nullptr, bytes, &size));
+  EXPECT_EQ(ERROR_ACCESS_DENIED, RegSetValueExA(key, "Number", 0, REG_DWORD, bytes, 4));
+  EXPECT_EQ(ERROR_SUCCESS, RegCloseKey(key));
+
+  ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExA(HKEY_CURRENT_USER, path, 0, KEY_WRITE, &key));
+  value = 5;
+  EXPECT_EQ(ERROR_SUCCESS, RegSetValueExA(key, "Number", 0, REG_DWORD, bytes, 4));
+  EXPECT_EQ(ERROR_ACCESS_DENIED, RegQueryValueExA(key, "Number", nullptr, nullptr, bytes, &size));
+  EXPECT_EQ(ERROR_SUCCESS, RegCloseKey(key));
+  EXPECT_EQ(5u, RegistryDword(path, "Number"));
+  RemoveRegistryKey(path);
+  EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegOpenKeyExA(HKEY_CURRENT_USER, path, 0, KEY_READ, &key));
+}
+
+TEST(Process, CanBeOpenedOnlyWhenItIsThereAndLetsUs) {
+  AddProcess(7000, L"C:\\Apps\\Gr\u00FCn.exe");
+  AddProcess(7004, L"C:\\Apps\\elevated.exe", false);
+  const HANDLE process = OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, 7000);
+  char path[260];
+  DWORD size = sizeof(path);
+  EXPECT_TRUE(QueryFullProcessImageNameA(process, 0, path, &size));
+  EXPECT_STREQ("C:\\Apps\\Gr\xFCn.exe", path);
+  CloseHandle(process);
+  const HANDLE blind = OpenProcess(PROCESS_VM_READ, FALSE, 7000);
+  EXPECT_FALSE(QueryFullProcessImageNameA(blind, 0, path, &size));
+  EXPECT_EQ(DWORD{ERROR_ACCESS_DENIED}, GetLastError());
+  CloseHandle(blind);
+  EXPECT_EQ(nullptr, OpenProcess(PROCESS_QUERY_INFORMATION, FALSE, 7004));
+  EXPECT_EQ(DWORD{ERROR_ACCESS_DENIED}, GetLastError());
+  RemoveProcess(7000);
+  EXPECT_EQ(nullptr, OpenProcess(PROCESS_QUERY_INFORMATION, FALSE, 7000));
+  EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
+}
+
+TEST(GdiPlus, StartsInVersion1Only) {
+  ULONG_PTR token = 0;
+  Gdiplus::GdiplusStartupInput input;
+  EXPECT_EQ(Gdiplus::Ok, Gdiplus::GdiplusStartup(&token, &input, nullptr));
+  EXPECT_NE(0u, token);
+  input.GdiplusVersion = 9;
+  EXPECT_EQ(Gdiplus::UnsupportedGdiplusVersion, Gdiplus::GdiplusStartup(&token, &input, nullptr));
+}

@@ -1,0 +1,188 @@
+// What the library learns of the machine it runs on.
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "platform/control/Faults.h"
+#include "platform/control/Machine.h"
+#include "tests/support/ShareRecorder.h"
+#include "win/util/SystemProbes.h"
+
+namespace qx {
+namespace {
+
+using namespace vwin::control;
+using namespace WindowsUtil;
+
+// Versions are read once per process, so each has a test of its own.
+struct VersionRow {
+  vwin::Version version;
+  bool before8, from8, from81, from10, from11;
+};
+class VersionTest : public testing::TestWithParam<VersionRow> {};
+
+TEST_P(VersionTest, Tests) {
+  const VersionRow& row = GetParam();
+  SetVersion(row.version);
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(IsBeforeWindows8(), row.before8);
+    EXPECT_EQ(IsWindows8OrGreater(), row.from8);
+    EXPECT_EQ(IsWindows8Point1OrGreater(), row.from81);
+    EXPECT_EQ(IsWindows10OrGreater(), row.from10);
+    EXPECT_EQ(IsWindows11OrGreater(), row.from11);
+  }
+  EXPECT_EQ(Count("RtlGetNtVersionNumbers"), 1u);
+  std::uint32_t major = 0, minor = 0, build = 0;
+  GetNtVersionNumbers(major, minor, build);
+  EXPECT_EQ(build, row.version.build) << "without the flags in its upper half";
+}
+
+INSTANTIATE_TEST_SUITE_P(All, VersionTest,
+                         testing::Values(VersionRow{{6, 0, 6002}, true, false, false, false, false},
+                                         VersionRow{{6, 1, 7601}, true, false, false, false, false},
+                                         VersionRow{{6, 2, 9200}, false, true, false, false, false},
+                                         VersionRow{{6, 3, 9600}, false, true, true, false, false},
+                                         VersionRow{{10, 0, 21999}, false, true, true, true, false},
+                                         VersionRow{{10, 0, 22000}, false, true, true, true, true},
+                                         VersionRow{{10, 1, 100}, false, true, true, true, true}));
+
+TEST(Version, ThatCouldNotBeReadIsAskedForAgain) {
+  FailNth("LoadLibraryA", 1);
+  EXPECT_TRUE(IsBeforeWindows8());
+  EXPECT_FALSE(IsBeforeWindows8());
+}
+
+TEST(Session, LockAndConsentPrompt) {
+  EXPECT_FALSE(IsScreenLocked());
+  EXPECT_FALSE(IsUacPrompt());
+  SetSecureDesktop(true);
+  EXPECT_TRUE(IsUacPrompt());
+  LockSession(true);
+  EXPECT_TRUE(IsScreenLocked());
+  EXPECT_FALSE(IsUacPrompt()) << "a locked screen is no prompt";
+  SetSecureDesktop(false);
+  LockSession(false);
+  FailNth("OpenDesktopA", 1);
+  EXPECT_TRUE(IsUacPrompt());
+  EXPECT_FALSE(IsUacPrompt());
+
+  EXPECT_FALSE(IsRemoteSession());
+  SetRemoteSession(true);
+  EXPECT_TRUE(IsRemoteSession());
+}
+
+TEST(Session, Windows7TellsTheOppositeAndIsUnderstood) {
+  SetVersion(kWindows7);
+  EXPECT_FALSE(IsScreenLocked());
+  LockSession(true);
+  EXPECT_TRUE(IsScreenLocked());
+}
+
+TEST(Session, UnknownIsUnlocked) {
+  const test::LogRecorder log;
+  LockSession(true);
+  SetSessionQuery(SessionQuery::kFails, 5);
+  EXPECT_FALSE(IsScreenLocked());
+  EXPECT_TRUE(log.Has(5, "WTSQuerySessionInformationW failed hr:5")) << log.Dump();
+  SetSessionQuery(SessionQuery::kNoBytes);
+  EXPECT_FALSE(IsScreenLocked());
+  EXPECT_TRUE(log.Has(5, "bytesReturned is 0")) << log.Dump();
+}
+
+TEST(Graphics, CompositionAndAdapter) {
+  EXPECT_TRUE(IsDwmCompositionEnabled());
+  FailNth("DwmIsCompositionEnabled", 1);
+  EXPECT_FALSE(IsDwmCompositionEnabled());
+  SetVersion(kWindows7);
+  SetComposition(false);
+  EXPECT_FALSE(IsDwmCompositionEnabled());
+
+  EXPECT_FALSE(IsBasicGraphicsAdapter());
+  for (const char* call :
+       {"CreateDXGIFactory1", "IDXGIFactory1::EnumAdapters1", "IDXGIAdapter1::GetDesc1"}) {
+    FailNth(call, 1);
+    EXPECT_TRUE(IsBasicGraphicsAdapter()) << call;
+    EXPECT_FALSE(IsBasicGraphicsAdapter()) << call;
+  }
+  SetAdapter(kSoftwareAdapter);
+  EXPECT_TRUE(IsBasicGraphicsAdapter());
+  SetNoAdapter();
+  EXPECT_TRUE(IsBasicGraphicsAdapter());
+}
+
+// The probe runs once per process as well.
+struct ProbeRow {
+  const char* name;
+  std::function<void()> arrange;
+  bool answer;
+  std::uint32_t hr;
+  const char* message;
+};
+class GpuProbeTest : public testing::TestWithParam<ProbeRow> {};
+
+TEST_P(GpuProbeTest, AnswersOnceAndRemembers) {
+  const ProbeRow& row = GetParam();
+  const test::LogRecorder log;
+  row.arrange();
+  HRESULT hr = S_OK;
+  EXPECT_EQ(IsRunOnIntegrateGPU(&hr), row.answer);
+  EXPECT_EQ(static_cast<std::uint32_t>(hr), row.hr);
+  EXPECT_TRUE(log.Has(3, row.message)) << log.Dump();
+
+  // What changes afterwards is not seen.
+  SetDuplicateResult(row.answer ? DXGI_ERROR_UNSUPPORTED : S_OK);
+  hr = 77;
+  EXPECT_EQ(IsRunOnIntegrateGPU(&hr), row.answer);
+  EXPECT_EQ(hr, 77);
+  EXPECT_TRUE(log.Has(3, row.answer ? "IsRunOnIntegrateGPU:true" : "IsRunOnIntegrateGPU:false"))
+      << log.Dump();
+  EXPECT_TRUE(log.Has(3, "entry WindowsUtil::IsRunOnIntegrateGPU"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, GpuProbeTest,
+    testing::Values(
+        ProbeRow{"Works", [] {}, true, 0, "IsRunOnIntegrateGPU:true res:0"},
+        ProbeRow{"Fault", [] { SetD3DFault(0xC0000005); }, true, 0x80004005,
+                 "IsRunOnIntegrateGPU:true"},
+        ProbeRow{"NoDevice", [] { SetD3DResult(DXGI_ERROR_UNSUPPORTED); }, false, 0x887A0004,
+                 "IsRunOnIntegrateGPU:false, D3D11CreateDevice failed res:-2005270524"},
+        ProbeRow{"NoParent", [] { FailNth("IDXGIDevice::GetParent", 1); }, false, 0x8007000E,
+                 "IsRunOnIntegrateGPU:false, dxgiDevice->GetParent failed res:-2147024882"},
+        ProbeRow{"NoOutput", [] { FailNth("IDXGIAdapter::EnumOutputs", 1); }, false, 0x8007000E,
+                 "IsRunOnIntegrateGPU:false, dxgiAdapter->EnumOutputs failed res:-2147024882"},
+        ProbeRow{"Unsupported", [] { SetDuplicateResult(DXGI_ERROR_UNSUPPORTED); }, false,
+                 0x887A0004, "IsRunOnIntegrateGPU:false, DuplicateOutput failed res:-2005270524"},
+        ProbeRow{"Denied", [] { SetDuplicateResult(E_ACCESSDENIED); }, true, 0x80070005,
+                 "IsRunOnIntegrateGPU:true res:-2147024891"}),
+    [](const auto& row) { return row.param.name; });
+
+TEST(Graphics, OneFaultKeepsTheProcessOffTheDriver) {
+  const test::LogRecorder log;
+  SetD3DFault(0xC0000005);
+  const auto create = [](bool& faulted) {
+    return SafeD3D11CreateDevice(nullptr, D3D_DRIVER_TYPE_HARDWARE, nullptr, 0, nullptr, 0,
+                                 D3D11_SDK_VERSION, nullptr, nullptr, nullptr, faulted);
+  };
+  bool faulted = false;
+  EXPECT_EQ(create(faulted), E_FAIL);
+  EXPECT_TRUE(faulted);
+  EXPECT_TRUE(log.Has(5, "D3D11CreateDevice throw a exception")) << log.Dump();
+
+  SetD3DFault({});
+  faulted = false;
+  EXPECT_EQ(create(faulted), E_FAIL);
+  EXPECT_TRUE(faulted);
+  EXPECT_EQ(Count("D3D11CreateDevice"), 1u);
+}
+
+TEST(Graphics, LeaveToUseTheMagnifier) {
+  EXPECT_TRUE(CanUseMagCapture());
+  SetCanUseMagCapture(false);
+  EXPECT_FALSE(CanUseMagCapture());
+  SetCanUseMagCapture(true);
+  EXPECT_TRUE(CanUseMagCapture());
+}
+
+}  // namespace
+}  // namespace qx

@@ -1,0 +1,243 @@
+// When a timer runs its tasks, and who waits for whom. The tests own the clock;
+// waits of the timer end on whole milliseconds of it.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <stdexcept>
+#include <vector>
+
+#include "common/Clock.h"
+#include "platform/control/Clock.h"
+#include "platform/control/Faults.h"
+#include "tests/support/ShareRecorder.h"
+#include "win/task/ThreadTimer.h"
+
+namespace qx {
+namespace {
+
+using namespace std::chrono_literals;
+using namespace vwin::control;
+
+class ThreadTimerTest : public testing::Test {
+ protected:
+  ThreadTimerTest() {
+    OwnClock();
+    EXPECT_TRUE(timer.Start());
+    Settle();
+    begin = MonotonicMicros();
+  }
+
+  std::int64_t elapsedMs() const { return (MonotonicMicros() - begin) / 1000; }
+
+  // Runs that are due now come first; they may move the clock themselves.
+  void advanceTo(std::int64_t ms) {
+    Settle();
+    Advance(std::chrono::milliseconds(ms - elapsedMs()));
+  }
+
+  // A task that notes when each run starts, in milliseconds since the test's
+  // begin, and then keeps the thread busy for as long as `busy` says for the run.
+  std::int32_t addRecorder(double intervalMs, std::vector<std::chrono::milliseconds> busy = {}) {
+    return timer.AddPeriodicTask(0, intervalMs, [this, busy = std::move(busy)] {
+      runs.push_back(elapsedMs());
+      if (runs.size() <= busy.size() && busy[runs.size() - 1] > 0ms) {
+        Spend(busy[runs.size() - 1]);
+      }
+    });
+  }
+
+  std::int64_t begin = 0;
+  std::vector<std::int64_t> runs;  // read when the machine is quiet
+  ThreadTimer timer;
+};
+
+using Times = std::vector<std::int64_t>;
+
+TEST_F(ThreadTimerTest, RunsAtTheRateOfTheScheduleNotOfItsWaits) {
+  addRecorder(1000.0 / 15);
+  Advance(10s);
+  // 66666 us each: the 150th interval ends at 9999.9 ms.
+  ASSERT_EQ(runs.size(), 151u);
+  for (std::size_t i = 0; i < runs.size(); ++i) {
+    const double due = static_cast<double>(i) * 66.666;
+    EXPECT_GE(static_cast<double>(runs[i]), std::floor(due)) << "run " << i;
+    EXPECT_LE(static_cast<double>(runs[i]), due + 1) << "run " << i;
+  }
+}
+
+TEST_F(ThreadTimerTest, OverrunByHalfAnIntervalKeepsTheSchedule) {
+  addRecorder(100, {0ms, 150ms});
+  advanceTo(450);
+  EXPECT_EQ(runs, (Times{0, 100, 250, 300, 400}));
+}
+
+TEST_F(ThreadTimerTest, OverrunByOneIntervalIsCaughtUp) {
+  addRecorder(100, {200ms});
+  advanceTo(350);
+  EXPECT_EQ(runs, (Times{0, 200, 200, 300}));
+}
+
+TEST_F(ThreadTimerTest, OverrunByMoreGivesTheMissedRunsUp) {
+  addRecorder(100, {330ms});
+  advanceTo(600);
+  EXPECT_EQ(runs, (Times{0, 330, 430, 530}));
+}
+
+TEST_F(ThreadTimerTest, FirstRunIsNeverLate) {
+  timer.AddTask(0, 0, true, [this] {
+    addRecorder(100);  // due at once, but this task keeps the thread busy
+    Spend(60ms);
+  });
+  advanceTo(300);
+  EXPECT_EQ(runs, (Times{60, 160, 260}));
+}
+
+TEST_F(ThreadTimerTest, NewIntervalCountsFromTheRunThatWasDue) {
+  const std::int32_t id = addRecorder(100);
+  Advance(150ms);
+  timer.SetInterval(id, 30);
+  Advance(120ms);
+  EXPECT_EQ(runs, (Times{0, 100, 200, 230, 260}));
+  timer.SetInterval(id, -1);
+  timer.SetInterval(id + 1, 1);
+  timer.SetInterval(ThreadTimer::kNoTask, 1);
+  Advance(40ms);
+  EXPECT_EQ(runs.back(), 290);
+  EXPECT_EQ(runs.size(), 6u);
+}
+
+TEST_F(ThreadTimerTest, OnceTaskRunsOnceAndEarlierOnesGoFirst) {
+  std::vector<int> order;
+  timer.AddTask(20, 5, true, [&] { order.push_back(2); });
+  timer.AddTask(10, 5, true, [&] { order.push_back(1); });
+  timer.AddTask(30, 5, true, [&] { order.push_back(3); });
+  Advance(1s);
+  EXPECT_EQ(order, (std::vector{1, 2, 3}));
+}
+
+TEST_F(ThreadTimerTest, TaskCanChangeTheQueueWhileItRuns) {
+  int selfRuns = 0;
+  int otherRuns = 0;
+  std::int32_t self = 0;
+  const std::int32_t other = timer.AddPeriodicTask(5, 10, [&] { ++otherRuns; });
+  self = timer.AddPeriodicTask(10, 10, [&] {
+    if (++selfRuns == 1) {
+      timer.SetInterval(self, 20);
+    } else if (selfRuns == 3) {
+      timer.RemoveTask(other);
+      timer.RemoveTask(self);
+      addRecorder(50);
+    }
+  });
+  Advance(100ms);
+  EXPECT_EQ(selfRuns, 3);
+  EXPECT_EQ(otherRuns, 4);
+  EXPECT_EQ(runs, (Times{40, 90}));
+}
+
+TEST_F(ThreadTimerTest, RefusedTasks) {
+  const auto nothing = [] {};
+  EXPECT_EQ(timer.AddTask(-1, 1, false, nothing), -1);
+  EXPECT_EQ(timer.AddTask(1, -0.5, false, nothing), -1);
+  EXPECT_EQ(timer.AddPeriodicTask(std::nan(""), 1, nothing), -1);
+  EXPECT_EQ(timer.AddPeriodicTask(1, std::nan(""), nothing), -1);
+  EXPECT_EQ(timer.AddPeriodicTask(1, 1, nullptr), -1);
+  EXPECT_EQ(timer.AddPeriodicTask(1, 1, nothing), 1) << "refused ones use no id";
+  timer.Stop();
+  EXPECT_EQ(timer.AddPeriodicTask(1, 1, nothing), -1);
+  EXPECT_FALSE(timer.Start());
+
+  ThreadTimer unstarted;
+  EXPECT_EQ(unstarted.AddPeriodicTask(1, 1, nothing), -1);
+  unstarted.RemoveTask(1);
+  unstarted.Stop();
+}
+
+TEST_F(ThreadTimerTest, LongestTimesAreCut) {
+  addRecorder(1e300);
+  timer.AddPeriodicTask(std::numeric_limits<double>::infinity(), 1, [] { FAIL(); });
+  Advance(2147s);
+  EXPECT_EQ(runs, Times{0});
+  timer.RemoveTask(2);
+  Advance(1s);
+  EXPECT_EQ(runs, (Times{0, 2147484}));
+}
+
+TEST_F(ThreadTimerTest, TaskAddedBeforeTheStartRunsAfterIt) {
+  ThreadTimer other;
+  std::atomic<int> count = 0;
+  EXPECT_EQ(other.AddTask(0, 0, true, [&] { ++count; }), 1);
+  FailNth("_beginthreadex", 1);
+  EXPECT_FALSE(other.Start());
+  EXPECT_EQ(count, 0);
+  EXPECT_TRUE(other.Start());
+  Settle();
+  EXPECT_EQ(count, 1);
+}
+
+TEST_F(ThreadTimerTest, ThrowingTaskGoesOn) {
+  const test::LogRecorder log;
+  int count = 0;
+  timer.AddPeriodicTask(0, 100, [&] {
+    if (++count == 1) {
+      throw std::runtime_error("bad frame");
+    }
+    if (count == 2) {
+      throw 5;
+    }
+  });
+  Advance(250ms);
+  EXPECT_EQ(count, 3);
+  EXPECT_TRUE(log.Has(5, "a timer task threw:bad frame")) << log.Dump();
+  EXPECT_TRUE(log.Has(5, "a timer task threw")) << log.Dump();
+}
+
+TEST_F(ThreadTimerTest, OthersWaitForTheRunInProgressAndNoLonger) {
+  // Each run takes five intervals, so the timer never sleeps.
+  int count = 0;
+  KernelHandle third(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  const std::int32_t id = timer.AddPeriodicTask(0, 10, [&] {
+    if (++count == 3) {
+      SetEvent(third.Get());
+    }
+    Sleep(50);  // the clock moves on when all others wait too
+  });
+  std::array<std::int64_t, 3> returned = {};
+  std::array<Thread, 3> others;
+  for (std::size_t i = 0; i < others.size(); ++i) {
+    ASSERT_TRUE(others[i].Start([&, i] {
+      WaitForSingleObject(third.Get(), INFINITE);
+      timer.SetInterval(id, 10);
+      returned[i] = elapsedMs();
+    }));
+  }
+  Advance(600ms);
+  for (Thread& other : others) {
+    other.Join();
+  }
+  EXPECT_GE(count, 10);
+  EXPECT_EQ(returned, (std::array<std::int64_t, 3>{150, 150, 150})) << "the end of the third run";
+}
+
+TEST_F(ThreadTimerTest, RemovedAndStoppedTasksLetGoOfWhatTheyHold) {
+  auto first = std::make_shared<int>(0);
+  auto second = std::make_shared<int>(0);
+  const std::int32_t id = timer.AddPeriodicTask(0, 100, [first] { ++*first; });
+  timer.AddPeriodicTask(0, 100, [second] { ++*second; });
+  Advance(250ms);
+  timer.RemoveTask(id);
+  EXPECT_EQ(first.use_count(), 1) << "when RemoveTask returns";
+  Advance(100ms);
+  timer.Stop();
+  EXPECT_EQ(second.use_count(), 1);
+  EXPECT_EQ(*first, 3);
+  EXPECT_EQ(*second, 4);
+}
+
+}  // namespace
+}  // namespace qx
