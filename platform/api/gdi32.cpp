@@ -21,6 +21,7 @@ HDC WINAPI CreateCompatibleDC(HDC like) {
 
 BOOL WINAPI DeleteDC(HDC handle) {
   VWIN_CALL_INFALLIBLE(DeleteDC);
+  if (!handle) return FALSE;
   Lock lock;
   const auto dc = gdi::FindDC(lock, handle);
   if (!dc || dc->kind != DeviceContext::Kind::kMemory) {
@@ -66,6 +67,7 @@ HGDIOBJ WINAPI SelectObject(HDC handle, HGDIOBJ object) {
 
 BOOL WINAPI DeleteObject(HGDIOBJ object) {
   VWIN_CALL_INFALLIBLE(DeleteObject);
+  if (!object) return FALSE;
   Lock lock;
   if (const auto bitmap = gdi::FindBitmap(lock, object)) {
     gdi::DeleteBitmap(lock, *bitmap);

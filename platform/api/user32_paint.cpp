@@ -21,6 +21,7 @@ HDC WINAPI GetDC(HWND handle) {
 
 int WINAPI ReleaseDC(HWND window, HDC handle) {
   VWIN_CALL_INFALLIBLE(ReleaseDC);
+  if (!handle) return 0;
   Lock lock;
   const auto dc = gdi::FindDC(lock, handle);
   if (!dc || dc->painting || dc->kind == DeviceContext::Kind::kMemory) {

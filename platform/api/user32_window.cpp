@@ -117,9 +117,7 @@ BOOL WINAPI GetClientRect(HWND handle, LPRECT rect) {
   Lock lock;
   const auto window = find(lock, handle);
   if (!window) return FALSE;
-  const RECT part = window->clientPart();
-  *rect = {0, 0, WidthOf(part), HeightOf(part)};
-  if (window->isMinimised()) *rect = {0, 0, 0, 0};
+  *rect = window->isMinimised() ? RECT{} : window->wholeClient();
   return TRUE;
 }
 

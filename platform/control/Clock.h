@@ -14,7 +14,7 @@
 
 namespace vwin::control {
 
-// From now on time stands still but for Advance, Spend and waits on the test's own
+// From now on time stands still but for Advance and waits on the test's own
 // threads. It starts at the same values in every run.
 void OwnClock();
 
@@ -23,7 +23,8 @@ void OwnClock();
 void Advance(std::chrono::microseconds by);
 // Lets all threads run until they wait, without moving time.
 void Settle();
-// Called on one of the machine's threads (in a listener, say): keeps it busy.
+// Called on one of the machine's threads (in a listener, say): keeps it busy until
+// the clock has moved so far.
 void Spend(std::chrono::microseconds by);
 
 // Monotonic, since the machine started.

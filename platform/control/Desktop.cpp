@@ -91,6 +91,8 @@ void closeTree(Lock& lock, Window& window, std::vector<std::shared_ptr<Window>>&
   for (const HWND handle : desktop::DependentsOf(lock, window)) {
     const auto dependent = desktop::FindWindow(lock, handle);
     if (!dependent) continue;
+    if (dependent->windowClass && dependent->isChild())
+      throw std::invalid_argument("the library has a window within it");
     if (dependent->windowClass)
       dependent->owner = nullptr;
     else
@@ -199,7 +201,8 @@ HWND OpenWindow(const WindowSpec& spec) {
   window->rect = spec.rect;
   window->cloaked = spec.cloaked;
   window->invisibleFrame = spec.invisibleFrame;
-  window->surface = Surface(WidthOf(spec.rect), HeightOf(spec.rect), ToPixel(spec.color));
+  window->background = ToPixel(spec.color);
+  window->surface = Surface(WidthOf(spec.rect), HeightOf(spec.rect), window->background);
   if (spec.paint) {
     window->paint = onSurface(spec.paint);
     window->paint(window->surface);

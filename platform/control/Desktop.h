@@ -84,9 +84,9 @@ void SetDesktopColor(COLORREF color);
 struct WindowSpec {
   std::wstring title = {};
   std::wstring className = L"OtherWindow";
-  RECT rect = {100, 100, 740, 580};  // the whole window, also of a child
-  COLORREF color = RGB(240, 240, 240);
-  PaintCallback paint = {};  // instead of the colour; called again when the size changes
+  RECT rect = {100, 100, 740, 580};     // the whole window, also of a child
+  COLORREF color = RGB(240, 240, 240);  // also of what it grows by later
+  PaintCallback paint = {};             // instead of the colour; called again when the size changes
   DWORD style = WS_POPUP;
   DWORD exStyle = 0;
   HWND owner = nullptr;

@@ -18,7 +18,7 @@ namespace vwin::control {
 inline constexpr Fault kOutOfMemory{8, static_cast<std::int32_t>(0x8007000E)};
 
 using faults::LoggedCall;
-using faults::Repeat;
+using vwin::Repeat;
 
 // Calls since the process started or ResetCounts.
 std::uint64_t Count(const std::string& function);

@@ -42,11 +42,6 @@ std::vector<std::string> Misuses() {
 
 std::vector<std::string> TakeMisuses() {
   Lock lock;
-  return ledger::TakeMisuses(lock);
-}
-
-std::vector<std::string> TakeMisuses() {
-  Lock lock;
   std::vector<std::string> misuses = ledger::Misuses(lock);
   ledger::ForgetMisuses(lock);
   return misuses;

@@ -23,7 +23,5 @@ std::string Difference(const LedgerSnapshot& before);
 std::vector<std::string> Misuses();
 // The same, and forgets them: for a test that meant them.
 std::vector<std::string> TakeMisuses();
-// The same, and forgets them: for a test that misuses something on purpose.
-std::vector<std::string> TakeMisuses();
 
 }  // namespace vwin::control

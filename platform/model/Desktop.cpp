@@ -35,6 +35,11 @@ RECT Window::clientPart() const {
 
 RECT Window::clientRect() const { return Moved(clientPart(), rect.left, rect.top); }
 
+RECT Window::wholeClient() const {
+  const RECT part = clientPart();
+  return {0, 0, WidthOf(part), HeightOf(part)};
+}
+
 namespace desktop {
 namespace {
 
@@ -175,8 +180,8 @@ std::shared_ptr<const WindowClass> FindClass(Lock& lock, const std::wstring& nam
 }
 
 std::uint32_t BackgroundOf(Lock& lock, const Window& window) {
-  const HBRUSH brush = window.windowClass ? window.windowClass->background : nullptr;
-  return gdi::BrushPixel(lock, brush).value_or(0xFFFFFF);
+  if (!window.windowClass) return window.background;
+  return gdi::BrushPixel(lock, window.windowClass->background).value_or(0xFFFFFF);
 }
 
 namespace {

@@ -80,6 +80,7 @@ struct Window : Object {
 
   std::optional<LayeredAttributes> layered;  // none: a layered window shows nothing yet
   bool cloaked = false;
+  std::uint32_t background = 0xFFFFFF;  // of what another program's window grows by
   Surface surface;                      // as large as the window is when it is not minimised
   std::function<void(Surface&)> paint;  // draws another program's window anew
 
@@ -96,9 +97,11 @@ struct Window : Object {
   bool isLayered() const { return (exStyle & WS_EX_LAYERED) != 0; }
   // WS_VISIBLE, and all ancestors have it as well.
   bool isVisible() const;
-  // The client area on the virtual screen, and as a part of the surface.
+  // The client area on the virtual screen, as a part of the surface, and in its own
+  // coordinates.
   RECT clientRect() const;
   RECT clientPart() const;
+  RECT wholeClient() const;
 };
 
 struct Desktop {
@@ -161,7 +164,7 @@ void SetExStyle(Lock& lock, Window& window, DWORD exStyle);
 void SetLayered(Lock& lock, Window& window, LayeredAttributes attributes);
 // Marks a part of the client area (all of it without `rect`) to be painted.
 void Invalidate(Lock& lock, Window& window, const RECT* rect, bool erase);
-// The colour of a window's class brush; white without one.
+// The colour of a window's class brush (white without one), or its own background.
 std::uint32_t BackgroundOf(Lock& lock, const Window& window);
 // The window that a click at `point` would reach.
 Window* WindowAt(Lock& lock, POINT point);

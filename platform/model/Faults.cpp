@@ -13,7 +13,7 @@ struct Plan {
   std::string function;  // empty: every function that can fail
   std::uint64_t n;
   Fault fault;
-  faults::Repeat repeat;
+  Repeat repeat;
   std::uint64_t seen = 0;
   std::optional<std::string> injectedInto = {};
 };
@@ -43,7 +43,7 @@ void UpdateWatching(const State& state) {
 std::optional<Fault> Meet(Plan& plan, const CallSite& site) {
   if (!plan.function.empty() && plan.function != site.name()) return std::nullopt;
   ++plan.seen;
-  const bool due = plan.repeat == faults::Repeat::kOnce ? plan.seen == plan.n : plan.seen >= plan.n;
+  const bool due = plan.repeat == Repeat::kOnce ? plan.seen == plan.n : plan.seen >= plan.n;
   if (!due) return std::nullopt;
   plan.injectedInto = site.name();
   return plan.fault;

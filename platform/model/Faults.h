@@ -22,6 +22,8 @@ struct Fault {
   std::int32_t hresult;  // for functions that answer with an HRESULT
 };
 
+enum class Repeat { kOnce, kOnward };
+
 // One function of the stand-in. Constant-initialised; registers itself at its
 // first call.
 class CallSite {
@@ -54,8 +56,6 @@ class CallSite {
 
 // The test side; reached through control/Faults.h, where it is explained.
 namespace faults {
-
-enum class Repeat { kOnce, kOnward };
 
 struct LoggedCall {
   std::string function;

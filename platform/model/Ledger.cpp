@@ -43,8 +43,6 @@ std::vector<Entry> Outstanding(Lock&) {
 
 std::vector<std::string> Misuses(Lock&) { return TheState().misuses; }
 
-std::vector<std::string> TakeMisuses(Lock&) { return std::exchange(TheState().misuses, {}); }
-
 void ForgetMisuses(Lock&) { TheState().misuses.clear(); }
 
 }  // namespace vwin::ledger

@@ -29,6 +29,5 @@ struct Entry {
 std::vector<Entry> Outstanding(Lock& lock);
 std::vector<std::string> Misuses(Lock& lock);
 void ForgetMisuses(Lock& lock);
-std::vector<std::string> TakeMisuses(Lock& lock);  // and forgets them
 
 }  // namespace vwin::ledger

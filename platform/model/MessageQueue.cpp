@@ -101,7 +101,8 @@ std::optional<MSG> takeTimer(Lock& lock, Queue& queue, const Filter& filter) {
   const Micros now = scheduler::Now(lock);
   if (timer == queue.timers.end() || timer->due > now) return std::nullopt;
   // A thread that was late gets one message, not one for each missed period.
-  timer->due = std::max(timer->due + timer->period, now + 1);
+  timer->due += timer->period;
+  if (timer->due <= now) timer->due = now + timer->period;
   return stamped(lock, timer->window, WM_TIMER, timer->id,
                  reinterpret_cast<LPARAM>(timer->callback));
 }

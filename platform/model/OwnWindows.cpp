@@ -141,6 +141,7 @@ HDC BeginPaint(HWND handle, PAINTSTRUCT& paint) {
 }
 
 void EndPaint(const PAINTSTRUCT& paint) {
+  if (!paint.hdc) return;  // BeginPaint failed
   Lock lock;
   const auto dc = gdi::FindDC(lock, paint.hdc);
   if (!dc || !dc->painting) {
@@ -168,8 +169,8 @@ LRESULT DefaultProcedure(HWND handle, UINT message, WPARAM wParam, LPARAM) {
       const auto window = desktop::FindWindow(lock, handle);
       const auto dc = gdi::FindDC(lock, reinterpret_cast<HDC>(wParam));
       if (!window || !dc || !window->windowClass || !window->windowClass->background) return 0;
-      const RECT client = {0, 0, WidthOf(window->clientPart()), HeightOf(window->clientPart())};
-      return gdi::Fill(lock, *dc, client, desktop::BackgroundOf(lock, *window)) ? 1 : 0;
+      return gdi::Fill(lock, *dc, window->wholeClient(), desktop::BackgroundOf(lock, *window)) ? 1
+                                                                                               : 0;
     }
     default:
       return 0;

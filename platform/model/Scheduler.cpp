@@ -23,7 +23,6 @@ struct Waiter {
   const std::function<bool()>& ready;
   std::optional<Micros> deadline;
   bool drives;  // moves an owned clock
-  bool spends;  // is busy and only looks like waiting
   std::condition_variable wake = {};
 };
 
@@ -71,28 +70,21 @@ bool IsIdle(const State& state) {
          std::none_of(state.waiters.begin(), state.waiters.end(), canRun);
 }
 
-bool IsSpending(const State& state) {
-  return std::any_of(state.waiters.begin(), state.waiters.end(),
-                     [](const Waiter* waiter) { return waiter->spends; });
-}
-
 void WakeThoseWhoCanRun(State& state) {
   for (Waiter* waiter : state.waiters) {
     if (CanRun(state, *waiter)) waiter->wake.notify_one();
   }
 }
 
-// Called whenever one thread less is running. While somebody waits for the machine
-// to settle, only a busy thread may move time.
+// Called whenever one thread less is running. Time stands still while somebody
+// waits for the machine to settle.
 void MoveOn(State& state) {
   if ((!state.owned && state.settling == 0) || !IsIdle(state)) return;
-  const bool spending = IsSpending(state);
-  if (state.settling > 0 && !spending) {
+  if (state.settling > 0) {
     state.settled.notify_all();
     return;
   }
-  if (!state.owned) return;
-  bool driven = spending;
+  bool driven = false;
   std::optional<Micros> next;
   for (const Waiter* waiter : state.waiters) {
     driven = driven || waiter->drives;
@@ -108,7 +100,7 @@ std::string Describe(const State& state) {
       "time " + std::to_string(NowOf(state)) + " us" + (state.owned ? " (owned clock)\n" : "\n");
   const auto describeWait = [&](const Waiter* waiter) {
     if (waiter == nullptr) return std::string("runs");
-    std::string wait = std::string(waiter->spends ? "is busy in " : "waits in ") + waiter->what;
+    std::string wait = std::string("waits in ") + waiter->what;
     if (waiter->deadline) wait += ", until " + std::to_string(*waiter->deadline) + " us";
     return wait + (CanRun(state, *waiter) ? ", and can go on" : "");
   };
@@ -131,14 +123,14 @@ std::string Describe(const State& state) {
 }
 
 bool WaitFor(Lock& lock, const char* what, const std::function<bool()>& ready,
-             std::optional<Micros> deadline, bool spends) {
+             std::optional<Micros> deadline) {
   State& state = TheState();
   if (ready()) return true;
   if (deadline && *deadline <= NowOf(state)) return false;
 
   const auto known = state.threads.find(scheduler::CurrentThreadId());
   const bool isKnown = known != state.threads.end();
-  Waiter self{scheduler::CurrentThreadId(), what, ready, deadline, spends || !isKnown, spends};
+  Waiter self{scheduler::CurrentThreadId(), what, ready, deadline, !isKnown};
   if (isKnown) known->second.waiter = &self;
   state.waiters.push_back(&self);
   const SteadyClock::time_point patienceEnd = SteadyClock::now() + state.patience;
@@ -172,7 +164,7 @@ void SettleLocked(Lock& lock, const char* what) {
   const SteadyClock::time_point patienceEnd = SteadyClock::now() + state.patience;
   ++state.settling;
   MoveOn(state);
-  while (!IsIdle(state) || IsSpending(state)) {
+  while (!IsIdle(state)) {
     state.settled.wait_until(lock.native(), patienceEnd);
     if (SteadyClock::now() >= patienceEnd) AbortHung(state, what);
   }
@@ -198,7 +190,7 @@ namespace scheduler {
 
 bool WaitUntil(Lock& lock, const char* what, const std::function<bool()>& ready,
                std::optional<Micros> deadline) {
-  return WaitFor(lock, what, ready, deadline, false);
+  return WaitFor(lock, what, ready, deadline);
 }
 
 void Changed() { WakeThoseWhoCanRun(TheState()); }
@@ -267,7 +259,7 @@ void Advance(Micros by) {
   RequireUnknownThread(state, "Advance");
   SettleLocked(lock, "Advance");
   WaitFor(
-      lock, "Advance", [] { return false; }, state.ownedNow + by, false);
+      lock, "Advance", [] { return false; }, state.ownedNow + by);
   SettleLocked(lock, "Advance");
 }
 
@@ -281,7 +273,7 @@ void Spend(Micros by) {
   Lock lock;
   RequireOwnedClock(TheState(), "Spend");
   WaitFor(
-      lock, "Spend", [] { return false; }, TheState().ownedNow + by, true);
+      lock, "Spend", [] { return false; }, TheState().ownedNow + by);
 }
 
 void SetSystemMicros(std::int64_t micros) {

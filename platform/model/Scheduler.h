@@ -83,7 +83,7 @@ std::int64_t SystemMicros(Lock& lock);
 // know abort the process after 30 s of real time (or SetPatience), saying where each
 // thread stands.
 
-// From now on time stands still but for Advance, Spend and waits of unknown threads.
+// From now on time stands still but for Advance and waits of unknown threads.
 // The owned clock starts at fixed times, whatever the real ones are.
 void OwnClock();
 // Moves an owned clock forward, stopping at each deadline on the way until the
@@ -91,8 +91,8 @@ void OwnClock();
 void Advance(Micros by);
 // Waits until the machine is quiet, without moving the clock.
 void Settle();
-// Moves an owned clock from within one of the machine's threads, which has been
-// busy for so long. Other threads meet their deadlines on the way.
+// Keeps the calling thread, one of the machine's, busy until an owned clock has
+// moved so far. To the machine it is a wait like any other: time moves by Advance.
 void Spend(Micros by);
 // Sets the wall clock of an owned clock, forwards or backwards.
 void SetSystemMicros(std::int64_t micros);

@@ -139,9 +139,10 @@ void SetRect(Lock& lock, Window& window, const RECT& rect) {
     window.surface.Resize(width, height, BackgroundOf(lock, window));
     const bool redraws =
         window.windowClass && (window.windowClass->style & (CS_HREDRAW | CS_VREDRAW)) != 0;
-    window.invalid = Overlap(window.invalid, {0, 0, width, height});
+    const RECT client = window.wholeClient();
+    window.invalid = Overlap(window.invalid, client);
     if (window.windowClass && (grows || redraws)) {
-      window.invalid = {0, 0, WidthOf(window.clientPart()), HeightOf(window.clientPart())};
+      window.invalid = client;
       window.eraseInvalid = true;
     }
   }
@@ -153,7 +154,7 @@ void SetVisible(Lock&, Window& window, bool visible) {
   if (was == visible) return;
   window.style ^= WS_VISIBLE;
   if (visible && window.windowClass) {
-    window.invalid = {0, 0, WidthOf(window.clientPart()), HeightOf(window.clientPart())};
+    window.invalid = window.wholeClient();
     window.eraseInvalid = true;
   }
   scheduler::Changed();
@@ -202,7 +203,7 @@ void SetLayered(Lock&, Window& window, LayeredAttributes attributes) {
 void Invalidate(Lock&, Window& window, const RECT* rect, bool erase) {
   ++window.redrawCount;
   if (!window.windowClass) return;
-  const RECT client = {0, 0, WidthOf(window.clientPart()), HeightOf(window.clientPart())};
+  const RECT client = window.wholeClient();
   window.invalid = Around(window.invalid, rect ? Overlap(*rect, client) : client);
   window.eraseInvalid = window.eraseInvalid || erase;
   scheduler::Changed();

@@ -44,6 +44,7 @@ class DesktopTest : public testing::Test {
   // One pixel as BitBlt of the screen gives it.
   static std::uint32_t screenAt(int x, int y, DWORD operation = SRCCOPY) {
     TestBitmap picture(1, 1);
+    picture.Fill({0, 0, 1, 1}, RGB(7, 8, 9));  // what was there must not stay
     EXPECT_TRUE(picture.CopyScreen(x, y, operation));
     return picture.At(0, 0);
   }

@@ -68,6 +68,10 @@ TEST_F(CompositorTest, ShowsWhatWindowsDraw) {
   EXPECT_EQ(screenAt(70, 14), kDesktopPixel);
   Fill(window, {0, 0, 5, 5}, RGB(1, 2, 3));
   EXPECT_EQ(screenAt(14, 14), 0x00010203u);
+
+  const HWND plain = open({.rect = {120, 10, 140, 30}, .color = kGreen});
+  Resize(plain, 40, 20);
+  EXPECT_EQ(screenAt(159, 29), kGreenPixel) << "grows in its own colour";
 }
 
 TEST_F(CompositorTest, ChildrenAreCutAtTheirParentsEdge) {

@@ -90,6 +90,7 @@ TEST_F(MonitorTest, NothingIsOutsideOfThem) {
 
   // One copy over both monitors and the gaps around them.
   TestBitmap picture(100, 120);
+  picture.Fill({0, 0, 100, 120}, kGreen);
   ASSERT_TRUE(picture.CopyScreen(-60, -40));
   EXPECT_EQ(picture.At(9, 10), 0u);
   EXPECT_EQ(picture.At(10, 9), 0u);

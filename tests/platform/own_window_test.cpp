@@ -14,6 +14,9 @@ using namespace std::chrono_literals;
 
 class OwnWindowTest : public DesktopTest {};
 
+// Keeps a WindowThread busy for wParam milliseconds.
+constexpr UINT kBusy = WM_USER + 1;
+
 // A window on a thread of its own that handles messages until WM_QUIT.
 class WindowThread {
  public:
@@ -26,6 +29,7 @@ class WindowThread {
           MSG message{};
           while (GetMessageW(&message, nullptr, 0, 0) > 0) {
             timers += message.message == WM_TIMER;
+            if (message.message == kBusy) Spend(std::chrono::milliseconds(message.wParam));
             DispatchMessageW(&message);
           }
         }) {
@@ -57,6 +61,18 @@ TEST_F(OwnWindowTest, TimersKeepToTheClock) {
   EXPECT_EQ(thread.timers, 1);
   Advance(300ms);
   EXPECT_EQ(thread.timers, 11);
+}
+
+TEST_F(OwnWindowTest, ALateThreadGetsOneTimerMessage) {
+  OwnClock();
+  WindowThread thread(30);
+  PostMessageW(thread.window(), kBusy, 100, 0);
+  Settle();
+  EXPECT_EQ(thread.timers, 1);
+  Advance(29ms);
+  EXPECT_EQ(thread.timers, 1);
+  Advance(1ms);
+  EXPECT_EQ(thread.timers, 2);
 }
 
 TEST_F(OwnWindowTest, TimersAreNeverFasterThanTenMilliseconds) {

@@ -79,6 +79,8 @@ TEST(Windows, TopmostOnesStayAboveAllOthers) {
   place(b, HWND_NOTOPMOST);
   EXPECT_EQ(order(all), (std::vector<HWND>{top, b, a}));
   EXPECT_FALSE(GetWindowLongPtrW(b, GWL_EXSTYLE) & WS_EX_TOPMOST);
+  place(a, HWND_NOTOPMOST);
+  EXPECT_EQ(order(all), (std::vector<HWND>{top, b, a})) << "it is none already";
   place(b, a);
   EXPECT_EQ(order(all), (std::vector<HWND>{top, a, b}));
   place(top, HWND_BOTTOM);

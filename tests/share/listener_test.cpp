@@ -36,6 +36,7 @@ TEST_F(ShareTest, TickOfMoreThanTwoSecondsIsLogged) {
     }
   };
   start();
+  Advance(3s);
   EXPECT_TRUE(log.Has(4, "capture frame cost too much time: 2500ms")) << log.Dump();
 }
 

@@ -146,7 +146,7 @@ class EngineProxy : public testing::Test {
   EngineProxySettings MakeSettings() {
     EngineProxySettings made;
     made.filterWindowManager = filters;
-    made.filterWindows = [](const RECT&) { return std::vector<HWND>(); };
+    made.filterWindows = [](const RECT&, std::vector<HWND>&) {};
     made.engineChanged = [this](CaptureEngineType type) { engines.push_back(type); };
     made.enableFilterWindow = false;
     return made;
@@ -400,8 +400,7 @@ TEST_F(EngineProxy, AWindowShareFollowsTheIncludeList) {
             (std::vector<int>{IScreenCapture::CaptureEngineMag, IScreenCapture::CaptureEngineWGC,
                               IScreenCapture::CaptureEngineMag}));
 
-  // The engines that can't start are gone when the list runs empty, and with all
-  // that can include gone there is none until it does.
+  // WGC is left, but can't serve the share while a window is to be included.
   journal.scripts["print"].starts = false;
   journal.scripts["bitblt"].starts = false;
   journal.scripts["mag"].results = {CaptureResult::EngineLost};

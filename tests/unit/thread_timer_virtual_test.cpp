@@ -239,5 +239,25 @@ TEST_F(ThreadTimerTest, RemovedAndStoppedTasksLetGoOfWhatTheyHold) {
   EXPECT_EQ(*second, 4);
 }
 
+TEST_F(ThreadTimerTest, TaskRemovedDuringItsRunIsGoneWhenRemoveTaskReturns) {
+  const KernelHandle running(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  auto held = std::make_shared<int>(0);
+  const std::weak_ptr<int> watched = held;
+  const std::int32_t id = timer.AddPeriodicTask(10, 10, [held = std::move(held), &running] {
+    SetEvent(running.Get());
+    Sleep(50);
+  });
+  bool isGone = false;
+  Thread other;
+  ASSERT_TRUE(other.Start([&] {
+    WaitForSingleObject(running.Get(), INFINITE);
+    timer.RemoveTask(id);
+    isGone = watched.expired();
+  }));
+  Advance(100ms);
+  other.Join();
+  EXPECT_TRUE(isGone);
+}
+
 }  // namespace
 }  // namespace qx

@@ -24,8 +24,9 @@ enum class CaptureResult : std::uint8_t {
   EngineLost = 7,     // the engine can't work any more and must be replaced
 };
 
-// Answers the windows to keep out of a picture of the rectangle.
-using FilterWindowProvider = std::function<std::vector<HWND>(const RECT&)>;
+// Replaces what is in `windows` by those to keep out of a picture of the rectangle.
+// The caller keeps the vector, so that a picture takes no memory.
+using FilterWindowProvider = std::function<void(const RECT& rect, std::vector<HWND>& windows)>;
 using EngineChangedCallback = std::function<void(CaptureEngineType)>;
 
 // One way to capture the screen.

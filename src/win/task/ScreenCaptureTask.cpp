@@ -172,6 +172,11 @@ void ScreenCaptureTask::requestRebuild(RebuildCause cause) {
     // It was meant for the engine that goes.
     m_requests.dynamicCheck.reset();
   }
+  // A tick in progress is followed by the next one in its time: a listener that
+  // asked for this on every frame would keep the thread busy otherwise.
+  if (m_timer.IsCurrent()) {
+    return;
+  }
   // Who takes the id out restarts the tick, so that two threads never leave two.
   const std::int32_t captureTick = m_captureTimerTask.exchange(ThreadTimer::kNoTask);
   if (captureTick != ThreadTimer::kNoTask) {
@@ -286,8 +291,10 @@ EngineProxySettings ScreenCaptureTask::proxySettings(const Settings& settings,
   proxy.filterWindowManager = m_filterWindowManager;
   proxy.filterWindows = std::move(filterWindows);
   proxy.engineChanged = [this](CaptureEngineType type) {
-    int reserved = 0;
-    m_listener->OnCaptureEngineName(type, reserved, true);
+    m_engineType = type;
+    if (isRunning()) {
+      reportEngine();
+    }
   };
   {
     const std::lock_guard lock(m_settingsMutex);
@@ -298,6 +305,23 @@ EngineProxySettings ScreenCaptureTask::proxySettings(const Settings& settings,
   proxy.newMouseCaptureWay = settings.config.scNewMouseCaptureWay;
   proxy.wgcPriority = settings.wgcPriority;
   return proxy;
+}
+
+void ScreenCaptureTask::reportEngine() {
+  CaptureEngineType type = m_engineType;  // the listener gets a reference
+  int reserved = 0;
+  m_listener->OnCaptureEngineName(type, reserved, true);
+}
+
+// The engine is made on the thread that will use it, and the host is told on the
+// thread that starts the share.
+bool ScreenCaptureTask::createFirstEngine(const Settings& settings) {
+  bool created = false;
+  if (!m_timer.Run([&] { created = createEngine(settings); }) || !created) {
+    return false;
+  }
+  reportEngine();
+  return true;
 }
 
 bool ScreenCaptureTask::adoptEngine(std::unique_ptr<ScreenCaptureEngineProxy> engine,
@@ -320,6 +344,11 @@ void ScreenCaptureTask::destroyEngine() {
     m_engine->UnInitialize();
     m_engine.reset();
   }
+}
+
+void ScreenCaptureTask::releaseEngine() {
+  // Without a thread there never was an engine.
+  static_cast<void>(m_timer.Run([this] { destroyEngine(); }));
 }
 
 void ScreenCaptureTask::waitForSecureDesktop(std::uint64_t nowMs) {

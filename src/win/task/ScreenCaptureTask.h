@@ -29,9 +29,10 @@ namespace qx {
 // first frame can come.
 //
 // Threads. The owner's thread makes, starts, stops and destroys the task. The
-// capture thread, "SC-CaptureThread", runs the ticks and, once started, all
-// engine calls up to Stop, so that the engine needs no lock. Settings, Pause,
-// Resume and GetCaptureRect may come from any thread, also from a listener in
+// capture thread, "SC-CaptureThread", runs the ticks and all engine calls, also
+// those that Start and Stop wait for: an engine needs no lock, and what it gets
+// from the system is given back on the thread that got it, as the system asks.
+// Settings, Pause, Resume and GetCaptureRect may come from any thread, also from a listener in
 // the middle of a tick: they are recorded, and a tick works from the start to
 // its end with the settings that it found. Only short copies are made under the
 // two mutexes here.
@@ -47,7 +48,8 @@ class ScreenCaptureTask {
   explicit ScreenCaptureTask(std::shared_ptr<FilterWindowManager> filterWindowManager);
   ScreenCaptureTask(const ScreenCaptureTask&) = delete;
   ScreenCaptureTask& operator=(const ScreenCaptureTask&) = delete;
-  // A subclass calls stopThread first: no tick may run on a task half destroyed.
+  // A subclass calls stopTicks, releaseEngine and stopThread first: no tick may run
+  // on a task half destroyed.
   virtual ~ScreenCaptureTask();
 
   // `listener` is borrowed until Stop. False: nothing runs (logged). Everything
@@ -122,8 +124,11 @@ class ScreenCaptureTask {
   void stopTicks();
   // Ends the thread.
   void stopThread() { m_timer.Stop(); }
+  // Have the engine made and dropped on the capture thread, and wait for it.
+  bool createFirstEngine(const Settings& settings);
+  void releaseEngine();
 
-  // On the capture thread; the engine's also on the owner's in Start and Stop.
+  // On the capture thread.
 
   // One tick. The share is running and there is an engine.
   virtual void captureFrame(const Settings& settings, std::uint64_t nowMs) = 0;
@@ -172,6 +177,7 @@ class ScreenCaptureTask {
     std::int32_t height = 0;
   };
 
+  void reportEngine();
   void addCaptureTick();
   void tick();
   void runTick();
@@ -204,6 +210,7 @@ class ScreenCaptureTask {
   std::optional<IScreenCapture::SharePauseReason> m_pauseReason;
   ScreenFrameResolutionLimit m_resolutionLimit;  // in force
   bool m_engineShowsCursor = true;
+  CaptureEngineType m_engineType = IScreenCapture::CaptureEngineNone;  // last one in use
   BufferYUVI420 m_bufferI420;
   // What the listener gets. Stays valid between ticks for repeats.
   ScreenFrameData m_frameData;

@@ -44,8 +44,9 @@ ScreenCaptureTaskDesktop::ScreenCaptureTaskDesktop(
 }
 
 ScreenCaptureTaskDesktop::~ScreenCaptureTaskDesktop() {
+  stopTicks();
+  releaseEngine();
   stopThread();
-  destroyEngine();
 }
 
 bool ScreenCaptureTaskDesktop::Start(ShareListenerWrapper* listener, bool showPrompt) {
@@ -62,7 +63,7 @@ bool ScreenCaptureTaskDesktop::Start(ShareListenerWrapper* listener, bool showPr
   setCaptureRect(ToCaptureRect(m_monitorRect));
   m_listener = listener;
   const Settings settings = copySettings();
-  if (!createEngine(settings)) {
+  if (!createFirstEngine(settings)) {
     QX_LOG_ERROR("CreateEngine failed");
     return false;
   }
@@ -80,7 +81,7 @@ void ScreenCaptureTaskDesktop::Stop() {
   }
   stopTicks();
   m_promptDesktop.reset();
-  destroyEngine();
+  releaseEngine();
   m_listener = nullptr;
   setCaptureRect({-1, -1, -1, -1});
 }
@@ -106,8 +107,8 @@ void ScreenCaptureTaskDesktop::EnableFilterWindowWhenShareDesktop(bool enable) {
 }
 
 bool ScreenCaptureTaskDesktop::createEngine(const Settings& settings) {
-  EngineProxySettings proxy =
-      proxySettings(settings, [this](const RECT&) { return excludedWindows(); });
+  EngineProxySettings proxy = proxySettings(
+      settings, [this](const RECT&, std::vector<HWND>& windows) { listExcludedWindows(windows); });
   proxy.enableFilterWindow = m_enableFilterWindow;
   return adoptEngine(std::make_unique<ScreenCaptureEngineProxy>(m_monitor, std::move(proxy)),
                      settings);
@@ -228,14 +229,13 @@ bool ScreenCaptureTaskDesktop::updateMonitorInfo() {
 
 // The frame around the monitor and what the host excludes. A window on both
 // lists stays in the picture.
-std::vector<HWND> ScreenCaptureTaskDesktop::excludedWindows() const {
-  std::vector<HWND> excluded;
+void ScreenCaptureTaskDesktop::listExcludedWindows(std::vector<HWND>& excluded) {
+  excluded.clear();
   if (const HWND prompt = m_promptDesktop ? m_promptDesktop->GetHwnd() : nullptr) {
     excluded.push_back(prompt);
   }
-  std::vector<HWND> windows;
-  WindowsUtil::EnumTopLevelWindows(windows, WindowsUtil::EnumMode::VisibleNotMinimized);
-  for (const HWND window : windows) {
+  WindowsUtil::EnumTopLevelWindows(m_topLevelWindows, WindowsUtil::EnumMode::VisibleNotMinimized);
+  for (const HWND window : m_topLevelWindows) {
     if (m_filterWindowManager->IsIncludedWindow(window)) {
       QX_LOG_LIMITED(LogLevelInfo, "include Window {:#08x} when capture",
                      reinterpret_cast<std::uintptr_t>(window));
@@ -243,7 +243,6 @@ std::vector<HWND> ScreenCaptureTaskDesktop::excludedWindows() const {
       excluded.push_back(window);
     }
   }
-  return excluded;
 }
 
 }  // namespace qx

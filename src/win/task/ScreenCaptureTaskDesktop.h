@@ -36,13 +36,14 @@ class ScreenCaptureTaskDesktop : public ScreenCaptureTask {
   void handleCaptureFailure(std::uint64_t nowMs);
   bool updateMonitorRect();
   bool updateMonitorInfo();
-  std::vector<HWND> excludedWindows() const;
+  void listExcludedWindows(std::vector<HWND>& excluded);
 
   HMONITOR m_monitor;
   std::wstring m_deviceName;  // knows the monitor again when the handle went stale
   RECT m_monitorRect = {};    // pixels of the virtual screen; empty while unknown
   std::atomic<bool> m_enableFilterWindow = true;
   std::unique_ptr<PromptDesktop> m_promptDesktop;  // from Start to Stop
+  std::vector<HWND> m_topLevelWindows;             // as of the last capture that asked
 };
 
 }  // namespace qx

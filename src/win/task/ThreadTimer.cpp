@@ -90,13 +90,18 @@ std::int32_t ThreadTimer::AddTask(double delayMs, double intervalMs, bool once, 
 }
 
 std::int32_t ThreadTimer::AddPeriodicTask(double delayMs, double intervalMs, Function function) {
+  return addWhenRunning(delayMs, intervalMs, false, std::move(function));
+}
+
+std::int32_t ThreadTimer::addWhenRunning(double delayMs, double intervalMs, bool once,
+                                         Function function) {
   {
     const Access access(*this);
     if (m_state != State::Running) {
       return kNoTask;
     }
   }
-  return AddTask(delayMs, intervalMs, false, std::move(function));
+  return AddTask(delayMs, intervalMs, once, std::move(function));
 }
 
 void ThreadTimer::RemoveTask(std::int32_t id) {
@@ -118,6 +123,36 @@ void ThreadTimer::SetInterval(std::int32_t id, double intervalMs) {
   if (m_state == State::Running && interval && found != m_tasks.end()) {
     found->interval = *interval;
   }
+}
+
+bool ThreadTimer::Run(Function function) {
+  if (m_thread.IsCurrent()) {
+    runFunction(function);
+    return true;
+  }
+  // Shared: the task lets go of it only after the caller has gone on.
+  struct Completion {
+    SRWLOCK lock = SRWLOCK_INIT;
+    CONDITION_VARIABLE changed = CONDITION_VARIABLE_INIT;
+    bool done = false;
+  };
+  const auto completion = std::make_shared<Completion>();
+  const std::int32_t id = addWhenRunning(0.0, 0.0, true, [this, completion, &function] {
+    runFunction(function);
+    AcquireSRWLockExclusive(&completion->lock);
+    completion->done = true;
+    ReleaseSRWLockExclusive(&completion->lock);
+    WakeAllConditionVariable(&completion->changed);
+  });
+  if (id == kNoTask) {
+    return false;
+  }
+  AcquireSRWLockExclusive(&completion->lock);
+  while (!completion->done) {
+    SleepConditionVariableSRW(&completion->changed, &completion->lock, INFINITE, 0);
+  }
+  ReleaseSRWLockExclusive(&completion->lock);
+  return true;
 }
 
 void ThreadTimer::Stop() {

@@ -56,6 +56,13 @@ class ThreadTimer {
   // negative interval changes nothing.
   void SetInterval(std::int32_t id, double intervalMs);
 
+  // Runs `function` once on the timer's thread, after the run in progress, and
+  // returns when it has ended. False, without a run, when the timer does not run.
+  bool Run(Function function);
+
+  // Whether the caller runs on the timer's thread, in a task.
+  bool IsCurrent() const { return m_thread.IsCurrent(); }
+
   // Waits for the run in progress, drops all tasks and ends the thread. Never
   // from a task. A stopped timer can't be started again.
   void Stop();
@@ -76,6 +83,7 @@ class ThreadTimer {
 
   static bool IsLater(const TimerTask& a, const TimerTask& b);
   std::vector<TimerTask>::iterator find(std::int32_t id);
+  std::int32_t addWhenRunning(double delayMs, double intervalMs, bool once, Function function);
 
   void run();
   void runNextTask();

@@ -22,8 +22,11 @@ using ReadTime = void(WINAPI*)(FILETIME*);
 // The precise clock came with Windows 8; the other one has the grain of a timer
 // tick.
 ReadTime FindSystemClock() {
+  // A failed look-up sets the last error, which the caller may be about to log.
+  const DWORD lastError = GetLastError();
   const auto precise =
       FindFunction<ReadTime>(GetModuleHandleA("kernel32.dll"), "GetSystemTimePreciseAsFileTime");
+  SetLastError(lastError);
   return precise ? precise : &GetSystemTimeAsFileTime;
 }
 

@@ -42,11 +42,11 @@ constexpr bool HasNoBitsOf(std::uint32_t value, std::uint32_t mask) { return (va
 
 // By what a window of a known application is recognised.
 struct TrackWindowRule {
-  std::string className;  // for FindTrackWindow several, separated by ";"
+  std::string className = {};  // for FindTrackWindow several, separated by ";"
   std::uint32_t requiredStyle = 0;
   std::uint32_t forbiddenStyle = 0;
   std::uint32_t forbiddenExStyle = 0;
-  std::string processName;  // as GetWindowProcessName gives it
+  std::string processName = {};  // as GetWindowProcessName gives it
 };
 
 // Class and styles; the process does not matter.

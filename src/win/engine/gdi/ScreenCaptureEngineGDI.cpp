@@ -18,6 +18,19 @@ bool Contains(const std::vector<HWND>& windows, HWND window) {
   return std::find(windows.begin(), windows.end(), window) != windows.end();
 }
 
+// The window is not ours, and nobody else would give its style back: a call that
+// failed gets a second chance.
+bool MakePlain(HWND window) {
+  constexpr int kAttempts = 2;
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    WindowsUtil::SetWindowLayered(window, false);
+    if (!WindowsUtil::IsLayeredWindow(window)) {
+      return true;
+    }
+  }
+  return false;
+}
+
 bool MakeRect(std::int32_t x, std::int32_t y, std::int32_t width, std::int32_t height, RECT& rect) {
   constexpr std::int64_t kMax = std::numeric_limits<std::int32_t>::max();
   if (width < 1 || height < 1 || std::int64_t{x} + width > kMax ||
@@ -162,15 +175,11 @@ void ScreenCaptureEngineGDI::updateLayeredWindows(const RECT& rect) {
   if (WindowsUtil::IsDwmCompositionEnabled() || !m_filterWindows) {
     return;
   }
-  const std::vector<HWND> hidden = m_filterWindows(rect);
+  m_filterWindows(rect, m_hiddenWindows);
   std::erase_if(m_layeredWindows, [&](HWND window) {
-    if (Contains(hidden, window)) {
-      return false;
-    }
-    WindowsUtil::SetWindowLayered(window, false);
-    return true;
+    return !Contains(m_hiddenWindows, window) && MakePlain(window);
   });
-  for (const HWND window : hidden) {
+  for (const HWND window : m_hiddenWindows) {
     // A window that is layered by itself stays out of the copy and out of our hands.
     if (!Contains(m_layeredWindows, window) && !WindowsUtil::IsLayeredWindow(window)) {
       // Recorded first, so that it is given back whatever happens.
@@ -182,7 +191,11 @@ void ScreenCaptureEngineGDI::updateLayeredWindows(const RECT& rect) {
 
 void ScreenCaptureEngineGDI::clearLayeredWindows() {
   for (const HWND window : m_layeredWindows) {
-    WindowsUtil::SetWindowLayered(window, false);
+    if (!MakePlain(window)) {
+      QX_LOG_WARN("window {:#08x} stays layered,last Error:{}",
+                  reinterpret_cast<std::uintptr_t>(window),
+                  static_cast<std::uint32_t>(GetLastError()));
+    }
   }
   m_layeredWindows.clear();
 }

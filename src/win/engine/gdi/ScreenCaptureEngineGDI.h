@@ -49,7 +49,8 @@ class ScreenCaptureEngineGDI : public ScreenCaptureEngine {
   MemoryDc m_memoryDC;
   std::int32_t m_bitmapWidth = 0;
   std::int32_t m_bitmapHeight = 0;
-  std::vector<HWND> m_layeredWindows;
+  std::vector<HWND> m_hiddenWindows;   // as of the last capture
+  std::vector<HWND> m_layeredWindows;  // those that this engine has made layered
 };
 
 }  // namespace qx

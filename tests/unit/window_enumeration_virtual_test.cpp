@@ -1,0 +1,422 @@
+// Which windows and monitors there are, and how they lie.
+#include <gtest/gtest.h>
+#include <objbase.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "platform/control/Desktop.h"
+#include "platform/control/Faults.h"
+#include "platform/control/Machine.h"
+#include "tests/support/ShareRecorder.h"
+#include "win/source/ShareListManager.h"
+#include "win/source/WindowEnumeration.h"
+#include "win/util/Handles.h"
+#include "win/util/Utils.h"
+#include "win/util/WindowHelpers.h"
+
+// Rectangles in messages and comparisons of tests.
+static bool operator==(const RECT& a, const RECT& b) { return EqualRect(&a, &b) != FALSE; }
+static void PrintTo(const RECT& rect, std::ostream* out) {
+  *out << rect.left << ',' << rect.top << ' ' << rect.right << ',' << rect.bottom;
+}
+
+namespace qx {
+namespace {
+
+using namespace vwin::control;
+using namespace WindowsUtil;
+using Windows = std::vector<HWND>;
+
+Windows List(EnumMode mode) {
+  Windows windows;
+  EnumTopLevelWindows(windows, mode);
+  return windows;
+}
+
+bool IsListed(HWND window, EnumMode mode = EnumMode::ShareCandidates) {
+  const Windows windows = List(mode);
+  return std::find(windows.begin(), windows.end(), window) != windows.end();
+}
+
+// COM for the thread of a test.
+struct Com {
+  Com() { EXPECT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK); }
+  ~Com() { CoUninitialize(); }
+};
+
+TEST(EnumTopLevelWindows, TopmostFirstAndVisibleOnly) {
+  const HWND c = OpenWindow({.title = L"C"});
+  const HWND b = OpenWindow({});
+  OpenWindow({.visible = false});
+  const HWND a = OpenWindow({.title = L"A"});
+  EXPECT_EQ(List(EnumMode::ShareCandidates), (Windows{a, b, c}));
+  ToTop(c);
+  Minimise(a);
+  EXPECT_EQ(List(EnumMode::VisibleNotMinimized), (Windows{c, b}));
+  EXPECT_TRUE(IsListed(a));
+}
+
+TEST(EnumTopLevelWindows, ClassesAreComparedWhole) {
+  for (const wchar_t* name : {L"Progman", L"Button"}) {
+    const HWND window = OpenWindow({.className = name});
+    EXPECT_FALSE(IsListed(window));
+    EXPECT_FALSE(IsListed(window, EnumMode::VisibleNotMinimized));
+  }
+  for (const wchar_t* name : {L"ProgmanX", L"progman", L"Progma", L"SEARCHPANE"}) {
+    EXPECT_TRUE(IsListed(OpenWindow({.className = name})));
+  }
+  for (const wchar_t* name :
+       {L"OrvaSSPromptDesktop", L"OrvaSSPromptWindow", L"NativeHWNDHost", L"Shell_CharmWindow",
+        L"SearchPane", L"ImmersiveLauncher", L"Snapped Desktop", L"ImmersiveBackgroundWindow"}) {
+    const HWND window = OpenWindow({.className = name});
+    EXPECT_FALSE(IsListed(window)) << testing::PrintToString(std::wstring(name));
+    EXPECT_TRUE(IsListed(window, EnumMode::VisibleNotMinimized));
+  }
+}
+
+TEST(EnumTopLevelWindows, StoreApplications) {
+  const HWND core = OpenWindow({.title = L"App", .className = L"Windows.UI.Core.CoreWindow"});
+  const HWND untitled = OpenWindow({.className = L"ApplicationFrameWindow"});
+  const HWND empty = OpenWindow({.title = L"App", .className = L"ApplicationFrameWindow"});
+  const HWND full = OpenWindow({.title = L"App", .className = L"ApplicationFrameWindow"});
+  OpenWindow({.className = L"Windows.UI.Core.CoreWindow", .parent = full});
+  OpenWindow({.className = L"Windows.UI.Core.CoreWindow", .parent = untitled});
+  OpenWindow({.className = L"TitleBar", .parent = empty});
+  EXPECT_EQ(List(EnumMode::ShareCandidates), Windows{full});
+  EXPECT_TRUE(IsHiddenStoreAppWindow(core));
+  EXPECT_FALSE(IsHiddenStoreAppWindow(full));
+
+  Minimise(empty);
+  EXPECT_TRUE(IsListed(empty)) << "the shell has borrowed its content";
+  SetVersion(kWindows7);
+  EXPECT_EQ(List(EnumMode::ShareCandidates).size(), 4u) << "no such classes there";
+}
+
+TEST(EnumTopLevelWindows, OtherVirtualDesktopsNeedCom) {
+  const HWND away = OpenWindow({.title = L"Away"});
+  const HWND host = OpenWindow({.className = L"ThumbnailWindow"});
+  const HWND here = OpenWindow({.title = L"Here"});
+  SetOnOtherVirtualDesktop(away, true);
+  EXPECT_EQ(List(EnumMode::ShareCandidates), (Windows{here, host, away}));
+  EXPECT_TRUE(IsWindowOnCurrentVirtualDesktop(away)) << "unknown";
+
+  const Com com;
+  EXPECT_EQ(List(EnumMode::ShareCandidates), Windows{here});
+  EXPECT_FALSE(IsWindowOnCurrentVirtualDesktop(away));
+  EXPECT_TRUE(IsWindowOnCurrentVirtualDesktop(here));
+  FailNth("IVirtualDesktopManager::IsWindowOnCurrentVirtualDesktop", 1, kOutOfMemory,
+          Repeat::kOnward);
+  EXPECT_EQ(List(EnumMode::ShareCandidates), (Windows{here, away})) << "no answer counts as yes";
+  EXPECT_TRUE(IsWindowOnCurrentVirtualDesktop(away));
+}
+
+TEST(CaptureRect, EveryStateOfAWindow) {
+  const test::LogRecorder log;
+  const HWND window = OpenWindow({.rect = {100, 100, 500, 400}, .invisibleFrame = {7, 0, 7, 7}});
+  RECT rect = {};
+  EXPECT_TRUE(GetCaptureRect(window, rect));
+  EXPECT_EQ(rect, (RECT{107, 100, 493, 393}));
+  Minimise(window);
+  EXPECT_TRUE(GetCaptureRect(window, rect));
+  EXPECT_EQ(rect, (RECT{100, 100, 500, 400})) << "where it will be restored to";
+  Restore(window);
+  Maximise(window);
+  RECT whole = {};
+  GetWindowRect(window, &whole);
+  EXPECT_TRUE(GetCaptureRect(window, rect));
+  EXPECT_EQ(rect, (RECT{whole.left + 8, whole.top + 8, whole.right - 8, whole.bottom - 8}));
+
+  FailNth("GetWindowRect", 1, {1400, 0});
+  EXPECT_FALSE(GetCaptureRect(window, rect));
+  EXPECT_TRUE(log.Has(5, "GetWindowRect for zoomed window error,code = 1400")) << log.Dump();
+  Minimise(window);
+  FailNth("GetWindowPlacement", 1, {1400, 0});
+  EXPECT_FALSE(GetCaptureRect(window, rect));
+  EXPECT_TRUE(log.Has(5, "GetWindowPlacement error,code = 1400")) << log.Dump();
+  Close(window);
+  EXPECT_FALSE(GetCaptureRect(window, rect));
+  EXPECT_EQ(log.Count("DwmGetWindowAttribute failed,code = -"), 1) << log.Dump();
+}
+
+TEST(CaptureRect, OnWindows11) {
+  SetVersion(kWindows11);
+  const HWND window = OpenWindow({});
+  Maximise(window);
+  RECT whole = {};
+  GetWindowRect(window, &whole);
+  RECT rect = {};
+  EXPECT_TRUE(GetCaptureRect(window, rect));
+  EXPECT_EQ(rect, (RECT{whole.left + 11, whole.top + 11, whole.right - 11, whole.bottom - 11}));
+}
+
+TEST(CaptureRect, OnWindows7) {
+  const test::LogRecorder log;
+  SetVersion(kWindows7);
+  const HWND window = OpenWindow({.rect = {100, 100, 500, 400}, .invisibleFrame = {7, 0, 7, 7}});
+  RECT rect = {};
+  EXPECT_TRUE(GetCaptureRect(window, rect));
+  EXPECT_EQ(rect, (RECT{100, 100, 500, 400}));
+  Minimise(window);
+  EXPECT_TRUE(GetCaptureRect(window, rect));
+  EXPECT_EQ(rect, (RECT{100, 100, 500, 400}));
+  Close(window);
+  EXPECT_FALSE(GetCaptureRect(window, rect));
+  EXPECT_TRUE(log.Has(5, "GetWindowRect error,code = 1400")) << log.Dump();
+}
+
+TEST(IsWindowObscured, FivePointsDecide) {
+  const HWND window = OpenWindow({.rect = {100, 100, 200, 200}});
+  EXPECT_FALSE(IsWindowObscured(window, false));
+  const HWND cover = OpenWindow({.rect = {100, 100, 200, 200}});
+  EXPECT_TRUE(IsWindowObscured(window, false));
+  for (const RECT& allButOne :
+       {RECT{102, 100, 200, 200}, RECT{100, 100, 199, 200}, RECT{100, 100, 200, 199}}) {
+    SetRect(cover, allButOne);
+    EXPECT_FALSE(IsWindowObscured(window, false)) << testing::PrintToString(allButOne);
+  }
+  Close(cover);
+  OpenWindow({.rect = {100, 100, 200, 200}, .parent = window});
+  EXPECT_FALSE(IsWindowObscured(window, false)) << "a child is the window itself";
+}
+
+TEST(IsWindowObscured, CloakIsAllThatCountsFromWindows81) {
+  const HWND window = OpenWindow({.rect = {100, 100, 200, 200}});
+  OpenWindow({.rect = {0, 0, 500, 500}});
+  EXPECT_FALSE(IsWindowObscured(window, true));
+  SetCloaked(window, true);
+  EXPECT_TRUE(IsWindowObscured(window, true));
+  FailNth("DwmGetWindowAttribute", 1);
+  EXPECT_FALSE(IsWindowObscured(window, true));
+}
+
+TEST(IsWindowObscured, CloakIsGuessedOnWindows8) {
+  SetVersion(kWindows8);
+  const HWND window = OpenWindow({.rect = {100, 100, 200, 200}});
+  OpenWindow({.rect = {0, 0, 500, 500}});
+  EXPECT_FALSE(IsWindowObscured(window, true));
+  SetExStyle(window, WS_EX_NOREDIRECTIONBITMAP);
+  EXPECT_TRUE(IsWindowObscured(window, true));
+  SetStyle(window, WS_POPUP | WS_VISIBLE | WS_BORDER);
+  EXPECT_TRUE(IsWindowObscured(window, true)) << "half a caption is none";
+  SetStyle(window, WS_POPUP | WS_VISIBLE | WS_CAPTION);
+  EXPECT_FALSE(IsWindowObscured(window, true));
+  SetStyle(window, WS_POPUP | WS_VISIBLE | WS_THICKFRAME);
+  EXPECT_FALSE(IsWindowObscured(window, true));
+}
+
+TEST(GetWindowsAbove, WhatCoversARectangle) {
+  OpenWindow({.rect = {0, 0, 900, 900}});  // below
+  const HWND window = OpenWindow({.rect = {100, 100, 300, 300}});
+  const HWND first = OpenWindow({.rect = {290, 290, 400, 400}});
+  OpenWindow({.rect = {300, 100, 400, 300}});  // touches
+  OpenWindow({.rect = {100, 100, 300, 300}, .owner = window});
+  OpenWindow({.rect = {100, 100, 300, 300}, .visible = false});
+  OpenWindow({.rect = {100, 100, 300, 300}, .cloaked = true});
+  const HWND second = OpenWindow({.rect = {0, 0, 101, 101}});
+  const RECT rect = {100, 100, 300, 300};
+  Windows above;
+  EXPECT_TRUE(GetWindowsAbove(window, rect, above));
+  EXPECT_EQ(above, (Windows{second, first}));
+
+  above.clear();
+  EXPECT_TRUE(GetWindowsAbove(second, rect, above)) << "nothing above";
+  EXPECT_FALSE(GetWindowsAbove(nullptr, rect, above));
+  EXPECT_FALSE(GetWindowsAbove(OpenWindow({.parent = window}), rect, above));
+  EXPECT_TRUE(above.empty());
+}
+
+TEST(Windows, TextsAndProcesses) {
+  AddProcess(7000, L"C:\\Program Files\\My.App\\tool.v2.exe");
+  AddProcess(7001, L"plain");
+  AddProcess(7002, L"C:\\a.exe", false);
+  const HWND window = OpenWindow({.title = std::wstring(300, L't'), .className = L"Class"});
+  EXPECT_EQ(GetWindowProcessName(window), "tool.v2");
+  EXPECT_EQ(GetWindowProcessName(OpenWindow({.processId = 7001})), "plain");
+  EXPECT_EQ(GetWindowProcessName(OpenWindow({.processId = 7002})), "");
+  EXPECT_EQ(GetWindowProcessName(nullptr), "");
+  EXPECT_EQ(GetWindowClassName(window), "Class");
+  EXPECT_EQ(GetWindowClassName(nullptr), "");
+  std::wstring title;
+  EXPECT_TRUE(GetWindowTitle(window, title));
+  EXPECT_EQ(title.size(), 2048u);
+  EXPECT_EQ(title.c_str(), std::wstring(259, L't'));
+
+  EXPECT_TRUE(AreWindowsOfCurrentProcess({}));
+  EXPECT_FALSE(AreWindowsOfCurrentProcess({window}));
+  EXPECT_TRUE(AreWindowsOfCurrentProcess({OpenWindow({.processId = GetCurrentProcessId()})}));
+}
+
+TEST(Windows, Layering) {
+  const HWND window = OpenWindow({.exStyle = WS_EX_TOOLWINDOW});
+  EXPECT_FALSE(IsLayeredWindow(window));
+  SetWindowLayered(window, true);
+  EXPECT_TRUE(IsLayeredWindow(window));
+  const std::uint64_t redraws = RedrawCount(window);
+  SetWindowLayered(window, false);
+  EXPECT_FALSE(IsLayeredWindow(window));
+  EXPECT_EQ(GetWindowLongPtrW(window, GWL_EXSTYLE), WS_EX_TOOLWINDOW);
+  EXPECT_EQ(RedrawCount(window), redraws + 1);
+  Close(window);
+  SetWindowLayered(window, true);
+  EXPECT_FALSE(IsLayeredWindow(window));
+}
+
+TEST(TrackWindow, IsFoundByClassStyleAndProcess) {
+  AddProcess(7000, L"C:\\Office\\Slides.exe");
+  AddProcess(7001, L"C:\\Office\\Other.exe");
+  OpenWindow({.className = L"Show", .style = WS_POPUP, .processId = 7001});
+  const HWND bordered = OpenWindow({.className = L"Show", .style = WS_POPUP | WS_BORDER});
+  const HWND tool =
+      OpenWindow({.className = L"Show2", .style = WS_POPUP, .exStyle = WS_EX_TOOLWINDOW});
+  TrackWindowRule rule = {.className = "Nothing;;Show2;Show;", .processName = "SLIDES"};
+  EXPECT_EQ(FindTrackWindow(rule, L""), tool) << "in the order of the classes";
+  rule.forbiddenExStyle = WS_EX_TOOLWINDOW;
+  EXPECT_EQ(FindTrackWindow(rule, L""), bordered);
+  rule.forbiddenStyle = WS_BORDER;
+  EXPECT_EQ(FindTrackWindow(rule, L""), nullptr);
+  rule = {.className = "Show;Show2", .requiredStyle = WS_POPUP, .processName = "slides"};
+  EXPECT_EQ(FindTrackWindow(rule, L""), bordered);
+  rule.className = "";
+  EXPECT_EQ(FindTrackWindow(rule, L""), nullptr);
+
+  EXPECT_TRUE(IsWindowMatchRule(bordered, {.className = "Show", .requiredStyle = WS_BORDER}));
+  EXPECT_FALSE(IsWindowMatchRule(bordered, {.className = "show"}));
+  EXPECT_FALSE(IsWindowMatchRule(bordered, {.className = "Show", .forbiddenStyle = WS_BORDER}));
+  EXPECT_FALSE(IsWindowMatchRule(tool, {.className = "Show2", .requiredStyle = WS_BORDER}));
+}
+
+TEST(TrackWindow, TailOfTheTitle) {
+  AddProcess(7000, L"C:\\Office\\Slides.exe");
+  const HWND window = OpenWindow({.className = L"Show"});
+  const TrackWindowRule rule = {.className = "Show", .processName = "Slides"};
+  const auto finds = [&](const wchar_t* title) {
+    SetTitle(window, title);
+    return FindTrackWindow(rule, L"Show") == window;
+  };
+  EXPECT_TRUE(finds(L"Slides - Show"));
+  EXPECT_TRUE(finds(L"Slides - [Show]"));
+  EXPECT_TRUE(finds(L"Slides  -  [Show]"));
+  EXPECT_TRUE(finds(L"A - B  -  Show")) << "the long separator goes first";
+  EXPECT_FALSE(finds(L"A - Show  -  B"));
+  EXPECT_FALSE(finds(L"A - B - Show")) << "the first one of a kind";
+  EXPECT_FALSE(finds(L"Slides - show"));
+  EXPECT_FALSE(finds(L"Show"));
+  EXPECT_FALSE(finds(L""));
+}
+
+TEST(Monitors, Rectangles) {
+  const test::LogRecorder log;
+  const HMONITOR left = AddMonitor({-800, 0, 0, 600}, {.workArea = RECT{-800, 0, 0, 560}});
+  std::vector<RECT> rects;
+  GetMonitorRects(false, rects);
+  ASSERT_EQ(rects.size(), 2u);
+  EXPECT_EQ(rects[1], (RECT{-800, 0, 0, 600}));
+  GetMonitorRects(true, rects);
+  ASSERT_EQ(rects.size(), 2u);
+  EXPECT_EQ(rects[1], (RECT{-800, 0, 0, 560}));
+  EXPECT_EQ(GetMonitorRect(left), (RECT{-800, 0, 0, 600}));
+
+  RECT overlap = {};
+  EXPECT_FALSE(RectsIntersect({0, 0, 10, 10}, {10, 0, 20, 10}, overlap));
+  EXPECT_TRUE(RectsIntersect({0, 0, 10, 10}, {9, 5, 20, 20}, overlap));
+  EXPECT_EQ(overlap, (RECT{9, 5, 10, 10}));
+  EXPECT_TRUE(IsRectOnAnyMonitor({-900, 599, -799, 700}));
+  EXPECT_FALSE(IsRectOnAnyMonitor({-900, 600, -799, 700}));
+
+  FailNth("GetMonitorInfoW", 1, {1461, 0});
+  GetMonitorRects(false, rects);
+  EXPECT_EQ(rects.size(), 1u);
+  EXPECT_TRUE(log.Has(4, "GetMonitorInfo failed,error:1461")) << log.Dump();
+  RemoveMonitor(left);
+  EXPECT_EQ(GetMonitorRect(left), RECT{});
+  EXPECT_TRUE(log.Has(5, "GetMonitorInfo failed,error:1461")) << log.Dump();
+}
+
+TEST(Monitors, WindowInOneOfThem) {
+  SetMonitorRect(PrimaryMonitor(), {0, 0, 800, 600});
+  AddMonitor({800, 0, 1600, 600});
+  const HWND window = OpenWindow({.rect = {900, 0, 1600, 604}});
+  RECT monitor = {};
+  EXPECT_TRUE(IsWindowInOneMonitor(window, monitor));
+  EXPECT_EQ(monitor, (RECT{800, 0, 1600, 600}));
+  SetRect(window, {900, 0, 1600, 606});
+  EXPECT_FALSE(IsWindowInOneMonitor(window, monitor));
+  SetRect(window, {700, 0, 900, 100});
+  EXPECT_FALSE(IsWindowInOneMonitor(window, monitor));
+  EXPECT_FALSE(IsWindowInOneMonitor(OpenWindow({.parent = window}), monitor));
+}
+
+struct DesktopList {
+  int calls = 0;
+  bool isNull = false;
+  DWORD thread = 0;
+  std::vector<IScreenCapture::DesktopInfo> desktops;
+
+  static void Take(const IScreenCapture::DesktopInfo* desktops, const int& count, void* user) {
+    auto& self = *static_cast<DesktopList*>(user);
+    ++self.calls;
+    self.isNull = desktops == nullptr;
+    self.thread = GetCurrentThreadId();
+    self.desktops.assign(desktops, desktops + count);
+  }
+};
+
+TEST(DesktopListing, MonitorsInOrder) {
+  const HMONITOR second = AddMonitor({-800, 100, 0, 700});
+  DesktopList list;
+  ShareListManager::Instance().GetDesktopList(DesktopList::Take, &list);
+  ASSERT_EQ(list.desktops.size(), 2u);
+  EXPECT_EQ(list.desktops[0].isPrimary, 1);
+  const IScreenCapture::DesktopInfo& info = list.desktops[1];
+  EXPECT_EQ(info.id, HandleToId(second));
+  EXPECT_EQ(info.handle, info.id);
+  EXPECT_EQ(info.isPrimary, 0);
+  EXPECT_EQ(info.x, -800);
+  EXPECT_EQ(info.y, 100);
+  EXPECT_EQ(info.width, 800);
+  EXPECT_EQ(info.height, 600);
+
+  FailNth("GetMonitorInfoW", 1);
+  ShareListManager::Instance().GetDesktopList(DesktopList::Take, &list);
+  EXPECT_EQ(list.desktops.size(), 1u);
+  FailNth("GetMonitorInfoW", 1, kOutOfMemory, Repeat::kOnward);
+  ShareListManager::Instance().GetDesktopList(DesktopList::Take, &list);
+  EXPECT_TRUE(list.isNull);
+  EXPECT_EQ(list.calls, 3);
+  ShareListManager::Instance().GetDesktopList(nullptr, &list);
+  ShareListManager::Instance().GetDesktopListAsync(nullptr, &list);
+  EXPECT_EQ(list.calls, 3);
+}
+
+TEST(DesktopListing, AsyncCallsBackOnAThreadOfItsOwnAndInAnyCase) {
+  const test::LogRecorder log;
+  struct Waiter : DesktopList {
+    HANDLE done = nullptr;
+  };
+  Waiter list;
+  const KernelHandle done(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  list.done = done.Get();
+  ShareListManager::Instance().GetDesktopListAsync(
+      [](const IScreenCapture::DesktopInfo* desktops, const int& count, void* user) {
+        auto& waiter = *static_cast<Waiter*>(user);
+        DesktopList::Take(desktops, count, static_cast<DesktopList*>(&waiter));
+        SetEvent(waiter.done);
+      },
+      &list);
+  ASSERT_EQ(WaitForSingleObject(done.Get(), 30000), WAIT_OBJECT_0);
+  EXPECT_EQ(list.desktops.size(), 1u);
+  EXPECT_NE(list.thread, GetCurrentThreadId());
+  EXPECT_TRUE(log.Has(3, "start new thread to get window list")) << log.Dump();
+
+  DesktopList failed;
+  FailNth("_beginthreadex", 1);
+  ShareListManager::Instance().GetDesktopListAsync(DesktopList::Take, &failed);
+  EXPECT_EQ(failed.calls, 1);
+  EXPECT_TRUE(failed.isNull);
+  EXPECT_EQ(log.Count("can't start a thread"), 1) << log.Dump();
+}
+
+}  // namespace
+}  // namespace qx
