@@ -85,6 +85,9 @@ start_wine() {
     quietly wineboot --init
     # A crash must end the program, not wait for someone to close a dialog.
     quietly wine reg add 'HKCU\Software\Wine\WineDbg' /v ShowCrashDialog /t REG_DWORD /d 0 /f
+    # There is no window manager. Wine would wait for its answer, two seconds for
+    # every window that is hidden.
+    quietly wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /t REG_SZ /d N /f
     wineserver -w
     touch "$WINEPREFIX/.ready"
   fi

@@ -22,7 +22,9 @@ FrameWriter::FrameWriter(const std::string& directory, const std::string& y4mFil
       throw std::runtime_error("can't write " + m_y4mName);
     }
   }
-  stbi_write_png_compression_level = 2;  // a screen compresses well; time matters more
+  // A screen compresses well anyhow, and frames come fast.
+  stbi_write_png_compression_level = 1;
+  stbi_write_force_png_filter = 0;
   m_thread = std::thread([this] { run(); });
 }
 

@@ -7,7 +7,8 @@
 
 namespace {
 
-constexpr std::chrono::milliseconds kStatusPeriod(250);
+constexpr std::chrono::milliseconds kStatusPeriod(500);
+constexpr char kSharing[] = "sharing";
 
 const char* PauseReasonText(IScreenCapture::SharePauseReason reason) {
   switch (reason) {
@@ -63,6 +64,7 @@ void Recorder::WaitForEnd(double seconds) {
 void Recorder::FinishLine() {
   const std::scoped_lock lock(m_mutex);
   if (!m_json) {
+    m_state = "ended";
     showStatus(true);
     std::fputs("\n", stdout);
     std::fflush(stdout);
@@ -71,7 +73,7 @@ void Recorder::FinishLine() {
 
 void Recorder::OnStart(void*) {
   event(R"({"event":"start"})");
-  state("sharing");
+  state(kSharing);
 }
 
 void Recorder::OnPause(void*, IScreenCapture::SharePauseReason reason) {
@@ -81,7 +83,7 @@ void Recorder::OnPause(void*, IScreenCapture::SharePauseReason reason) {
 
 void Recorder::OnResume(void*) {
   event(R"({"event":"resume"})");
-  state("sharing");
+  state(kSharing);
 }
 
 void Recorder::OnStop(void*) {
@@ -174,18 +176,16 @@ void Recorder::state(const std::string& state) {
 
 // Called with m_mutex held.
 void Recorder::showStatus(bool now) {
-  if (m_json) {
-    return;
-  }
   const Time time = std::chrono::steady_clock::now();
   const auto passed = time - m_statusTime;
-  if (passed >= kStatusPeriod) {
+  if (m_json || (!now && passed < kStatusPeriod)) {
+    return;
+  }
+  if (passed >= kStatusPeriod && m_state == kSharing) {
     m_rate = static_cast<double>(m_frames - m_statusFrames) /
              std::chrono::duration<double>(passed).count();
     m_statusTime = time;
     m_statusFrames = m_frames;
-  } else if (!now) {
-    return;
   }
   std::printf("\r%-5s  %dx%d  %4.1f a second  %llu frames  %-36s", m_engine.c_str(), m_width,
               m_height, m_rate, static_cast<unsigned long long>(m_frames), m_state.c_str());

@@ -146,6 +146,7 @@ TEST_F(HostShareTest, TellsTheShareInOrderAndNothingAfterStop) {
   ASSERT_TRUE(other.ShareDesktop(nullptr, primary.id, &otherHost, error)) << log.Dump();
   ASSERT_TRUE(otherHost.WaitFor("frame", 5)) << log.Dump();
   EXPECT_EQ(host.Events(true).size(), heard);
+  other.ShareStop();
 }
 
 TEST_F(HostShareTest, FramesShowAWindowInBothFormats) {
@@ -217,6 +218,7 @@ TEST_F(HostShareTest, DestroyingTheObjectEndsItsShare) {
   ASSERT_TRUE(next.WaitFor("frame", 3)) << log.Dump();
   EXPECT_EQ(host.Events(true).size(), heard);
   EXPECT_EQ(host.Count("stop"), 0);
+  capture.ShareStop();
 }
 
 TEST_F(HostShareTest, PauseAndResumeCome) {

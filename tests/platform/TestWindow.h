@@ -41,6 +41,7 @@ class TestWindow {
   }
 
   static constexpr const wchar_t* kClass = L"PlatformTestWindow";
+  std::function<void()> onPaint;  // called after each painting
   int paints = 0;
   RECT lastPaint{};
   std::vector<UINT> noted;  // messages from WM_USER on, WM_DESTROY and WM_NCDESTROY
@@ -78,6 +79,7 @@ class TestWindow {
     EndPaint(m_handle, &paint);
     ++paints;
     lastPaint = paint.rcPaint;
+    if (onPaint) onPaint();
   }
 
   COLORREF m_color;

@@ -184,6 +184,7 @@ TEST_F(CompositorTest, PointsReachWhatAClickWouldReach) {
   EXPECT_EQ(WindowFromPoint({50, 50}), high);
   SetLayered(high, kGreen, std::nullopt);
   EXPECT_EQ(WindowFromPoint({50, 50}), low) << "through the key colour";
+  SetLayered(high, std::nullopt, std::uint8_t{255});
   SetExStyle(high, WS_EX_LAYERED | WS_EX_TRANSPARENT);
   EXPECT_EQ(WindowFromPoint({5, 5}), low);
   Hide(low);

@@ -43,6 +43,7 @@ class WindowThread {
   HWND window() const { return m_window->handle(); }
   // Only while the thread waits.
   int paints() const { return m_window->paints; }
+  void OnPaint(std::function<void()> call) { m_window->onPaint = std::move(call); }
 
   int timers = 0;
 
@@ -99,6 +100,21 @@ TEST_F(OwnWindowTest, ShownFromAnotherThreadItPaintsOnItsOwn) {
   RedrawWindow(thread.window(), nullptr, nullptr, RDW_INVALIDATE);
   UpdateWindow(thread.window());
   EXPECT_EQ(thread.paints(), before + 1);
+}
+
+TEST_F(OwnWindowTest, ThreadsThatWaitForEachOtherAnswer) {
+  TestWindow ours({100, 10, 150, 60}, kGreen);
+  ours.Show();
+  InvalidateRect(ours, nullptr, FALSE);
+  WindowThread thread;
+  int seen = 0;
+  thread.OnPaint([&] {
+    UpdateWindow(ours);
+    seen = ours.paints;
+  });
+  ShowWindow(thread.window(), SW_SHOWNA);
+  UpdateWindow(thread.window());
+  EXPECT_EQ(seen, 2);
 }
 
 TEST_F(OwnWindowTest, GrowsWithWhatItPaints) {

@@ -28,7 +28,10 @@ int g_formatted = 0;
 
 class Logging : public testing::Test {
  protected:
-  Logging() { LogInstance::Instance().SetCallback(Keep); }
+  Logging() {
+    g_lines.clear();
+    LogInstance::Instance().SetCallback(Keep);
+  }
   ~Logging() override { LogInstance::Instance().SetCallback(nullptr); }
 };
 

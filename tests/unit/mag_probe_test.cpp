@@ -6,7 +6,6 @@
 #include <memory>
 #include <vector>
 
-#include "platform/control/Machine.h"
 #include "win/engine/MagProbe.h"
 #include "win/util/SystemProbes.h"
 
