@@ -103,14 +103,15 @@ LRESULT CALLBACK WindowProcedure(HWND window, UINT message, WPARAM wParam, LPARA
   return DefWindowProcW(window, message, wParam, lParam);
 }
 
-HWND Open(DemoWindow& demo) {
+HWND Open(DemoWindow& demo, bool titleBar) {
   const int width = GetSystemMetrics(SM_CXSCREEN);
   const int height = GetSystemMetrics(SM_CYSCREEN);
-  const HWND window = CreateWindowExW(
-      0, L"DemoWindow", demo.title, WS_OVERLAPPEDWINDOW | WS_VISIBLE, demo.rect.left * width / 1000,
-      demo.rect.top * height / 1000, (demo.rect.right - demo.rect.left) * width / 1000,
-      (demo.rect.bottom - demo.rect.top) * height / 1000, nullptr, nullptr,
-      GetModuleHandleW(nullptr), nullptr);
+  const HWND window = CreateWindowExW(0, L"DemoWindow", demo.title,
+                                      (titleBar ? WS_OVERLAPPEDWINDOW : WS_POPUP) | WS_VISIBLE,
+                                      demo.rect.left * width / 1000, demo.rect.top * height / 1000,
+                                      (demo.rect.right - demo.rect.left) * width / 1000,
+                                      (demo.rect.bottom - demo.rect.top) * height / 1000, nullptr,
+                                      nullptr, GetModuleHandleW(nullptr), nullptr);
   if (window != nullptr) {
     demo.start = GetTickCount();
     SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(&demo));
@@ -137,7 +138,8 @@ int main(int argc, char** argv) {
   HWND last = nullptr;
   for (DemoWindow& demo : g_windows) {
     demo.lively = demo.lively && !still;
-    last = Open(demo);
+    // A title bar is drawn anew when another window gets the focus.
+    last = Open(demo, !still);
     if (last == nullptr) {
       std::fputs("demo-windows: can't open a window\n", stderr);
       return 1;

@@ -31,6 +31,7 @@ class DesktopTest : public testing::Test {
     for (const HMONITOR monitor : vwin::control::Monitors()) {
       if (monitor != vwin::control::PrimaryMonitor()) vwin::control::RemoveMonitor(monitor);
     }
+    vwin::control::SetMonitorRect(vwin::control::PrimaryMonitor(), {0, 0, 1920, 1080});
     vwin::control::SetComposition(true);
     vwin::control::SetSecureDesktop(false);
     vwin::control::SetVersion(vwin::control::kWindows10);

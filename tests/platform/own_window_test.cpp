@@ -68,7 +68,7 @@ TEST_F(OwnWindowTest, ALateThreadGetsOneTimerMessage) {
   OwnClock();
   WindowThread thread(30);
   PostMessageW(thread.window(), kBusy, 100, 0);
-  Settle();
+  Advance(100ms);
   EXPECT_EQ(thread.timers, 1);
   Advance(29ms);
   EXPECT_EQ(thread.timers, 1);
@@ -95,14 +95,18 @@ TEST_F(OwnWindowTest, ShownFromAnotherThreadItPaintsOnItsOwn) {
   Settle();
   EXPECT_GE(thread.paints(), 2);
   EXPECT_EQ(RedrawCount(thread.window()), 2u);
-  // Sent, not posted: it is painted when the call returns.
+  // Sent, not posted: it is painted when the call returns. The thread is busy, so
+  // that it doesn't paint before.
   const int before = thread.paints();
+  PostMessageW(thread.window(), kBusy, 10, 0);
+  Settle();
   RedrawWindow(thread.window(), nullptr, nullptr, RDW_INVALIDATE);
   UpdateWindow(thread.window());
   EXPECT_EQ(thread.paints(), before + 1);
 }
 
 TEST_F(OwnWindowTest, ThreadsThatWaitForEachOtherAnswer) {
+  OwnClock();
   TestWindow ours({100, 10, 150, 60}, kGreen);
   ours.Show();
   InvalidateRect(ours, nullptr, FALSE);
@@ -112,6 +116,9 @@ TEST_F(OwnWindowTest, ThreadsThatWaitForEachOtherAnswer) {
     UpdateWindow(ours);
     seen = ours.paints;
   });
+  // Busy, so that it doesn't paint before we wait for it.
+  PostMessageW(thread.window(), kBusy, 10, 0);
+  Settle();
   ShowWindow(thread.window(), SW_SHOWNA);
   UpdateWindow(thread.window());
   EXPECT_EQ(seen, 2);

@@ -31,7 +31,8 @@ class FaultSweep : public testing::TestWithParam<std::tuple<Machine, int>> {
     SetVersion(machine().version);
     SetComposition(machine().composition);
     SetDesktopColor(RGB(0x20, 0x30, 0x40));
-    secret = OpenWindow({.title = L"Secret", .rect = {5, 5, 15, 15}, .color = RGB(250, 0, 0)});
+    secret = OpenWindow(
+        {.title = L"Secret", .rect = {5, 5, 15, 15}, .color = RGB(250, 0, 0), .processId = 7000});
     OpenWindow({.rect = {20, 10, 40, 30}, .color = RGB(0x0A, 0x14, 0x1E)});
   }
 

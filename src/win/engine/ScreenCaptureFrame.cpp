@@ -2,13 +2,20 @@
 
 #include <libyuv.h>
 
+#include <cstddef>
 #include <limits>
+#include <memory>
 #include <new>
+#include <utility>
 
 namespace qx {
 namespace {
 
 constexpr std::uint64_t kBytesPerPixel = 4;
+
+// Pictures start with a page, as those of the system do: a copy between places
+// that lie differently within their pages takes up to half as long again.
+constexpr std::size_t kPage = 4096;
 
 // Null without memory. Below 2 GiB every offset into a picture fits the 32-bit
 // arithmetic of the calls that read it.
@@ -19,7 +26,12 @@ ScreenCaptureFrame::Pixels AllocatePixels(std::uint32_t width, std::uint32_t hei
     return nullptr;
   }
   try {
-    return std::make_shared<std::uint8_t[]>(std::uint64_t{width} * height * kBytesPerPixel);
+    const std::size_t bytes = std::size_t{width} * height * kBytesPerPixel;
+    std::size_t space = bytes + kPage - 1;
+    auto block = std::make_shared<std::uint8_t[]>(space);
+    void* pixels = block.get();
+    std::align(kPage, bytes, pixels, space);
+    return {std::move(block), static_cast<std::uint8_t*>(pixels)};
   } catch (const std::bad_alloc&) {
     return nullptr;
   }

@@ -57,7 +57,11 @@ bool Thread::Start(std::function<void()> body) {
 
 void Thread::Join() {
   if (m_handle) {
-    WaitForSingleObject(m_handle.Get(), INFINITE);
+    // A wait that the system refuses must not pass for the end of a thread that
+    // still uses what its owner is about to free.
+    while (WaitForSingleObject(m_handle.Get(), INFINITE) != WAIT_OBJECT_0) {
+      Sleep(1);
+    }
     m_handle.Reset();
   }
 }
