@@ -19,8 +19,8 @@
 
 namespace {
 
-constexpr int kRounds = 5;
-constexpr int kFramesPerRound = 100;
+constexpr int kRounds = 4;
+constexpr int kFramesPerRound = 240;
 constexpr int kFps = 30;
 constexpr int kPacedSeconds = 10;
 

@@ -106,13 +106,13 @@ class QX_SCREEN_CAPTURE_API IScreenCapture {
   // One rule of the exclude or the include list. A window on both lists is
   // captured. Two rules are the same when all fields are equal.
   struct FilterWindowInfo {
-    std::uint32_t type = 0;         // 0: by window handle; 1: by process; others match nothing
-    std::uint32_t titleRule = 0;    // for type 1: 0 every window of the process, 1 only one
-                                    // whose title equals `title`, 2 only one whose title differs
-    void* window = nullptr;         // for type 0: the HWND
-    std::uint32_t processId = 0;    // for type 1
-    char title[2048] = {};          // for titleRule 1 and 2, UTF-8
-    std::uint32_t reserved = 0;     // part of a rule's identity, not of the matching
+    std::uint32_t type = 0;       // 0: by window handle; 1: by process; others match nothing
+    std::uint32_t titleRule = 0;  // for type 1: 0 every window of the process, 1 only one
+                                  // whose title equals `title`, 2 only one whose title differs
+    void* window = nullptr;       // for type 0: the HWND
+    std::uint32_t processId = 0;  // for type 1
+    char title[2048] = {};        // for titleRule 1 and 2, UTF-8
+    std::uint32_t reserved = 0;   // part of a rule's identity, not of the matching
   };
 
   // Behaviour of captures. The reserved fields are carried and have no effect.
@@ -188,9 +188,9 @@ class QX_SCREEN_CAPTURE_API IScreenCapture {
     std::int32_t height = 0;
     std::int32_t raw_width = 0;  // of the captured rectangle, before scaling
     std::int32_t raw_height = 0;
-    std::int32_t stride = 0;        // ARGB: bytes per row, always width * 4
-    std::uint8_t* data = nullptr;   // ARGB: first row, top to bottom
-    std::int32_t strideY = 0;       // I420: bytes per row of each plane
+    std::int32_t stride = 0;       // ARGB: bytes per row, always width * 4
+    std::uint8_t* data = nullptr;  // ARGB: first row, top to bottom
+    std::int32_t strideY = 0;      // I420: bytes per row of each plane
     std::int32_t strideU = 0;
     std::int32_t strideV = 0;
     std::uint8_t* dataY = nullptr;  // I420: the planes; width and height are even
@@ -354,10 +354,10 @@ class QX_SCREEN_CAPTURE_API IScreenCapture {
   // The settings below can be changed at any time; they hold for the running
   // share, as each says, and for all later ones of this object.
 
-  virtual void EnableCaptureCursor(bool enable) = 0;       // default true
-  virtual void EnableActiveShareWindow(bool enable) = 0;   // default true: raise a shared window
-  virtual void EnablePromptWindow(bool enable) = 0;        // default true: show the coloured frame
-  virtual void SetDynamicCheck(bool check) = 0;            // the running share's engine only
+  virtual void EnableCaptureCursor(bool enable) = 0;      // default true
+  virtual void EnableActiveShareWindow(bool enable) = 0;  // default true: raise a shared window
+  virtual void EnablePromptWindow(bool enable) = 0;       // default true: show the coloured frame
+  virtual void SetDynamicCheck(bool check) = 0;           // the running share's engine only
   // Restricts the engines to `types`; an empty list allows all. `wgcPriority`
   // puts WGC before DXGI. Takes effect when an engine is next created.
   virtual void SetCaptureEngineConfig(const CaptureEngineType* types, int count,
@@ -367,7 +367,7 @@ class QX_SCREEN_CAPTURE_API IScreenCapture {
   virtual void SetScreenFrameFormatType(const ScreenFrameFormat& type) = 0;  // default ARGB
   virtual void SetScreenCaptureConfig(const ScreenCaptureConfig& config) = 0;
   virtual void SetLivingScreenCaptureConfig(const LivingScreenCaptureConfig& config) = 0;
-  virtual void SetCaptureFPS(int fps) = 0;  // 1 to 30, default 15; others change nothing
+  virtual void SetCaptureFPS(int fps) = 0;           // 1 to 30, default 15; others change nothing
   virtual void SetWindows(int* ids, int count) = 0;  // reserved, does nothing
 
   // Starts a share of a monitor or a window. On false `error` says why, and the

@@ -42,9 +42,3 @@ void WINAPI GetSystemTimePreciseAsFileTime(LPFILETIME time) {
   VWIN_CALL_INFALLIBLE(GetSystemTimePreciseAsFileTime);
   *time = SystemTime();
 }
-
-ULONGLONG WINAPI GetTickCount64() {
-  VWIN_CALL_INFALLIBLE(GetTickCount64);
-  Lock lock;
-  return static_cast<ULONGLONG>(scheduler::Now(lock) / 1000);
-}

@@ -28,14 +28,6 @@ std::optional<std::wstring> ImagePath(HANDLE process) {
   return object->imagePath;
 }
 
-template <typename Text, typename Char>
-BOOL CopyPath(const Text& path, Char* buffer, DWORD* size) {
-  if (*size <= path.size()) return SetLastError(ERROR_INSUFFICIENT_BUFFER), FALSE;
-  *std::copy(path.begin(), path.end(), buffer) = 0;
-  *size = static_cast<DWORD>(path.size());
-  return TRUE;
-}
-
 }  // namespace
 
 DWORD WINAPI GetCurrentProcessId() {
@@ -61,12 +53,10 @@ BOOL WINAPI QueryFullProcessImageNameA(HANDLE process, DWORD, LPSTR path, DWORD*
   VWIN_CALL(QueryFullProcessImageNameA);
   if (fault) return SetLastError(fault->win32), FALSE;
   const std::optional<std::wstring> image = ImagePath(process);
-  return image ? CopyPath(ToNarrow(*image), path, size) : FALSE;
-}
-
-BOOL WINAPI QueryFullProcessImageNameW(HANDLE process, DWORD, LPWSTR path, DWORD* size) {
-  VWIN_CALL(QueryFullProcessImageNameW);
-  if (fault) return SetLastError(fault->win32), FALSE;
-  const std::optional<std::wstring> image = ImagePath(process);
-  return image ? CopyPath(*image, path, size) : FALSE;
+  if (!image) return FALSE;
+  const std::string narrow = ToNarrow(*image);
+  if (*size <= narrow.size()) return SetLastError(ERROR_INSUFFICIENT_BUFFER), FALSE;
+  *std::copy(narrow.begin(), narrow.end(), path) = '\0';
+  *size = static_cast<DWORD>(narrow.size());
+  return TRUE;
 }

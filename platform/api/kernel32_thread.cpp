@@ -104,12 +104,6 @@ void WINAPI Sleep(DWORD milliseconds) {
       lock, "Sleep", [] { return false; }, threads::Deadline(lock, milliseconds));
 }
 
-void WINAPI InitializeSRWLock(PSRWLOCK lock) {
-  VWIN_CALL_INFALLIBLE(InitializeSRWLock);
-  Lock machineLock;
-  *lock = SRWLOCK_INIT;
-}
-
 void WINAPI AcquireSRWLockExclusive(PSRWLOCK lock) {
   VWIN_CALL_INFALLIBLE(AcquireSRWLockExclusive);
   Lock machineLock;

@@ -129,11 +129,11 @@ Picture Screenshot(const RECT& rect) {
 
 // --------------------------------------------------------------------- monitors
 
-HMONITOR AddMonitor(const RECT& rect, const MonitorSpec& spec) {
+HMONITOR AddMonitor(const RECT& rect, const MonitorSpec& wanted) {
   Lock lock;
   const auto monitor =
-      desktop::AddMonitor(lock, rect, spec.workArea.value_or(rect), spec.primary,
-                          spec.device.empty() ? freeDeviceName(lock) : spec.device);
+      desktop::AddMonitor(lock, rect, wanted.workArea.value_or(rect), wanted.primary,
+                          wanted.device.empty() ? freeDeviceName(lock) : wanted.device);
   fitDesktopWindow(lock);
   return monitor->handle;
 }
@@ -190,27 +190,28 @@ void SetDesktopColor(COLORREF color) {
 
 // ---------------------------------------------------------------------- windows
 
-HWND OpenWindow(const WindowSpec& spec) {
+HWND OpenWindow(const WindowSpec& wanted) {
   auto window = std::make_shared<Window>();
-  window->title = spec.title;
-  window->className = spec.className;
-  window->style = spec.style | (spec.visible ? WS_VISIBLE : 0u) | (spec.parent ? WS_CHILD : 0u);
-  window->exStyle = spec.exStyle;
-  window->processId = spec.processId;
-  window->threadId = spec.threadId;
-  window->rect = spec.rect;
-  window->cloaked = spec.cloaked;
-  window->invisibleFrame = spec.invisibleFrame;
-  window->background = ToPixel(spec.color);
-  window->surface = Surface(WidthOf(spec.rect), HeightOf(spec.rect), window->background);
-  if (spec.paint) {
-    window->paint = onSurface(spec.paint);
+  window->title = wanted.title;
+  window->className = wanted.className;
+  window->style =
+      wanted.style | (wanted.visible ? WS_VISIBLE : 0u) | (wanted.parent ? WS_CHILD : 0u);
+  window->exStyle = wanted.exStyle;
+  window->processId = wanted.processId;
+  window->threadId = wanted.threadId;
+  window->rect = wanted.rect;
+  window->cloaked = wanted.cloaked;
+  window->invisibleFrame = wanted.invisibleFrame;
+  window->background = ToPixel(wanted.color);
+  window->surface = Surface(WidthOf(wanted.rect), HeightOf(wanted.rect), window->background);
+  if (wanted.paint) {
+    window->paint = onSurface(wanted.paint);
     window->paint(window->surface);
     window->surface.ClearTopBytes();
   }
   Lock lock;
-  window->parent = spec.parent ? &windowOf(lock, spec.parent) : desktop::Get(lock).root.get();
-  if (spec.owner) window->owner = &windowOf(lock, spec.owner);
+  window->parent = wanted.parent ? &windowOf(lock, wanted.parent) : desktop::Get(lock).root.get();
+  if (wanted.owner) window->owner = &windowOf(lock, wanted.owner);
   desktop::Enter(lock, window, nullptr);
   return window->handle;
 }

@@ -68,7 +68,7 @@ struct MonitorSpec {
 
 // Monitors are enumerated in the order in which they were added, the first one
 // of the machine being DISPLAY1. Every second handle is negative as a 32-bit number.
-HMONITOR AddMonitor(const RECT& rect, const MonitorSpec& spec = {});
+HMONITOR AddMonitor(const RECT& rect, const MonitorSpec& wanted = {});
 // Unplugs: the handle is stale from now on. Windows stay where they are.
 void RemoveMonitor(HMONITOR monitor);
 // A mode change or a move; also to an empty rectangle. The work area follows.
@@ -101,7 +101,7 @@ struct WindowSpec {
 };
 
 // Opens on top of the windows of its kind (topmost or not).
-HWND OpenWindow(const WindowSpec& spec);
+HWND OpenWindow(const WindowSpec& wanted);
 // Closes any window but the library's own, with its children and owned windows.
 void Close(HWND window);
 

@@ -30,7 +30,6 @@ FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name);
 #define WAIT_OBJECT_0 ((DWORD)0)
 #define WAIT_TIMEOUT 258
 #define WAIT_FAILED ((DWORD)0xFFFFFFFF)
-#define INVALID_HANDLE_VALUE ((HANDLE)(LONG_PTR)-1)
 
 typedef struct _SECURITY_ATTRIBUTES SECURITY_ATTRIBUTES, *LPSECURITY_ATTRIBUTES;
 
@@ -58,7 +57,6 @@ DWORD WINAPI GetCurrentThreadId();
 DWORD WINAPI GetCurrentProcessId();
 void WINAPI Sleep(DWORD milliseconds);
 
-void WINAPI InitializeSRWLock(PSRWLOCK lock);
 void WINAPI AcquireSRWLockExclusive(PSRWLOCK lock);
 void WINAPI ReleaseSRWLockExclusive(PSRWLOCK lock);
 BOOL WINAPI SleepConditionVariableSRW(PCONDITION_VARIABLE condition, PSRWLOCK lock,
@@ -74,7 +72,6 @@ void WINAPI WakeAllConditionVariable(PCONDITION_VARIABLE condition);
 BOOL WINAPI QueryPerformanceCounter(LARGE_INTEGER* count);
 BOOL WINAPI QueryPerformanceFrequency(LARGE_INTEGER* frequency);
 void WINAPI GetSystemTimeAsFileTime(LPFILETIME time);
-ULONGLONG WINAPI GetTickCount64();
 
 }  // extern "C"
 
@@ -89,7 +86,6 @@ extern "C" {
 HANDLE WINAPI OpenProcess(DWORD access, BOOL inherit, DWORD processId);
 // `size` is the buffer's in characters, and on return the path's without its NUL.
 BOOL WINAPI QueryFullProcessImageNameA(HANDLE process, DWORD flags, LPSTR path, DWORD* size);
-BOOL WINAPI QueryFullProcessImageNameW(HANDLE process, DWORD flags, LPWSTR path, DWORD* size);
 
 }  // extern "C"
 

@@ -11,31 +11,22 @@
 #include "guiddef.h"
 
 #define WINAPI
-#define APIENTRY
 #define CALLBACK
 #define __stdcall
 #define __cdecl
 #define STDMETHODCALLTYPE
-#define CONST const
-#define VOID void
 
 typedef unsigned char BYTE;
 typedef unsigned short WORD;
 typedef unsigned int DWORD;
 typedef int BOOL;
-typedef BYTE BOOLEAN;
 typedef char CHAR;
-typedef unsigned char UCHAR;
 typedef short SHORT;
-typedef unsigned short USHORT;
 typedef int INT;
 typedef unsigned int UINT;
 typedef int LONG;
 typedef unsigned int ULONG;
-typedef float FLOAT;
-typedef int32_t INT32;
 typedef uint32_t UINT32;
-typedef uint64_t UINT64;
 typedef long long LONGLONG;
 typedef unsigned long long ULONGLONG;
 typedef ULONGLONG DWORDLONG;
@@ -49,7 +40,6 @@ typedef wchar_t WCHAR;
 typedef WORD ATOM;
 typedef DWORD COLORREF;
 typedef int HRESULT;
-typedef LONG NTSTATUS;
 typedef LONG LSTATUS;
 
 typedef void* PVOID;
@@ -58,11 +48,9 @@ typedef const void* LPCVOID;
 typedef BYTE* LPBYTE;
 typedef DWORD* LPDWORD;
 typedef BOOL* LPBOOL;
-typedef LONG* PLONG;
 typedef char* LPSTR;
 typedef const char* LPCSTR;
 typedef wchar_t* LPWSTR;
-typedef wchar_t* PWSTR;
 typedef const wchar_t* LPCWSTR;
 typedef const wchar_t* PCWSTR;
 
@@ -72,7 +60,6 @@ typedef LONG_PTR LRESULT;
 
 #define FALSE 0
 #define TRUE 1
-#define MAX_PATH 260
 
 typedef void* HANDLE;
 #define DECLARE_HANDLE(name) \
@@ -134,10 +121,3 @@ typedef struct _LUID {
   DWORD LowPart;
   LONG HighPart;
 } LUID;
-
-#define MAKEWORD(a, b) \
-  ((WORD)(((BYTE)((DWORD_PTR)(a)&0xff)) | ((WORD)((BYTE)((DWORD_PTR)(b)&0xff))) << 8))
-#define MAKELONG(a, b) \
-  ((LONG)(((WORD)((DWORD_PTR)(a)&0xffff)) | ((DWORD)((WORD)((DWORD_PTR)(b)&0xffff))) << 16))
-#define LOWORD(l) ((WORD)(((DWORD_PTR)(l)) & 0xffff))
-#define HIWORD(l) ((WORD)((((DWORD_PTR)(l)) >> 16) & 0xffff))

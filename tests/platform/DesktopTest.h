@@ -37,8 +37,8 @@ class DesktopTest : public testing::Test {
     vwin::control::SetVersion(vwin::control::kWindows10);
   }
 
-  HWND open(const vwin::control::WindowSpec& spec) {
-    m_opened.push_back(vwin::control::OpenWindow(spec));
+  HWND open(const vwin::control::WindowSpec& wanted) {
+    m_opened.push_back(vwin::control::OpenWindow(wanted));
     return m_opened.back();
   }
 

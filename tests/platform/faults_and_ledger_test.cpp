@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include <cerrno>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -147,6 +148,15 @@ TEST(Ledger, SeesStaleAndWrongHandles) {
       "CloseHandle: no open handle of this kind",
       "WaitForSingleObject: nothing to wait for has this handle"};
   EXPECT_EQ(expected, TakeMisuses());
+}
+
+TEST(Ledger, NeverHandsOutAClosedHandleAgain) {
+  std::set<HANDLE> seen;
+  for (int i = 0; i < 1000; ++i) {
+    const HANDLE event = NewEvent();
+    EXPECT_TRUE(seen.insert(event).second) << "after " << i << " events";
+    CloseHandle(event);
+  }
 }
 
 TEST(Ledger, GivesEverySecondHandleANegativeNumber) {
