@@ -2,11 +2,18 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <numeric>
 
 double Median(std::vector<double> values) {
   const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
   std::nth_element(values.begin(), middle, values.end());
   return *middle;
+}
+
+double LowerHalfMean(std::vector<double> values) {
+  std::sort(values.begin(), values.end());
+  values.resize(values.size() / 2);
+  return std::accumulate(values.begin(), values.end(), 0.0) / static_cast<double>(values.size());
 }
 
 void Report::AtMost(const std::string& name, double value, double limit) {

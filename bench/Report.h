@@ -7,6 +7,9 @@
 // one value is needed.
 double Median(std::vector<double> values);
 
+// The mean of the smaller half of the values. At least two are needed.
+double LowerHalfMean(std::vector<double> values);
+
 // Prints figures, each with its limit, and remembers whether all kept theirs.
 class Report {
  public:

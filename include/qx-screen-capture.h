@@ -319,7 +319,8 @@ class QX_SCREEN_CAPTURE_API IScreenCapture {
   virtual void ClearIncludeWindows() = 0;
 
   // Monitors in the system's order. The callback runs before the call returns;
-  // with Async on a thread made for the call. A null callback does nothing.
+  // with Async on a thread made for the call, and the library must stay loaded
+  // until it has returned. A null callback does nothing.
   virtual void GetDesktopList(DesktopListCallback callback, void* user) = 0;
   virtual void GetDesktopListAsync(DesktopListCallback callback, void* user) = 0;
 

@@ -32,6 +32,7 @@ build() {
 
 display_pid=
 wine_started=
+wine_lock=
 helper_pids=()
 
 stop_wine() {
@@ -77,6 +78,12 @@ start_wine() {
   export WINEPREFIX=$root/build/wine WINEARCH=win64 WINEDEBUG=-all
   export WINEDLLOVERRIDES="mscoree,mshtml="
   export HOME=${HOME:-/root}
+  # Two scripts at once would end each other's programs.
+  mkdir -p build
+  if [ -z "$wine_lock" ]; then
+    exec {wine_lock}>build/wine.lock
+    flock "$wine_lock"
+  fi
   start_display "$2"
   wine_started=yes
   if [ ! -f "$WINEPREFIX/.ready" ]; then

@@ -242,6 +242,9 @@ TEST_F(ShareTest, CursorIsDrawnAtItsPositionAndOnlyInsideTheMonitor) {
 
   SetCursorPosition(320, 60);
   EXPECT_TRUE(nextFrameShows({})) << "the right edge is outside";
+  AddMonitor({-100, 0, 0, 200});
+  SetCursorPosition(-2, 60);
+  EXPECT_TRUE(nextFrameShows({})) << "a cursor of the next monitor that reaches over";
   SetCursorPosition(319, 199);
   EXPECT_TRUE(nextFrameShows({{319, 199, 320, 200, 0xFA0B0C}}));
   vwin::control::HideCursor();
