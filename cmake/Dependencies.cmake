@@ -15,12 +15,6 @@ if(WIN32)
   set_target_properties(gtest PROPERTIES
     IMPORTED_LOCATION ${QX_DEPS}/lib/libgtest.a
     INTERFACE_INCLUDE_DIRECTORIES ${QX_DEPS}/include)
-  add_library(benchmark STATIC IMPORTED)
-  set_target_properties(benchmark PROPERTIES
-    IMPORTED_LOCATION ${QX_DEPS}/lib/libbenchmark.a
-    INTERFACE_INCLUDE_DIRECTORIES ${QX_DEPS}/include
-    INTERFACE_COMPILE_DEFINITIONS BENCHMARK_STATIC_DEFINE
-    INTERFACE_LINK_LIBRARIES shlwapi)
   add_library(stb INTERFACE)
   target_include_directories(stb SYSTEM INTERFACE ${QX_DEPS}/include)
 else()
@@ -33,9 +27,6 @@ else()
   find_package(GTest REQUIRED)
   add_library(gtest INTERFACE)
   target_link_libraries(gtest INTERFACE GTest::gtest)
-  find_package(benchmark REQUIRED)
-  add_library(benchmark INTERFACE)
-  target_link_libraries(benchmark INTERFACE benchmark::benchmark)
   find_path(STB_INCLUDE stb_image_write.h PATH_SUFFIXES stb REQUIRED)
   add_library(stb INTERFACE)
   target_include_directories(stb SYSTEM INTERFACE ${STB_INCLUDE})
