@@ -1,7 +1,5 @@
 #include "win/task/ScreenCaptureTask.h"
 
-#include <libyuv.h>
-
 #include <utility>
 
 #include "common/Clock.h"
@@ -16,7 +14,6 @@ constexpr std::uint64_t kSlowTickMs = 2000;
 constexpr std::uint64_t kSecureDesktopWaitMs = 2000;
 constexpr std::uint64_t kEarlyRepeatMicros = 50000;
 constexpr std::uint32_t kLogIntervalSeconds = kLogIntervalMs / 1000;
-constexpr std::int32_t kBytesPerPixel = 4;
 
 double IntervalMs(std::int32_t fps) { return 1000.0 / fps; }
 
@@ -396,8 +393,8 @@ void ScreenCaptureTask::sendKeepLiveFrame() {
   if (!isRunning() || !m_keepLiveCallback) {
     return;
   }
-  m_frameData.timestamp = SystemMicros();
-  m_keepLiveCallback(&m_frameData);
+  m_record.SetTimestamp(SystemMicros());
+  m_keepLiveCallback(&m_record.Get());
 }
 
 void ScreenCaptureTask::endShare() {
@@ -422,7 +419,8 @@ bool ScreenCaptureTask::chooseTargetSize(Shot& shot) const {
 void ScreenCaptureTask::deliverCapture(const Settings& settings, const Shot& shot) {
   const Picture picture = choosePicture(shot);
   // An engine may say that its last picture still counts before it made any.
-  if (!picture.pixels || !fillFrameData(settings.format, picture, shot)) {
+  if (!picture.pixels ||
+      !m_record.Fill(settings.format, picture, shot.rect.width, shot.rect.height, shot.timestamp)) {
     return;
   }
   adoptPendingLimit(settings);
@@ -430,10 +428,10 @@ void ScreenCaptureTask::deliverCapture(const Settings& settings, const Shot& sho
     const DirtyInfo& dirty = m_captureFrame.Dirty();
     m_listener->OnFrameDirtyInfo(dirty.valid, dirty.rectCount, dirty.ratio);
   }
-  m_listener->OnFrame(&m_frameData);
+  m_listener->OnFrame(&m_record.Get());
 }
 
-ScreenCaptureTask::Picture ScreenCaptureTask::choosePicture(const Shot& shot) {
+Picture ScreenCaptureTask::choosePicture(const Shot& shot) {
   if (!m_captureFrame.ScaleTo(shot.targetWidth, shot.targetHeight)) {
     return {m_captureFrame.Buffer(), static_cast<std::int32_t>(m_captureFrame.Width()),
             static_cast<std::int32_t>(m_captureFrame.Height())};
@@ -444,63 +442,11 @@ ScreenCaptureTask::Picture ScreenCaptureTask::choosePicture(const Shot& shot) {
           m_captureFrame.ScaledHeight()};
 }
 
-// False when the picture can't be converted; the record is as before then.
-bool ScreenCaptureTask::fillFrameData(ScreenFrameFormat format, const Picture& picture,
-                                      const Shot& shot) {
-  switch (format) {
-    case IScreenCapture::ScreenFrameFormatARGB:
-      fillARGB(picture);
-      break;
-    case IScreenCapture::ScreenFrameFormatI420:
-      if (!fillI420(picture)) {
-        QX_LOG_LIMITED(LogLevelWarn, "no I420 frame of {}x{}", picture.width, picture.height);
-        return false;
-      }
-      break;
-    default:
-      return true;
-  }
-  m_frameData.format = format;
-  m_frameData.timestamp = shot.timestamp;
-  m_frameData.raw_width = shot.rect.width;
-  m_frameData.raw_height = shot.rect.height;
-  return true;
-}
-
-void ScreenCaptureTask::fillARGB(const Picture& picture) {
-  m_deliveredPixels = picture.pixels;
-  m_frameData.width = picture.width;
-  m_frameData.height = picture.height;
-  m_frameData.stride = picture.width * kBytesPerPixel;
-  m_frameData.data = picture.pixels.get();
-}
-
-// 4:2:0 has no odd sizes: the last column and row are dropped.
-bool ScreenCaptureTask::fillI420(const Picture& picture) {
-  BufferYUVI420& buffer = m_bufferI420;
-  if (!buffer.CreateBuffer(picture.width - picture.width % 2,
-                           picture.height - picture.height % 2)) {
-    return false;
-  }
-  libyuv::ARGBToI420(picture.pixels.get(), picture.width * kBytesPerPixel, buffer.BufferY(),
-                     buffer.StrideY(), buffer.BufferU(), buffer.StrideU(), buffer.BufferV(),
-                     buffer.StrideV(), buffer.Width(), buffer.Height());
-  m_frameData.width = buffer.Width();
-  m_frameData.height = buffer.Height();
-  m_frameData.strideY = buffer.StrideY();
-  m_frameData.strideU = buffer.StrideU();
-  m_frameData.strideV = buffer.StrideV();
-  m_frameData.dataY = buffer.BufferY();
-  m_frameData.dataU = buffer.BufferU();
-  m_frameData.dataV = buffer.BufferV();
-  return true;
-}
-
 // Frames change size with the next tick.
 void ScreenCaptureTask::adoptPendingLimit(const Settings& settings) {
   const std::uint64_t pending = settings.pendingLimit.maxScreenPixels;
-  const std::uint32_t area = static_cast<std::uint32_t>(m_frameData.width) *
-                             static_cast<std::uint32_t>(m_frameData.height);
+  const std::uint32_t area = static_cast<std::uint32_t>(m_record.Get().width) *
+                             static_cast<std::uint32_t>(m_record.Get().height);
   if (pending != m_resolutionLimit.maxScreenPixels && pending != area) {
     m_resolutionLimit = settings.pendingLimit;
   }
@@ -520,12 +466,12 @@ void ScreenCaptureTask::deliverUnchanged(const Settings& settings, std::int64_t 
   // A tick that comes a little early must not let a whole further one pass.
   const std::uint64_t longestSilence =
       settings.config.KeepAliveInterval * 1000 - kEarlyRepeatMicros;
-  const auto silence = static_cast<std::uint64_t>(timestamp - m_frameData.timestamp);
+  const auto silence = static_cast<std::uint64_t>(timestamp - m_record.Get().timestamp);
   if (settings.config.DynamicFrameCallback && silence <= longestSilence) {
     return;
   }
-  m_frameData.timestamp = timestamp;
-  m_listener->OnFrame(&m_frameData);
+  m_record.SetTimestamp(timestamp);
+  m_listener->OnFrame(&m_record.Get());
 }
 
 }  // namespace qx

@@ -10,11 +10,11 @@
 #include <mutex>
 #include <optional>
 
-#include "common/BufferYUVI420.h"
 #include "common/ResolutionUtil.h"
 #include "win/engine/ScreenCaptureEngineProxy.h"
 #include "win/engine/ScreenCaptureFrame.h"
 #include "win/prompt/FilterWindowManager.h"
+#include "win/task/FrameRecord.h"
 #include "win/task/ShareListenerWrapper.h"
 #include "win/task/ThreadTimer.h"
 #include "win/util/WindowHelpers.h"
@@ -162,19 +162,11 @@ class ScreenCaptureTask {
   std::uint64_t m_nextCaptureTime = 0;      // ticks before it do nothing; system milliseconds
 
  private:
-  using Pixels = ScreenCaptureFrame::Pixels;
-
   // What setters ask of the engine. The next tick does it.
   struct EngineRequests {
     bool rebuildForFilter = false;
     bool rebuildForConfig = false;
     std::optional<bool> dynamicCheck;
-  };
-  // The picture that a capture made, scaled or not.
-  struct Picture {
-    Pixels pixels;
-    std::int32_t width = 0;
-    std::int32_t height = 0;
   };
 
   void reportEngine();
@@ -184,10 +176,8 @@ class ScreenCaptureTask {
   void carryOutRequests(const EngineRequests& requests, const Settings& settings);
   bool ensureEngine(const Settings& settings, std::uint64_t nowMs);
   void sendKeepLiveFrame();
+  // The picture that a capture made, scaled or not.
   Picture choosePicture(const Shot& shot);
-  bool fillFrameData(ScreenFrameFormat format, const Picture& picture, const Shot& shot);
-  void fillARGB(const Picture& picture);
-  bool fillI420(const Picture& picture);
   void adoptPendingLimit(const Settings& settings);
 
   ThreadTimer m_timer;
@@ -211,11 +201,7 @@ class ScreenCaptureTask {
   ScreenFrameResolutionLimit m_resolutionLimit;  // in force
   bool m_engineShowsCursor = true;
   CaptureEngineType m_engineType = IScreenCapture::CaptureEngineNone;  // last one in use
-  BufferYUVI420 m_bufferI420;
-  // What the listener gets. Stays valid between ticks for repeats.
-  ScreenFrameData m_frameData;
-  // Keeps what m_frameData.data points to, whatever size m_captureFrame takes on.
-  Pixels m_deliveredPixels;
+  FrameRecord m_record;
   std::uint32_t m_dropCount = 0;
   std::uint32_t m_lastDropCount = 0;  // at the last log line
 };
