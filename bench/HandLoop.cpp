@@ -3,6 +3,7 @@
 #include <libyuv.h>
 #include <windows.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <stdexcept>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "ThreadTime.h"
+#include "WatchWindow.h"
 
 namespace {
 
@@ -17,18 +19,20 @@ constexpr int kWarmUp = 5;
 
 class HandLoop {
  public:
-  HandLoop(bool i420, int width, int height)
-      : m_width(width),
-        m_height(height),
+  explicit HandLoop(const Round& round)
+      : m_left(round.rect.left),
+        m_top(round.rect.top),
+        m_width(round.rect.right - round.rect.left),
+        m_height(round.rect.bottom - round.rect.top),
         m_screen(GetDC(GetDesktopWindow())),
         m_memory(CreateCompatibleDC(m_screen)),
-        m_bitmap(CreateCompatibleBitmap(m_screen, width, height)),
+        m_bitmap(CreateCompatibleBitmap(m_screen, m_width, m_height)),
         m_before(SelectObject(m_memory, m_bitmap)),
         m_argb(count() * 4),
-        m_planes(i420 ? count() * 3 / 2 : 0) {
+        m_planes(round.i420 ? count() * 3 / 2 : 0) {
     m_header.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
-    m_header.bmiHeader.biWidth = width;
-    m_header.bmiHeader.biHeight = -height;
+    m_header.bmiHeader.biWidth = m_width;
+    m_header.bmiHeader.biHeight = -m_height;
     m_header.bmiHeader.biPlanes = 1;
     m_header.bmiHeader.biBitCount = 32;
     m_header.bmiHeader.biCompression = BI_RGB;
@@ -44,7 +48,7 @@ class HandLoop {
   }
 
   bool Capture() {
-    if (!BitBlt(m_memory, 0, 0, m_width, m_height, m_screen, 0, 0, SRCCOPY) ||
+    if (!BitBlt(m_memory, 0, 0, m_width, m_height, m_screen, m_left, m_top, SRCCOPY) ||
         GetDIBits(m_memory, m_bitmap, 0, static_cast<UINT>(m_height), m_argb.data(), &m_header,
                   DIB_RGB_COLORS) != m_height) {
       return false;
@@ -64,6 +68,8 @@ class HandLoop {
     return static_cast<std::size_t>(m_width) * static_cast<std::size_t>(m_height);
   }
 
+  const int m_left;
+  const int m_top;
   const int m_width;
   const int m_height;
   const HDC m_screen;
@@ -76,29 +82,38 @@ class HandLoop {
 };
 
 // Paced as the library is: a loop that never rests finds its memory in the cache.
-double Run(int frames, int fps, bool i420) {
-  HandLoop loop(i420, GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN));
-  const auto period = std::chrono::microseconds(1000000 / fps);
+double Run(const Round& round) {
+  HandLoop loop(round);
+  const auto period = std::chrono::microseconds(1000000 / round.fps);
   auto next = std::chrono::steady_clock::now();
   double start = 0;
-  for (int frame = 0; frame < kWarmUp + frames; ++frame) {
+  for (int frame = 0; frame < kWarmUp + round.frames; ++frame) {
     if (frame == kWarmUp) {
       start = ThreadMicros();
+    }
+    if (round.watchWindow) {
+      WatchWindow(round.window);
     }
     if (!loop.Capture()) {
       return -1;
     }
     next += period;
-    std::this_thread::sleep_until(next);
+    if (round.watchWindow) {
+      const std::chrono::duration<double, std::milli> left =
+          next - std::chrono::steady_clock::now();
+      WaitByHand(static_cast<DWORD>(std::max(left.count(), 0.0)));
+    } else {
+      std::this_thread::sleep_until(next);
+    }
   }
-  return (ThreadMicros() - start) / frames;
+  return (ThreadMicros() - start) / round.frames;
 }
 
 }  // namespace
 
-double HandLoopMicrosPerFrame(int frames, int fps, bool i420) {
+double HandLoopMicrosPerFrame(const Round& round) {
   double micros = 0;
-  std::thread([&] { micros = Run(frames, fps, i420); }).join();
+  std::thread([&] { micros = Run(round); }).join();
   if (micros < 0) {
     throw std::runtime_error("the hand loop can't capture");
   }

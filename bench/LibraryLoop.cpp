@@ -2,8 +2,10 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <mutex>
 #include <stdexcept>
+#include <string>
 
 #include "ThreadTime.h"
 #include "qx-screen-capture.h"
@@ -16,13 +18,16 @@ constexpr int kWarmUp = 5;
 
 class Meter : public IScreenCapture::ShareListener {
  public:
-  Meter(int frames, int width, int height) : m_frames(frames), m_width(width), m_height(height) {}
+  explicit Meter(const Round& round)
+      : m_frames(round.frames),
+        m_width(round.rect.right - round.rect.left),
+        m_height(round.rect.bottom - round.rect.top) {}
 
   LibraryFigures Wait() {
     std::unique_lock lock(m_mutex);
     m_ended.wait(lock, [this] { return m_done || m_failed; });
     if (m_failed) {
-      throw std::runtime_error("the share ended or its frames are not the monitor's");
+      throw std::runtime_error("the share paused, ended, or its frames have another size");
     }
     const std::chrono::duration<double> passed = m_end - m_start;
     return {(m_endMicros - m_startMicros) / m_frames, m_frames / passed.count()};
@@ -47,13 +52,9 @@ class Meter : public IScreenCapture::ShareListener {
       m_ended.notify_all();
     }
   }
-  void OnStop(void*) override {
-    const std::scoped_lock lock(m_mutex);
-    m_failed = true;
-    m_ended.notify_all();
-  }
+  void OnStop(void*) override { fail(); }
+  void OnPause(void*, IScreenCapture::SharePauseReason) override { fail(); }
   void OnStart(void*) override {}
-  void OnPause(void*, IScreenCapture::SharePauseReason) override {}
   void OnResume(void*) override {}
   void OnFirstFrame(void*) override {}
   void OnFrameDirtyInfo(void*, bool, std::uint64_t, double) override {}
@@ -64,6 +65,12 @@ class Meter : public IScreenCapture::ShareListener {
   void OnShareRectChanged(void*, int, int, int, int) override {}
 
  private:
+  void fail() {
+    const std::scoped_lock lock(m_mutex);
+    m_failed = true;
+    m_ended.notify_all();
+  }
+
   const int m_frames;
   const int m_width;
   const int m_height;
@@ -81,13 +88,13 @@ class Meter : public IScreenCapture::ShareListener {
   Time m_end{};
 };
 
-IScreenCapture::DesktopInfo PrimaryMonitor(IScreenCapture& capture) {
-  IScreenCapture::DesktopInfo primary = {};
+std::int32_t PrimaryMonitor(IScreenCapture& capture) {
+  std::int32_t primary = 0;
   capture.GetDesktopList(
       [](const IScreenCapture::DesktopInfo* list, const int& count, void* user) {
         for (int i = 0; i < count; ++i) {
           if (list[i].isPrimary != 0) {
-            *static_cast<IScreenCapture::DesktopInfo*>(user) = list[i];
+            *static_cast<std::int32_t*>(user) = list[i].id;
           }
         }
       },
@@ -95,27 +102,33 @@ IScreenCapture::DesktopInfo PrimaryMonitor(IScreenCapture& capture) {
   return primary;
 }
 
+std::int32_t ToId(HWND window) {
+  return static_cast<std::int32_t>(reinterpret_cast<std::intptr_t>(window));
+}
+
 }  // namespace
 
-LibraryFigures MeasureLibrary(int frames, int fps, bool i420) {
+LibraryFigures MeasureLibrary(const Round& round) {
   ScreenCapture capture;
-  const IScreenCapture::DesktopInfo monitor = PrimaryMonitor(capture);
   const IScreenCapture::CaptureEngineType engine = IScreenCapture::CaptureEngineGDIBitBlt;
   capture.SetCaptureEngineConfig(&engine, 1, false);
   capture.EnableCaptureCursor(false);
   capture.EnablePromptWindow(false);
-  capture.SetCaptureFPS(fps);
-  capture.SetScreenFrameFormatType(i420 ? IScreenCapture::ScreenFrameFormatI420
-                                        : IScreenCapture::ScreenFrameFormatARGB);
+  capture.SetCaptureFPS(round.fps);
+  capture.SetScreenFrameFormatType(round.i420 ? IScreenCapture::ScreenFrameFormatI420
+                                              : IScreenCapture::ScreenFrameFormatARGB);
   IScreenCapture::ScreenFrameResolutionLimit limit;
-  limit.maxScreenWidth = static_cast<std::uint64_t>(monitor.width);
-  limit.maxScreenHeight = static_cast<std::uint64_t>(monitor.height);
+  limit.maxScreenWidth = static_cast<std::uint64_t>(round.rect.right - round.rect.left);
+  limit.maxScreenHeight = static_cast<std::uint64_t>(round.rect.bottom - round.rect.top);
   limit.maxScreenPixels = limit.maxScreenWidth * limit.maxScreenHeight;
   capture.SetCaptureFrameResolutionLimit(limit);
 
-  Meter meter(frames, monitor.width, monitor.height);
+  Meter meter(round);
   IScreenCapture::ShareError error = IScreenCapture::ShareErrorNone;
-  if (!capture.ShareDesktop(nullptr, monitor.id, &meter, error)) {
+  const bool started = round.window == nullptr
+                           ? capture.ShareDesktop(nullptr, PrimaryMonitor(capture), &meter, error)
+                           : capture.ShareWindow(nullptr, ToId(round.window), &meter, error);
+  if (!started) {
     throw std::runtime_error("the share did not start: ShareError " + std::to_string(error));
   }
   const LibraryFigures figures = meter.Wait();

@@ -1,11 +1,16 @@
-// share-bench WIDTHxHEIGHT FIGURE=LIMIT...: figures of a monitor share through the
-// GDI engine. The size is that of the virtual monitor to set up; on Windows it is
-// checked. Figures:
+// share-bench WIDTHxHEIGHT FIGURE=LIMIT...: figures of a monitor or window share
+// through the GDI engine. The size is that of the virtual monitor to set up; on
+// Windows it is checked. Figures:
 //
 //   argb, i420   processor time a frame, as a multiple of a hand-written loop's
 //   paced15, paced30   delivered frames a second at that setting, at least
+//   window   as argb, for a still, uncovered window of 1280x720; the hand loop
+//            copies its rectangle and asks nothing about the window
+//   window-tick   microseconds a frame for a small window that is still and
+//            uncovered, less those of a hand loop that makes the calls of a share
 #include <windows.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <stdexcept>
@@ -16,35 +21,73 @@
 #include "LibraryLoop.h"
 #include "Report.h"
 #include "scene.h"
+#include "tests/host/ColorWindow.h"
 
 namespace {
 
 constexpr int kRounds = 8;
 constexpr int kFramesPerRound = 120;
 constexpr int kWarmUpFrames = 30;
-constexpr int kFps = 30;
 constexpr int kPacedSeconds = 10;
+
+constexpr std::uint32_t kWindowColor = 0x3C6EB4;
+
+RECT ScreenRect() { return {0, 0, GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)}; }
+
+RECT Centred(int width, int height) {
+  const RECT screen = ScreenRect();
+  const LONG left = (screen.right - width) / 2;
+  const LONG top = (screen.bottom - height) / 2;
+  return {left, top, left + width, top + height};
+}
+
+struct Micros {
+  double hand = 0;
+  double library = 0;
+};
 
 // Both sides take turns, and the quieter half of each one's rounds counts: what
 // else the machine does only ever adds.
-double TimesHandLoop(bool i420) {
+Micros MeasureBoth(Round round) {
   std::vector<double> hand;
   std::vector<double> library;
   // The first round of a process is unlike all later ones, whoever runs it: the C
   // library hands out memory of this size in another way afterwards.
-  HandLoopMicrosPerFrame(kWarmUpFrames, kFps, i420);
-  MeasureLibrary(kWarmUpFrames, kFps, i420);
-  for (int round = 0; round < kRounds; ++round) {
-    hand.push_back(HandLoopMicrosPerFrame(kFramesPerRound, kFps, i420));
-    library.push_back(MeasureLibrary(kFramesPerRound, kFps, i420).microsPerFrame);
-    std::fprintf(stderr, "  round %d: hand loop %.0f us, library %.0f us a frame\n", round + 1,
+  round.frames = kWarmUpFrames;
+  HandLoopMicrosPerFrame(round);
+  MeasureLibrary(round);
+  round.frames = kFramesPerRound;
+  for (int turn = 0; turn < kRounds; ++turn) {
+    hand.push_back(HandLoopMicrosPerFrame(round));
+    library.push_back(MeasureLibrary(round).microsPerFrame);
+    std::fprintf(stderr, "  round %d: hand loop %.0f us, library %.0f us a frame\n", turn + 1,
                  hand.back(), library.back());
   }
-  return LowerHalfMean(library) / LowerHalfMean(hand);
+  return {LowerHalfMean(hand), LowerHalfMean(library)};
+}
+
+double TimesHandLoop(const Round& round) {
+  const Micros micros = MeasureBoth(round);
+  return micros.library / micros.hand;
+}
+
+double WindowTimesHandLoop() {
+  const RECT rect = Centred(1280, 720);
+  const qx::test::ColorWindow window(rect, kWindowColor);
+  return TimesHandLoop({.rect = rect, .window = window.Handle()});
+}
+
+// Small, so that the picture is a small part of both sides.
+double WindowTickMicros() {
+  const RECT rect = Centred(160, 120);
+  const qx::test::ColorWindow window(rect, kWindowColor);
+  const Micros micros = MeasureBoth({.rect = rect, .window = window.Handle(), .watchWindow = true});
+  return micros.library - micros.hand;
 }
 
 double DeliveredPerSecond(int fps) {
-  return MeasureLibrary(fps * kPacedSeconds, fps, false).framesPerSecond;
+  return MeasureLibrary({.frames = fps * kPacedSeconds, .fps = fps, .rect = ScreenRect()})
+      .framesPerSecond;
 }
 
 void Measure(Report& report, const std::string& size, const std::string& argument) {
@@ -57,7 +100,12 @@ void Measure(Report& report, const std::string& size, const std::string& argumen
   }
   if (figure == "argb" || figure == "i420") {
     report.AtMost("gdi " + figure + " " + size + ", times the hand loop",
-                  TimesHandLoop(figure == "i420"), limit);
+                  TimesHandLoop({.i420 = figure == "i420", .rect = ScreenRect()}), limit);
+  } else if (figure == "window") {
+    report.AtMost("gdi window 1280x720, times the hand loop", WindowTimesHandLoop(), limit);
+  } else if (figure == "window-tick") {
+    report.AtMost("gdi window, microseconds a tick outside of the system's calls",
+                  WindowTickMicros(), limit);
   } else if (figure == "paced15" || figure == "paced30") {
     const int fps = figure == "paced15" ? 15 : 30;
     report.AtLeast("gdi " + size + " at " + std::to_string(fps) + ", delivered a second, at least",

@@ -21,6 +21,7 @@ else()
   find_library(YUV_LIBRARY yuv REQUIRED)
   add_library(yuv INTERFACE)
   target_link_libraries(yuv INTERFACE ${YUV_LIBRARY})
+  find_package(PNG REQUIRED)  # under virtual Windows
   find_package(fmt REQUIRED)
   add_library(fmt-header-only INTERFACE)
   target_link_libraries(fmt-header-only INTERFACE fmt::fmt-header-only)

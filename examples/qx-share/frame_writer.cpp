@@ -1,23 +1,22 @@
 #include "frame_writer.h"
 
-#include <filesystem>
 #include <stdexcept>
 #include <utility>
 
+#include "console.h"
+#include "files.h"
+
 #define STB_IMAGE_WRITE_IMPLEMENTATION
+#define STBIW_WINDOWS_UTF8
 #include <stb_image_write.h>
 
 FrameWriter::FrameWriter(const std::string& directory, const std::string& y4mFile, int fps)
     : m_directory(directory), m_y4mName(y4mFile), m_fps(fps) {
   if (!m_directory.empty()) {
-    std::error_code error;
-    std::filesystem::create_directories(m_directory, error);
-    if (error) {
-      throw std::runtime_error("can't create " + m_directory + ": " + error.message());
-    }
+    CreateDirectories(m_directory);
   }
   if (!m_y4mName.empty()) {
-    m_y4m.reset(std::fopen(m_y4mName.c_str(), "wb"));
+    m_y4m.reset(OpenFile(m_y4mName, "wb"));
     if (m_y4m == nullptr) {
       throw std::runtime_error("can't write " + m_y4mName);
     }
@@ -97,7 +96,7 @@ void FrameWriter::write(const Job& job) {
 void FrameWriter::writePng(const Job& job) {
   char name[32];
   std::snprintf(name, sizeof name, "frame-%06llu.png", static_cast<unsigned long long>(job.number));
-  const std::string path = (std::filesystem::path(m_directory) / name).string();
+  const std::string path = m_directory + "/" + name;
   const std::vector<std::uint8_t> rgb = ToRgb(job.picture);
   if (stbi_write_png(path.c_str(), job.picture.width, job.picture.height, 3, rgb.data(),
                      job.picture.width * 3) == 0) {

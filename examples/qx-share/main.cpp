@@ -1,34 +1,51 @@
-// qx-share: a console host of the library. It lists monitors, shares one, and
-// tells, shows or saves what arrives.
-#include <cstdarg>
+// qx-share: a console host of the library. It lists monitors and windows, shares
+// one, and tells, shows or saves what arrives.
 #include <cstdio>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
+#include "console.h"
+#include "data_url.h"
+#include "files.h"
 #include "frame_writer.h"
 #include "options.h"
+#include "picker.h"
 #include "qx-screen-capture.h"
 #include "recorder.h"
 #include "scene.h"
+#include "sources.h"
+#include "text.h"
 
 namespace {
 
 constexpr int kExitWrongUsage = 2;
-constexpr int kExitNotStarted = 3;
+constexpr int kExitNotStarted = 3;  // also: nothing was chosen
 
-using Desktops = std::vector<IScreenCapture::DesktopInfo>;
+struct CloseFile {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, CloseFile>;
+
+// Null for an empty path.
+File CreateFileAt(const std::string& path) {
+  File file(path.empty() ? nullptr : OpenFile(path, "w"));
+  if (file == nullptr && !path.empty()) {
+    throw std::runtime_error("can't write " + path);
+  }
+  return file;
+}
 
 // The log callback has no argument of the host's, so the file is a global.
 std::mutex g_logMutex;
-std::FILE* g_logFile = nullptr;
+File g_logFile;
 
 void WriteLog(int level, const char* file, int line, const char* message) {
   const std::scoped_lock lock(g_logMutex);
   if (g_logFile != nullptr) {
-    std::fprintf(g_logFile, "%d %s:%d %s\n", level, file, line, message);
+    std::fprintf(g_logFile.get(), "%d %s:%d %s\n", level, file, line, message);
   }
 }
 
@@ -36,48 +53,76 @@ void WriteLog(int level, const char* file, int line, const char* message) {
 class LogFile {
  public:
   explicit LogFile(const std::string& path) {
-    if (path.empty()) {
-      return;
+    g_logFile = CreateFileAt(path);
+    if (g_logFile != nullptr) {
+      ScreenCapture::RegisterLogCallback(&WriteLog);
     }
-    g_logFile = std::fopen(path.c_str(), "w");
-    if (g_logFile == nullptr) {
-      throw std::runtime_error("can't write " + path);
-    }
-    ScreenCapture::RegisterLogCallback(&WriteLog);
   }
   LogFile(const LogFile&) = delete;
   LogFile& operator=(const LogFile&) = delete;
   ~LogFile() {
     ScreenCapture::UnregisterLogCallBack();
     const std::scoped_lock lock(g_logMutex);
-    if (g_logFile != nullptr) {
-      std::fclose(g_logFile);
-      g_logFile = nullptr;
-    }
+    g_logFile.reset();
   }
 };
 
-Desktops ListDesktops(IScreenCapture& capture) {
-  Desktops desktops;
-  capture.GetDesktopList(
-      [](const IScreenCapture::DesktopInfo* list, const int& count, void* user) {
-        static_cast<Desktops*>(user)->assign(list, list + count);
-      },
-      &desktops);
-  return desktops;
+void PrintDesktop(const IScreenCapture::DesktopInfo& d, bool json) {
+  if (json) {
+    std::printf(R"({"monitor":{"id":%d,"handle":%d,"isPrimary":%d,"x":%d,"y":%d,)"
+                R"("width":%d,"height":%d}})"
+                "\n",
+                d.id, d.handle, d.isPrimary, d.x, d.y, d.width, d.height);
+  } else {
+    std::printf("monitor %d: %dx%d at %d,%d%s\n", d.id, d.width, d.height, d.x, d.y,
+                d.isPrimary != 0 ? ", primary" : "");
+  }
+}
+
+// `icon` is the path of the icon's file, empty without one.
+void PrintWindow(const WindowSource& w, const std::string& icon, bool json) {
+  if (json) {
+    std::printf(R"({"window":{"id":%d,"handle":%d,"processId":%u,"processName":%s,"title":%s,)"
+                R"("class":%s,"x":%d,"y":%d,"width":%d,"height":%d%s%s}})"
+                "\n",
+                w.id, w.handle, w.processId, JsonString(w.processName).c_str(),
+                JsonString(w.title).c_str(), JsonString(w.className).c_str(), w.x, w.y, w.width,
+                w.height, icon.empty() ? "" : R"(,"icon":)",
+                icon.empty() ? "" : JsonString(icon).c_str());
+  } else {
+    std::printf("window %d: %dx%d at %d,%d, %s (%u), class %s, \"%s\"%s%s\n", w.id, w.width,
+                w.height, w.x, w.y, OneLine(w.processName).c_str(), w.processId,
+                OneLine(w.className).c_str(), OneLine(w.title).c_str(),
+                icon.empty() ? "" : ", icon ", icon.c_str());
+  }
+}
+
+// Returns the path of the file, or "" for a window without an icon.
+std::string SaveIcon(IScreenCapture& capture, std::int32_t window, const std::string& directory) {
+  const auto png = DecodePngDataUrl(capture.GetWindowIcon(window));
+  if (png.empty()) {
+    return "";
+  }
+  char name[32];
+  std::snprintf(name, sizeof name, "icon-%08x.png", static_cast<unsigned>(window));
+  const std::string path = directory + "/" + name;
+  WriteFile(path, png);
+  return path;
 }
 
 int RunList(IScreenCapture& capture, const Options& options) {
-  for (const IScreenCapture::DesktopInfo& d : ListDesktops(capture)) {
-    if (options.json) {
-      std::printf(R"({"monitor":{"id":%d,"handle":%d,"isPrimary":%d,"x":%d,"y":%d,)"
-                  R"("width":%d,"height":%d}})"
-                  "\n",
-                  d.id, d.handle, d.isPrimary, d.x, d.y, d.width, d.height);
-    } else {
-      std::printf("monitor %d: %dx%d at %d,%d%s\n", d.id, d.width, d.height, d.x, d.y,
-                  d.isPrimary != 0 ? ", primary" : "");
+  for (const IScreenCapture::DesktopInfo& desktop : ListDesktops(capture)) {
+    PrintDesktop(desktop, options.json);
+  }
+  if (!options.iconDirectory.empty()) {
+    CreateDirectories(options.iconDirectory);
+  }
+  for (const WindowSource& window : ListWindows(capture)) {
+    std::string icon;
+    if (!options.iconDirectory.empty()) {
+      icon = SaveIcon(capture, window.id, options.iconDirectory);
     }
+    PrintWindow(window, icon, options.json);
   }
   return 0;
 }
@@ -125,17 +170,64 @@ std::int32_t PrimaryMonitor(IScreenCapture& capture) {
   return 0;  // the library will say that there is no such monitor
 }
 
-int RunDesktop(IScreenCapture& capture, const Options& options) {
+// The first window on the list that the options describe.
+std::optional<std::int32_t> FindWindowLike(IScreenCapture& capture, const Options& options) {
+  for (const WindowSource& window : ListWindows(capture)) {
+    if (options.title.empty() ? window.className == options.className
+                              : window.title.find(options.title) != std::string::npos) {
+      return window.id;
+    }
+  }
+  return std::nullopt;
+}
+
+// None, and a line that says why, when there is nothing to share.
+std::optional<Target> ChooseTarget(IScreenCapture& capture, const Options& options) {
+  if (options.command == Options::Command::Picker) {
+    // What is read by a program has standard output for itself.
+    const auto picked = PickSource(ListDesktops(capture), ListWindows(capture), stdin,
+                                   options.json ? stderr : stdout);
+    if (!picked) {
+      std::fputs("qx-share: nothing was picked\n", stderr);
+    }
+    return picked;
+  }
+  if (options.command == Options::Command::Desktop) {
+    return Target{false, options.id ? *options.id : PrimaryMonitor(capture)};
+  }
+  const auto window = options.id ? options.id : FindWindowLike(capture, options);
+  if (!window) {
+    std::fprintf(stderr, "qx-share: no window that can be shared has %s '%s'\n",
+                 options.title.empty() ? "the class" : "a title with",
+                 options.title.empty() ? options.className.c_str() : options.title.c_str());
+    return std::nullopt;
+  }
+  return Target{true, *window};
+}
+
+bool StartShare(IScreenCapture& capture, const Target& target, Recorder& recorder) {
+  IScreenCapture::ShareError error = IScreenCapture::ShareErrorNone;
+  const bool started = target.isWindow ? capture.ShareWindow(nullptr, target.id, &recorder, error)
+                                       : capture.ShareDesktop(nullptr, target.id, &recorder, error);
+  if (!started) {
+    std::fprintf(stderr, "qx-share: the share could not start: %s\n", ShareErrorName(error));
+  }
+  return started;
+}
+
+int RunShare(IScreenCapture& capture, const Options& options) {
+  const std::optional<Target> target = ChooseTarget(capture, options);
+  if (!target) {
+    return kExitNotStarted;
+  }
   std::unique_ptr<FrameWriter> writer;
   if (!options.saveDirectory.empty() || !options.y4mFile.empty()) {
     writer = std::make_unique<FrameWriter>(options.saveDirectory, options.y4mFile, options.fps);
   }
-  Recorder recorder(options.json, options.frames, writer.get());
+  const File eventFile = CreateFileAt(options.eventFile);
+  Recorder recorder(options, writer.get(), eventFile.get());
   ApplySettings(capture, options);
-  const std::int32_t id = options.id ? *options.id : PrimaryMonitor(capture);
-  IScreenCapture::ShareError error = IScreenCapture::ShareErrorNone;
-  if (!capture.ShareDesktop(nullptr, id, &recorder, error)) {
-    std::fprintf(stderr, "qx-share: the share could not start: %s\n", ShareErrorName(error));
+  if (!StartShare(capture, *target, recorder)) {
     return kExitNotStarted;
   }
   recorder.WaitForEnd(options.seconds);
@@ -153,8 +245,9 @@ int RunDesktop(IScreenCapture& capture, const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  const Utf8Output output;
   std::string wrong;
-  const auto options = ParseOptions(std::vector<std::string>(argv + 1, argv + argc), wrong);
+  const auto options = ParseOptions(Utf8Arguments(argc, argv), wrong);
   if (!options) {
     std::fprintf(stderr, "qx-share: %s\n%s", wrong.c_str(), UsageText());
     return kExitWrongUsage;
@@ -164,7 +257,7 @@ int main(int argc, char** argv) {
     const LogFile log(options->logFile);
     ScreenCapture capture;
     return options->command == Options::Command::List ? RunList(capture, *options)
-                                                      : RunDesktop(capture, *options);
+                                                      : RunShare(capture, *options);
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "qx-share: %s\n", failure.what());
     return 1;

@@ -102,22 +102,24 @@ IScreenCapture::FilterWindowInfo ExcludeWindow(const std::string& option, const 
   return rule;
 }
 
+// The commands that an option goes with.
+using Commands = unsigned;
+constexpr Commands Bit(Options::Command command) { return 1u << static_cast<unsigned>(command); }
+constexpr Commands kList = Bit(Options::Command::List);
+constexpr Commands kDesktop = Bit(Options::Command::Desktop);
+constexpr Commands kWindow = Bit(Options::Command::Window);
+constexpr Commands kPicker = Bit(Options::Command::Picker);
+constexpr Commands kShares = kDesktop | kWindow | kPicker;
+
 class Parser {
  public:
   explicit Parser(const std::vector<std::string>& arguments) : m_arguments(arguments) {}
 
   Options Parse() {
     if (m_arguments.empty()) {
-      throw WrongUsage("a command is missing: list or desktop");
+      throw WrongUsage("a command is missing: list, desktop, window or picker");
     }
-    const std::string& command = m_arguments[m_next++];
-    if (command == "list") {
-      m_options.command = Options::Command::List;
-    } else if (command == "desktop") {
-      m_options.command = Options::Command::Desktop;
-    } else {
-      throw WrongUsage("unknown command '" + command + "': it is list or desktop");
-    }
+    m_options.command = command(m_arguments[m_next++]);
     while (m_next < m_arguments.size()) {
       option(m_arguments[m_next++]);
     }
@@ -126,7 +128,24 @@ class Parser {
   }
 
  private:
-  using Handler = std::function<void(Parser&, const std::string& name)>;
+  struct Option {
+    Commands commands;
+    std::function<void(Parser&, const std::string& name)> handle;
+  };
+
+  static Options::Command command(const std::string& name) {
+    static const std::map<std::string, Options::Command> commands = {
+        {"list", Options::Command::List},
+        {"desktop", Options::Command::Desktop},
+        {"window", Options::Command::Window},
+        {"picker", Options::Command::Picker},
+    };
+    const auto found = commands.find(name);
+    if (found == commands.end()) {
+      throw WrongUsage("unknown command '" + name + "': it is list, desktop, window or picker");
+    }
+    return found->second;
+  }
 
   const std::string& value(const std::string& name) {
     if (m_next == m_arguments.size()) {
@@ -135,70 +154,86 @@ class Parser {
     return m_arguments[m_next++];
   }
 
-  const std::string& path(const std::string& name) {
-    const std::string& text = value(name);
-    if (text.empty()) {
-      throw WrongUsage(name + " needs a path");
+  const std::string& text(const std::string& name, const std::string& what) {
+    const std::string& given = value(name);
+    if (given.empty()) {
+      throw WrongUsage(name + " needs " + what);
     }
-    return text;
+    return given;
   }
+
+  const std::string& path(const std::string& name) { return text(name, "a path"); }
 
   void option(const std::string& name) {
-    if (name == "--json") {
-      m_options.json = true;
-      return;
-    }
-    const auto found = desktopOptions().find(name);
-    if (found == desktopOptions().end() || m_options.command != Options::Command::Desktop) {
+    const auto found = options().find(name);
+    if (found == options().end() || (found->second.commands & Bit(m_options.command)) == 0) {
       throw WrongUsage("unknown option '" + name + "'");
     }
-    found->second(*this, name);
+    found->second.handle(*this, name);
   }
 
-  static const std::map<std::string, Handler>& desktopOptions() {
+  static const std::map<std::string, Option>& options() {
     using P = Parser&;
     using N = const std::string&;
-    static const std::map<std::string, Handler> options = {
+    static const std::map<std::string, Option> options = {
+        {"--json", {kList | kShares, [](P p, N) { p.m_options.json = true; }}},
+        {"--icons", {kList, [](P p, N n) { p.m_options.iconDirectory = p.path(n); }}},
         {"--id",
-         [](P p, N n) {
-           p.m_options.id = ParseNumber<std::int32_t>(n, p.value(n), INT32_MIN, INT32_MAX);
-         }},
+         {kDesktop | kWindow,
+          [](P p, N n) {
+            p.m_options.id = ParseNumber<std::int32_t>(n, p.value(n), INT32_MIN, INT32_MAX);
+          }}},
+        {"--title",
+         {kWindow, [](P p, N n) { p.m_options.title = p.text(n, "a part of a title"); }}},
+        {"--class", {kWindow, [](P p, N n) { p.m_options.className = p.text(n, "a name"); }}},
+        {"--track", {kWindow | kPicker, [](P p, N) { p.m_options.track = true; }}},
         {"--frames",
-         [](P p, N n) {
-           p.m_options.frames = ParseNumber<std::uint32_t>(n, p.value(n), 1, 1000000);
-         }},
-        {"--seconds", [](P p, N n) { p.m_options.seconds = ParseSeconds(n, p.value(n)); }},
-        {"--fps", [](P p, N n) { p.m_options.fps = ParseNumber<int>(n, p.value(n), 1, 30); }},
+         {kShares,
+          [](P p, N n) {
+            p.m_options.frames = ParseNumber<std::uint32_t>(n, p.value(n), 1, 1000000);
+          }}},
+        {"--seconds",
+         {kShares, [](P p, N n) { p.m_options.seconds = ParseSeconds(n, p.value(n)); }}},
+        {"--fps",
+         {kShares, [](P p, N n) { p.m_options.fps = ParseNumber<int>(n, p.value(n), 1, 30); }}},
         {"--format",
-         [](P p, N n) {
-           p.m_options.format = ParseFormat(n, p.value(n));
-           p.m_formatGiven = true;
-         }},
-        {"--limit", [](P p, N n) { p.m_options.limit = ParseLimit(n, p.value(n)); }},
-        {"--engines", [](P p, N n) { p.m_options.engines = ParseEngines(n, p.value(n)); }},
-        {"--wgc-first", [](P p, N) { p.m_options.wgcFirst = true; }},
-        {"--no-cursor", [](P p, N) { p.m_options.cursor = false; }},
-        {"--no-prompt", [](P p, N) { p.m_options.prompt = false; }},
-        {"--no-filter", [](P p, N) { p.m_options.filter = false; }},
+         {kShares,
+          [](P p, N n) {
+            p.m_options.format = ParseFormat(n, p.value(n));
+            p.m_formatGiven = true;
+          }}},
+        {"--limit", {kShares, [](P p, N n) { p.m_options.limit = ParseLimit(n, p.value(n)); }}},
+        {"--engines",
+         {kShares, [](P p, N n) { p.m_options.engines = ParseEngines(n, p.value(n)); }}},
+        {"--wgc-first", {kShares, [](P p, N) { p.m_options.wgcFirst = true; }}},
+        {"--no-cursor", {kShares, [](P p, N) { p.m_options.cursor = false; }}},
+        {"--no-prompt", {kShares, [](P p, N) { p.m_options.prompt = false; }}},
+        {"--no-filter", {kShares, [](P p, N) { p.m_options.filter = false; }}},
         {"--exclude-pid",
-         [](P p, N n) { p.m_options.excluded.push_back(ExcludeProcess(n, p.value(n))); }},
+         {kShares,
+          [](P p, N n) { p.m_options.excluded.push_back(ExcludeProcess(n, p.value(n))); }}},
         {"--exclude-window",
-         [](P p, N n) { p.m_options.excluded.push_back(ExcludeWindow(n, p.value(n))); }},
-        {"--dynamic", [](P p, N) { p.m_options.dynamic = true; }},
-        {"--dirty", [](P p, N) { p.m_options.dirty = true; }},
-        {"--save", [](P p, N n) { p.m_options.saveDirectory = p.path(n); }},
-        {"--y4m", [](P p, N n) { p.m_options.y4mFile = p.path(n); }},
-        {"--log", [](P p, N n) { p.m_options.logFile = p.path(n); }},
+         {kShares, [](P p, N n) { p.m_options.excluded.push_back(ExcludeWindow(n, p.value(n))); }}},
+        {"--dynamic", {kShares, [](P p, N) { p.m_options.dynamic = true; }}},
+        {"--dirty", {kShares, [](P p, N) { p.m_options.dirty = true; }}},
+        {"--save", {kShares, [](P p, N n) { p.m_options.saveDirectory = p.path(n); }}},
+        {"--y4m", {kShares, [](P p, N n) { p.m_options.y4mFile = p.path(n); }}},
+        {"--events", {kShares, [](P p, N n) { p.m_options.eventFile = p.path(n); }}},
+        {"--log", {kShares, [](P p, N n) { p.m_options.logFile = p.path(n); }}},
     };
     return options;
   }
 
   void checkTogether() {
-    if (m_options.command != Options::Command::Desktop) {
+    if (m_options.command == Options::Command::List) {
       return;
     }
+    if (m_options.command == Options::Command::Window &&
+        m_options.id.has_value() + !m_options.title.empty() + !m_options.className.empty() != 1) {
+      throw WrongUsage("window needs one of --id, --title and --class");
+    }
     if ((m_options.frames != 0) == (m_options.seconds > 0)) {
-      throw WrongUsage("desktop needs one of --frames and --seconds");
+      throw WrongUsage(m_arguments.front() + " needs one of --frames and --seconds");
     }
     if (!m_options.y4mFile.empty()) {
       if (m_formatGiven && m_options.format != IScreenCapture::ScreenFrameFormatI420) {
@@ -226,11 +261,13 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, s
 }
 
 const char* UsageText() {
-  return "usage: qx-share list [--json]\n"
-         "       qx-share desktop [--id N] (--frames N | --seconds S) [--fps F]\n"
-         "           [--format argb|i420] [--limit WxH]\n"
-         "           [--engines dxgi,wgc,mag,gdi,print] [--wgc-first]\n"
-         "           [--no-cursor] [--no-prompt] [--no-filter]\n"
-         "           [--exclude-pid P] [--exclude-window H] [--dynamic] [--dirty]\n"
-         "           [--save DIR] [--y4m FILE] [--json] [--log FILE]\n";
+  return "usage: qx-share list [--json] [--icons DIR]\n"
+         "       qx-share desktop [--id N] SHARE\n"
+         "       qx-share window (--id H | --title TEXT | --class CLASS) [--track] SHARE\n"
+         "       qx-share picker [--track] SHARE\n"
+         "SHARE: (--frames N | --seconds S) [--fps F] [--format argb|i420] [--limit WxH]\n"
+         "       [--engines dxgi,wgc,mag,gdi,print] [--wgc-first]\n"
+         "       [--no-cursor] [--no-prompt] [--no-filter]\n"
+         "       [--exclude-pid P] [--exclude-window H] [--dynamic] [--dirty]\n"
+         "       [--save DIR] [--y4m FILE] [--json] [--events FILE] [--log FILE]\n";
 }

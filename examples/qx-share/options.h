@@ -9,14 +9,21 @@
 
 // The command line of qx-share.
 struct Options {
-  enum class Command { List, Desktop };
+  enum class Command { List, Desktop, Window, Picker };
 
   Command command = Command::List;
   bool json = false;
 
-  // What follows is for Command::Desktop.
-  std::optional<std::int32_t> id;  // none: the primary monitor
-  std::uint64_t frames = 0;        // 0: no limit; one of the two limits is set
+  // For Command::List.
+  std::string iconDirectory;  // empty: write no icons
+
+  // What to share. A window share has one of the three.
+  std::optional<std::int32_t> id;  // of a monitor share none: the primary monitor
+  std::string title;               // part of it
+  std::string className;
+
+  // What follows is for all shares.
+  std::uint64_t frames = 0;  // 0: no limit; one of the two limits is set
   double seconds = 0;
   int fps = 15;
   IScreenCapture::ScreenFrameFormat format = IScreenCapture::ScreenFrameFormatARGB;
@@ -29,13 +36,16 @@ struct Options {
   std::vector<IScreenCapture::FilterWindowInfo> excluded;
   bool dynamic = false;
   bool dirty = false;
+  bool track = false;         // tell what window the share moved over to
   std::string saveDirectory;  // empty: save nothing
   std::string y4mFile;        // empty: no video
+  std::string eventFile;      // empty: no such file
   std::string logFile;        // empty: no log
 };
 
-// Reads the arguments after the program's name. On wrong usage the result is
-// none and `error` is one line that says what was wrong.
+// Reads the arguments after the program's name, which are UTF-8 as all text here.
+// On wrong usage the result is none and `error` is one line that says what was
+// wrong.
 std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, std::string& error);
 
 // How to call the program, for a person.

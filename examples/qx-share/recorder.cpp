@@ -4,11 +4,30 @@
 #include <cstdio>
 
 #include "picture.h"
+#include "sources.h"
+#include "text.h"
 
 namespace {
 
 constexpr std::chrono::milliseconds kStatusPeriod(500);
+constexpr int kStatusWidth = 90;
 constexpr char kSharing[] = "sharing";
+
+#if defined(__GNUC__)
+__attribute__((format(printf, 1, 2)))
+#endif
+std::string
+Format(const char* format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  std::va_list again;
+  va_copy(again, arguments);
+  std::string text(static_cast<std::size_t>(std::vsnprintf(nullptr, 0, format, arguments)), '\0');
+  std::vsnprintf(text.data(), text.size() + 1, format, again);
+  va_end(again);
+  va_end(arguments);
+  return text;
+}
 
 const char* PauseReasonText(IScreenCapture::SharePauseReason reason) {
   switch (reason) {
@@ -48,8 +67,12 @@ const char* EngineName(IScreenCapture::CaptureEngineType engine) {
   return "unknown";
 }
 
-Recorder::Recorder(bool json, std::uint64_t maxFrames, FrameWriter* writer)
-    : m_json(json), m_maxFrames(maxFrames), m_writer(writer) {}
+Recorder::Recorder(const Options& options, FrameWriter* writer, std::FILE* eventFile)
+    : m_json(options.json),
+      m_track(options.track),
+      m_maxFrames(options.frames),
+      m_writer(writer),
+      m_eventFile(eventFile) {}
 
 void Recorder::WaitForEnd(double seconds) {
   std::unique_lock lock(m_mutex);
@@ -77,7 +100,7 @@ void Recorder::OnStart(void*) {
 }
 
 void Recorder::OnPause(void*, IScreenCapture::SharePauseReason reason) {
-  event(R"({"event":"pause","reason":%d})", static_cast<int>(reason));
+  event(Format(R"({"event":"pause","reason":%d})", static_cast<int>(reason)));
   state(PauseReasonText(reason));
 }
 
@@ -106,12 +129,13 @@ void Recorder::OnFrame(void*, const IScreenCapture::ScreenFrameData* frame) {
   // Frames come one at a time, so the count can't change meanwhile.
   const std::uint64_t number = m_frames + 1;
   if (m_json) {
-    event(R"({"event":"frame","n":%llu,"format":"%s","width":%d,"height":%d,"rawWidth":%d,)"
-          R"("rawHeight":%d,"timestamp":%lld,"crc32":"%08x"})",
-          static_cast<unsigned long long>(number),
-          frame->format == IScreenCapture::ScreenFrameFormatARGB ? "argb" : "i420", frame->width,
-          frame->height, frame->raw_width, frame->raw_height,
-          static_cast<long long>(frame->timestamp), FrameChecksum(*frame));
+    const std::scoped_lock lock(m_mutex);
+    print(Format(R"({"event":"frame","n":%llu,"format":"%s","width":%d,"height":%d,"rawWidth":%d,)"
+                 R"("rawHeight":%d,"timestamp":%lld,"crc32":"%08x"})",
+                 static_cast<unsigned long long>(number),
+                 frame->format == IScreenCapture::ScreenFrameFormatARGB ? "argb" : "i420",
+                 frame->width, frame->height, frame->raw_width, frame->raw_height,
+                 static_cast<long long>(frame->timestamp), FrameChecksum(*frame)));
   }
   if (m_writer != nullptr) {
     m_writer->Put(number, *frame);
@@ -127,45 +151,65 @@ void Recorder::OnFrame(void*, const IScreenCapture::ScreenFrameData* frame) {
 }
 
 void Recorder::OnFrameDirtyInfo(void*, bool valid, std::uint64_t rectCount, double ratio) {
-  event(R"({"event":"dirty","valid":%s,"rects":%llu,"ratio":%.6f})", valid ? "true" : "false",
-        static_cast<unsigned long long>(rectCount), ratio);
+  event(Format(R"({"event":"dirty","valid":%s,"rects":%llu,"ratio":%.6f})",
+               valid ? "true" : "false", static_cast<unsigned long long>(rectCount), ratio));
 }
 
 void Recorder::OnShareWindowChanged(void*, int window, int) {
-  event(R"({"event":"windowChanged","id":%d})", window);
+  if (!m_track) {
+    event(Format(R"({"event":"windowChanged","id":%d})", window));
+    return;
+  }
+  const std::string title = WindowTitle(window);
+  event(
+      Format(R"({"event":"windowChanged","id":%d,"title":%s})", window, JsonString(title).c_str()));
+  const std::scoped_lock lock(m_mutex);
+  if (!m_json && !over()) {
+    std::printf("\r%-*s\n", kStatusWidth,
+                Format("sharing window %d now: %s", window, OneLine(title).c_str()).c_str());
+    showStatus(true);
+  }
 }
 
 void Recorder::OnShareDesktopChanged(void*, int monitor) {
-  event(R"({"event":"desktopChanged","id":%d})", monitor);
+  event(Format(R"({"event":"desktopChanged","id":%d})", monitor));
 }
 
 void Recorder::OnCaptureEngineName(void*, IScreenCapture::CaptureEngineType& engine, int&, bool,
                                    int) {
-  event(R"({"event":"engine","type":%d})", static_cast<int>(engine));
+  event(Format(R"({"event":"engine","type":%d})", static_cast<int>(engine)));
   const std::scoped_lock lock(m_mutex);
   m_engine = EngineName(engine);
   showStatus(true);
 }
 
 void Recorder::OnFrameStatistics(void*, const IScreenCapture::ScreenFrameStatistics* statistics) {
-  event(R"({"event":"statistics","fps":%d})", statistics->fps);
+  event(Format(R"({"event":"statistics","fps":%d})", statistics->fps));
 }
 
 void Recorder::OnShareRectChanged(void*, int x, int y, int width, int height) {
-  event(R"({"event":"rect","x":%d,"y":%d,"width":%d,"height":%d})", x, y, width, height);
+  event(Format(R"({"event":"rect","x":%d,"y":%d,"width":%d,"height":%d})", x, y, width, height));
 }
 
-void Recorder::event(const char* format, ...) {
+void Recorder::event(const std::string& object) {
   const std::scoped_lock lock(m_mutex);
-  if (!m_json || over()) {
+  if (over()) {
     return;
   }
-  std::va_list arguments;
-  va_start(arguments, format);
-  std::vfprintf(stdout, format, arguments);
-  va_end(arguments);
-  std::fputs("\n", stdout);
-  std::fflush(stdout);
+  print(object);
+  if (m_eventFile != nullptr) {
+    const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - m_start;
+    std::fprintf(m_eventFile, "{\"time\":%.3f,\"frame\":%llu,%s\n", passed.count(),
+                 static_cast<unsigned long long>(m_frames), object.c_str() + 1);
+  }
+}
+
+// Called with m_mutex held.
+void Recorder::print(const std::string& object) {
+  if (m_json) {
+    std::puts(object.c_str());
+    std::fflush(stdout);
+  }
 }
 
 void Recorder::state(const std::string& state) {

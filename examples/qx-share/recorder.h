@@ -3,20 +3,25 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <cstdio>
 #include <mutex>
 #include <string>
 
 #include "frame_writer.h"
+#include "options.h"
 #include "qx-screen-capture.h"
 
 // The listener of qx-share: tells each operation on standard output, as one JSON
 // object a line or as a live status line for a person, and hands frames on to
 // be written.
+//
+// The event file holds the same JSON objects, frames apart, each with the seconds
+// since the start and the number of the last frame before it.
 class Recorder : public IScreenCapture::ShareListener {
  public:
-  // After `maxFrames` frames (0: no limit) everything else is ignored. `writer`
-  // is borrowed and may be null.
-  Recorder(bool json, std::uint64_t maxFrames, FrameWriter* writer);
+  // After options.frames frames (0: no limit) everything else is ignored. `writer`
+  // and `eventFile` are borrowed and may be null.
+  Recorder(const Options& options, FrameWriter* writer, std::FILE* eventFile);
 
   // Returns once the frames are there, the library ended the share, or `seconds`
   // (0: no limit) have passed.
@@ -43,21 +48,21 @@ class Recorder : public IScreenCapture::ShareListener {
  private:
   using Time = std::chrono::steady_clock::time_point;
 
-  // Ignores the event when the run is over already.
-  void event(const char* format, ...)
-#if defined(__GNUC__)
-      __attribute__((format(printf, 2, 3)))
-#endif
-      ;
+  // Tells a JSON object, unless the run is over already.
+  void event(const std::string& object);
+  void print(const std::string& object);
   void state(const std::string& state);
   void showStatus(bool now);
   bool over() const { return m_stopped || (m_maxFrames != 0 && m_frames >= m_maxFrames); }
 
   const bool m_json;
+  const bool m_track;
   const std::uint64_t m_maxFrames;
   FrameWriter* const m_writer;
+  std::FILE* const m_eventFile;
+  const Time m_start = std::chrono::steady_clock::now();
 
-  std::mutex m_mutex;  // guards what follows, and the lines on standard output
+  std::mutex m_mutex;  // guards what follows, and the lines that are written
   std::condition_variable m_ended;
   std::uint64_t m_frames = 0;
   bool m_stopped = false;

@@ -2,12 +2,16 @@
 #include <chrono>
 #include <cmath>
 #include <condition_variable>
+#include <iterator>
 #include <mutex>
 #include <numbers>
 #include <string>
 #include <thread>
 
+#include "act.h"
 #include "platform/control/Desktop.h"
+#include "platform/control/Faults.h"
+#include "platform/control/Machine.h"
 #include "scene.h"
 
 namespace {
@@ -83,6 +87,19 @@ void PaintMover(Canvas& canvas) {
   }
 }
 
+// A heading and columns of figures.
+void PaintReport(Canvas& canvas) {
+  PaintFrame(canvas, RGB(150, 70, 40), RGB(252, 250, 246));
+  const int width = canvas.width();
+  canvas.Fill({24, kTitleHeight + 18, width / 2, kTitleHeight + 38}, RGB(150, 70, 40));
+  for (int row = 0, y = kTitleHeight + 58; y + 12 < canvas.height() - 12; ++row, y += 24) {
+    canvas.Fill({24, y, width - 24, y + 1}, RGB(214, 206, 196));
+    for (int column = 0, x = 28; x + 70 < width - 24; ++column, x += 84) {
+      canvas.Fill({x, y + 7, x + 26 + (row * 7 + column * 13) % 36, y + 15}, RGB(70, 66, 62));
+    }
+  }
+}
+
 // A point that runs to and fro between 0 and `range`.
 int Bounce(double distance, int range) {
   const double turn = std::fmod(distance, 2.0 * range);
@@ -95,10 +112,14 @@ class VirtualScene : public Scene {
     using namespace vwin::control;
     SetMonitorRect(PrimaryMonitor(), {0, 0, width, height});
     SetDesktopColor(RGB(28, 74, 92));
-    open(L"Notes", {width / 20, height / 12, width * 11 / 20, height * 3 / 4}, PaintNotes);
+    m_notes =
+        open(L"Notes", {width / 20, height / 12, width * 11 / 20, height * 3 / 4}, PaintNotes);
     open(L"Palette", {width / 2, height / 4, width * 19 / 20, height * 4 / 5}, PaintPalette);
     m_chart = open(L"Chart", {width / 5, height * 9 / 20, width * 3 / 5, height * 19 / 20},
                    [](Canvas& canvas) { PaintChart(canvas, 0); });
+    m_actor = open(std::wstring(std::begin(kActorTitle), std::end(kActorTitle) - 1),
+                   {m_actorLeft, m_actorTop, m_actorLeft + kActorWidth, m_actorTop + kActorHeight},
+                   PaintReport);
     m_mover = open(L"Mover", {0, 0, kMoverWidth, kMoverHeight}, PaintMover);
     SetCursorShape(CursorKind::kArrow);
     step(0);
@@ -124,6 +145,8 @@ class VirtualScene : public Scene {
  private:
   static constexpr int kMoverWidth = 220;
   static constexpr int kMoverHeight = 150;
+  static constexpr int kActorWidth = 420;
+  static constexpr int kActorHeight = 300;
 
   static HWND open(const std::wstring& title, const RECT& rect,
                    const vwin::control::PaintCallback& paint) {
@@ -141,14 +164,40 @@ class VirtualScene : public Scene {
   void step(double time) {
     vwin::control::MoveTo(m_mover, Bounce(time * 310, m_width - kMoverWidth),
                           Bounce(40 + time * 190, m_height - kMoverHeight));
+    stepActor(ActorAt(time));
+    // Shows in the pictures of a share what it missed.
+    const int done = static_cast<int>(std::fmod(time, kActorRound) / kActorRound * 160);
+    vwin::control::Fill(m_actor, {236, 46, 396, 66}, RGB(236, 228, 218));
+    vwin::control::Fill(m_actor, {236, 46, 236 + done, 66}, RGB(40, 110, 150));
     vwin::control::Paint(m_chart, [time](Canvas& canvas) { PaintChart(canvas, time); });
     vwin::control::SetCursorPosition(
         static_cast<int>(m_width * (0.5 + 0.3 * std::cos(time * 1.3))),
         static_cast<int>(m_height * (0.5 + 0.3 * std::sin(time * 1.9))));
   }
 
+  // Its other place is below the notes when those are on top.
+  void stepActor(const ActorState& state) {
+    using namespace vwin::control;
+    if (state.minimised != m_state.minimised) {
+      state.minimised ? Minimise(m_actor) : Restore(m_actor);
+    }
+    if (state.covered != m_state.covered) {
+      ToTop(state.covered ? m_notes : m_actor);
+    }
+    if (state.travel != m_state.travel) {
+      MoveTo(m_actor, m_actorLeft - static_cast<int>(state.travel * m_width * 0.35),
+             m_actorTop + static_cast<int>(state.travel * m_height * 0.25));
+    }
+    m_state = state;
+  }
+
   const int m_width;
   const int m_height;
+  const int m_actorLeft = m_width * 5 / 8;
+  const int m_actorTop = m_height / 12;
+  HWND m_notes = nullptr;
+  HWND m_actor = nullptr;
+  ActorState m_state;
   HWND m_chart = nullptr;
   HWND m_mover = nullptr;
   std::mutex m_mutex;
@@ -162,3 +211,18 @@ class VirtualScene : public Scene {
 std::unique_ptr<Scene> OpenScene(int width, int height, bool lively) {
   return std::make_unique<VirtualScene>(width, height, lively);
 }
+
+bool OpenManyWindows(int count) {
+  constexpr int kPrograms = 20;
+  for (int i = 0; i < count; ++i) {
+    const auto processId = static_cast<std::uint32_t>(8000 + i % kPrograms);
+    vwin::control::AddProcess(
+        processId, L"C:\\Program Files\\Tool " + std::to_wstring(processId) + L"\\tool.exe");
+    vwin::control::OpenWindow({.title = L"Document " + std::to_wstring(i) + L" - Tool",
+                               .rect = {i, i, i + 200, i + 100},
+                               .processId = processId});
+  }
+  return true;
+}
+
+std::uint64_t CountCalls(const std::string& function) { return vwin::control::Count(function); }

@@ -78,6 +78,26 @@ BOOL WINAPI DeleteObject(HGDIOBJ object) {
   return SetLastError(ERROR_INVALID_HANDLE), FALSE;
 }
 
+int WINAPI GetObjectW(HGDIOBJ object, int size, LPVOID out) {
+  VWIN_CALL(GetObjectW);
+  if (fault) return SetLastError(fault->win32), 0;
+  constexpr int kSize = sizeof(BITMAP);
+  Lock lock;
+  const auto bitmap = gdi::FindBitmap(lock, object);
+  if (!bitmap) return SetLastError(ERROR_INVALID_HANDLE), 0;
+  if (!out) return kSize;
+  if (size < kSize) return SetLastError(ERROR_INVALID_PARAMETER), 0;
+  BITMAP described{};
+  described.bmWidth = bitmap->surface.width();
+  described.bmHeight = bitmap->surface.height();
+  described.bmPlanes = 1;
+  described.bmBitsPixel = bitmap->monochrome ? 1 : 32;
+  // Rows are whole 16-bit words.
+  described.bmWidthBytes = (described.bmWidth * described.bmBitsPixel + 15) / 16 * 2;
+  *static_cast<BITMAP*>(out) = described;
+  return kSize;
+}
+
 BOOL WINAPI BitBlt(HDC destination, int x, int y, int width, int height, HDC source, int sourceX,
                    int sourceY, DWORD rasterOperation) {
   VWIN_CALL(BitBlt);
@@ -111,7 +131,6 @@ int WINAPI GetDIBits(HDC dc, HBITMAP handle, UINT firstLine, UINT lineCount, LPV
                      header->biCompression == BI_RGB && usage == DIB_RGB_COLORS &&
                      header->biWidth > 0 && header->biHeight != 0;
   if (!known || !bits) return SetLastError(ERROR_INVALID_PARAMETER), 0;
-  return gdi::ReadLines(bitmap->surface, firstLine, lineCount, header->biWidth,
-                        std::abs(header->biHeight), header->biHeight < 0,
-                        static_cast<std::uint32_t*>(bits));
+  return gdi::ReadLines(*bitmap, firstLine, lineCount, header->biWidth, std::abs(header->biHeight),
+                        header->biHeight < 0, static_cast<std::uint32_t*>(bits));
 }

@@ -3,4 +3,5 @@
 
 #include <d3d11.h>
 #include <dxgi1_2.h>
+#include <objidl.h>
 #include <shobjidl.h>

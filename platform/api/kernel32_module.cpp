@@ -3,6 +3,7 @@
 #include "platform/model/Faults.h"
 #include "platform/model/Ledger.h"
 #include "platform/model/Modules.h"
+#include "platform/model/Threads.h"
 
 using namespace vwin;
 
@@ -48,6 +49,17 @@ BOOL WINAPI FreeLibrary(HMODULE module) {
   if (modules::Free(lock, module)) return TRUE;
   ledger::Misuse(lock, "FreeLibrary: no module");
   return SetLastError(ERROR_MOD_NOT_FOUND), FALSE;
+}
+
+void WINAPI FreeLibraryAndExitThread(HMODULE module, DWORD) {
+  VWIN_CALL_INFALLIBLE(FreeLibraryAndExitThread);
+  {
+    Lock lock;
+    if (!modules::Free(lock, module)) {
+      ledger::Misuse(lock, "FreeLibraryAndExitThread: no module");
+    }
+  }
+  threads::Exit();
 }
 
 FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name) {

@@ -28,6 +28,19 @@ std::optional<std::wstring> ImagePath(HANDLE process) {
   return object->imagePath;
 }
 
+// Without room for the path and its NUL there is nothing.
+template <typename Char>
+BOOL GiveImagePath(const std::optional<Fault>& fault, HANDLE process, Char* path, DWORD* size) {
+  if (fault) return SetLastError(fault->win32), FALSE;
+  const std::optional<std::wstring> image = ImagePath(process);
+  if (!image) return FALSE;
+  const auto& text = FromWide<Char>(*image);
+  if (*size <= text.size()) return SetLastError(ERROR_INSUFFICIENT_BUFFER), FALSE;
+  *std::copy(text.begin(), text.end(), path) = Char{};
+  *size = static_cast<DWORD>(text.size());
+  return TRUE;
+}
+
 }  // namespace
 
 DWORD WINAPI GetCurrentProcessId() {
@@ -49,14 +62,12 @@ HANDLE WINAPI OpenProcess(DWORD access, BOOL, DWORD processId) {
                       "OpenProcess");
 }
 
+BOOL WINAPI QueryFullProcessImageNameW(HANDLE process, DWORD, LPWSTR path, DWORD* size) {
+  VWIN_CALL(QueryFullProcessImageNameW);
+  return GiveImagePath(fault, process, path, size);
+}
+
 BOOL WINAPI QueryFullProcessImageNameA(HANDLE process, DWORD, LPSTR path, DWORD* size) {
   VWIN_CALL(QueryFullProcessImageNameA);
-  if (fault) return SetLastError(fault->win32), FALSE;
-  const std::optional<std::wstring> image = ImagePath(process);
-  if (!image) return FALSE;
-  const std::string narrow = ToNarrow(*image);
-  if (*size <= narrow.size()) return SetLastError(ERROR_INSUFFICIENT_BUFFER), FALSE;
-  *std::copy(narrow.begin(), narrow.end(), path) = '\0';
-  *size = static_cast<DWORD>(narrow.size());
-  return TRUE;
+  return GiveImagePath(fault, process, path, size);
 }

@@ -4,6 +4,7 @@
 #include "platform/model/HandleTable.h"
 #include "platform/model/Ledger.h"
 #include "platform/model/Machine.h"
+#include "platform/model/Streams.h"
 
 namespace vwin {
 
@@ -63,6 +64,24 @@ void WINAPI CoUninitialize() {
   }
   --apartment.count;
   ledger::Return(lock, kLedgerKind, thread);
+}
+
+HRESULT WINAPI CreateStreamOnHGlobal(HGLOBAL memory, BOOL freeWithStream, LPSTREAM* stream) {
+  VWIN_CALL(CreateStreamOnHGlobal);
+  if (!stream) return E_INVALIDARG;
+  *stream = nullptr;
+  if (fault) return fault->hresult;
+  return streams::Create(memory, freeWithStream != FALSE, stream);
+}
+
+HRESULT WINAPI GetHGlobalFromStream(LPSTREAM stream, HGLOBAL* memory) {
+  VWIN_CALL(GetHGlobalFromStream);
+  if (!stream || !memory) return E_INVALIDARG;
+  if (fault) return fault->hresult;
+  const std::optional<HGLOBAL> known = streams::MemoryOf(stream);
+  if (!known) return E_INVALIDARG;
+  *memory = *known;
+  return S_OK;
 }
 
 HRESULT WINAPI CoCreateInstance(REFCLSID classId, LPUNKNOWN outer, DWORD, REFIID iid,

@@ -48,12 +48,46 @@ LRESULT WINAPI DispatchMessageW(const MSG* message) {
   return messages::Send(message->hwnd, message->message, message->wParam, message->lParam);
 }
 
+LRESULT WINAPI SendMessageTimeoutW(HWND window, UINT message, WPARAM wParam, LPARAM lParam,
+                                   UINT flags, UINT milliseconds, PDWORD_PTR result) {
+  VWIN_CALL(SendMessageTimeoutW);
+  if (fault) return SetLastError(fault->win32), 0;
+  if (flags & ~UINT{SMTO_BLOCK | SMTO_ABORTIFHUNG}) return SetLastError(ERROR_INVALID_PARAMETER), 0;
+  LRESULT answer = 0;
+  const messages::Patience patience{.milliseconds = milliseconds,
+                                    .blocked = (flags & SMTO_BLOCK) != 0,
+                                    .abortIfHung = (flags & SMTO_ABORTIFHUNG) != 0};
+  switch (messages::SendWithin(patience, window, message, wParam, lParam, answer)) {
+    case messages::Outcome::kTimedOut:
+      return SetLastError(ERROR_TIMEOUT), 0;
+    case messages::Outcome::kNoWindow:
+      return SetLastError(ERROR_INVALID_WINDOW_HANDLE), 0;
+    case messages::Outcome::kAnswered:
+      break;
+  }
+  if (result) *result = static_cast<DWORD_PTR>(answer);
+  return TRUE;
+}
+
 BOOL WINAPI PostMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
   VWIN_CALL(PostMessageW);
   if (fault) return SetLastError(fault->win32), FALSE;
   if (!messages::Post(window, message, wParam, lParam))
     return SetLastError(ERROR_INVALID_WINDOW_HANDLE), FALSE;
   return TRUE;
+}
+
+BOOL WINAPI PostThreadMessageW(DWORD thread, UINT message, WPARAM wParam, LPARAM lParam) {
+  VWIN_CALL(PostThreadMessageW);
+  if (fault) return SetLastError(fault->win32), FALSE;
+  if (!messages::PostToThread(thread, message, wParam, lParam))
+    return SetLastError(ERROR_INVALID_THREAD_ID), FALSE;
+  return TRUE;
+}
+
+void WINAPI PostQuitMessage(int exitCode) {
+  VWIN_CALL_INFALLIBLE(PostQuitMessage);
+  messages::PostQuit(static_cast<WPARAM>(exitCode));
 }
 
 LRESULT WINAPI DefWindowProcW(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {

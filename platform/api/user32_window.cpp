@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/api/user32.h"
 #include "platform/model/Desktop.h"
 #include "platform/model/Faults.h"
 #include "platform/model/Rects.h"
@@ -14,23 +15,22 @@ using namespace vwin;
 
 namespace {
 
-// Sets the error for a stale handle.
-std::shared_ptr<Window> find(Lock& lock, HWND handle) {
-  auto window = desktop::FindWindow(lock, handle);
-  if (!window) SetLastError(ERROR_INVALID_WINDOW_HANDLE);
-  return window;
-}
-
 bool hasStyle(HWND handle, DWORD bit) {
   Lock lock;
-  const auto window = find(lock, handle);
+  const auto window = FindOrSetError(lock, handle);
   return window && (window->style & bit) != 0;
 }
 
-// Cuts the text to what fits with its end. Returns the length without the end.
+// Both forms of a function that tells a text of a window: cuts it to what fits with
+// its end, and returns the length without the end.
 template <typename Char>
-int copyText(const std::basic_string<Char>& text, Char* to, int size) {
-  if (!to || size <= 0) return 0;
+int giveText(const std::optional<Fault>& fault, HWND handle, std::wstring Window::*member, Char* to,
+             int size) {
+  if (fault) return SetLastError(fault->win32), 0;
+  Lock lock;
+  const auto window = FindOrSetError(lock, handle);
+  if (!window || !to || size <= 0) return 0;
+  const auto& text = FromWide<Char>((*window).*member);
   const std::size_t length = std::min(text.size(), static_cast<std::size_t>(size) - 1);
   *std::copy_n(text.begin(), length, to) = Char{};
   return static_cast<int>(length);
@@ -55,25 +55,32 @@ void collectBelow(const Window& parent, std::vector<HWND>& found) {
   }
 }
 
-HWND findSibling(Lock& lock, HWND parentHandle, HWND after, const std::wstring* className,
-                 const std::wstring* title) {
-  const auto parent = parentHandle ? find(lock, parentHandle) : desktop::Get(lock).root;
+// Both forms of the search among the children of a window. Null names fit all.
+template <typename Char>
+HWND findSibling(const std::optional<Fault>& fault, HWND parentHandle, HWND after,
+                 const Char* className, const Char* title) {
+  if (fault) return SetLastError(fault->win32), nullptr;
+  const auto wide = [](const Char* text) {
+    return text ? std::optional(ToWide(text)) : std::nullopt;
+  };
+  const auto wantedClass = wide(className);
+  const auto wantedTitle = wide(title);
+  Lock lock;
+  const auto parent = parentHandle ? FindOrSetError(lock, parentHandle) : desktop::Get(lock).root;
   if (!parent) return nullptr;
   auto next = parent->children.begin();
   if (after) {
-    const auto previous = find(lock, after);
+    const auto previous = FindOrSetError(lock, after);
     if (!previous) return nullptr;
     next = std::find(parent->children.begin(), parent->children.end(), previous);
     if (next == parent->children.end()) return SetLastError(ERROR_INVALID_WINDOW_HANDLE), nullptr;
     ++next;
   }
-  for (; next != parent->children.end(); ++next) {
-    const Window& window = **next;
-    if (className && !desktop::SameName(window.className, *className)) continue;
-    if (title && !desktop::SameName(window.title, *title)) continue;
-    return window.handle;
-  }
-  return nullptr;
+  const auto found = std::find_if(next, parent->children.end(), [&](const auto& window) {
+    return (!wantedClass || desktop::SameName(window->className, *wantedClass)) &&
+           (!wantedTitle || desktop::SameName(window->title, *wantedTitle));
+  });
+  return found == parent->children.end() ? nullptr : (*found)->handle;
 }
 
 }  // namespace
@@ -81,13 +88,13 @@ HWND findSibling(Lock& lock, HWND parentHandle, HWND after, const std::wstring* 
 BOOL WINAPI IsWindow(HWND handle) {
   VWIN_CALL_INFALLIBLE(IsWindow);
   Lock lock;
-  return find(lock, handle) != nullptr;
+  return FindOrSetError(lock, handle) != nullptr;
 }
 
 BOOL WINAPI IsWindowVisible(HWND handle) {
   VWIN_CALL_INFALLIBLE(IsWindowVisible);
   Lock lock;
-  const auto window = find(lock, handle);
+  const auto window = FindOrSetError(lock, handle);
   return window && window->isVisible();
 }
 
@@ -105,7 +112,7 @@ BOOL WINAPI GetWindowRect(HWND handle, LPRECT rect) {
   VWIN_CALL(GetWindowRect);
   if (fault) return SetLastError(fault->win32), FALSE;
   Lock lock;
-  const auto window = find(lock, handle);
+  const auto window = FindOrSetError(lock, handle);
   if (!window) return FALSE;
   *rect = window->rect;
   return TRUE;
@@ -115,7 +122,7 @@ BOOL WINAPI GetClientRect(HWND handle, LPRECT rect) {
   VWIN_CALL(GetClientRect);
   if (fault) return SetLastError(fault->win32), FALSE;
   Lock lock;
-  const auto window = find(lock, handle);
+  const auto window = FindOrSetError(lock, handle);
   if (!window) return FALSE;
   *rect = window->isMinimised() ? RECT{} : window->wholeClient();
   return TRUE;
@@ -127,7 +134,7 @@ BOOL WINAPI GetWindowPlacement(HWND handle, WINDOWPLACEMENT* placement) {
   if (!placement || placement->length != sizeof(WINDOWPLACEMENT))
     return SetLastError(ERROR_INVALID_PARAMETER), FALSE;
   Lock lock;
-  const auto window = find(lock, handle);
+  const auto window = FindOrSetError(lock, handle);
   if (!window) return FALSE;
   placement->flags = 0;
   placement->showCmd = window->isMinimised()   ? SW_SHOWMINIMIZED
@@ -141,41 +148,29 @@ BOOL WINAPI GetWindowPlacement(HWND handle, WINDOWPLACEMENT* placement) {
 
 int WINAPI GetClassNameW(HWND handle, LPWSTR text, int size) {
   VWIN_CALL(GetClassNameW);
-  if (fault) return SetLastError(fault->win32), 0;
-  Lock lock;
-  const auto window = find(lock, handle);
-  return window ? copyText(window->className, text, size) : 0;
+  return giveText(fault, handle, &Window::className, text, size);
 }
 
 int WINAPI GetClassNameA(HWND handle, LPSTR text, int size) {
   VWIN_CALL(GetClassNameA);
-  if (fault) return SetLastError(fault->win32), 0;
-  Lock lock;
-  const auto window = find(lock, handle);
-  return window ? copyText(ToNarrow(window->className), text, size) : 0;
+  return giveText(fault, handle, &Window::className, text, size);
 }
 
 int WINAPI GetWindowTextW(HWND handle, LPWSTR text, int size) {
   VWIN_CALL(GetWindowTextW);
-  if (fault) return SetLastError(fault->win32), 0;
-  Lock lock;
-  const auto window = find(lock, handle);
-  return window ? copyText(window->title, text, size) : 0;
+  return giveText(fault, handle, &Window::title, text, size);
 }
 
 int WINAPI GetWindowTextA(HWND handle, LPSTR text, int size) {
   VWIN_CALL(GetWindowTextA);
-  if (fault) return SetLastError(fault->win32), 0;
-  Lock lock;
-  const auto window = find(lock, handle);
-  return window ? copyText(ToNarrow(window->title), text, size) : 0;
+  return giveText(fault, handle, &Window::title, text, size);
 }
 
 HWND WINAPI GetWindow(HWND handle, UINT command) {
   VWIN_CALL(GetWindow);
   if (fault) return SetLastError(fault->win32), nullptr;
   Lock lock;
-  const auto window = find(lock, handle);
+  const auto window = FindOrSetError(lock, handle);
   if (!window) return nullptr;
   if (command != GW_OWNER) return SetLastError(ERROR_INVALID_PARAMETER), nullptr;
   return window->owner ? window->owner->handle : nullptr;
@@ -185,7 +180,7 @@ HWND WINAPI GetParent(HWND handle) {
   VWIN_CALL(GetParent);
   if (fault) return SetLastError(fault->win32), nullptr;
   Lock lock;
-  const auto window = find(lock, handle);
+  const auto window = FindOrSetError(lock, handle);
   if (!window) return nullptr;
   if (window->isChild()) return window->parent->handle;
   return (window->style & WS_POPUP) && window->owner ? window->owner->handle : nullptr;
@@ -195,7 +190,7 @@ DWORD WINAPI GetWindowThreadProcessId(HWND handle, LPDWORD processId) {
   VWIN_CALL(GetWindowThreadProcessId);
   if (fault) return SetLastError(fault->win32), 0;
   Lock lock;
-  const auto window = find(lock, handle);
+  const auto window = FindOrSetError(lock, handle);
   if (!window) return 0;
   if (processId) *processId = window->processId;
   return window->threadId;
@@ -205,13 +200,15 @@ LONG_PTR WINAPI GetWindowLongPtrW(HWND handle, int index) {
   VWIN_CALL(GetWindowLongPtrW);
   if (fault) return SetLastError(fault->win32), 0;
   Lock lock;
-  const auto window = find(lock, handle);
+  const auto window = FindOrSetError(lock, handle);
   if (!window) return 0;
   switch (index) {
     case GWL_STYLE:
       return window->style;
     case GWL_EXSTYLE:
       return window->exStyle;
+    case GWLP_HWNDPARENT:
+      return reinterpret_cast<LONG_PTR>(desktop::ParentOrOwner(*window));
     case GWLP_USERDATA:
       return window->userData;
     default:
@@ -242,7 +239,7 @@ BOOL WINAPI EnumChildWindows(HWND parent, WNDENUMPROC callback, LPARAM data) {
   std::vector<HWND> windows;
   {
     Lock lock;
-    const auto window = parent ? find(lock, parent) : desktop::Get(lock).root;
+    const auto window = parent ? FindOrSetError(lock, parent) : desktop::Get(lock).root;
     if (!window) return FALSE;
     collectBelow(*window, windows);
   }
@@ -251,22 +248,12 @@ BOOL WINAPI EnumChildWindows(HWND parent, WNDENUMPROC callback, LPARAM data) {
 
 HWND WINAPI FindWindowExW(HWND parent, HWND after, LPCWSTR className, LPCWSTR title) {
   VWIN_CALL(FindWindowExW);
-  if (fault) return SetLastError(fault->win32), nullptr;
-  const std::wstring wantedClass = className ? className : L"";
-  const std::wstring wantedTitle = title ? title : L"";
-  Lock lock;
-  return findSibling(lock, parent, after, className ? &wantedClass : nullptr,
-                     title ? &wantedTitle : nullptr);
+  return findSibling(fault, parent, after, className, title);
 }
 
 HWND WINAPI FindWindowExA(HWND parent, HWND after, LPCSTR className, LPCSTR title) {
   VWIN_CALL(FindWindowExA);
-  if (fault) return SetLastError(fault->win32), nullptr;
-  const std::wstring wantedClass = className ? FromNarrow(className) : L"";
-  const std::wstring wantedTitle = title ? FromNarrow(title) : L"";
-  Lock lock;
-  return findSibling(lock, parent, after, className ? &wantedClass : nullptr,
-                     title ? &wantedTitle : nullptr);
+  return findSibling(fault, parent, after, className, title);
 }
 
 HWND WINAPI WindowFromPoint(POINT point) {

@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "platform/api/user32.h"
 #include "platform/model/Desktop.h"
 #include "platform/model/Faults.h"
 #include "platform/model/OwnWindows.h"
@@ -12,10 +13,16 @@ using namespace vwin;
 
 namespace {
 
-std::shared_ptr<Window> find(Lock& lock, HWND handle) {
-  auto window = desktop::FindWindow(lock, handle);
-  if (!window) SetLastError(ERROR_INVALID_WINDOW_HANDLE);
-  return window;
+// The part of SetWindowPos that MoveWindow does as well.
+void change(Lock& lock, Window& window, int x, int y, int width, int height, UINT flags) {
+  RECT rect = window.isMinimised() ? window.normalRect : window.rect;
+  if (!(flags & SWP_NOSIZE)) rect = SizedRect(rect.left, rect.top, width, height);
+  if (!(flags & SWP_NOMOVE)) {
+    const RECT origin = window.isChild() ? window.parent->clientRect() : RECT{};
+    rect = SizedRect(std::int64_t{origin.left} + x, std::int64_t{origin.top} + y, WidthOf(rect),
+                     HeightOf(rect));
+  }
+  if (!(flags & SWP_NOSIZE) || !(flags & SWP_NOMOVE)) desktop::SetRect(lock, window, rect);
 }
 
 }  // namespace
@@ -42,7 +49,7 @@ HWND WINAPI CreateWindowExW(DWORD exStyle, LPCWSTR className, LPCWSTR title, DWO
     Lock lock;
     request.windowClass = className ? desktop::FindClass(lock, className) : nullptr;
     if (!request.windowClass) return SetLastError(ERROR_CANNOT_FIND_WND_CLASS), nullptr;
-    const auto above = parent ? find(lock, parent) : nullptr;
+    const auto above = parent ? FindOrSetError(lock, parent) : nullptr;
     if (parent && !above) return nullptr;
     const bool child = (style & WS_CHILD) != 0;
     if (child && !above) return SetLastError(ERROR_INVALID_WINDOW_HANDLE), nullptr;
@@ -65,7 +72,7 @@ BOOL WINAPI DestroyWindow(HWND handle) {
   VWIN_CALL_INFALLIBLE(DestroyWindow);
   {
     Lock lock;
-    if (!find(lock, handle)) return FALSE;
+    if (!FindOrSetError(lock, handle)) return FALSE;
   }
   if (!own_windows::Destroy(handle)) return SetLastError(ERROR_ACCESS_DENIED), FALSE;
   return TRUE;
@@ -74,7 +81,7 @@ BOOL WINAPI DestroyWindow(HWND handle) {
 BOOL WINAPI ShowWindow(HWND handle, int command) {
   VWIN_CALL_INFALLIBLE(ShowWindow);
   Lock lock;
-  const auto window = find(lock, handle);
+  const auto window = FindOrSetError(lock, handle);
   if (!window) return FALSE;
   const bool wasVisible = (window->style & WS_VISIBLE) != 0;
   bool activates = false;
@@ -116,20 +123,34 @@ BOOL WINAPI SetWindowPos(HWND handle, HWND after, int x, int y, int width, int h
   VWIN_CALL(SetWindowPos);
   if (fault) return SetLastError(fault->win32), FALSE;
   Lock lock;
-  const auto window = find(lock, handle);
+  const auto window = FindOrSetError(lock, handle);
   if (!window) return FALSE;
   if (!(flags & SWP_NOZORDER) && !desktop::Place(lock, *window, after))
     return SetLastError(ERROR_INVALID_WINDOW_HANDLE), FALSE;
-  RECT rect = window->isMinimised() ? window->normalRect : window->rect;
-  if (!(flags & SWP_NOSIZE)) rect = SizedRect(rect.left, rect.top, width, height);
-  if (!(flags & SWP_NOMOVE)) {
-    const RECT origin = window->isChild() ? window->parent->clientRect() : RECT{};
-    rect = SizedRect(std::int64_t{origin.left} + x, std::int64_t{origin.top} + y, WidthOf(rect),
-                     HeightOf(rect));
-  }
-  if (!(flags & SWP_NOSIZE) || !(flags & SWP_NOMOVE)) desktop::SetRect(lock, *window, rect);
+  change(lock, *window, x, y, width, height, flags);
   if (flags & SWP_SHOWWINDOW) desktop::SetVisible(lock, *window, true);
   if (flags & SWP_HIDEWINDOW) desktop::SetVisible(lock, *window, false);
+  return TRUE;
+}
+
+BOOL WINAPI MoveWindow(HWND handle, int x, int y, int width, int height, BOOL) {
+  VWIN_CALL(MoveWindow);
+  if (fault) return SetLastError(fault->win32), FALSE;
+  Lock lock;
+  const auto window = FindOrSetError(lock, handle);
+  if (!window) return FALSE;
+  change(lock, *window, x, y, width, height, 0);
+  return TRUE;
+}
+
+BOOL WINAPI CloseWindow(HWND handle) {
+  VWIN_CALL(CloseWindow);
+  if (fault) return SetLastError(fault->win32), FALSE;
+  Lock lock;
+  const auto window = FindOrSetError(lock, handle);
+  if (!window) return FALSE;
+  desktop::Minimise(lock, *window);
+  desktop::SetVisible(lock, *window, true);
   return TRUE;
 }
 
@@ -137,7 +158,7 @@ LONG_PTR WINAPI SetWindowLongPtrW(HWND handle, int index, LONG_PTR value) {
   VWIN_CALL(SetWindowLongPtrW);
   if (fault) return SetLastError(fault->win32), 0;
   Lock lock;
-  const auto window = find(lock, handle);
+  const auto window = FindOrSetError(lock, handle);
   if (!window) return 0;
   LONG_PTR previous = 0;
   switch (index) {
@@ -150,6 +171,15 @@ LONG_PTR WINAPI SetWindowLongPtrW(HWND handle, int index, LONG_PTR value) {
       previous = window->exStyle;
       desktop::SetExStyle(lock, *window, static_cast<DWORD>(value));
       return previous;
+    case GWLP_HWNDPARENT: {
+      const auto owner = reinterpret_cast<HWND>(value);
+      const auto found = owner ? FindOrSetError(lock, owner) : nullptr;
+      if (owner && !found) return 0;
+      previous = reinterpret_cast<LONG_PTR>(desktop::ParentOrOwner(*window));
+      if (!desktop::SetOwner(lock, *window, own_windows::TopLevelOf(found.get())))
+        return SetLastError(ERROR_INVALID_PARAMETER), 0;
+      return previous;
+    }
     case GWLP_USERDATA:
       // Another process's window keeps its user data to itself.
       if (!window->windowClass) return SetLastError(ERROR_ACCESS_DENIED), 0;
@@ -165,7 +195,7 @@ BOOL WINAPI SetLayeredWindowAttributes(HWND handle, COLORREF key, BYTE alpha, DW
   VWIN_CALL(SetLayeredWindowAttributes);
   if (fault) return SetLastError(fault->win32), FALSE;
   Lock lock;
-  const auto window = find(lock, handle);
+  const auto window = FindOrSetError(lock, handle);
   if (!window) return FALSE;
   if (!window->isLayered() || (flags & ~DWORD{LWA_COLORKEY | LWA_ALPHA}))
     return SetLastError(ERROR_INVALID_PARAMETER), FALSE;
@@ -174,18 +204,4 @@ BOOL WINAPI SetLayeredWindowAttributes(HWND handle, COLORREF key, BYTE alpha, DW
   if (flags & LWA_ALPHA) attributes.alpha = alpha;
   desktop::SetLayered(lock, *window, attributes);
   return TRUE;
-}
-
-HWND WINAPI SetFocus(HWND handle) {
-  VWIN_CALL(SetFocus);
-  if (fault) return SetLastError(fault->win32), nullptr;
-  Lock lock;
-  const auto window = handle ? find(lock, handle) : nullptr;
-  if (handle && !window) return nullptr;
-  if (window && window->threadId != scheduler::CurrentThreadId())
-    return SetLastError(ERROR_ACCESS_DENIED), nullptr;
-  Desktop& desktop = desktop::Get(lock);
-  const HWND previous = desktop.focus;
-  desktop.focus = handle;
-  return previous;
 }

@@ -7,6 +7,7 @@
 
 #include "platform/model/Compositor.h"
 #include "platform/model/Desktop.h"
+#include "platform/model/OwnWindows.h"
 #include "platform/model/Rects.h"
 
 namespace vwin::control {
@@ -86,19 +87,11 @@ void place(HWND handle, HWND where) {
   desktop::Place(lock, windowOf(lock, handle), where);
 }
 
-void closeTree(Lock& lock, Window& window, std::vector<std::shared_ptr<Window>>& gone) {
-  if (window.windowClass) throw std::invalid_argument("the library closes its own windows");
-  for (const HWND handle : desktop::DependentsOf(lock, window)) {
-    const auto dependent = desktop::FindWindow(lock, handle);
-    if (!dependent) continue;
-    if (dependent->windowClass && dependent->isChild())
-      throw std::invalid_argument("the library has a window within it");
-    if (dependent->windowClass)
-      dependent->owner = nullptr;
-    else
-      closeTree(lock, *dependent, gone);
-  }
-  gone.push_back(desktop::Leave(lock, window));
+bool holdsLibraryWindow(const Window& window) {
+  const auto& children = window.children;
+  return std::any_of(children.begin(), children.end(), [](const auto& child) {
+    return child->windowClass || holdsLibraryWindow(*child);
+  });
 }
 
 }  // namespace
@@ -219,7 +212,10 @@ HWND OpenWindow(const WindowSpec& wanted) {
 void Close(HWND handle) {
   std::vector<std::shared_ptr<Window>> gone;  // freed after the lock is
   Lock lock;
-  closeTree(lock, windowOf(lock, handle), gone);
+  Window& window = windowOf(lock, handle);
+  if (window.windowClass) throw std::invalid_argument("the library closes its own windows");
+  if (holdsLibraryWindow(window)) throw std::invalid_argument("the library has a window within it");
+  own_windows::Remove(lock, window, gone);
 }
 
 void MoveTo(HWND handle, int x, int y) {
@@ -275,6 +271,20 @@ void ToBottom(HWND handle) {
 
 void SetTopmost(HWND handle, bool topmost) {
   place(handle, topmost ? HWND_TOPMOST : HWND_NOTOPMOST);
+}
+
+void SetOwner(HWND handle, HWND owner) {
+  Lock lock;
+  Window& window = windowOf(lock, handle);
+  if (!desktop::SetOwner(lock, window, owner ? &windowOf(lock, owner) : nullptr))
+    throw std::invalid_argument("it can't have this owner");
+}
+
+void SetForeground(HWND handle) {
+  Lock lock;
+  if (handle) desktop::Place(lock, windowOf(lock, handle), HWND_TOP);
+  desktop::Get(lock).foreground = handle;
+  scheduler::Changed();
 }
 
 void SetTitle(HWND handle, const std::wstring& title) {
@@ -378,7 +388,7 @@ std::vector<WindowState> LibraryWindows(const std::wstring& className) {
     found.push_back({window->handle, window->className, window->title, window->rect,
                      window->isVisible(), window->style, window->exStyle, position,
                      layered.key ? std::optional(ToColor(*layered.key)) : std::nullopt,
-                     layered.alpha, window->paintCount});
+                     layered.alpha, window->paintCount, desktop::ParentOrOwner(*window)});
   }
   return found;
 }

@@ -102,7 +102,9 @@ struct WindowSpec {
 
 // Opens on top of the windows of its kind (topmost or not).
 HWND OpenWindow(const WindowSpec& wanted);
-// Closes any window but the library's own, with its children and owned windows.
+// Closes any window but the library's own, with its children and owned windows. Those
+// of the library are destroyed by their own threads, when these next look at their
+// messages.
 void Close(HWND window);
 
 void MoveTo(HWND window, int x, int y);
@@ -116,6 +118,11 @@ void Hide(HWND window);
 void ToTop(HWND window);     // within its kind
 void ToBottom(HWND window);  // within its kind
 void SetTopmost(HWND window, bool topmost);
+void SetOwner(HWND window, HWND owner);  // null: none; its place in the order stays
+// Puts the window on top and gives it to the user; null: no window has the foreground.
+// Until then, and when that window can't be seen any more, it is the topmost one that
+// a user could work with.
+void SetForeground(HWND window);
 void SetTitle(HWND window, const std::wstring& title);
 // The bits for visible, minimised, maximised and child stay as they are.
 void SetStyle(HWND window, DWORD style);
@@ -162,6 +169,7 @@ struct WindowState {
   std::optional<COLORREF> colorKey;  // of SetLayeredWindowAttributes
   std::optional<std::uint8_t> alpha;
   std::uint64_t paintCount;  // BeginPaint calls so far
+  HWND owner;
 };
 
 // The own process's top-level windows, topmost first; optionally of one class.

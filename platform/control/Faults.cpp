@@ -1,5 +1,7 @@
 #include "platform/control/Faults.h"
 
+#include <utility>
+
 namespace vwin::control {
 
 std::uint64_t Count(const std::string& function) { return faults::Count(function); }
@@ -11,6 +13,10 @@ void FailNth(const std::string& function, std::uint64_t n, Fault fault, Repeat r
 void FailNthOfAll(std::uint64_t n, Fault fault) { faults::FailNthOfAll(n, fault); }
 std::optional<std::string> InjectedInto() { return faults::InjectedInto(); }
 void ClearFaults() { faults::Clear(); }
+
+void AtNth(const std::string& function, std::uint64_t n, std::function<void()> action) {
+  faults::AtNth(function, n, std::move(action));
+}
 
 void LogCalls(bool on) { faults::LogCalls(on); }
 std::vector<LoggedCall> LoggedCalls() { return faults::LoggedCalls(); }

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -31,7 +32,13 @@ void FailNth(const std::string& function, std::uint64_t n, Fault fault = kOutOfM
 void FailNthOfAll(std::uint64_t n, Fault fault = kOutOfMemory);
 // The function whose call was made to fail since ClearFaults; nothing when none was.
 std::optional<std::string> InjectedInto();
+// Forgets all plans, those of AtNth too.
 void ClearFaults();
+
+// Runs `action` at the start of the n-th call (from 1) from now on, once, on the
+// thread that calls and without a lock: for what happens in the middle of a tick.
+// It may use every control but those that move time.
+void AtNth(const std::string& function, std::uint64_t n, std::function<void()> action);
 
 // Switching the log on or off empties it. Calls are in the order in which they began.
 void LogCalls(bool on);

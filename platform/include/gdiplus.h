@@ -1,7 +1,7 @@
 // GDI+, the flat interface. On Windows this header wants <objidl.h> included first.
 #pragma once
 
-#include "windows.h"
+#include "objidl.h"
 
 namespace Gdiplus {
 
@@ -11,7 +11,9 @@ enum Status {
   InvalidParameter = 2,
   OutOfMemory = 3,
   Win32Error = 7,
-  UnsupportedGdiplusVersion = 17
+  UnknownImageFormat = 13,
+  UnsupportedGdiplusVersion = 17,
+  GdiplusNotInitialized = 18
 };
 typedef Status GpStatus;
 
@@ -39,7 +41,50 @@ struct GdiplusStartupOutput {
   NotificationUnhookProc NotificationUnhook = nullptr;
 };
 
+class GpImage {};
+class GpBitmap : public GpImage {};
+
+typedef INT PixelFormat;
+#define PixelFormat32bppRGB ((INT)0x22009)
+#define PixelFormat32bppARGB ((INT)0x26200A)
+
+// The texts and patterns lie in the block that GdipGetImageEncoders fills.
+typedef struct ImageCodecInfo {
+  CLSID Clsid;
+  GUID FormatID;
+  const WCHAR* CodecName;
+  const WCHAR* DllName;
+  const WCHAR* FormatDescription;
+  const WCHAR* FilenameExtension;
+  const WCHAR* MimeType;
+  DWORD Flags;
+  DWORD Version;
+  DWORD SigCount;
+  DWORD SigSize;
+  const BYTE* SigPattern;
+  const BYTE* SigMask;
+} ImageCodecInfo;
+
+struct EncoderParameters;
+
 extern "C" GpStatus WINAPI GdiplusStartup(ULONG_PTR* token, const GdiplusStartupInput* input,
                                           GdiplusStartupOutput* output);
+
+namespace DllExports {
+extern "C" {
+
+// With a null `pixels` the bitmap has its own, otherwise it borrows them, rows `stride`
+// bytes apart.
+GpStatus WINAPI GdipCreateBitmapFromScan0(INT width, INT height, INT stride, PixelFormat format,
+                                          BYTE* pixels, GpBitmap** bitmap);
+GpStatus WINAPI GdipDisposeImage(GpImage* image);
+GpStatus WINAPI GdipSaveImageToStream(GpImage* image, IStream* stream, const CLSID* encoder,
+                                      const EncoderParameters* parameters);
+// `size` is the bytes that GdipGetImageEncoders writes, more than `count` records.
+GpStatus WINAPI GdipGetImageEncodersSize(UINT* count, UINT* size);
+GpStatus WINAPI GdipGetImageEncoders(UINT count, UINT size, ImageCodecInfo* encoders);
+
+}  // extern "C"
+}  // namespace DllExports
 
 }  // namespace Gdiplus

@@ -1,4 +1,4 @@
-// kernel32: modules, events, threads, locks, clocks, processes, versions, text.
+// kernel32: modules, events, threads, locks, clocks, processes, memory, versions, text.
 // Included by windows.h.
 #pragma once
 
@@ -20,6 +20,9 @@ HMODULE WINAPI GetModuleHandleA(LPCSTR name);
 BOOL WINAPI GetModuleHandleExW(DWORD flags, LPCWSTR nameOrAddress, HMODULE* module);
 HMODULE WINAPI LoadLibraryA(LPCSTR name);
 BOOL WINAPI FreeLibrary(HMODULE module);
+// For threads of _beginthreadex only: what the thread's function has on its stack is
+// destroyed, as it is not on Windows.
+[[noreturn]] void WINAPI FreeLibraryAndExitThread(HMODULE module, DWORD exitCode);
 FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name);
 
 }  // extern "C"
@@ -85,7 +88,19 @@ extern "C" {
 
 HANDLE WINAPI OpenProcess(DWORD access, BOOL inherit, DWORD processId);
 // `size` is the buffer's in characters, and on return the path's without its NUL.
+BOOL WINAPI QueryFullProcessImageNameW(HANDLE process, DWORD flags, LPWSTR path, DWORD* size);
 BOOL WINAPI QueryFullProcessImageNameA(HANDLE process, DWORD flags, LPSTR path, DWORD* size);
+
+}  // extern "C"
+
+// ------------------------------------------------------------------ global memory
+
+extern "C" {
+
+SIZE_T WINAPI GlobalSize(HGLOBAL memory);
+LPVOID WINAPI GlobalLock(HGLOBAL memory);
+BOOL WINAPI GlobalUnlock(HGLOBAL memory);
+HGLOBAL WINAPI GlobalFree(HGLOBAL memory);
 
 }  // extern "C"
 

@@ -35,6 +35,7 @@ typedef unsigned long long UINT_PTR;
 typedef long long LONG_PTR;
 typedef unsigned long long ULONG_PTR;
 typedef ULONG_PTR DWORD_PTR;
+typedef DWORD_PTR* PDWORD_PTR;
 typedef ULONG_PTR SIZE_T;
 typedef wchar_t WCHAR;
 typedef WORD ATOM;
@@ -61,7 +62,10 @@ typedef LONG_PTR LRESULT;
 #define FALSE 0
 #define TRUE 1
 
+#define MAX_PATH 260
+
 typedef void* HANDLE;
+typedef HANDLE HGLOBAL;
 #define DECLARE_HANDLE(name) \
   struct name##__ {          \
     int unused;              \
@@ -111,6 +115,14 @@ typedef union _LARGE_INTEGER {
   } u;
   LONGLONG QuadPart;
 } LARGE_INTEGER;
+
+typedef union _ULARGE_INTEGER {
+  struct {
+    DWORD LowPart;
+    DWORD HighPart;
+  } u;
+  ULONGLONG QuadPart;
+} ULARGE_INTEGER;
 
 typedef struct _FILETIME {
   DWORD dwLowDateTime;

@@ -1,7 +1,8 @@
 // GDI: device contexts, bitmaps, brushes. Included by windows.h.
 //
-// Pixels of every bitmap are 32 bits, B G R X in memory, with X always 0. Only
-// SRCCOPY is known, and only uncompressed 32-bit pictures leave through GetDIBits.
+// Pixels of every bitmap are 32 bits, B G R X in memory. X is always 0 but in the
+// colours of an icon, where GetDIBits shows it. Only SRCCOPY is known, and only
+// uncompressed 32-bit pictures leave through GetDIBits.
 #pragma once
 
 #define RGB(r, g, b)                                                             \
@@ -45,6 +46,17 @@ typedef struct tagBITMAPINFO {
   RGBQUAD bmiColors[1];
 } BITMAPINFO, *PBITMAPINFO, *LPBITMAPINFO;
 
+typedef struct tagBITMAP {
+  LONG bmType;
+  LONG bmWidth;
+  LONG bmHeight;
+  LONG bmWidthBytes;
+  WORD bmPlanes;
+  WORD bmBitsPixel;
+  LPVOID bmBits;
+} BITMAP;
+
+static_assert(sizeof(BITMAP) == 32, "the platform's layout");
 static_assert(sizeof(BITMAPINFOHEADER) == 40, "the platform's layout");
 
 extern "C" {
@@ -55,6 +67,8 @@ HBITMAP WINAPI CreateCompatibleBitmap(HDC dc, int width, int height);
 HBRUSH WINAPI CreateSolidBrush(COLORREF color);
 HGDIOBJ WINAPI SelectObject(HDC dc, HGDIOBJ object);
 BOOL WINAPI DeleteObject(HGDIOBJ object);
+// Describes a bitmap, in a BITMAP; no other kind of object.
+int WINAPI GetObjectW(HGDIOBJ object, int size, LPVOID out);
 BOOL WINAPI BitBlt(HDC destination, int x, int y, int width, int height, HDC source, int sourceX,
                    int sourceY, DWORD rasterOperation);
 int WINAPI GetDIBits(HDC dc, HBITMAP bitmap, UINT firstLine, UINT lineCount, LPVOID bits,

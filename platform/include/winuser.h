@@ -1,4 +1,4 @@
-// Windows, messages, monitors, cursor. Included by windows.h.
+// Windows, messages, monitors, cursor, icons. Included by windows.h.
 //
 // Only the W and A names proper are declared; there are no macros that choose
 // between them.
@@ -37,8 +37,11 @@
 #define CS_VREDRAW 0x0001
 #define CS_HREDRAW 0x0002
 
+#define GCLP_HICON (-14)
+
 #define GWL_STYLE (-16)
 #define GWL_EXSTYLE (-20)
+#define GWLP_HWNDPARENT (-8)
 #define GWLP_USERDATA (-21)
 
 #define GW_OWNER 4
@@ -97,11 +100,20 @@
 #define WM_CLOSE 0x0010
 #define WM_QUIT 0x0012
 #define WM_ERASEBKGND 0x0014
+#define WM_GETICON 0x007F
 #define WM_NCCREATE 0x0081
 #define WM_NCDESTROY 0x0082
 #define WM_TIMER 0x0113
 #define WM_USER 0x0400
 #define WM_APP 0x8000
+
+#define ICON_SMALL 0
+#define ICON_BIG 1
+#define ICON_SMALL2 2
+
+#define SMTO_NORMAL 0x0000
+#define SMTO_BLOCK 0x0001
+#define SMTO_ABORTIFHUNG 0x0002
 
 #define USER_TIMER_MINIMUM 0x0000000A
 #define USER_TIMER_MAXIMUM 0x7FFFFFFF
@@ -126,6 +138,9 @@
 #define SM_CYVIRTUALSCREEN 79
 #define SM_CMONITORS 80
 #define SM_REMOTESESSION 0x1000
+
+#define MAKEINTRESOURCEW(i) ((LPWSTR)((ULONG_PTR)((WORD)(i))))
+#define IDI_APPLICATION MAKEINTRESOURCEW(32512)
 
 #define CURSOR_SHOWING 0x00000001
 
@@ -211,9 +226,17 @@ typedef struct tagCURSORINFO {
   POINT ptScreenPos;
 } CURSORINFO, *PCURSORINFO;
 
+typedef struct _ICONINFO {
+  BOOL fIcon;
+  DWORD xHotspot;
+  DWORD yHotspot;
+  HBITMAP hbmMask;
+  HBITMAP hbmColor;
+} ICONINFO, *PICONINFO;
+
 static_assert(sizeof(WNDCLASSEXW) == 80 && sizeof(WINDOWPLACEMENT) == 44 &&
                   sizeof(MONITORINFO) == 40 && sizeof(CURSORINFO) == 24 &&
-                  sizeof(PAINTSTRUCT) == 72 && sizeof(MSG) == 48,
+                  sizeof(PAINTSTRUCT) == 72 && sizeof(MSG) == 48 && sizeof(ICONINFO) == 32,
               "the platform's layout");
 
 // ----------------------------------------------------------------------- functions
@@ -255,13 +278,24 @@ HWND WINAPI CreateWindowExW(DWORD exStyle, LPCWSTR className, LPCWSTR title, DWO
 BOOL WINAPI DestroyWindow(HWND window);
 BOOL WINAPI ShowWindow(HWND window, int command);
 BOOL WINAPI SetWindowPos(HWND window, HWND after, int x, int y, int width, int height, UINT flags);
+BOOL WINAPI MoveWindow(HWND window, int x, int y, int width, int height, BOOL repaint);
+// Minimises.
+BOOL WINAPI CloseWindow(HWND window);
 BOOL WINAPI SetLayeredWindowAttributes(HWND window, COLORREF key, BYTE alpha, DWORD flags);
 HWND WINAPI SetFocus(HWND window);
+HWND WINAPI GetForegroundWindow();
+BOOL WINAPI BringWindowToTop(HWND window);
+BOOL WINAPI AttachThreadInput(DWORD thread, DWORD to, BOOL attach);
 
 BOOL WINAPI GetMessageW(LPMSG message, HWND window, UINT first, UINT last);
 BOOL WINAPI TranslateMessage(const MSG* message);
 LRESULT WINAPI DispatchMessageW(const MSG* message);
+// 0 without an answer within the time. `result` may be null.
+LRESULT WINAPI SendMessageTimeoutW(HWND window, UINT message, WPARAM wParam, LPARAM lParam,
+                                   UINT flags, UINT milliseconds, PDWORD_PTR result);
 BOOL WINAPI PostMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+BOOL WINAPI PostThreadMessageW(DWORD thread, UINT message, WPARAM wParam, LPARAM lParam);
+void WINAPI PostQuitMessage(int exitCode);
 LRESULT WINAPI DefWindowProcW(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 UINT_PTR WINAPI SetTimer(HWND window, UINT_PTR id, UINT milliseconds, TIMERPROC callback);
 BOOL WINAPI KillTimer(HWND window, UINT_PTR id);
@@ -277,6 +311,13 @@ BOOL WINAPI PrintWindow(HWND window, HDC dc, UINT flags);
 int WINAPI FillRect(HDC dc, const RECT* rect, HBRUSH brush);
 BOOL WINAPI GetCursorInfo(PCURSORINFO info);
 BOOL WINAPI DrawIcon(HDC dc, int x, int y, HICON icon);
+
+HICON WINAPI LoadIconW(HINSTANCE instance, LPCWSTR name);
+BOOL WINAPI DestroyIcon(HICON icon);
+// Both bitmaps are copies, the caller's. Without colours the mask is twice as high as
+// the icon: what it lets through, and below that what it turns over.
+BOOL WINAPI GetIconInfo(HICON icon, PICONINFO info);
+ULONG_PTR WINAPI GetClassLongPtrW(HWND window, int index);
 
 BOOL WINAPI PtInRect(const RECT* rect, POINT point);
 BOOL WINAPI IntersectRect(LPRECT result, const RECT* a, const RECT* b);

@@ -217,5 +217,42 @@ Window* WindowAt(Lock& lock, POINT point) {
   return onScreen ? desktop.root.get() : nullptr;
 }
 
+// ------------------------------------------------------------------- foreground
+
+namespace {
+
+bool canBeSeen(const Window& window) {
+  return window.isVisible() && !window.isMinimised() && !window.cloaked;
+}
+
+bool isWorkedWith(const Window& window) {
+  constexpr DWORD kAside = WS_EX_NOACTIVATE | WS_EX_TOOLWINDOW | WS_EX_TRANSPARENT;
+  return canBeSeen(window) && !(window.exStyle & kAside) && !(window.style & WS_DISABLED);
+}
+
+}  // namespace
+
+HWND Foreground(Lock& lock) {
+  const Desktop& desktop = Get(lock);
+  if (desktop.foreground) {
+    const auto chosen = FindWindow(lock, *desktop.foreground);
+    if (!*desktop.foreground || (chosen && canBeSeen(*chosen))) return *desktop.foreground;
+  }
+  const auto& windows = desktop.root->children;
+  const auto found = std::find_if(windows.begin(), windows.end(),
+                                  [](const auto& window) { return isWorkedWith(*window); });
+  return found == windows.end() ? nullptr : (*found)->handle;
+}
+
+bool MayChooseForeground(Lock& lock) {
+  const auto present = FindWindow(lock, Foreground(lock));
+  if (!present || present->windowClass) return true;
+  const auto& attached = Get(lock).attachedInputs;
+  const std::uint32_t self = scheduler::CurrentThreadId();
+  return std::any_of(attached.begin(), attached.end(), [&](const auto& pair) {
+    return pair == std::pair(self, present->threadId) || pair == std::pair(present->threadId, self);
+  });
+}
+
 }  // namespace desktop
 }  // namespace vwin

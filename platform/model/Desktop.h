@@ -1,17 +1,19 @@
 // The facts of the desktop: monitors, windows in z-order, window classes, cursor.
 //
 // Everything here is guarded by the machine's lock. Pointers to windows are good
-// for as long as the lock is held: a window lives until it is destroyed, and its
-// children and owned windows never outlive it.
+// for as long as the lock is held: a window lives until it is destroyed, its children
+// never outlive it, and what it owned has no owner afterwards.
 #pragma once
 
 #include <windows.h>
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/model/HandleTable.h"
@@ -49,6 +51,7 @@ struct WindowClass {
   UINT style = 0;
   WNDPROC procedure = nullptr;
   HBRUSH background = nullptr;
+  HICON icon = nullptr;
 };
 
 struct LayeredAttributes {
@@ -84,11 +87,18 @@ struct Window : Object {
   Surface surface;                      // as large as the window is when it is not minimised
   std::function<void(Surface&)> paint;  // draws another program's window anew
 
+  // Of another program's window: its icons by ICON_SMALL, ICON_BIG, ICON_SMALL2, its
+  // class's, and how long it takes to answer a message; nothing when it hangs.
+  std::array<HICON, 3> icons{};
+  HICON classIcon = nullptr;
+  std::optional<Micros> answersAfter = 0;
+
   RECT invalid{};  // bounds of what is to be painted, in client coordinates
   bool eraseInvalid = false;
   std::uint64_t redrawCount = 0;  // times that somebody asked for a redraw
   std::uint64_t paintCount = 0;   // BeginPaint calls
   bool beingDestroyed = false;
+  bool hiddenWithOwner = false;  // shown again when the owner is restored
 
   bool isMinimised() const { return (style & WS_MINIMIZE) != 0; }
   bool isMaximised() const { return (style & WS_MAXIMIZE) != 0; }
@@ -110,6 +120,9 @@ struct Desktop {
   std::vector<std::shared_ptr<const WindowClass>> classes;
   Cursor cursor;
   HWND focus = nullptr;
+  std::optional<HWND> foreground;  // what somebody chose, null being none
+  // Threads that share their input; one pair for each time.
+  std::vector<std::pair<std::uint32_t, std::uint32_t>> attachedInputs;
   std::uint32_t color = 0;  // of the empty desktop
 };
 
@@ -142,21 +155,28 @@ bool SameName(const std::wstring& a, const std::wstring& b);
 // Gives the window a handle and puts it on top of its kind. `call` is noted in the
 // ledger; null for another program's window. Parent and owner must be set.
 void Enter(Lock& lock, const std::shared_ptr<Window>& window, const char* call);
-// Takes the window away; its children and owned windows must be gone. Returns the
-// last reference, whose destructor may free much.
+// Takes the window away; its children must be gone, and what it owns has no owner from
+// now on. Returns the last reference, whose destructor may free much.
 std::shared_ptr<Window> Leave(Lock& lock, Window& window);
 // Direct children and, for a top-level window, the windows that it owns.
 std::vector<HWND> DependentsOf(Lock& lock, const Window& window);
 
+// Gives a top-level window another owner, null for none; its place in the order stays.
+// False for a child and for a window that `owner` depends on.
+bool SetOwner(Lock& lock, Window& window, Window* owner);
+// Handle of a child's parent or of a top-level window's owner, null without one.
+HWND ParentOrOwner(const Window& window);
+
 // Where to put a window among its siblings: HWND_TOP, HWND_BOTTOM, HWND_TOPMOST,
 // HWND_NOTOPMOST or a sibling to put it under. False when `after` is none of these.
-// Owned windows follow to the top.
+// Windows that it owns come along, and an owned window stays above its owner.
 bool Place(Lock& lock, Window& window, HWND after);
 // Moves and resizes, its children along. The client area gets invalid when it grows
 // and, for a class that redraws, whenever its size changes. A minimised window takes
 // the rectangle when it is restored.
 void SetRect(Lock& lock, Window& window, const RECT& rect);
 void SetVisible(Lock& lock, Window& window, bool visible);
+// Hides the windows that it owns, until it is restored or maximised.
 void Minimise(Lock& lock, Window& window);
 void Maximise(Lock& lock, Window& window);
 void Restore(Lock& lock, Window& window);
@@ -168,6 +188,15 @@ void Invalidate(Lock& lock, Window& window, const RECT* rect, bool erase);
 std::uint32_t BackgroundOf(Lock& lock, const Window& window);
 // The window that a click at `point` would reach.
 Window* WindowAt(Lock& lock, POINT point);
+
+// ----------------------------------------------------------------- foreground
+
+// The window that was chosen, for as long as it can be seen; otherwise the topmost that
+// a user could work with. Null when there is none.
+HWND Foreground(Lock& lock);
+// Whether the system lets the calling thread choose: when its process has the
+// foreground, nobody has, or its input is attached to the foreground's thread.
+bool MayChooseForeground(Lock& lock);
 
 // --------------------------------------------------------------------- cursor
 

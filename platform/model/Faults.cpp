@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <mutex>
 #include <stdexcept>
+#include <utility>
 
 #include "platform/model/Scheduler.h"
 
@@ -18,12 +19,20 @@ struct Plan {
   std::optional<std::string> injectedInto = {};
 };
 
+// What a test does in the middle of somebody's work.
+struct Interruption {
+  std::string function;
+  std::uint64_t left;  // calls until it is due
+  std::function<void()> action;
+};
+
 // Guarded by its own mutex, so that a call is counted before the machine's lock is
 // taken.
 struct State {
   std::mutex mutex;
   std::vector<CallSite*> sites;
   std::vector<Plan> plans;
+  std::vector<Interruption> interruptions;
   bool logs = false;
   std::vector<faults::LoggedCall> log;
 };
@@ -37,7 +46,8 @@ State& TheState() {
 std::atomic<bool> watching{false};
 
 void UpdateWatching(const State& state) {
-  watching.store(state.logs || !state.plans.empty(), std::memory_order_release);
+  const bool any = state.logs || !state.plans.empty() || !state.interruptions.empty();
+  watching.store(any, std::memory_order_release);
 }
 
 std::optional<Fault> Meet(Plan& plan, const CallSite& site) {
@@ -47,6 +57,17 @@ std::optional<Fault> Meet(Plan& plan, const CallSite& site) {
   if (!due) return std::nullopt;
   plan.injectedInto = site.name();
   return plan.fault;
+}
+
+// Takes out what is due at this call.
+std::vector<std::function<void()>> takeDue(State& state, const CallSite& site) {
+  std::vector<std::function<void()>> due;
+  std::erase_if(state.interruptions, [&](Interruption& interruption) {
+    if (interruption.function != site.name() || --interruption.left > 0) return false;
+    due.push_back(std::move(interruption.action));
+    return true;
+  });
+  return due;
 }
 
 }  // namespace
@@ -59,7 +80,13 @@ std::optional<Fault> CallSite::Enter() {
   if (!watching.load(std::memory_order_acquire)) return std::nullopt;
 
   State& state = TheState();
-  std::scoped_lock lock(state.mutex);
+  std::unique_lock lock(state.mutex);
+  if (const auto due = takeDue(state, *this); !due.empty()) {
+    UpdateWatching(state);
+    lock.unlock();
+    for (const auto& action : due) action();
+    lock.lock();
+  }
   if (state.logs) state.log.push_back({m_name, scheduler::CurrentThreadId()});
   std::optional<Fault> result;
   if (m_canFail) {
@@ -112,7 +139,15 @@ std::optional<std::string> InjectedInto() {
 void Clear() {
   std::scoped_lock lock(TheState().mutex);
   TheState().plans.clear();
+  TheState().interruptions.clear();
   UpdateWatching(TheState());
+}
+
+void AtNth(const std::string& function, std::uint64_t n, std::function<void()> action) {
+  State& state = TheState();
+  std::scoped_lock lock(state.mutex);
+  state.interruptions.push_back({function, n, std::move(action)});
+  UpdateWatching(state);
 }
 
 void LogCalls(bool on) {

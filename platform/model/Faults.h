@@ -1,4 +1,4 @@
-// Counting and failing the calls of the stand-in's functions.
+// Counting, failing and interrupting the calls of the stand-in's functions.
 //
 // Every adapter function begins with
 //
@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -68,6 +69,7 @@ void FailNth(const std::string& function, std::uint64_t n, Fault fault, Repeat r
 void FailNthOfAll(std::uint64_t n, Fault fault);
 std::optional<std::string> InjectedInto();
 void Clear();
+void AtNth(const std::string& function, std::uint64_t n, std::function<void()> action);
 void LogCalls(bool on);
 std::vector<LoggedCall> LoggedCalls();
 

@@ -98,6 +98,22 @@ HBITMAP CreateBitmap(Lock& lock, int width, int height, bool monochrome) {
   return bitmap->handle;
 }
 
+HBITMAP AddIconBitmap(Lock& lock, int width, int height, const std::vector<std::uint32_t>& pixels,
+                      bool monochrome) {
+  auto bitmap = std::make_shared<Bitmap>();
+  bitmap->surface = Surface(width, height, 0);
+  std::copy(pixels.begin(), pixels.end(), bitmap->surface.MutableRow(0));
+  bitmap->surface.ClearTopBytes();
+  if (!monochrome) {
+    for (const std::uint32_t pixel : pixels)
+      bitmap->topBytes.push_back(static_cast<std::uint8_t>(pixel >> 24));
+  }
+  bitmap->monochrome = monochrome;
+  bitmap->handle =
+      static_cast<HBITMAP>(handles::Add(lock, HandleKind::kBitmap, bitmap, "GetIconInfo"));
+  return bitmap->handle;
+}
+
 HBRUSH CreateBrush(Lock& lock, std::uint32_t pixel) {
   auto brush = std::make_shared<Brush>();
   brush->pixel = pixel;
@@ -205,8 +221,9 @@ bool DrawWholeWindow(Lock& lock, const DeviceContext& dc, const Window& window) 
   return true;
 }
 
-int ReadLines(const Surface& surface, UINT first, UINT count, int width, int height, bool topDown,
+int ReadLines(const Bitmap& bitmap, UINT first, UINT count, int width, int height, bool topDown,
               std::uint32_t* bits) {
+  const Surface& surface = bitmap.surface;
   const int lines = static_cast<int>(std::min<std::int64_t>(
       {count, std::int64_t{surface.height()} - first, std::int64_t{height} - first}));
   if (lines <= 0) return 0;
@@ -221,6 +238,10 @@ int ReadLines(const Surface& surface, UINT first, UINT count, int width, int hei
       std::fill_n(to, columns, surface.color());
     else
       std::memcpy(to, surface.Row(row), static_cast<std::size_t>(columns) * sizeof(*to));
+    if (bitmap.topBytes.empty()) continue;
+    const std::uint8_t* top =
+        bitmap.topBytes.data() + static_cast<std::ptrdiff_t>(row) * surface.width();
+    for (int x = 0; x < columns; ++x) to[x] |= std::uint32_t{top[x]} << 24;
   }
   return lines;
 }

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "platform/model/Desktop.h"
 #include "platform/model/HandleTable.h"
@@ -22,6 +23,9 @@ struct Brush : Object {
 struct Bitmap : Object {
   HBITMAP handle = nullptr;
   Surface surface;
+  // Top bytes of an icon's colours, beside the surface, which has none; empty for
+  // any other bitmap. Nobody draws on a bitmap that has them.
+  std::vector<std::uint8_t> topBytes;
   bool monochrome = false;
   bool stock = false;          // the bitmap of a new memory DC: shared and never deleted
   HDC selectedInto = nullptr;  // not kept for the stock bitmap
@@ -53,6 +57,9 @@ HDC OpenDC(Lock& lock, Window* window, HWND gotFor, const char* call,
            std::optional<RECT> clip = std::nullopt);
 HDC OpenMemoryDC(Lock& lock);
 HBITMAP CreateBitmap(Lock& lock, int width, int height, bool monochrome);
+// A bitmap of GetIconInfo, with pixels of 0xAARRGGBB, rows top to bottom.
+HBITMAP AddIconBitmap(Lock& lock, int width, int height, const std::vector<std::uint32_t>& pixels,
+                      bool monochrome);
 HBRUSH CreateBrush(Lock& lock, std::uint32_t pixel);
 
 // Null when the bitmap is selected into another DC.
@@ -82,7 +89,7 @@ bool DrawCursor(Lock& lock, const DeviceContext& dc, int x, int y, const CursorS
 bool DrawWholeWindow(Lock& lock, const DeviceContext& dc, const Window& window);
 // Copies lines as GetDIBits counts them, into rows of `width` pixels. Returns how
 // many lines were written.
-int ReadLines(const Surface& surface, UINT first, UINT count, int width, int height, bool topDown,
+int ReadLines(const Bitmap& bitmap, UINT first, UINT count, int width, int height, bool topDown,
               std::uint32_t* bits);
 
 }  // namespace gdi

@@ -66,6 +66,12 @@ const char* LedgerKind(HandleKind kind) {
       return "brush";
     case HandleKind::kCursor:
       return "cursor";
+    case HandleKind::kIcon:
+      return "icon";
+    case HandleKind::kImage:
+      return "GDI+ image";
+    case HandleKind::kMemory:
+      return "global memory";
     case HandleKind::kEvent:
       return "event";
     case HandleKind::kThread:

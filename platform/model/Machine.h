@@ -66,6 +66,7 @@ struct Machine {
 
   std::uint32_t ownProcessId = 4000;
   std::map<std::uint32_t, Process> processes{{4000, {L"C:\\host\\host.exe"}}};
+  std::map<std::wstring, HICON> programIcons;  // by the path of the file
 
   std::map<RegistryPath, RegistryValues> registry{
       {{0x80000001, "software\\microsoft\\windows\\dwm"},

@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "platform/model/Ledger.h"
@@ -26,8 +27,11 @@ struct SentMessage {
   UINT message;
   WPARAM wParam;
   LPARAM lParam;
+  std::function<void()> work = {};  // instead of a message
   LRESULT result = 0;
-  bool answered = false;
+  enum class State { kOpen, kAnswered, kLost } state = State::kOpen;
+
+  bool isOpen() const { return state == State::kOpen; }
 };
 
 struct Queue {
@@ -35,12 +39,15 @@ struct Queue {
   std::deque<std::shared_ptr<SentMessage>> sent;
   std::vector<Timer> timers;
   UINT_PTR lastThreadTimer = 0;
+  std::optional<WPARAM> quit;  // exit code of PostQuitMessage
 };
 
-Queue& queueOf(Lock&, std::uint32_t threadId) {
+std::map<std::uint32_t, Queue>& queuesOfAll(Lock&) {
   static auto* const queues = new std::map<std::uint32_t, Queue>;
-  return (*queues)[threadId];
+  return *queues;
 }
+
+Queue& queueOf(Lock& lock, std::uint32_t threadId) { return queuesOfAll(lock)[threadId]; }
 
 std::uintptr_t ledgerKey(HWND window, UINT_PTR id) {
   return reinterpret_cast<std::uintptr_t>(window) * 31 + static_cast<std::uintptr_t>(id);
@@ -116,14 +123,92 @@ WNDPROC procedureOf(Lock& lock, HWND window) {
 void answerOne(Lock& lock, Queue& queue) {
   const std::shared_ptr<SentMessage> sent = queue.sent.front();
   queue.sent.pop_front();
-  if (const WNDPROC procedure = procedureOf(lock, sent->window)) {
+  auto state = SentMessage::State::kLost;
+  if (sent->work) {
+    lock.native().unlock();
+    sent->work();
+    lock.native().lock();
+  } else if (const WNDPROC procedure = procedureOf(lock, sent->window)) {
     lock.native().unlock();
     const LRESULT result = procedure(sent->window, sent->message, sent->wParam, sent->lParam);
     lock.native().lock();
     sent->result = result;
+    state = SentMessage::State::kAnswered;
   }
-  sent->answered = true;
+  sent->state = state;
   scheduler::Changed();
+}
+
+// Takes out what is there for certain windows, null being the thread itself.
+void drop(Lock& lock, Queue& queue, const std::function<bool(HWND)>& concerns) {
+  std::erase_if(queue.posted, [&](const MSG& message) { return concerns(message.hwnd); });
+  std::erase_if(queue.sent, [&](const auto& sent) {
+    if (!concerns(sent->window)) return false;
+    sent->state = SentMessage::State::kLost;
+    return true;
+  });
+  std::erase_if(queue.timers, [&](const Timer& timer) {
+    if (!concerns(timer.window)) return false;
+    ledger::Return(lock, "timer", ledgerKey(timer.window, timer.id));
+    return true;
+  });
+  scheduler::Changed();
+}
+
+// Waits until `done` or the deadline, which is false, and answers what is sent to the
+// calling thread meanwhile unless it is `blocked`.
+bool waitForAnswer(Lock& lock, const std::function<bool()>& done, std::optional<Micros> deadline,
+                   bool blocked) {
+  Queue& own = queueOf(lock, scheduler::CurrentThreadId());
+  while (!done()) {
+    const bool ready = scheduler::WaitUntil(
+        lock, "an answer to a sent message",
+        [&] { return done() || (!blocked && !own.sent.empty()); }, deadline);
+    if (!ready) return false;
+    // Two threads that send to each other answer while they wait.
+    if (!done()) answerOne(lock, own);
+  }
+  return true;
+}
+
+// To a window of this process. A receiver that is late doesn't get the message any more.
+Outcome sendToOwn(Lock& lock, const Window& window, const SentMessage& message,
+                  std::optional<Micros> deadline, bool blocked, LRESULT& result) {
+  if (window.threadId == scheduler::CurrentThreadId()) {
+    const WNDPROC procedure = window.windowClass->procedure;
+    lock.native().unlock();
+    result = procedure(message.window, message.message, message.wParam, message.lParam);
+    lock.native().lock();
+    return Outcome::kAnswered;
+  }
+  const auto sent = std::make_shared<SentMessage>(message);
+  queueOf(lock, window.threadId).sent.push_back(sent);
+  scheduler::Changed();
+  if (!waitForAnswer(
+          lock, [&] { return !sent->isOpen(); }, deadline, blocked)) {
+    std::erase(queueOf(lock, window.threadId).sent, sent);
+    return Outcome::kTimedOut;
+  }
+  if (sent->state == SentMessage::State::kLost) return Outcome::kNoWindow;
+  result = sent->result;
+  return Outcome::kAnswered;
+}
+
+// To a window of another program, which knows nothing but its icons.
+Outcome sendToOther(Lock& lock, const std::shared_ptr<const Window>& window,
+                    const SentMessage& message, Micros deadline, const Patience& patience,
+                    LRESULT& result) {
+  const std::optional<Micros> takes = window->answersAfter;
+  if (!takes && patience.abortIfHung) return Outcome::kTimedOut;
+  const Micros answer = takes ? scheduler::Now(lock) + *takes : deadline + 1;
+  const bool gone = waitForAnswer(
+      lock, [&] { return !desktop::FindWindow(lock, message.window); }, std::min(answer, deadline),
+      patience.blocked);
+  if (gone) return Outcome::kNoWindow;
+  if (answer > deadline) return Outcome::kTimedOut;
+  const bool asksForIcon = message.message == WM_GETICON && message.wParam < window->icons.size();
+  result = asksForIcon ? reinterpret_cast<LRESULT>(window->icons[message.wParam]) : 0;
+  return Outcome::kAnswered;
 }
 
 }  // namespace
@@ -146,6 +231,8 @@ MSG WaitForMessage(const Filter& filter) {
       queue.posted.erase(posted);
       return message;
     }
+    if (const auto code = std::exchange(queue.quit, std::nullopt))
+      return stamped(lock, nullptr, WM_QUIT, *code, 0);
     if (const Window* window = toPaint()) return stamped(lock, window->handle, WM_PAINT, 0, 0);
     if (const auto timer = takeTimer(lock, queue, filter)) return *timer;
 
@@ -177,29 +264,49 @@ bool Post(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
   return true;
 }
 
-LRESULT Send(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+bool PostToThread(std::uint32_t threadId, UINT message, WPARAM wParam, LPARAM lParam) {
   Lock lock;
-  const WNDPROC procedure = procedureOf(lock, window);
-  if (!procedure) return 0;
-  const std::uint32_t self = scheduler::CurrentThreadId();
-  const std::uint32_t receiver = desktop::FindWindow(lock, window)->threadId;
-  if (receiver == self) {
-    lock.native().unlock();
-    const LRESULT result = procedure(window, message, wParam, lParam);
-    lock.native().lock();
-    return result;
-  }
-  const auto sent = std::make_shared<SentMessage>(SentMessage{window, message, wParam, lParam});
-  queueOf(lock, receiver).sent.push_back(sent);
+  if (!HasQueue(lock, threadId)) return false;
+  queueOf(lock, threadId).posted.push_back(stamped(lock, nullptr, message, wParam, lParam));
   scheduler::Changed();
-  // Two threads that send to each other answer while they wait.
-  Queue& own = queueOf(lock, self);
-  while (!sent->answered) {
-    scheduler::WaitUntil(lock, "an answer to a sent message",
-                         [&] { return sent->answered || !own.sent.empty(); });
-    if (!sent->answered && !own.sent.empty()) answerOne(lock, own);
-  }
-  return sent->result;
+  return true;
+}
+
+void OpenQueue(Lock& lock) { queueOf(lock, scheduler::CurrentThreadId()); }
+
+bool HasQueue(Lock& lock, std::uint32_t threadId) { return queuesOfAll(lock).contains(threadId); }
+
+void PostQuit(WPARAM exitCode) {
+  Lock lock;
+  queueOf(lock, scheduler::CurrentThreadId()).quit = exitCode;
+}
+
+void RunLater(Lock& lock, const Window& window, std::function<void()> work) {
+  queueOf(lock, window.threadId)
+      .sent.push_back(std::make_shared<SentMessage>(
+          SentMessage{window.handle, WM_NULL, 0, 0, std::move(work)}));
+  scheduler::Changed();
+}
+
+LRESULT Send(HWND handle, UINT message, WPARAM wParam, LPARAM lParam) {
+  Lock lock;
+  const auto window = desktop::FindWindow(lock, handle);
+  LRESULT result = 0;
+  if (window && window->windowClass)
+    sendToOwn(lock, *window, {handle, message, wParam, lParam}, std::nullopt, false, result);
+  return result;
+}
+
+Outcome SendWithin(const Patience& patience, HWND handle, UINT message, WPARAM wParam,
+                   LPARAM lParam, LRESULT& result) {
+  Lock lock;
+  const auto window = desktop::FindWindow(lock, handle);
+  if (!window) return Outcome::kNoWindow;
+  const SentMessage sent{handle, message, wParam, lParam};
+  const std::uint32_t limit = patience.milliseconds == 0 ? INFINITE : patience.milliseconds;
+  const Micros deadline = scheduler::Now(lock) + Micros{limit} * 1000;
+  return window->windowClass ? sendToOwn(lock, *window, sent, deadline, patience.blocked, result)
+                             : sendToOther(lock, window, sent, deadline, patience, result);
 }
 
 void UpdateNow(HWND window) {
@@ -246,13 +353,12 @@ bool StopTimer(HWND window, UINT_PTR id) {
 }
 
 void Forget(Lock& lock, HWND window, std::uint32_t threadId) {
-  Queue& queue = queueOf(lock, threadId);
-  std::erase_if(queue.posted, [&](const MSG& message) { return message.hwnd == window; });
-  std::erase_if(queue.timers, [&](const Timer& timer) {
-    if (timer.window != window) return false;
-    ledger::Return(lock, "timer", ledgerKey(window, timer.id));
-    return true;
-  });
+  drop(lock, queueOf(lock, threadId), [&](HWND receiver) { return receiver == window; });
+}
+
+void ForgetThread(Lock& lock, std::uint32_t threadId) {
+  drop(lock, queueOf(lock, threadId), [](HWND) { return true; });
+  queuesOfAll(lock).erase(threadId);
 }
 
 }  // namespace vwin::messages

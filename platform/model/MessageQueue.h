@@ -8,6 +8,7 @@
 #include <windows.h>
 
 #include <cstdint>
+#include <functional>
 
 #include "platform/model/Desktop.h"
 #include "platform/model/Scheduler.h"
@@ -28,9 +29,33 @@ MSG WaitForMessage(const Filter& filter);
 // False for a stale window.
 bool Post(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
+// To the thread itself. False for one without a queue: it has made no window and asked
+// for no message yet, or has ended.
+bool PostToThread(std::uint32_t threadId, UINT message, WPARAM wParam, LPARAM lParam);
+// The calling thread has a queue from now on.
+void OpenQueue(Lock& lock);
+bool HasQueue(Lock& lock, std::uint32_t threadId);
+// WM_QUIT for the calling thread, after all that is posted.
+void PostQuit(WPARAM exitCode);
+
+// Runs `work` on the window's thread, without the lock, when that next looks at what
+// was sent to it. Never, when the window goes before.
+void RunLater(Lock& lock, const Window& window, std::function<void()> work);
+
 // Runs the window procedure on the window's thread and waits for its answer; 0 for
 // a window without one here.
 LRESULT Send(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+
+// As SendMessageTimeoutW: also to other programs' windows, and with a limit. `result`
+// is set when there was an answer.
+enum class Outcome { kAnswered, kTimedOut, kNoWindow };
+struct Patience {
+  std::uint32_t milliseconds = 0;  // 0 is no limit
+  bool blocked = false;            // messages that are sent to this thread wait meanwhile
+  bool abortIfHung = false;        // no waiting for another program that hangs
+};
+Outcome SendWithin(const Patience& patience, HWND window, UINT message, WPARAM wParam,
+                   LPARAM lParam, LRESULT& result);
 
 // Paints what is invalid before it returns.
 void UpdateNow(HWND window);
@@ -40,7 +65,10 @@ void UpdateNow(HWND window);
 UINT_PTR StartTimer(HWND window, UINT_PTR id, UINT milliseconds, TIMERPROC callback);
 bool StopTimer(HWND window, UINT_PTR id);
 
-// Drops what a window that goes has in its queue: posted messages and timers.
+// Drops what a window that goes has in its queue: posted messages and timers; those
+// who sent it something wait no longer.
 void Forget(Lock& lock, HWND window, std::uint32_t threadId);
+// The same for a thread that ends, when its windows are gone.
+void ForgetThread(Lock& lock, std::uint32_t threadId);
 
 }  // namespace vwin::messages

@@ -14,11 +14,6 @@ namespace {
 
 constexpr ATOM kFirstAtom = 0xC000;
 
-Window* topLevelOf(Window* window) {
-  while (window && window->parent && window->parent->parent) window = window->parent;
-  return window;
-}
-
 // The system adds these to what the creator asks for.
 DWORD completedStyle(DWORD style) {
   if (!(style & (WS_CHILD | WS_POPUP))) style |= WS_CAPTION;
@@ -29,6 +24,14 @@ DWORD completedStyle(DWORD style) {
 DWORD completedExStyle(DWORD style, DWORD exStyle) {
   if (style & (WS_DLGFRAME | WS_THICKFRAME)) exStyle |= WS_EX_WINDOWEDGE;
   return exStyle;
+}
+
+Window* firstOfThread(const Window& parent, std::uint32_t threadId) {
+  for (const auto& window : parent.children) {
+    if (window->windowClass && window->threadId == threadId) return window.get();
+    if (Window* const below = firstOfThread(*window, threadId)) return below;
+  }
+  return nullptr;
 }
 
 void destroyTree(HWND handle) {
@@ -48,6 +51,7 @@ void destroyTree(HWND handle) {
   std::shared_ptr<Window> last;  // freed after the lock is
   Lock lock;
   const auto window = desktop::FindWindow(lock, handle);
+  if (!window) return;
   messages::Forget(lock, handle, window->threadId);
   last = desktop::Leave(lock, *window);
 }
@@ -63,6 +67,7 @@ ATOM RegisterClass(Lock& lock, const WNDCLASSEXW& description) {
   made->style = description.style;
   made->procedure = description.lpfnWndProc;
   made->background = description.hbrBackground;
+  made->icon = description.hIcon;
   desktop.classes.push_back(made);
   ledger::Take(lock, "window class", made->atom, "RegisterClassExW");
   return made->atom;
@@ -85,7 +90,8 @@ HWND Create(const Request& request) {
     const auto parent = desktop::FindWindow(lock, request.parent);
     const bool child = window->isChild() && parent;
     window->parent = child ? parent.get() : desktop.root.get();
-    if (!child && parent != desktop.root) window->owner = topLevelOf(parent.get());
+    if (!child) window->owner = TopLevelOf(parent.get());
+    messages::OpenQueue(lock);
     window->surface = Surface(WidthOf(request.rect), HeightOf(request.rect),
                               desktop::BackgroundOf(lock, *window));
     desktop::Enter(lock, window, "CreateWindowExW");
@@ -115,6 +121,33 @@ bool Destroy(HWND handle) {
   }
   destroyTree(handle);
   return true;
+}
+
+void Remove(Lock& lock, Window& window, std::vector<std::shared_ptr<Window>>& gone) {
+  for (const HWND handle : desktop::DependentsOf(lock, window)) {
+    const auto dependent = desktop::FindWindow(lock, handle);
+    if (!dependent) continue;
+    const bool lives = dependent->windowClass && dependent->threadId != window.threadId;
+    if (lives && !dependent->isChild())
+      messages::RunLater(lock, *dependent, [handle] { destroyTree(handle); });
+    else
+      Remove(lock, *dependent, gone);
+  }
+  if (window.windowClass) messages::Forget(lock, window.handle, window.threadId);
+  gone.push_back(desktop::Leave(lock, window));
+}
+
+void EndThread(std::uint32_t threadId) {
+  std::vector<std::shared_ptr<Window>> gone;
+  Lock lock;
+  while (Window* const window = firstOfThread(*desktop::Get(lock).root, threadId))
+    Remove(lock, *window, gone);
+  messages::ForgetThread(lock, threadId);
+}
+
+Window* TopLevelOf(Window* window) {
+  while (window && window->parent && window->parent->parent) window = window->parent;
+  return window && window->parent ? window : nullptr;
 }
 
 HDC BeginPaint(HWND handle, PAINTSTRUCT& paint) {

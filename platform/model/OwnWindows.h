@@ -6,7 +6,10 @@
 
 #include <windows.h>
 
+#include <cstdint>
+#include <memory>
 #include <string>
+#include <vector>
 
 #include "platform/model/Desktop.h"
 #include "platform/model/Scheduler.h"
@@ -30,6 +33,18 @@ HWND Create(const Request& request);
 // The window, its children and the windows that it owns. False, and noted as
 // misuse, when the calling thread is not the owner.
 bool Destroy(HWND window);
+
+// Takes a window away without a word to its thread, which is another program's or has
+// ended, with its children and the windows that it owns. Library windows among these
+// are destroyed by their own threads, later. `gone` is to be freed after the lock is.
+void Remove(Lock& lock, Window& window, std::vector<std::shared_ptr<Window>>& gone);
+
+// Takes away what a thread that ends leaves: its windows and its message queue.
+void EndThread(std::uint32_t threadId);
+
+// The window that owns, when somebody names `window`: its top-level window. Null for
+// the desktop and for null.
+Window* TopLevelOf(Window* window);
 
 // Null for a stale window. Validates, erases and opens a DC clipped to what was
 // invalid.

@@ -74,7 +74,11 @@ std::string ToNarrow(std::wstring_view wide) {
   std::string text;
   for (const wchar_t c : wide) {
     const auto value = static_cast<std::uint32_t>(c);
-    text += value < 0x100 ? static_cast<char>(value) : '?';
+    if (value < 0x100) {
+      text += static_cast<char>(value);
+    } else {
+      text += value < 0x10000 ? "?" : "??";
+    }
   }
   return text;
 }

@@ -3,6 +3,7 @@
 #include <system_error>
 
 #include "platform/model/Ledger.h"
+#include "platform/model/OwnWindows.h"
 
 namespace vwin {
 
@@ -13,11 +14,17 @@ ThreadObject::~ThreadObject() {
 namespace threads {
 namespace {
 
+struct ThreadExit {};
+
 void* OwnId() { return reinterpret_cast<void*>(std::uintptr_t{scheduler::CurrentThreadId()}); }
 
 void Run(const std::shared_ptr<ThreadObject>& object, unsigned (*body)(void*), void* argument) {
   scheduler::EnterThread(object->id);
-  body(argument);
+  try {
+    body(argument);
+  } catch (const ThreadExit&) {
+  }
+  own_windows::EndThread(object->id);
   Lock lock;
   object->ended = true;
   ledger::Return(lock, "thread", object->id);
@@ -72,6 +79,8 @@ std::optional<bool> Wait(const void* handle, DWORD milliseconds) {
   if (ended.joinable()) ended.join();
   return true;
 }
+
+void Exit() { throw ThreadExit{}; }
 
 void Acquire(Lock& lock, SRWLOCK& srw) {
   if (srw.Ptr == OwnId()) {

@@ -51,6 +51,10 @@ void* Start(Lock& lock, unsigned (*body)(void*), void* argument, std::uint32_t& 
 // `handle` is not one that can be waited for.
 std::optional<bool> Wait(const void* handle, DWORD milliseconds);
 
+// Ends the calling thread, one that Start started, by an exception that its own code
+// must let through.
+[[noreturn]] void Exit();
+
 // An SRWLOCK holds its owner's thread id, a CONDITION_VARIABLE how often it was
 // woken; both in place of the pointer.
 void Acquire(Lock& lock, SRWLOCK& srw);

@@ -52,11 +52,48 @@ void moveTree(Window& window, const RECT& rect) {
   for (const auto& child : window.children) moveTree(*child, Moved(child->rect, dx, dy));
 }
 
-void raiseOwned(Lock& lock, Window& owner) {
-  const Siblings siblings = owner.parent->children;
-  for (auto window = siblings.rbegin(); window != siblings.rend(); ++window) {
-    if ((*window)->owner == &owner)
-      Place(lock, **window, owner.isTopmost() ? HWND_TOPMOST : HWND_TOP);
+std::vector<Window*> ownedBy(const Window& owner) {
+  std::vector<Window*> owned;
+  for (const auto& window : owner.parent->children) {
+    if (window->owner == &owner) owned.push_back(window.get());
+  }
+  return owned;
+}
+
+void putOver(Window& window, const Window& below) {
+  Siblings& siblings = window.parent->children;
+  const auto position = positionOf(siblings, window);
+  std::shared_ptr<Window> moving = std::move(*position);
+  siblings.erase(position);
+  siblings.insert(positionOf(siblings, below), std::move(moving));
+}
+
+// Puts the windows that `owner` owns over it, in the order in which they lay. A window
+// that isn't topmost may own one that is, unless it has just ceased to be.
+void gatherOwned(Window& owner, bool wasTopmost) {
+  for (Window* const owned : ownedBy(owner)) {
+    if (owner.isTopmost() || wasTopmost) setTopmostBit(*owned, owner.isTopmost());
+    if (owned->isTopmost() == owner.isTopmost()) putOver(*owned, owner);
+    gatherOwned(*owned, wasTopmost);
+  }
+}
+
+// After a window was put where its owner covers it.
+void stayOverOwner(Window& window) {
+  const Window* const owner = window.owner;
+  if (!owner) return;
+  Siblings& siblings = window.parent->children;
+  if (positionOf(siblings, window) < positionOf(siblings, *owner)) return;
+  setTopmostBit(window, owner->isTopmost());
+  putOver(window, *owner);
+}
+
+void showOwned(Lock& lock, const Window& owner, bool show) {
+  for (Window* const owned : ownedBy(owner)) {
+    const bool concerned = show ? owned->hiddenWithOwner : (owned->style & WS_VISIBLE) != 0;
+    if (!concerned || !(owned->style & WS_POPUP)) continue;
+    SetVisible(lock, *owned, show);
+    owned->hiddenWithOwner = !show;
   }
 }
 
@@ -70,12 +107,14 @@ void Enter(Lock& lock, const std::shared_ptr<Window>& window, const char* call) 
       window->surface.height() != HeightOf(window->rect)) {
     window->surface = Surface(WidthOf(window->rect), HeightOf(window->rect), 0xFFFFFF);
   }
+  if (window->owner && window->owner->isTopmost()) setTopmostBit(*window, true);
   Siblings& siblings = window->parent->children;
   siblings.insert(firstOfKind(siblings, window->isTopmost()), window);
   scheduler::Changed();
 }
 
 std::shared_ptr<Window> Leave(Lock& lock, Window& window) {
+  for (Window* const owned : ownedBy(window)) owned->owner = nullptr;
   Siblings& siblings = window.parent->children;
   const auto position = positionOf(siblings, window);
   std::shared_ptr<Window> last = std::move(*position);
@@ -83,6 +122,7 @@ std::shared_ptr<Window> Leave(Lock& lock, Window& window) {
   handles::Remove(lock, HandleKind::kWindow, window.handle);
   Desktop& desktop = Get(lock);
   if (desktop.focus == window.handle) desktop.focus = nullptr;
+  if (desktop.foreground == window.handle) desktop.foreground.reset();
   scheduler::Changed();
   return last;
 }
@@ -96,6 +136,21 @@ std::vector<HWND> DependentsOf(Lock& lock, const Window& window) {
   return found;
 }
 
+bool SetOwner(Lock&, Window& window, Window* owner) {
+  if (window.isChild()) return false;
+  for (const Window* above = owner; above; above = above->owner) {
+    if (above == &window) return false;
+  }
+  window.owner = owner;
+  scheduler::Changed();
+  return true;
+}
+
+HWND ParentOrOwner(const Window& window) {
+  const Window* const above = window.isChild() ? window.parent : window.owner;
+  return above ? above->handle : nullptr;
+}
+
 bool Place(Lock& lock, Window& window, HWND after) {
   if (!window.parent || after == window.handle) return true;
   Siblings& siblings = window.parent->children;
@@ -105,6 +160,7 @@ bool Place(Lock& lock, Window& window, HWND after) {
   if (!special && (!above || above->parent != window.parent)) return false;
   if (after == HWND_NOTOPMOST && !window.isTopmost()) return true;
 
+  const bool wasTopmost = window.isTopmost();
   const auto position = positionOf(siblings, window);
   std::shared_ptr<Window> moving = std::move(*position);
   siblings.erase(position);
@@ -116,8 +172,9 @@ bool Place(Lock& lock, Window& window, HWND after) {
   } else {
     if (after != HWND_TOP) setTopmostBit(window, after == HWND_TOPMOST);
     siblings.insert(firstOfKind(siblings, window.isTopmost()), std::move(moving));
-    raiseOwned(lock, window);
   }
+  stayOverOwner(window);
+  gatherOwned(window, wasTopmost);
   scheduler::Changed();
   return true;
 }
@@ -153,6 +210,7 @@ void SetVisible(Lock&, Window& window, bool visible) {
   const bool was = (window.style & WS_VISIBLE) != 0;
   if (was == visible) return;
   window.style ^= WS_VISIBLE;
+  if (visible) window.hiddenWithOwner = false;
   if (visible && window.windowClass) {
     window.invalid = window.wholeClient();
     window.eraseInvalid = true;
@@ -160,12 +218,13 @@ void SetVisible(Lock&, Window& window, bool visible) {
   scheduler::Changed();
 }
 
-void Minimise(Lock&, Window& window) {
+void Minimise(Lock& lock, Window& window) {
   if (window.isMinimised()) return;
   window.restoresToMaximised = window.isMaximised();
   window.style = (window.style & ~DWORD{WS_MAXIMIZE}) | WS_MINIMIZE;
   // The surface keeps its size and content.
   moveTree(window, kMinimisedRect);
+  showOwned(lock, window, false);
   scheduler::Changed();
 }
 
@@ -179,6 +238,7 @@ void Maximise(Lock& lock, Window& window) {
             rect.bottom + kSizingFrame};
   }
   SetRect(lock, window, rect);
+  showOwned(lock, window, true);
 }
 
 void Restore(Lock& lock, Window& window) {
@@ -186,6 +246,7 @@ void Restore(Lock& lock, Window& window) {
   if (!window.isMinimised() && !window.isMaximised()) return;
   window.style &= ~DWORD{WS_MINIMIZE | WS_MAXIMIZE};
   SetRect(lock, window, window.normalRect);
+  showOwned(lock, window, true);
 }
 
 void SetExStyle(Lock&, Window& window, DWORD exStyle) {

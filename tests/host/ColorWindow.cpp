@@ -1,5 +1,7 @@
 #include "tests/host/ColorWindow.h"
 
+#include <process.h>
+
 namespace qx::test {
 namespace {
 
@@ -23,19 +25,25 @@ LRESULT CALLBACK windowProcedure(HWND window, UINT message, WPARAM wParam, LPARA
 
 }  // namespace
 
-ColorWindow::ColorWindow(const RECT& rect, std::uint32_t rgb) {
-  const HANDLE opened = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  m_thread = std::thread([this, rect, rgb, opened] { run(rect, rgb, opened); });
-  WaitForSingleObject(opened, INFINITE);
-  CloseHandle(opened);
+ColorWindow::ColorWindow(const RECT& rect, std::uint32_t rgb) : m_rect(rect), m_rgb(rgb) {
+  m_opened = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  // A thread of the system's, which may wait as long as it likes.
+  const auto body = [](void* window) -> unsigned {
+    static_cast<ColorWindow*>(window)->run();
+    return 0;
+  };
+  m_thread = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, body, this, 0, nullptr));
+  WaitForSingleObject(m_opened, INFINITE);
 }
 
 ColorWindow::~ColorWindow() {
   PostMessageW(m_window, WM_QUIT, 0, 0);
-  m_thread.join();
+  WaitForSingleObject(m_thread, INFINITE);
+  CloseHandle(m_thread);
+  CloseHandle(m_opened);
 }
 
-void ColorWindow::run(RECT rect, std::uint32_t rgb, HANDLE opened) {
+void ColorWindow::run() {
   const HINSTANCE module = GetModuleHandleA(nullptr);
   WNDCLASSEXW windowClass = {};
   windowClass.cbSize = sizeof(windowClass);
@@ -43,14 +51,14 @@ void ColorWindow::run(RECT rect, std::uint32_t rgb, HANDLE opened) {
   windowClass.hInstance = module;
   windowClass.lpszClassName = kClassName;
   RegisterClassExW(&windowClass);
-  m_window = CreateWindowExW(WS_EX_TOPMOST, kClassName, L"", WS_POPUP, rect.left, rect.top,
-                             rect.right - rect.left, rect.bottom - rect.top, nullptr, nullptr,
-                             module, nullptr);
-  const COLORREF color = RGB(rgb >> 16 & 0xFF, rgb >> 8 & 0xFF, rgb & 0xFF);
+  m_window = CreateWindowExW(WS_EX_TOPMOST, kClassName, L"", WS_POPUP, m_rect.left, m_rect.top,
+                             m_rect.right - m_rect.left, m_rect.bottom - m_rect.top, nullptr,
+                             nullptr, module, nullptr);
+  const COLORREF color = RGB(m_rgb >> 16 & 0xFF, m_rgb >> 8 & 0xFF, m_rgb & 0xFF);
   SetWindowLongPtrW(m_window, GWLP_USERDATA, static_cast<LONG_PTR>(color));
   ShowWindow(m_window, SW_SHOWNOACTIVATE);
   UpdateWindow(m_window);
-  SetEvent(opened);
+  SetEvent(m_opened);
   MSG message = {};
   while (GetMessageW(&message, nullptr, 0, 0) > 0) {
     DispatchMessageW(&message);

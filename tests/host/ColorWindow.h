@@ -3,7 +3,6 @@
 #include <windows.h>
 
 #include <cstdint>
-#include <thread>
 
 namespace qx::test {
 
@@ -21,10 +20,13 @@ class ColorWindow {
   HWND Handle() const { return m_window; }
 
  private:
-  void run(RECT rect, std::uint32_t rgb, HANDLE opened);
+  void run();
 
+  const RECT m_rect;
+  const std::uint32_t m_rgb;
   HWND m_window = nullptr;
-  std::thread m_thread;
+  HANDLE m_opened = nullptr;
+  HANDLE m_thread = nullptr;
 };
 
 }  // namespace qx::test

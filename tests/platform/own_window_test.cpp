@@ -1,6 +1,7 @@
 // Windows of this process on a machine whose clock the test owns, and what is
 // noted as misuse.
 #include <chrono>
+#include <memory>
 
 #include "platform/control/Clock.h"
 #include "platform/control/Ledger.h"
@@ -24,6 +25,7 @@ class WindowThread {
       : m_thread([this, timer] {
           TestWindow window({10, 10, 60, 60}, kRed);
           m_window = &window;
+          m_threadId = GetCurrentThreadId();
           if (timer) SetTimer(window, 1, timer, nullptr);
           SetEvent(m_ready);
           MSG message{};
@@ -36,19 +38,21 @@ class WindowThread {
     WaitForSingleObject(m_ready, INFINITE);
   }
   ~WindowThread() {
-    PostMessageW(window(), WM_QUIT, 0, 0);
+    PostThreadMessageW(m_threadId, WM_QUIT, 0, 0);
     m_thread.Join();
     CloseHandle(m_ready);
   }
   HWND window() const { return m_window->handle(); }
   // Only while the thread waits.
   int paints() const { return m_window->paints; }
+  const std::vector<UINT>& noted() const { return m_window->noted; }
   void OnPaint(std::function<void()> call) { m_window->onPaint = std::move(call); }
 
   int timers = 0;
 
  private:
   TestWindow* m_window = nullptr;
+  DWORD m_threadId = 0;
   HANDLE m_ready = CreateEventW(nullptr, TRUE, FALSE, nullptr);
   TestThread m_thread;
 };
@@ -122,6 +126,128 @@ TEST_F(OwnWindowTest, ThreadsThatWaitForEachOtherAnswer) {
   ShowWindow(thread.window(), SW_SHOWNA);
   UpdateWindow(thread.window());
   EXPECT_EQ(seen, 2);
+}
+
+TEST_F(OwnWindowTest, GoesWithAnOwnerOfAnotherProgram) {
+  OwnClock();
+  const HWND owner = open({.rect = {100, 10, 150, 60}});
+  const LedgerSnapshot before = Snapshot();
+  WindowThread thread(30);
+  const HWND owned = thread.window();
+  SetWindowLongPtrW(owned, GWLP_HWNDPARENT, reinterpret_cast<LONG_PTR>(owner));
+  EXPECT_EQ(LibraryWindows()[0].owner, owner);
+  // The thread is busy, and gets to its messages only when the owner has gone.
+  PostMessageW(owned, kBusy, 100, 0);
+  Settle();
+  PostMessageW(owned, WM_USER + 2, 0, 0);
+  Close(owner);
+  EXPECT_TRUE(IsWindow(owned)) << "its own thread destroys it";
+  EXPECT_FALSE(GetWindow(owned, GW_OWNER));
+  Advance(100ms);
+  EXPECT_FALSE(IsWindow(owned));
+  EXPECT_EQ(thread.noted(), (std::vector<UINT>{kBusy, WM_DESTROY, WM_NCDESTROY}));
+  EXPECT_EQ(Difference(before).find("timer"), std::string::npos);
+}
+
+TEST_F(OwnWindowTest, GoesWithItsThread) {
+  OwnClock();
+  const HWND owned = open({.rect = {100, 10, 150, 60}});
+  const LedgerSnapshot before = Snapshot();
+  std::unique_ptr<TestWindow> window;
+  TestThread thread([&] {
+    window = std::make_unique<TestWindow>(RECT{10, 10, 60, 60});
+    SetOwner(owned, *window);
+    SetTimer(*window, 1, 10, nullptr);
+    SetTimer(nullptr, 0, 10, nullptr);
+    ShowWindow(*window, SW_SHOWNA);
+    Spend(100ms);
+  });
+  Settle();
+  // Whoever waits for an answer does not wait for ever.
+  UpdateWindow(*window);
+  thread.Join();
+  EXPECT_FALSE(IsWindow(*window));
+  EXPECT_FALSE(IsWindow(owned));
+  EXPECT_TRUE(window->noted.empty()) << "there is nobody to tell";
+  EXPECT_EQ(Difference(before), "");
+}
+
+// This and the next are Windows' ways: Wine lowers the owner alone, makes it alone
+// topmost, and hides what it owns only for its own caption's button.
+TEST_F(OwnWindowTest, MovesInTheOrderWithItsOwner) {
+  const HWND bottom = open({.rect = {0, 0, 10, 10}});
+  const HWND owner = open({.rect = {0, 0, 10, 10}});
+  TestWindow owned({0, 0, 10, 10}, kRed, 0, owner);
+  TestWindow second({0, 0, 10, 10}, kRed, 0, owner);
+  const HWND other = open({.rect = {0, 0, 10, 10}});
+  const auto put = [](HWND window, HWND after) {
+    SetWindowPos(window, after, 0, 0, 0, 0, SWP_NOSIZE | SWP_NOMOVE | SWP_NOACTIVATE);
+  };
+  const auto isTopmost = [](HWND window) {
+    return (GetWindowLongPtrW(window, GWL_EXSTYLE) & WS_EX_TOPMOST) != 0;
+  };
+  put(owner, HWND_BOTTOM);
+  EXPECT_EQ(WindowsInOrder(), (std::vector<HWND>{other, bottom, second, owned, owner}));
+  put(owner, HWND_TOPMOST);
+  EXPECT_EQ(WindowsInOrder(), (std::vector<HWND>{second, owned, owner, other, bottom}));
+  EXPECT_TRUE(isTopmost(owned) && isTopmost(second));
+  put(owned, HWND_NOTOPMOST);
+  EXPECT_TRUE(isTopmost(owned)) << "it would lie under its owner";
+  put(owner, bottom);
+  EXPECT_EQ(WindowsInOrder(), (std::vector<HWND>{other, bottom, second, owned, owner}));
+  EXPECT_FALSE(isTopmost(owned) || isTopmost(second) || isTopmost(owner));
+}
+
+TEST_F(OwnWindowTest, IsHiddenWhileItsOwnerIsMinimised) {
+  const HWND owner = open({.rect = {100, 10, 150, 60}});
+  TestWindow shown({0, 0, 10, 10}, kRed, 0, owner);
+  TestWindow hidden({0, 0, 10, 10}, kRed, 0, owner);
+  shown.Show();
+  Minimise(owner);
+  EXPECT_FALSE(IsWindowVisible(shown));
+  Restore(owner);
+  EXPECT_TRUE(IsWindowVisible(shown));
+  EXPECT_FALSE(IsWindowVisible(hidden));
+  Minimise(owner);
+  SetOwner(shown, nullptr);
+  Maximise(owner);
+  EXPECT_FALSE(IsWindowVisible(shown)) << "it has no owner to show it again";
+}
+
+TEST_F(OwnWindowTest, ForegroundIsTheUsersOrTheTopmostThatCanBe) {
+  SetForeground(nullptr);
+  const HWND editor = open({.rect = {0, 0, 50, 50}});
+  EXPECT_FALSE(GetForegroundWindow());
+  SetForeground(editor);
+  const HWND front = open({.rect = {0, 0, 50, 50}});
+  open({.rect = {0, 0, 50, 50}, .exStyle = WS_EX_NOACTIVATE});
+  EXPECT_EQ(GetForegroundWindow(), editor);
+  Minimise(editor);
+  EXPECT_EQ(GetForegroundWindow(), front);
+  Close(editor);
+  EXPECT_EQ(GetForegroundWindow(), front);
+}
+
+TEST_F(OwnWindowTest, RaisesAndActivatesWithTheInputOfTheForeground) {
+  const HWND editor = open({.rect = {0, 0, 50, 50}, .threadId = 7001});
+  const HWND other = open({.rect = {0, 0, 50, 50}, .threadId = 7002});
+  SetForeground(other);
+  const DWORD self = GetCurrentThreadId();
+  EXPECT_TRUE(BringWindowToTop(editor));
+  EXPECT_EQ(WindowsInOrder(), (std::vector<HWND>{editor, other}));
+  EXPECT_EQ(GetForegroundWindow(), other) << "that is for its user to decide";
+
+  const LedgerSnapshot before = Snapshot();
+  EXPECT_TRUE(AttachThreadInput(7002, self, TRUE));
+  EXPECT_NE(Difference(before), "") << "never detached";
+  EXPECT_TRUE(BringWindowToTop(editor));
+  EXPECT_EQ(GetForegroundWindow(), editor);
+  EXPECT_TRUE(AttachThreadInput(7002, self, FALSE));
+  EXPECT_EQ(Difference(before), "");
+  EXPECT_FALSE(AttachThreadInput(7002, self, FALSE)) << "twice";
+  EXPECT_FALSE(AttachThreadInput(self, self, TRUE));
+  EXPECT_FALSE(AttachThreadInput(0, self, TRUE));
+  EXPECT_FALSE(AttachThreadInput(self, 7003, TRUE)) << "no such thread";
 }
 
 TEST_F(OwnWindowTest, GrowsWithWhatItPaints) {

@@ -116,6 +116,59 @@ TEST(Windows, OwnedWindowsFollowTheirOwnerUpAndAway) {
   EXPECT_EQ(owned.noted, (std::vector<UINT>{WM_DESTROY, WM_NCDESTROY}));
 }
 
+TEST(Windows, OwnersCanBeChanged) {
+  const auto setOwner = [](HWND window, HWND owner) {
+    const LONG_PTR previous =
+        SetWindowLongPtrW(window, GWLP_HWNDPARENT, reinterpret_cast<LONG_PTR>(owner));
+    return reinterpret_cast<HWND>(previous);
+  };
+  TestWindow owner({0, 0, 50, 50});
+  TestWindow window({0, 0, 50, 50});
+  TestWindow other({0, 0, 50, 50});
+  EXPECT_FALSE(setOwner(window, owner));
+  EXPECT_EQ(GetWindow(window, GW_OWNER), owner.handle());
+  EXPECT_EQ(reinterpret_cast<HWND>(GetWindowLongPtrW(window, GWLP_HWNDPARENT)), owner.handle());
+  EXPECT_EQ(order({owner, window, other}), (std::vector<HWND>{other, window, owner}));
+  place(owner, HWND_TOP);
+  EXPECT_EQ(order({owner, window, other}), (std::vector<HWND>{window, owner, other}));
+  setOwner(window, reinterpret_cast<HWND>(std::intptr_t{0x7FFFFFF0}));
+  EXPECT_EQ(setOwner(window, other), owner.handle());
+  EXPECT_EQ(setOwner(window, nullptr), other.handle());
+  DestroyWindow(owner);
+  DestroyWindow(other);
+  EXPECT_TRUE(IsWindow(window));
+}
+
+TEST(Windows, OwnedWindowsStayOverTheirOwner) {
+  TestWindow bottom({0, 0, 50, 50});
+  TestWindow owner({0, 0, 50, 50});
+  TestWindow owned({0, 0, 50, 50}, RGB(1, 2, 3), 0, owner);
+  TestWindow other({0, 0, 50, 50});
+  const std::vector<HWND> all = {bottom, owner, owned, other};
+  place(owned, bottom);
+  EXPECT_EQ(order(all), (std::vector<HWND>{other, owned, owner, bottom}));
+  place(owned, HWND_TOPMOST);
+  EXPECT_EQ(order(all), (std::vector<HWND>{owned, other, owner, bottom}));
+  EXPECT_FALSE(GetWindowLongPtrW(owner, GWL_EXSTYLE) & WS_EX_TOPMOST);
+  place(owner, HWND_TOP);
+  EXPECT_EQ(order(all), (std::vector<HWND>{owned, owner, other, bottom}));
+}
+
+TEST(Windows, MaximisedStyleMovesNothing) {
+  TestWindow window({100, 120, 400, 320});
+  window.Show();
+  SetWindowLongPtrW(window, GWL_STYLE, GetWindowLongPtrW(window, GWL_STYLE) | WS_MAXIMIZE);
+  EXPECT_TRUE(IsZoomed(window));
+  EXPECT_TRUE(rectOf(window) == (RECT{100, 120, 400, 320}));
+  EXPECT_TRUE(MoveWindow(window, 10, 20, 30, 40, TRUE));
+  EXPECT_TRUE(rectOf(window) == (RECT{10, 20, 40, 60}));
+  EXPECT_TRUE(IsZoomed(window));
+  EXPECT_TRUE(CloseWindow(window));
+  EXPECT_TRUE(IsIconic(window));
+  EXPECT_TRUE(IsWindow(window));
+  EXPECT_FALSE(MoveWindow(nullptr, 0, 0, 1, 1, TRUE));
+}
+
 TEST(Windows, ChildrenBelongToTheirParent) {
   TestWindow parent({100, 100, 300, 300});
   TestWindow child({10, 20, 60, 70}, RGB(1, 2, 3), 0, parent, WS_CHILD | WS_VISIBLE);

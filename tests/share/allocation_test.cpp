@@ -1,6 +1,6 @@
 // Memory: none is taken per frame, and a lack of it ends nothing.
 #include "tests/share/AllocationHook.h"
-#include "tests/share/ShareTest.h"
+#include "tests/share/WindowShareTest.h"
 
 namespace qx::test {
 namespace {
@@ -49,6 +49,26 @@ INSTANTIATE_TEST_SUITE_P(Formats, SteadyShare,
                          testing::Values(IScreenCapture::ScreenFrameFormatARGB,
                                          IScreenCapture::ScreenFrameFormatI420),
                          [](const auto& test) { return test.param == 0 ? "Argb" : "I420"; });
+
+TEST_F(WindowShareTest, SteadyWindowShareAllocatesNothingPerFrame) {
+  useClassicWindows7();
+  for (int i = 0; i < 20; ++i) {
+    OpenWindow({.title = L"Cover", .rect = {30 + 5 * i, 20, 40 + 5 * i, 90}});
+  }
+  capture.EnableActiveShareWindow(false);
+  capture.EnablePromptWindow(true);
+  ScreenCapture::UnregisterLogCallBack();
+  startWindow();
+  Advance(6s);
+  host.Forget();
+  const LibraryAllocations allocations;
+  Advance(2s);
+  EXPECT_EQ(allocations.count(), 0) << allocations.where();
+  EXPECT_GE(host.FrameCount(), 29);
+  Resize(window, 120, 90);
+  settleMove();
+  EXPECT_GT(allocations.count(), 0) << "a new size takes memory, or nothing is being counted";
+}
 
 TEST_F(ShareTest, LackOfMemoryForABiggerFrameRepeatsTheLastPicture) {
   start();

@@ -1,6 +1,5 @@
-// Every call that a monitor share makes fails once, one after the other. Whatever
-// it is: no crash, no hang, nothing left behind, and the next share is as good as
-// new.
+// Every call that a share makes fails once, one after the other. Whatever it is: no
+// crash, no hang, nothing left behind, and the next share is as good as new.
 #include <memory>
 #include <string>
 #include <tuple>
@@ -19,10 +18,12 @@ struct Machine {
   bool composition;
 };
 
+enum class Kind { kMonitor, kWindow };
+
 // The calls are dealt out to so many tests, which run side by side.
 constexpr int kShares = 6;
 
-class FaultSweep : public testing::TestWithParam<std::tuple<Machine, int>> {
+class FaultSweep : public testing::TestWithParam<std::tuple<Machine, Kind, int>> {
  protected:
   static constexpr std::uint32_t kWindowColor = 0x0A141E;
 
@@ -31,23 +32,47 @@ class FaultSweep : public testing::TestWithParam<std::tuple<Machine, int>> {
     SetVersion(machine().version);
     SetComposition(machine().composition);
     SetDesktopColor(RGB(0x20, 0x30, 0x40));
+    AddProcess(7000, L"C:\\Apps\\powerpnt.exe");
     secret = OpenWindow(
         {.title = L"Secret", .rect = {5, 5, 15, 15}, .color = RGB(250, 0, 0), .processId = 7000});
-    OpenWindow({.rect = {20, 10, 40, 30}, .color = RGB(0x0A, 0x14, 0x1E)});
+    shared = OpenWindow({.title = L"Report - Slides",
+                         .className = L"PPTFrameClass",
+                         .rect = {20, 10, 40, 30},
+                         .color = RGB(0x0A, 0x14, 0x1E)});
   }
 
   static const Machine& machine() { return std::get<0>(GetParam()); }
 
-  static int monitorId() {
-    return static_cast<int>(reinterpret_cast<std::intptr_t>(PrimaryMonitor()));
+  static int idOf(const void* handle) {
+    return static_cast<int>(reinterpret_cast<std::intptr_t>(handle));
+  }
+  static int monitorId() { return idOf(PrimaryMonitor()); }
+
+  void wholeShare(ShareRecorder& host) {
+    SetMonitorRect(PrimaryMonitor(), {0, 0, 64, 48});
+    ScreenCapture capture;
+    if (std::get<1>(GetParam()) == Kind::kMonitor) {
+      monitorShare(capture, host);
+    } else {
+      windowShare(capture, host);
+    }
+  }
+
+  static bool started(bool answer, const IScreenCapture::ShareError& error,
+                      const ShareRecorder& host) {
+    if (!answer) {
+      EXPECT_TRUE(error == IScreenCapture::ShareErrorTargetMissing ||
+                  error == IScreenCapture::ShareErrorStartFailed)
+          << error << " after " << InjectedInto().value_or("no fault");
+    }
+    EXPECT_EQ(host.Count("start"), answer ? 1 : 0);
+    return answer;
   }
 
   // A share in which everything happens that can: start, a cursor, exclusion, a
   // bigger limit, a monitor that moves and gets a new handle, a rebuilt engine,
   // a pause with keep-live frames, a new prompt look, stop.
-  void wholeShare(ShareRecorder& host) {
-    SetMonitorRect(PrimaryMonitor(), {0, 0, 64, 48});
-    ScreenCapture capture;
+  void monitorShare(ScreenCapture& capture, ShareRecorder& host) {
     IScreenCapture::FilterWindowInfo filter;
     filter.type = 1;
     filter.processId = 7000;
@@ -56,14 +81,9 @@ class FaultSweep : public testing::TestWithParam<std::tuple<Machine, int>> {
     capture.AddExcludeWindow(filter);
     IScreenCapture::ShareError error = {};
     capture.GetDesktopList([](const IScreenCapture::DesktopInfo*, const int&, void*) {}, nullptr);
-    if (!capture.ShareDesktop(nullptr, monitorId(), &host, error)) {
-      EXPECT_TRUE(error == IScreenCapture::ShareErrorTargetMissing ||
-                  error == IScreenCapture::ShareErrorStartFailed)
-          << error;
-      EXPECT_EQ(host.Count("start"), 0);
+    if (!started(capture.ShareDesktop(nullptr, monitorId(), &host, error), error, host)) {
       return;
     }
-    EXPECT_EQ(host.Count("start"), 1);
     Settle();
     SetMonitorRect(PrimaryMonitor(), {0, 0, 72, 40});
     Advance(140ms);
@@ -82,6 +102,39 @@ class FaultSweep : public testing::TestWithParam<std::tuple<Machine, int>> {
     capture.ShareStop();
   }
 
+  // The window moves, is covered, minimised and restored, makes way for a slide show
+  // and comes back.
+  void windowShare(ScreenCapture& capture, ShareRecorder& host) {
+    capture.SetCaptureFPS(5);
+    IScreenCapture::ShareError error = {};
+    if (!started(capture.ShareWindow(nullptr, idOf(shared), &host, error), error, host)) {
+      return;
+    }
+    Settle();
+    MoveTo(shared, 22, 12);
+    Advance(600ms);
+    const HWND cover = OpenWindow({.rect = {30, 20, 50, 40}});
+    Minimise(shared);
+    Advance(200ms);
+    Restore(shared);
+    Advance(600ms);
+    const HWND show = OpenWindow({.title = L"Show - Report",
+                                  .className = L"screenClass",
+                                  .rect = {0, 0, 64, 48},
+                                  .processId = 7000});
+    Advance(1500ms);
+    const IScreenCapture::PromptWindowInfo look = {9, 8, 7, 2};
+    capture.SetPromptWindowInfo(&look);
+    Close(show);
+    Advance(900ms);
+    capture.ShareResume();
+    Advance(2500ms);
+    capture.ShareStop();
+    EXPECT_FALSE(GetWindowLongPtrW(cover, GWL_EXSTYLE) & WS_EX_LAYERED);
+    Close(cover);
+    SetRect(shared, {20, 10, 40, 30});
+  }
+
   // A plain share, which must succeed and show what is there.
   void goodShare(const std::string& after) {
     SetMonitorRect(PrimaryMonitor(), {0, 0, 64, 48});
@@ -97,9 +150,14 @@ class FaultSweep : public testing::TestWithParam<std::tuple<Machine, int>> {
                       {{5, 5, 15, 15, 0xFA0000}, {20, 10, 40, 30, kWindowColor}}))
         << after;
     capture.ShareStop();
+    ASSERT_TRUE(capture.ShareWindow(nullptr, idOf(shared), &host, error)) << after;
+    Settle();
+    EXPECT_TRUE(Shows(host.LastFrame(), kWindowColor, {})) << after;
+    capture.ShareStop();
   }
 
   HWND secret;
+  HWND shared;
 };
 
 TEST_P(FaultSweep, EveryCallFailsOnceAndTheShareSurvivesOrReports) {
@@ -110,7 +168,7 @@ TEST_P(FaultSweep, EveryCallFailsOnceAndTheShareSurvivesOrReports) {
     ASSERT_GT(host.FrameCount(), 20) << "without faults the scenario is whole";
     goodShare("before the sweep");
   }
-  const int first = std::get<1>(GetParam());
+  const int first = std::get<2>(GetParam());
   int call = first;
   for (;; call += kShares) {
     ASSERT_LT(call, 20000);
@@ -143,10 +201,13 @@ INSTANTIATE_TEST_SUITE_P(Machines, FaultSweep,
                          testing::Combine(testing::Values(Machine{"Windows7Classic", kWindows7,
                                                                   false},
                                                           Machine{"Windows10", kWindows10, true}),
+                                          testing::Values(Kind::kMonitor, Kind::kWindow),
                                           testing::Range(1, kShares + 1)),
                          [](const auto& test) {
-                           return std::string(std::get<0>(test.param).name) + "From" +
-                                  std::to_string(std::get<1>(test.param));
+                           const bool window = std::get<1>(test.param) == Kind::kWindow;
+                           return std::string(std::get<0>(test.param).name) +
+                                  (window ? "Window" : "Monitor") + "From" +
+                                  std::to_string(std::get<2>(test.param));
                          });
 
 }  // namespace

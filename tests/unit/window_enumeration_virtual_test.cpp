@@ -238,6 +238,8 @@ TEST(Windows, TextsAndProcesses) {
   EXPECT_EQ(GetWindowProcessName(nullptr), "");
   EXPECT_EQ(GetWindowClassName(window), "Class");
   EXPECT_EQ(GetWindowClassName(nullptr), "");
+  EXPECT_EQ(GetWindowClassName(OpenWindow({.className = L"\xE4\x4E00\U0001F600"})), "\xE4???")
+      << "what the code page lacks";
   std::wstring title;
   EXPECT_TRUE(GetWindowTitle(window, title));
   EXPECT_EQ(title.size(), 2048u);

@@ -6,9 +6,12 @@
 #include <gdiplus.h>
 // clang-format on
 
+#include <algorithm>
+
 #include "common/Logging.h"
 #include "win/source/ShareListManager.h"
 #include "win/task/ScreenCaptureTaskDesktop.h"
+#include "win/task/ScreenCaptureTaskWindow.h"
 #include "win/util/SystemProbes.h"
 #include "win/util/Utils.h"
 
@@ -18,12 +21,9 @@ namespace {
 constexpr int kMaxFps = 30;
 constexpr int kNothing = 0;
 
-const char* ExcludeLabel(const IScreenCapture::FilterWindowInfo& window) {
-  return window.type == 0 ? "ExcludeWindowsByHandle" : "ExcludeWindowsByPid";
-}
-
-const char* IncludeLabel(const IScreenCapture::FilterWindowInfo& window) {
-  return window.type == 0 ? "IncludeWindowsByHandle" : "IncludeWindowsByPid";
+// How log lines name the kind of a filter rule, behind the name of its list.
+const char* KindOf(const IScreenCapture::FilterWindowInfo& window) {
+  return window.type == 0 ? "ByHandle" : "ByPid";
 }
 
 // Pictures are read and written through GDI+, which stays up until the process
@@ -35,6 +35,12 @@ void StartGdiplus() {
   if (status != Gdiplus::Ok) {
     QX_LOG_WARN("GdiplusStartup failed, status = {}", static_cast<std::int32_t>(status));
   }
+}
+
+// Holds the lists themselves, since a list may still be made on a thread when the
+// object that started it is gone.
+ShareListManager::WindowFilter ExcludedBy(std::shared_ptr<const FilterWindowManager> manager) {
+  return [manager = std::move(manager)](HWND window) { return manager->IsExcludedWindow(window); };
 }
 
 void LogWindowPosition(HWND window) {
@@ -52,7 +58,8 @@ void LogWindowPosition(HWND window) {
 }  // namespace
 
 ScreenCaptureImpl::ScreenCaptureImpl()
-    : m_filterWindowManager(std::make_shared<FilterWindowManager>()) {
+    : m_trackWindowRules(MakeTrackWindowRules()),
+      m_filterWindowManager(std::make_shared<FilterWindowManager>()) {
   QX_TRACE("ScreenCaptureImpl::ScreenCaptureImpl");
   StartGdiplus();
 }
@@ -81,12 +88,12 @@ void ScreenCaptureImpl::SetExcludeWindows(const IScreenCapture::FilterWindowInfo
 }
 
 void ScreenCaptureImpl::AddExcludeWindow(const IScreenCapture::FilterWindowInfo& window) {
-  QX_LOG_INFO("AddExcludeWindow filterType:{}", ExcludeLabel(window));
+  QX_LOG_INFO("AddExcludeWindow filterType:ExcludeWindows{}", KindOf(window));
   m_filterWindowManager->AddExcludeWindow(window);
 }
 
 void ScreenCaptureImpl::RemoveExcludeWindow(const IScreenCapture::FilterWindowInfo& window) {
-  QX_LOG_INFO("RemoveExcludeWindow filterType:{}", ExcludeLabel(window));
+  QX_LOG_INFO("RemoveExcludeWindow filterType:ExcludeWindows{}", KindOf(window));
   m_filterWindowManager->RemoveExcludeWindow(window);
 }
 
@@ -104,12 +111,12 @@ void ScreenCaptureImpl::SetIncludeWindows(const IScreenCapture::FilterWindowInfo
 }
 
 void ScreenCaptureImpl::AddIncludeWindow(const IScreenCapture::FilterWindowInfo& window) {
-  QX_LOG_INFO("AddIncludeWindow filterType:{}", IncludeLabel(window));
+  QX_LOG_INFO("AddIncludeWindow filterType:IncludeWindows{}", KindOf(window));
   m_filterWindowManager->AddIncludeWindow(window);
 }
 
 void ScreenCaptureImpl::RemoveIncludeWindow(const IScreenCapture::FilterWindowInfo& window) {
-  QX_LOG_INFO("RemoveIncludeWindow filterType:{}", IncludeLabel(window));
+  QX_LOG_INFO("RemoveIncludeWindow filterType:IncludeWindows{}", KindOf(window));
   m_filterWindowManager->RemoveIncludeWindow(window);
 }
 
@@ -129,7 +136,7 @@ void ScreenCaptureImpl::GetDesktopListAsync(IScreenCapture::DesktopListCallback 
   ShareListManager::Instance().GetDesktopListAsync(callback, user);
 }
 
-// This build knows no windows and makes no thumbnails.
+// This build makes no thumbnails.
 
 const char* ScreenCaptureImpl::GetDesktopThumbnail(int /*id*/, int /*width*/, int /*height*/) {
   QX_TRACE("ScreenCaptureImpl::GetDesktopThumbnail");
@@ -156,17 +163,14 @@ void ScreenCaptureImpl::GetDesktopThumbnailAllAsync(int /*width*/, int /*height*
 
 void ScreenCaptureImpl::GetWindowList(IScreenCapture::WindowListCallback callback, void* user) {
   QX_TRACE("ScreenCaptureImpl::GetWindowList");
-  if (callback) {
-    callback(nullptr, kNothing, user);
-  }
+  ShareListManager::Instance().GetWindowList(callback, user, ExcludedBy(m_filterWindowManager));
 }
 
 void ScreenCaptureImpl::GetWindowListAsync(IScreenCapture::WindowListCallback callback,
                                            void* user) {
   QX_TRACE("ScreenCaptureImpl::GetWindowListAsync");
-  if (callback) {
-    callback(nullptr, kNothing, user);
-  }
+  ShareListManager::Instance().GetWindowListAsync(callback, user,
+                                                  ExcludedBy(m_filterWindowManager));
 }
 
 const char* ScreenCaptureImpl::GetWindowThumbnail(int /*id*/, int /*width*/, int /*height*/) {
@@ -192,9 +196,13 @@ void ScreenCaptureImpl::GetWindowThumbnailAllAsync(int /*width*/, int /*height*/
   }
 }
 
-const char* ScreenCaptureImpl::GetWindowIcon(int /*id*/) { return ""; }
+const char* ScreenCaptureImpl::GetWindowIcon(int id) {
+  return ShareListManager::Instance().GetWindowIcon(id);
+}
 
-const wchar_t* ScreenCaptureImpl::GetWindowTitle(int /*id*/) { return L""; }
+const wchar_t* ScreenCaptureImpl::GetWindowTitle(int id) {
+  return ShareListManager::Instance().GetWindowTitle(id);
+}
 
 void ScreenCaptureImpl::SetCanUseMagCapture(bool canUseMag) {
   QX_LOG_INFO("SetCanUseMagCapture: can_use_mag = {}", canUseMag);
@@ -315,15 +323,7 @@ bool ScreenCaptureImpl::ShareDesktop(void* context, int id, IScreenCapture::Shar
                                      IScreenCapture::ShareError& error) {
   QX_TRACE("ScreenCaptureImpl::ShareDesktop");
   QX_LOG_INFO("qx-sc:workflow:start share desktop:{}", id);
-  error = IScreenCapture::ShareErrorNone;
-  if (m_task) {
-    QX_LOG_ERROR("ShareDesktop m_task is running, please stop first");
-    error = IScreenCapture::ShareErrorTaskRunning;
-    return false;
-  }
-  if (!listener) {
-    QX_LOG_ERROR("Share Listener is NULL, please pass in the correct parameter");
-    error = IScreenCapture::ShareErrorNullListener;
+  if (!canShare("ShareDesktop", listener, error)) {
     return false;
   }
   const auto monitor = IdToHandle<HMONITOR>(id);
@@ -340,26 +340,14 @@ bool ScreenCaptureImpl::ShareDesktop(void* context, int id, IScreenCapture::Shar
   const auto wrapper = makeListener(context, listener);
   const auto task = std::make_shared<ScreenCaptureTaskDesktop>(monitor, m_filterWindowManager);
   configure(*task);
-  if (!runTask(task, wrapper)) {
-    return false;
-  }
-  error = IScreenCapture::ShareErrorNone;
-  return true;
+  return runTask(task, wrapper, error);
 }
 
 bool ScreenCaptureImpl::ShareWindow(void* context, int id, IScreenCapture::ShareListener* listener,
                                     IScreenCapture::ShareError& error) {
   QX_TRACE("ScreenCaptureImpl::ShareWindow");
   QX_LOG_INFO("qx-sc:workflow:start share window:{}", id);
-  error = IScreenCapture::ShareErrorNone;
-  if (m_task) {
-    QX_LOG_ERROR("ShareWindow m_task is running, please stop first");
-    error = IScreenCapture::ShareErrorTaskRunning;
-    return false;
-  }
-  if (!listener) {
-    QX_LOG_ERROR("Share Listener is NULL, please pass in the correct parameter");
-    error = IScreenCapture::ShareErrorNullListener;
+  if (!canShare("ShareWindow", listener, error)) {
     return false;
   }
   const auto window = IdToHandle<HWND>(id);
@@ -370,9 +358,46 @@ bool ScreenCaptureImpl::ShareWindow(void* context, int id, IScreenCapture::Share
   }
   LogWindowPosition(window);
   error = IScreenCapture::ShareErrorStartFailed;
-  makeListener(context, listener);
-  QX_LOG_ERROR("this build shares no windows");
-  return false;
+  const auto wrapper = makeListener(context, listener);
+  const MainTrackWindowEntry* const tracked = matchTrackWindow(window);
+  const auto task = std::make_shared<ScreenCaptureTaskWindow>(window, m_filterWindowManager);
+  configure(*task);
+  if (tracked) {
+    QX_LOG_INFO("set auto track window:{}", tracked->source.className);
+    task->SetAutoTrackWindow(tracked->target);
+  }
+  return runTask(task, wrapper, error);
+}
+
+bool ScreenCaptureImpl::canShare(const char* operation,
+                                 const IScreenCapture::ShareListener* listener,
+                                 IScreenCapture::ShareError& error) const {
+  error = IScreenCapture::ShareErrorNone;
+  if (m_task) {
+    QX_LOG_ERROR("{} m_task is running, please stop first", operation);
+    error = IScreenCapture::ShareErrorTaskRunning;
+    return false;
+  }
+  if (!listener) {
+    QX_LOG_ERROR("Share Listener is NULL, please pass in the correct parameter");
+    error = IScreenCapture::ShareErrorNullListener;
+    return false;
+  }
+  return true;
+}
+
+const MainTrackWindowEntry* ScreenCaptureImpl::matchTrackWindow(HWND window) const {
+  QX_LOG_INFO("begin match main track window");
+  const auto match = std::find_if(m_trackWindowRules.begin(), m_trackWindowRules.end(),
+                                  [window](const MainTrackWindowEntry& entry) {
+                                    return WindowsUtil::IsWindowMatchRule(window, entry.source);
+                                  });
+  const bool found = match != m_trackWindowRules.end();
+  if (found) {
+    QX_LOG_INFO("get main track window:{}", match - m_trackWindowRules.begin());
+  }
+  QX_LOG_INFO("end match main track window");
+  return found ? &*match : nullptr;
 }
 
 std::shared_ptr<ShareListenerWrapper> ScreenCaptureImpl::makeListener(
@@ -398,7 +423,8 @@ void ScreenCaptureImpl::configure(ScreenCaptureTask& task) {
 // object. Should it even stop the share there, the caller's references keep what
 // still runs, and BeginCapture does nothing.
 bool ScreenCaptureImpl::runTask(const std::shared_ptr<ScreenCaptureTask>& task,
-                                const std::shared_ptr<ShareListenerWrapper>& listener) {
+                                const std::shared_ptr<ShareListenerWrapper>& listener,
+                                IScreenCapture::ShareError& error) {
   task->SetKeepLiveCallback(
       [wrapper = listener.get()](const IScreenCapture::ScreenFrameData* frame) {
         wrapper->OnKeepLiveFrame(frame);
@@ -408,6 +434,7 @@ bool ScreenCaptureImpl::runTask(const std::shared_ptr<ScreenCaptureTask>& task,
     if (task->Start(listener.get(), m_enablePromptWindow)) {
       listener->OnStart();
       task->BeginCapture();
+      error = IScreenCapture::ShareErrorNone;
       return true;
     }
   } catch (...) {

@@ -4,7 +4,9 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
+#include "win/capture/TrackWindowRules.h"
 #include "win/engine/ScreenCaptureEngineProxy.h"
 #include "win/prompt/FilterWindowManager.h"
 #include "win/task/ScreenCaptureTask.h"
@@ -76,9 +78,13 @@ class ScreenCaptureImpl {
  private:
   std::shared_ptr<ShareListenerWrapper> makeListener(void* context,
                                                      IScreenCapture::ShareListener* listener);
+  bool canShare(const char* operation, const IScreenCapture::ShareListener* listener,
+                IScreenCapture::ShareError& error) const;
+  const MainTrackWindowEntry* matchTrackWindow(HWND window) const;
   void configure(ScreenCaptureTask& task);
   bool runTask(const std::shared_ptr<ScreenCaptureTask>& task,
-               const std::shared_ptr<ShareListenerWrapper>& listener);
+               const std::shared_ptr<ShareListenerWrapper>& listener,
+               IScreenCapture::ShareError& error);
 
   std::int32_t m_fps = 15;
   bool m_autoActiveShareWindow = true;
@@ -91,6 +97,7 @@ class ScreenCaptureImpl {
   EngineTypeSet m_engineTypes;  // empty: every engine is allowed
   bool m_wgcPriority = false;
   IScreenCapture::PromptWindowInfo m_promptWindowInfo;
+  const std::vector<MainTrackWindowEntry> m_trackWindowRules;
   const std::shared_ptr<FilterWindowManager> m_filterWindowManager;
 
   // Of the present share or the last one. Outlives the task, which borrows it.

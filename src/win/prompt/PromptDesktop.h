@@ -3,11 +3,9 @@
 #include <qx-screen-capture.h>
 #include <windows.h>
 
-#include <atomic>
 #include <cstdint>
 
-#include "win/util/Handles.h"
-#include "win/util/Thread.h"
+#include "win/prompt/PromptFrame.h"
 
 namespace qx {
 
@@ -30,19 +28,18 @@ class PromptDesktop {
   // Returns when the window is up (true) or can't be (false).
   bool Start();
   // Returns when window and thread are gone. Does nothing when not started.
-  void Stop();
+  void Stop() { m_frame.Stop(); }
 
   void Show(bool show);
   void SetPromptWindowInfo(const IScreenCapture::PromptWindowInfo& info);
   void UpdatePosition(std::int32_t x, std::int32_t y, std::int32_t width, std::int32_t height);
 
   // Null while there is no window.
-  HWND GetHwnd() const { return m_hwnd; }
-  COLORREF GetColor() const { return m_color; }
-  std::int32_t GetWidth() const { return m_width; }
+  HWND GetHwnd() const { return m_frame.GetHwnd(); }
+  COLORREF GetColor() const { return m_frame.GetColor(); }
+  std::int32_t GetWidth() const { return m_frame.GetWidth(); }
 
  private:
-  enum class State { NotStarted, Starting, Up, Ended };
   struct Position {
     std::int32_t x;
     std::int32_t y;
@@ -51,26 +48,10 @@ class PromptDesktop {
     bool operator==(const Position&) const = default;
   };
 
-  static LRESULT CALLBACK windowProcedure(HWND window, UINT message, WPARAM wParam,
-                                          LPARAM lParam) noexcept;
-
-  void run();
-  bool createWindow();
-  void serveMessages();
-  void enterState(State state);
-  void invalidate();
-  bool paint(HWND window);
-  void paintFrame(HDC dc, const RECT& client) const;
+  void live();
 
   Position m_position;  // the thread's until Start has returned
-  std::atomic<bool> m_show;
-  std::atomic<bool> m_running = false;
-  std::atomic<State> m_state = State::NotStarted;
-  std::atomic<HWND> m_hwnd = nullptr;
-  std::atomic<COLORREF> m_color;
-  std::atomic<std::int32_t> m_width;
-  KernelHandle m_stateChanged;  // auto-reset; the thread enters Up and Ended
-  Thread m_thread;
+  PromptFrame m_frame;
 };
 
 }  // namespace qx

@@ -1,17 +1,25 @@
 #include "win/source/ShareListManager.h"
 
-#include <windows.h>
+#include <algorithm>
+#include <utility>
 
+#include "common/DataUrl.h"
 #include "common/Logging.h"
 #include "win/source/WindowEnumeration.h"
+#include "win/source/WindowIcon.h"
 #include "win/util/Thread.h"
 #include "win/util/Utils.h"
+#include "win/util/WindowHelpers.h"
 
 namespace qx {
 
 namespace {
 
 using DesktopInfo = IScreenCapture::DesktopInfo;
+using WindowInfo = IScreenCapture::WindowInfo;
+
+// For the text of any usual icon.
+constexpr std::size_t kIconRoom = 65536;
 
 std::vector<DesktopInfo> ListDesktops() {
   std::vector<HMONITOR> monitors;
@@ -37,6 +45,36 @@ std::vector<DesktopInfo> ListDesktops() {
   return desktops;
 }
 
+// The strings are those of `records`.
+std::vector<WindowInfo> PublicForm(const std::vector<ShareWindowRecord>& records) {
+  std::vector<WindowInfo> windows;
+  windows.reserve(records.size());
+  for (const ShareWindowRecord& record : records) {
+    windows.push_back({.id = record.id,
+                       .handle = record.handle,
+                       .processId = record.processId,
+                       .processName = record.processName.c_str(),
+                       .title = record.title.c_str(),
+                       .x = record.x,
+                       .y = record.y,
+                       .width = record.width,
+                       .height = record.height});
+  }
+  return windows;
+}
+
+// Runs `list` on a new thread. Without one the host still gets its callback.
+template <typename Callback, typename List>
+void ListOnThread(Callback callback, void* user, List list) {
+  const bool started = Thread::RunDetached([list = std::move(list)] {
+    QX_LOG_INFO("start new thread to get window list");
+    list();
+  });
+  if (!started) {
+    callback(nullptr, 0, user);
+  }
+}
+
 }  // namespace
 
 void ShareListManager::GetDesktopList(IScreenCapture::DesktopListCallback callback, void* user) {
@@ -60,13 +98,75 @@ void ShareListManager::GetDesktopListAsync(IScreenCapture::DesktopListCallback c
   if (!callback) {
     return;
   }
-  const bool started = Thread::RunDetached([this, callback, user] {
-    QX_LOG_INFO("start new thread to get window list");
-    GetDesktopList(callback, user);
-  });
-  if (!started) {
-    callback(nullptr, 0, user);
+  ListOnThread(callback, user, [this, callback, user] { GetDesktopList(callback, user); });
+}
+
+void ShareListManager::GetWindowList(IScreenCapture::WindowListCallback callback, void* user,
+                                     const WindowFilter& filter) {
+  if (!callback) {
+    return;
   }
+  const auto records =
+      std::make_shared<const std::vector<ShareWindowRecord>>(ListShareWindows(filter));
+  if (records->empty()) {
+    callback(nullptr, 0, user);
+    return;
+  }
+  {
+    const std::lock_guard lock(m_windowListMutex);
+    m_windowList = records;
+  }
+  const std::vector<WindowInfo> windows = PublicForm(*records);
+  callback(windows.data(), static_cast<int>(windows.size()), user);
+}
+
+void ShareListManager::GetWindowListAsync(IScreenCapture::WindowListCallback callback, void* user,
+                                          WindowFilter filter) {
+  if (!callback) {
+    return;
+  }
+  ListOnThread(callback, user, [this, callback, user, filter = std::move(filter)] {
+    GetWindowList(callback, user, filter);
+  });
+}
+
+const char* ShareListManager::GetWindowIcon(int windowId) {
+  std::vector<std::uint8_t> png;
+  std::string url;
+  const HWND window = findWindow(windowId);
+  if (window && WindowsUtil::GetWindowIcon(window, png)) {
+    url = MakePngDataUrl(png);
+  }
+  const std::lock_guard lock(m_windowIconMutex);
+  m_windowIcon.reserve(kIconRoom);
+  m_windowIcon.assign(url);
+  return m_windowIcon.c_str();
+}
+
+const wchar_t* ShareListManager::GetWindowTitle(int windowId) {
+  std::wstring title;
+  if (const HWND window = findWindow(windowId)) {
+    WindowsUtil::GetWindowTitle(window, title);
+  }
+  const std::lock_guard lock(m_windowTitleMutex);
+  m_windowTitle.assign(title);
+  return m_windowTitle.c_str();
+}
+
+ShareListManager::WindowList ShareListManager::windowList() {
+  const std::lock_guard lock(m_windowListMutex);
+  return m_windowList;
+}
+
+HWND ShareListManager::findWindow(std::int32_t id) {
+  const WindowList list = windowList();
+  if (!list) {
+    return nullptr;
+  }
+  const auto found =
+      std::find_if(list->begin(), list->end(),
+                   [id](const ShareWindowRecord& record) { return record.id == id; });
+  return found == list->end() ? nullptr : IdToHandle<HWND>(found->handle);
 }
 
 }  // namespace qx

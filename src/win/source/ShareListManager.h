@@ -1,11 +1,17 @@
 #pragma once
 
 #include <qx-screen-capture.h>
+#include <windows.h>
 
+#include <cstdint>
+#include <functional>
+#include <memory>
 #include <mutex>
+#include <string>
 #include <vector>
 
 #include "common/Singleton.h"
+#include "win/source/WindowList.h"
 
 namespace qx {
 
@@ -23,12 +29,46 @@ class ShareListManager : public Singleton<ShareListManager> {
   // on this one, so that it always comes.
   void GetDesktopListAsync(IScreenCapture::DesktopListCallback callback, void* user);
 
+  // True leaves a window out of a list.
+  using WindowFilter = std::function<bool(HWND)>;
+
+  // As above. `filter` must be set; the async form asks a copy on its thread.
+  void GetWindowList(IScreenCapture::WindowListCallback callback, void* user,
+                     const WindowFilter& filter);
+  void GetWindowListAsync(IScreenCapture::WindowListCallback callback, void* user,
+                          WindowFilter filter);
+
+  // The icon of a listed window as a data URL; empty for an id that is not in the
+  // list and for a window without one. Never null; valid until the next call.
+  const char* GetWindowIcon(int windowId);
+  // The present title of a listed window; empty for an id that is not in the list.
+  // Never null; valid until the next call.
+  const wchar_t* GetWindowTitle(int windowId);
+
  private:
   friend class Singleton<ShareListManager>;
   ShareListManager() = default;
 
+  // Immutable: a reader takes the pointer and works without a lock and without a copy.
+  using WindowList = std::shared_ptr<const std::vector<ShareWindowRecord>>;
+
+  WindowList windowList();  // null before the first one
+  // Null for an id that is not in the list.
+  HWND findWindow(std::int32_t id);
+
+  // Each mutex is held for a copy only, and never while another one is.
   std::vector<IScreenCapture::DesktopInfo> m_desktopList;
   std::mutex m_desktopListMutex;
+  WindowList m_windowList;
+  std::mutex m_windowListMutex;
+
+  // What the pointers lead to that a host gets. They are written in place and never
+  // shrink, so that a host that calls on two threads may read a mixed text, but
+  // hardly ever one that is gone.
+  std::string m_windowIcon;
+  std::mutex m_windowIconMutex;
+  std::wstring m_windowTitle;
+  std::mutex m_windowTitleMutex;
 };
 
 }  // namespace qx

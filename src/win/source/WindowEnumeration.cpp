@@ -48,10 +48,6 @@ class ClassName {
   int m_length;
 };
 
-std::uint32_t StyleOf(HWND window, int index) {
-  return static_cast<std::uint32_t>(GetWindowLongPtrW(window, index));
-}
-
 bool HasTitle(HWND window) {
   wchar_t text[260];
   return GetWindowTextW(window, text, static_cast<int>(std::size(text))) > 0;
@@ -89,12 +85,6 @@ bool IsOffered(HWND window, EnumMode mode) {
   }
   return std::find(std::begin(kNoShareCandidates), std::end(kNoShareCandidates), className) ==
          std::end(kNoShareCandidates);
-}
-
-bool IsCloaked(HWND window) {
-  DWORD cloaked = 0;
-  return SUCCEEDED(DwmGetWindowAttribute(window, DWMWA_CLOAKED, &cloaked, sizeof(cloaked))) &&
-         cloaked != 0;
 }
 
 // What a cloaked window looks like where it can't be asked.
@@ -171,10 +161,16 @@ bool IsHiddenStoreAppWindow(HWND window) {
   return IsHiddenStoreAppWindow(window, ClassName(window).Get());
 }
 
+bool IsWindowCloaked(HWND window) {
+  DWORD cloaked = 0;
+  return SUCCEEDED(DwmGetWindowAttribute(window, DWMWA_CLOAKED, &cloaked, sizeof(cloaked))) &&
+         cloaked != 0;
+}
+
 bool IsWindowObscured(HWND window, bool checkCloak) {
   if (checkCloak) {
     if (IsWindows8Point1OrGreater()) {
-      return IsCloaked(window);
+      return IsWindowCloaked(window);
     }
     if (!MayBeCloaked(window)) {
       return false;

@@ -27,6 +27,10 @@ void FilterWindowsByVirtualDesktop(std::vector<HWND>& windows);
 // A window of a Store application that shows nothing of its own.
 bool IsHiddenStoreAppWindow(HWND window);
 
+// Whether the system keeps a visible window from the screen, as it does with those of
+// other virtual desktops and sleeping Store applications. Unknown: false.
+bool IsWindowCloaked(HWND window);
+
 // Whether none of five points of the window (near its corners, and the centre)
 // belongs to it or its children. With `checkCloak` the question is whether the
 // window is cloaked; only before Windows 8.1, for windows without a frame and

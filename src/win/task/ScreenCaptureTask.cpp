@@ -224,7 +224,7 @@ void ScreenCaptureTask::tick() {
 }
 
 void ScreenCaptureTask::runTick() {
-  if (m_stopped || !isRunning()) {
+  if (!isCapturing()) {
     return;
   }
   const std::uint64_t now = SystemMillis();
@@ -241,7 +241,7 @@ void ScreenCaptureTask::runTick() {
   }
   carryOutRequests(requests, settings);
   if (ensureEngine(settings, now)) {
-    captureFrame(settings, now);
+    captureStep(settings, now);
   }
 }
 
@@ -398,7 +398,9 @@ void ScreenCaptureTask::sendKeepLiveFrame() {
 }
 
 void ScreenCaptureTask::endShare() {
-  m_listener->OnStop();
+  if (isRunning()) {
+    m_listener->OnStop();
+  }
   m_stopped = true;
 }
 

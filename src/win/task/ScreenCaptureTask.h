@@ -56,7 +56,7 @@ class ScreenCaptureTask {
   // is ready then but the ticks, which BeginCapture starts.
   virtual bool Start(ShareListenerWrapper* listener, bool showPrompt) = 0;
   // Does nothing unless started.
-  void BeginCapture();
+  virtual void BeginCapture();
   // Waits for a tick in progress. The listener hears nothing more.
   virtual void Stop() = 0;
 
@@ -110,6 +110,8 @@ class ScreenCaptureTask {
   enum class RebuildCause { FilterChanged, ConfigChanged };
 
   bool isRunning() const { return m_running; }
+  // Running, and has not ended by itself.
+  bool isCapturing() const { return m_running && !m_stopped; }
   Settings copySettings() const;
   void setCaptureRect(const CaptureRect& rect);
   // Any thread. The next tick, which comes at once, makes the engine anew.
@@ -131,7 +133,7 @@ class ScreenCaptureTask {
   // On the capture thread.
 
   // One tick. The share is running and there is an engine.
-  virtual void captureFrame(const Settings& settings, std::uint64_t nowMs) = 0;
+  virtual void captureStep(const Settings& settings, std::uint64_t nowMs) = 0;
   virtual bool createEngine(const Settings& settings) = 0;
   // What every proxy is made with.
   EngineProxySettings proxySettings(const Settings& settings, FilterWindowProvider filterWindows);
@@ -144,7 +146,7 @@ class ScreenCaptureTask {
   void PauseShare(IScreenCapture::SharePauseReason reason);
   // Does nothing while the host's own pause lasts.
   void ResumeShare();
-  // The share can't go on. The owner still stops it.
+  // The share can't go on. The owner still stops it; one who does so now is not told.
   void endShare();
 
   // The size that a frame of `shot.rect` may have. False: capture nothing (logged).
@@ -154,6 +156,8 @@ class ScreenCaptureTask {
   // Hands the last frame over again, unless the host wants unchanged ones held back.
   void deliverUnchanged(const Settings& settings, std::int64_t timestamp);
 
+  // Runs the ticks and whatever else the capture thread is to do.
+  ThreadTimer m_timer;
   const std::shared_ptr<FilterWindowManager> m_filterWindowManager;
   ShareListenerWrapper* m_listener = nullptr;
   std::unique_ptr<ScreenCaptureEngineProxy> m_engine;
@@ -180,7 +184,6 @@ class ScreenCaptureTask {
   Picture choosePicture(const Shot& shot);
   void adoptPendingLimit(const Settings& settings);
 
-  ThreadTimer m_timer;
   bool m_hasThread = false;
   std::atomic<bool> m_running = false;
   std::atomic<bool> m_stopped = false;  // the share ended by itself

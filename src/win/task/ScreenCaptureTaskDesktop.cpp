@@ -1,13 +1,12 @@
 #include "win/task/ScreenCaptureTaskDesktop.h"
 
-#include <algorithm>
 #include <cstdint>
-#include <limits>
 #include <utility>
 
 #include "common/Clock.h"
 #include "common/Logging.h"
 #include "win/source/WindowEnumeration.h"
+#include "win/task/CaptureRects.h"
 #include "win/util/SystemProbes.h"
 #include "win/util/Utils.h"
 #include "win/util/WindowHelpers.h"
@@ -19,20 +18,6 @@ bool ReadMonitor(HMONITOR monitor, MONITORINFOEXW& info) {
   info = {};
   info.cbSize = sizeof(info);
   return GetMonitorInfoW(monitor, &info) != FALSE;
-}
-
-std::int32_t Distance(LONG from, LONG to) {
-  constexpr std::int64_t kMax = std::numeric_limits<std::int32_t>::max();
-  return static_cast<std::int32_t>(std::clamp<std::int64_t>(std::int64_t{to} - from, 0, kMax));
-}
-
-IScreenCapture::CaptureRect ToCaptureRect(const RECT& rect) {
-  return {static_cast<std::int32_t>(rect.left), static_cast<std::int32_t>(rect.top),
-          Distance(rect.left, rect.right), Distance(rect.top, rect.bottom)};
-}
-
-bool SameRect(const IScreenCapture::CaptureRect& a, const IScreenCapture::CaptureRect& b) {
-  return a.x == b.x && a.y == b.y && a.width == b.width && a.height == b.height;
 }
 
 }  // namespace
@@ -114,7 +99,7 @@ bool ScreenCaptureTaskDesktop::createEngine(const Settings& settings) {
                      settings);
 }
 
-void ScreenCaptureTaskDesktop::captureFrame(const Settings& settings, std::uint64_t nowMs) {
+void ScreenCaptureTaskDesktop::captureStep(const Settings& settings, std::uint64_t nowMs) {
   if (!updateMonitorRect()) {
     QX_LOG_WARN("update capture frame size failed");
     endShare();

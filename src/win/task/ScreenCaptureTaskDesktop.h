@@ -30,7 +30,7 @@ class ScreenCaptureTaskDesktop : public ScreenCaptureTask {
   void EnableFilterWindowWhenShareDesktop(bool enable) override;
 
  private:
-  void captureFrame(const Settings& settings, std::uint64_t nowMs) override;
+  void captureStep(const Settings& settings, std::uint64_t nowMs) override;
   bool createEngine(const Settings& settings) override;
   void followRect(const CaptureRect& rect);
   void handleCaptureFailure(std::uint64_t nowMs);

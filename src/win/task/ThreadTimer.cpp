@@ -69,6 +69,16 @@ bool ThreadTimer::Start() {
 }
 
 std::int32_t ThreadTimer::AddTask(double delayMs, double intervalMs, bool once, Function function) {
+  return add(delayMs, intervalMs, once, false, std::move(function));
+}
+
+std::int32_t ThreadTimer::AddPeriodicTask(double delayMs, double intervalMs, Function function) {
+  return add(delayMs, intervalMs, false, true, std::move(function));
+}
+
+// `mustRun`: only while the timer runs, and not in advance.
+std::int32_t ThreadTimer::add(double delayMs, double intervalMs, bool once, bool mustRun,
+                              Function function) {
   const std::optional<std::int64_t> delay = ToMicros(delayMs);
   const std::optional<std::int64_t> interval = ToMicros(intervalMs);
   if (!delay || !interval || !function) {
@@ -76,7 +86,8 @@ std::int32_t ThreadTimer::AddTask(double delayMs, double intervalMs, bool once, 
   }
   auto shared = std::make_shared<const Function>(std::move(function));
   const Access access(*this);
-  if (m_state == State::Stopped || m_lastId == kLongest) {
+  const bool possible = mustRun ? m_state == State::Running : m_state != State::Stopped;
+  if (!possible || m_lastId == kLongest) {
     return kNoTask;
   }
   m_tasks.push_back({.id = m_lastId + 1,
@@ -87,21 +98,6 @@ std::int32_t ThreadTimer::AddTask(double delayMs, double intervalMs, bool once, 
                      .first = true});
   std::push_heap(m_tasks.begin(), m_tasks.end(), IsLater);
   return ++m_lastId;
-}
-
-std::int32_t ThreadTimer::AddPeriodicTask(double delayMs, double intervalMs, Function function) {
-  return addWhenRunning(delayMs, intervalMs, false, std::move(function));
-}
-
-std::int32_t ThreadTimer::addWhenRunning(double delayMs, double intervalMs, bool once,
-                                         Function function) {
-  {
-    const Access access(*this);
-    if (m_state != State::Running) {
-      return kNoTask;
-    }
-  }
-  return AddTask(delayMs, intervalMs, once, std::move(function));
 }
 
 void ThreadTimer::RemoveTask(std::int32_t id) {
@@ -137,7 +133,7 @@ bool ThreadTimer::Run(Function function) {
     bool done = false;
   };
   const auto completion = std::make_shared<Completion>();
-  const std::int32_t id = addWhenRunning(0.0, 0.0, true, [this, completion, &function] {
+  const std::int32_t id = add(0.0, 0.0, true, true, [this, completion, &function] {
     runFunction(function);
     AcquireSRWLockExclusive(&completion->lock);
     completion->done = true;

@@ -83,7 +83,7 @@ class ThreadTimer {
 
   static bool IsLater(const TimerTask& a, const TimerTask& b);
   std::vector<TimerTask>::iterator find(std::int32_t id);
-  std::int32_t addWhenRunning(double delayMs, double intervalMs, bool once, Function function);
+  std::int32_t add(double delayMs, double intervalMs, bool once, bool mustRun, Function function);
 
   void run();
   void runNextTask();

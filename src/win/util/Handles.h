@@ -114,4 +114,23 @@ struct SelectedObjectPolicy {
 // What SelectObject replaced. Selects it again, so that the DC lets go of ours.
 using SelectedObject = Handle<SelectedObjectPolicy>;
 
+struct IconPolicy {
+  using Value = HICON;
+  bool borrowed = false;  // a window's, a class's or the system's: not to be destroyed
+  void Close(HICON icon) const {
+    if (!borrowed) {
+      DestroyIcon(icon);
+    }
+  }
+};
+using IconHandle = Handle<IconPolicy>;
+
+struct LockedMemoryPolicy {
+  using Value = void*;
+  HGLOBAL memory = nullptr;
+  void Close(void*) const { GlobalUnlock(memory); }
+};
+// What GlobalLock gave: the address of global memory that can't move meanwhile.
+using LockedMemory = Handle<LockedMemoryPolicy>;
+
 }  // namespace qx

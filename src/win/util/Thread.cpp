@@ -17,10 +17,11 @@ namespace {
 struct Launch {
   std::function<void()> body;
   std::atomic<DWORD>* id;  // null for a detached thread
+  Module library;          // of a detached thread: keeps the code that it runs loaded
 };
 
 unsigned __stdcall Enter(void* argument) {
-  const std::unique_ptr<Launch> launch(static_cast<Launch*>(argument));
+  std::unique_ptr<Launch> launch(static_cast<Launch*>(argument));
   if (launch->id) {
     *launch->id = GetCurrentThreadId();
   }
@@ -34,6 +35,11 @@ unsigned __stdcall Enter(void* argument) {
   // Ids are used again for other threads.
   if (launch->id) {
     *launch->id = 0;
+  }
+  const HMODULE library = launch->library.Release();
+  launch.reset();
+  if (library) {
+    FreeLibraryAndExitThread(library, 0);
   }
   return 0;
 }
@@ -51,7 +57,7 @@ KernelHandle Begin(std::unique_ptr<Launch> launch) {
 }  // namespace
 
 bool Thread::Start(std::function<void()> body) {
-  m_handle = Begin(std::make_unique<Launch>(Launch{std::move(body), &m_id}));
+  m_handle = Begin(std::make_unique<Launch>(Launch{std::move(body), &m_id, {}}));
   return IsStarted();
 }
 
@@ -69,7 +75,14 @@ void Thread::Join() {
 bool Thread::IsCurrent() const { return m_id == GetCurrentThreadId(); }
 
 bool Thread::RunDetached(std::function<void()> body) {
-  return static_cast<bool>(Begin(std::make_unique<Launch>(Launch{std::move(body), nullptr})));
+  Module library;
+  if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<LPCWSTR>(&Enter),
+                          library.Put())) {
+    QX_LOG_ERROR("can't start a thread,error:{}", static_cast<std::uint32_t>(GetLastError()));
+    return false;
+  }
+  return static_cast<bool>(
+      Begin(std::make_unique<Launch>(Launch{std::move(body), nullptr, std::move(library)})));
 }
 
 }  // namespace qx

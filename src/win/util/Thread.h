@@ -10,7 +10,7 @@ namespace qx {
 // A thread of the library. An exception that leaves a body is logged at level 5
 // and ends that thread only.
 //
-// The object takes one call at a time, IsCurrent apart, which the thread itself
+// The object takes one call at a time, IsCurrent and Id apart, which the thread itself
 // may ask. The destructor joins.
 class Thread {
  public:
@@ -30,8 +30,11 @@ class Thread {
   bool IsStarted() const { return static_cast<bool>(m_handle); }
   // Whether the caller runs on this thread.
   bool IsCurrent() const;
+  // 0 while its body doesn't run.
+  DWORD Id() const { return m_id; }
 
-  // Runs `body` on a thread that nobody waits for. False as for Start.
+  // Runs `body` on a thread that nobody waits for. It keeps the library loaded, so
+  // that a host may let go of it meanwhile. False as for Start.
   static bool RunDetached(std::function<void()> body);
 
  private:

@@ -18,9 +18,7 @@ namespace {
 
 constexpr std::size_t kTitleLength = 2048;
 
-std::uint32_t StyleOf(HWND window, int index) {
-  return static_cast<std::uint32_t>(GetWindowLongPtrW(window, index));
-}
+constexpr bool IsLeadSurrogate(wchar_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
 
 bool HasStyles(HWND window, const TrackWindowRule& rule) {
   const std::uint32_t style = StyleOf(window, GWL_STYLE);
@@ -109,15 +107,20 @@ std::string GetWindowProcessName(HWND window) {
   if (!QueryFullProcessImageNameA(process.Get(), 0, path, &length)) {
     return {};
   }
-  std::string_view name(path, length);
-  name.remove_prefix(name.rfind('\\') + 1);  // nothing when there is none
-  return std::string(name.substr(0, name.rfind('.')));
+  return std::string(ProcessNameOf(std::string_view(path, length)));
+}
+
+std::size_t ReadWindowTitle(HWND window, std::span<wchar_t> text) {
+  const int answer = GetWindowTextW(window, text.data(), static_cast<int>(text.size()));
+  const auto length = static_cast<std::size_t>(std::max(answer, 0));
+  // The system cuts between UTF-16 units.
+  const bool cut = length + 1 == text.size();
+  return cut && length > 0 && IsLeadSurrogate(text[length - 1]) ? length - 1 : length;
 }
 
 bool GetWindowTitle(HWND window, std::wstring& title) {
   wchar_t text[260];
-  const int length = GetWindowTextW(window, text, static_cast<int>(std::size(text)));
-  title.assign(text, static_cast<std::size_t>(std::max(length, 0)));
+  title.assign(text, ReadWindowTitle(window, text));
   title.resize(kTitleLength);
   return true;
 }

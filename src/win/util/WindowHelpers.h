@@ -2,8 +2,11 @@
 
 #include <windows.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 // Questions about windows, monitors and rectangles. All rectangles are in pixels
@@ -23,10 +26,24 @@ void EnumChildWindowHandles(HWND window, std::vector<HWND>& children);
 std::string GetWindowClassName(HWND window);
 std::string GetWindowProcessName(HWND window);
 
-// The present title, at most 259 characters. `title` is always 2048 long, with
-// NULs behind the text. Always true.
+// What of an image's path is the process name.
+template <typename Char>
+std::basic_string_view<Char> ProcessNameOf(std::basic_string_view<Char> path) {
+  path.remove_prefix(path.rfind(Char{'\\'}) + 1);  // nothing when there is none
+  return path.substr(0, path.rfind(Char{'.'}));
+}
+
+// The present title, as far as it and a NUL fit into `text`, and never half of a
+// character. Answers its length.
+std::size_t ReadWindowTitle(HWND window, std::span<wchar_t> text);
+// The same of at most 259 characters. `title` is always 2048 long, with NULs behind
+// the text. Always true.
 bool GetWindowTitle(HWND window, std::wstring& title);
 
+// GWL_STYLE or GWL_EXSTYLE.
+inline std::uint32_t StyleOf(HWND window, int index) {
+  return static_cast<std::uint32_t>(GetWindowLongPtrW(window, index));
+}
 bool IsLayeredWindow(HWND window);
 // Makes the window layered and opaque, or plain again and repainted.
 void SetWindowLayered(HWND window, bool layered);

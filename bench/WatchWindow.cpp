@@ -1,0 +1,93 @@
+#include "WatchWindow.h"
+
+#include <dwmapi.h>
+#include <objbase.h>
+#include <shobjidl.h>
+
+namespace {
+
+bool IsWindows8() {
+  OSVERSIONINFOEXW version = {};
+  version.dwOSVersionInfoSize = sizeof(version);
+  version.dwMajorVersion = 6;
+  version.dwMinorVersion = 2;
+  ULONGLONG conditions = 0;
+  conditions = VerSetConditionMask(conditions, VER_MAJORVERSION, VER_GREATER_EQUAL);
+  conditions = VerSetConditionMask(conditions, VER_MINORVERSION, VER_GREATER_EQUAL);
+  conditions = VerSetConditionMask(conditions, VER_SERVICEPACKMAJOR, VER_GREATER_EQUAL);
+  return VerifyVersionInfoW(&version, VER_MAJORVERSION | VER_MINORVERSION | VER_SERVICEPACKMAJOR,
+                            conditions) != FALSE;
+}
+
+void AskVirtualDesktop(HWND window) {
+  IVirtualDesktopManager* manager = nullptr;
+  if (SUCCEEDED(CoCreateInstance(CLSID_VirtualDesktopManager, nullptr, CLSCTX_ALL,
+                                 IID_IVirtualDesktopManager, reinterpret_cast<void**>(&manager)))) {
+    BOOL current = FALSE;
+    (void)manager->IsWindowOnCurrentVirtualDesktop(window, &current);
+    manager->Release();
+  }
+}
+
+void AskRectangle(HWND window) {
+  RECT rect = {};
+  if (!IsIconic(window) && IsWindows8() && !IsZoomed(window)) {
+    DwmGetWindowAttribute(window, DWMWA_EXTENDED_FRAME_BOUNDS, &rect, sizeof(rect));
+  }
+}
+
+void AskMonitors(const RECT& window) {
+  EnumDisplayMonitors(
+      nullptr, nullptr,
+      [](HMONITOR monitor, HDC, LPRECT, LPARAM rect) -> BOOL {
+        MONITORINFO info = {};
+        info.cbSize = sizeof(info);
+        GetMonitorInfoW(monitor, &info);
+        RECT overlap = {};
+        IntersectRect(&overlap, &info.rcMonitor, reinterpret_cast<const RECT*>(rect));
+        return TRUE;
+      },
+      reinterpret_cast<LPARAM>(&window));
+}
+
+void ReadWallClock() {
+  FILETIME time = {};
+  GetSystemTimeAsFileTime(&time);
+}
+
+}  // namespace
+
+void WatchWindow(HWND window) {
+  RECT rect = {};
+  DWORD cloaked = 0;
+  BOOL composition = FALSE;
+  // When the tick begins, the capture and the delivery, and how long each took.
+  for (int i = 0; i < 6; ++i) {
+    ReadWallClock();
+  }
+  IsWindow(window);
+  GetWindowRect(window, &rect);
+  AskVirtualDesktop(window);
+  AskRectangle(window);
+  IsWindowVisible(window);
+  IsIconic(window);
+  DwmGetWindowAttribute(window, DWMWA_CLOAKED, &cloaked, sizeof(cloaked));
+  // Which monitor it is on, which one holds most of it, and whether any does.
+  GetWindowLongPtrW(window, GWL_STYLE);
+  GetWindowRect(window, &rect);
+  AskMonitors(rect);
+  AskRectangle(window);
+  AskMonitors(rect);
+  AskMonitors(rect);
+  DwmIsCompositionEnabled(&composition);
+}
+
+void WaitByHand(DWORD milliseconds) {
+  LARGE_INTEGER now = {};
+  QueryPerformanceCounter(&now);
+  SRWLOCK lock = SRWLOCK_INIT;
+  CONDITION_VARIABLE never = CONDITION_VARIABLE_INIT;
+  AcquireSRWLockExclusive(&lock);
+  SleepConditionVariableSRW(&never, &lock, milliseconds, 0);
+  ReleaseSRWLockExclusive(&lock);
+}

@@ -1,0 +1,11 @@
+#pragma once
+
+#include <windows.h>
+
+// What a window share asks the system in every tick of a still window, without
+// looking at the answers. Keep it like the calls of a tick, as virtual Windows logs
+// them; what the library asks beyond this counts as the library's own time.
+void WatchWindow(HWND window);
+
+// Waits as a share does between its ticks.
+void WaitByHand(DWORD milliseconds);

@@ -1,0 +1,101 @@
+#pragma once
+
+#include <windows.h>
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "win/prompt/PromptWindow.h"
+#include "win/task/AeroPeekSwitch.h"
+#include "win/task/ScreenCaptureTask.h"
+#include "win/util/WindowHelpers.h"
+
+namespace qx {
+
+// Why a tick of a window share captured nothing.
+enum class WindowCaptureStatus {
+  Failed = 0,         // no rectangle or no size could be worked out
+  Hidden = 1,         // invisible, minimised, cloaked, or just back from that
+  Moved = 2,          // the window has another rectangle than at the last tick
+  OtherDesktop = 3,   // on a virtual desktop that the user does not see
+  EngineFailed = 4,   // the engine captured nothing, and gave none of the reasons below
+  OffScreen = 5,      // on no monitor
+  FilterFailed = 6,   // what covers the window can't be kept out
+  PauseInvoked = 7,   // the host asked for a pause
+  FilterChanged = 8,  // the engine adapts to other windows to keep out
+};
+
+// The share of one top-level window. Each tick follows the window: a change of its
+// rectangle pauses the share until it has stood still, and so does all that takes the
+// window from the user's sight. When the window is a known application's main window,
+// the share moves over to the window that the application opens for a slide show, and
+// back.
+//
+// The capture thread also makes, moves and drops the frame around the window: with a
+// change of window the frame is another one, and nobody else may be using it then.
+class ScreenCaptureTaskWindow : public ScreenCaptureTask {
+ public:
+  ScreenCaptureTaskWindow(HWND window, std::shared_ptr<FilterWindowManager> filterWindowManager);
+  // Ends a share that still runs; its listener hears nothing.
+  ~ScreenCaptureTaskWindow() override;
+
+  bool Start(ShareListenerWrapper* listener, bool showPrompt) override;
+  void BeginCapture() override;
+  void Stop() override;
+  // Also raises the window.
+  void Resume() override;
+  void EnablePromptWindow(bool enable) override;
+  void SetPromptWindowInfo(const PromptWindowInfo& info) override;
+  // Whether the share raises the window: at its start, when the host resumes it, and
+  // with a change of window.
+  void SetAutoActiveShareWindow(bool active) override;
+  // Before Start: the window to change to as soon as there is one.
+  void SetAutoTrackWindow(const WindowsUtil::TrackWindowRule& rule) override;
+
+ private:
+  void captureStep(const Settings& settings, std::uint64_t nowMs) override;
+  bool createEngine(const Settings& settings) override;
+  bool captureFrame(const Settings& settings, std::uint64_t nowMs, WindowCaptureStatus& status);
+  bool capture(const Settings& settings, Shot& shot, WindowCaptureStatus& status);
+  void handleStatus(WindowCaptureStatus status, std::uint64_t nowMs);
+  void handleOffScreen();
+  void handleEngineFailure(std::uint64_t nowMs);
+  void handleWindowGone();
+
+  bool isHidden(const Settings& settings, std::uint64_t nowMs);
+  bool updateDesktopRect();
+  void reportShareRect();
+  void listCoveringWindows(const RECT& rect, std::vector<HWND>& windows);
+
+  void openPrompt();
+  void updatePrompt(bool show);
+  void activateWindow();
+  void leaveCaptureThread();
+
+  void startTrackTimer();
+  void stopTrackTimer();
+  void trackStep();
+  bool changeCaptureWindow(HWND window);
+
+  // The capture thread's between BeginCapture and Stop, the owner's before and after.
+  HWND m_window;
+  HWND m_backWindow = nullptr;  // the main window while its slide show is shared
+  RECT m_rectDesktop = {};      // the monitor, or its work area, with most of the window
+  RECT m_rectWindow = {};       // the window's, as last seen
+  RECT m_rectCapture = {};      // what is captured of it
+  RECT m_lastWindowRect = {};   // with the invisible frame, to notice a change
+  bool m_windowShown = true;    // false until a hidden window has been seen again
+  CaptureRect m_reportedRect = {-1, -1, -1, -1};
+  std::unique_ptr<PromptWindow> m_promptWindow;
+  std::vector<RECT> m_monitorRects;  // as of the last look
+
+  WindowsUtil::TrackWindowRule m_trackWindow;  // no class name: nothing to track
+  std::atomic<std::int32_t> m_trackTimerTask = ThreadTimer::kNoTask;
+  std::atomic<bool> m_enablePrompt = true;
+  std::atomic<bool> m_autoActive = true;
+  AeroPeekSwitch m_aeroPeek;
+};
+
+}  // namespace qx

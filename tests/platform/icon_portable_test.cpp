@@ -1,0 +1,174 @@
+// Icons, GDI+ images and streams over memory.
+#include <gtest/gtest.h>
+#include <windows.h>
+// After windows.h.
+#include <objbase.h>
+#include <objidl.h>
+// After objidl.h.
+#include <gdiplus.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tests/platform/TestWindow.h"
+
+namespace qx::test {
+namespace {
+
+using namespace Gdiplus::DllExports;
+using Pixels = std::vector<std::uint32_t>;
+
+BITMAP described(HBITMAP bitmap) {
+  BITMAP result{};
+  EXPECT_EQ(GetObjectW(bitmap, sizeof(result), &result), static_cast<int>(sizeof(result)));
+  return result;
+}
+
+// Rows top to bottom, as many as there are.
+Pixels pixelsOf(HBITMAP bitmap) {
+  const BITMAP size = described(bitmap);
+  BITMAPINFO info{};
+  info.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
+  info.bmiHeader.biWidth = size.bmWidth;
+  info.bmiHeader.biHeight = -size.bmHeight;
+  info.bmiHeader.biPlanes = 1;
+  info.bmiHeader.biBitCount = 32;
+  info.bmiHeader.biCompression = BI_RGB;
+  Pixels pixels(static_cast<std::size_t>(size.bmWidth * size.bmHeight));
+  const HDC screen = GetDC(nullptr);
+  EXPECT_EQ(GetDIBits(screen, bitmap, 0, static_cast<UINT>(size.bmHeight), pixels.data(), &info,
+                      DIB_RGB_COLORS),
+            size.bmHeight);
+  ReleaseDC(nullptr, screen);
+  return pixels;
+}
+
+TEST(Icons, TheSystemsOwnHasColoursAndAMask) {
+  const HICON icon = LoadIconW(nullptr, IDI_APPLICATION);
+  ASSERT_TRUE(icon);
+  EXPECT_EQ(LoadIconW(nullptr, IDI_APPLICATION), icon) << "shared";
+  ICONINFO first{};
+  ICONINFO second{};
+  ASSERT_TRUE(GetIconInfo(icon, &first));
+  ASSERT_TRUE(GetIconInfo(icon, &second));
+  EXPECT_TRUE(first.fIcon);
+  EXPECT_NE(first.hbmColor, second.hbmColor) << "copies";
+  DeleteObject(second.hbmColor);
+  DeleteObject(second.hbmMask);
+
+  const BITMAP color = described(first.hbmColor);
+  const BITMAP mask = described(first.hbmMask);
+  EXPECT_EQ(color.bmWidth, 32);
+  EXPECT_EQ(color.bmHeight, 32);
+  EXPECT_EQ(color.bmBitsPixel, 32);
+  EXPECT_EQ(mask.bmWidth, 32);
+  EXPECT_EQ(mask.bmHeight, 32);
+  EXPECT_EQ(mask.bmBitsPixel, 1);
+  EXPECT_EQ(mask.bmWidthBytes, 4);
+  // Alpha comes through, and masks are black and white.
+  bool opaque = false;
+  for (const std::uint32_t pixel : pixelsOf(first.hbmColor)) opaque |= pixel >> 24 == 0xFF;
+  EXPECT_TRUE(opaque);
+  for (const std::uint32_t pixel : pixelsOf(first.hbmMask))
+    EXPECT_TRUE(pixel == 0 || pixel == 0xFFFFFF) << pixel;
+  DeleteObject(first.hbmColor);
+  DeleteObject(first.hbmMask);
+  EXPECT_EQ(GetObjectW(first.hbmColor, sizeof(BITMAP), &first), 0) << "deleted";
+}
+
+TEST(Icons, OtherHandlesAreNone) {
+  TestWindow window({0, 0, 50, 50});
+  ICONINFO info{};
+  EXPECT_FALSE(GetIconInfo(reinterpret_cast<HICON>(window.handle()), &info));
+  EXPECT_FALSE(GetIconInfo(nullptr, &info));
+  EXPECT_EQ(GetClassLongPtrW(window, GCLP_HICON), 0u);
+}
+
+TEST(Icons, BelongToAClass) {
+  WNDCLASSEXW description{};
+  description.cbSize = sizeof(description);
+  description.lpfnWndProc = DefWindowProcW;
+  description.lpszClassName = L"IconTestWindow";
+  description.hIcon = LoadIconW(nullptr, IDI_APPLICATION);
+  ASSERT_TRUE(RegisterClassExW(&description));
+  const HWND window = CreateWindowExW(0, L"IconTestWindow", L"", WS_POPUP, 0, 0, 9, 9, nullptr,
+                                      nullptr, nullptr, nullptr);
+  EXPECT_EQ(reinterpret_cast<HICON>(GetClassLongPtrW(window, GCLP_HICON)), description.hIcon);
+  DestroyWindow(window);
+  EXPECT_EQ(GetClassLongPtrW(window, GCLP_HICON), 0u);
+}
+
+class Images : public testing::Test {
+ protected:
+  void SetUp() override {
+    ULONG_PTR token = 0;
+    const Gdiplus::GdiplusStartupInput input;
+    ASSERT_EQ(Gdiplus::GdiplusStartup(&token, &input, nullptr), Gdiplus::Ok);
+  }
+};
+
+TEST_F(Images, AreMadeOfPixelsThatMakeSense) {
+  std::uint32_t pixels[6] = {};
+  auto* const bytes = reinterpret_cast<BYTE*>(pixels);
+  Gdiplus::GpBitmap* bitmap = nullptr;
+  EXPECT_EQ(GdipCreateBitmapFromScan0(0, 2, 12, PixelFormat32bppARGB, bytes, &bitmap),
+            Gdiplus::InvalidParameter);
+  EXPECT_EQ(GdipCreateBitmapFromScan0(3, -2, 12, PixelFormat32bppARGB, bytes, &bitmap),
+            Gdiplus::InvalidParameter);
+  EXPECT_EQ(GdipCreateBitmapFromScan0(3, 2, 13, PixelFormat32bppARGB, bytes, &bitmap),
+            Gdiplus::InvalidParameter);
+  ASSERT_EQ(GdipCreateBitmapFromScan0(3, 2, 12, PixelFormat32bppARGB, bytes, &bitmap), Gdiplus::Ok);
+  EXPECT_EQ(GdipDisposeImage(bitmap), Gdiplus::Ok);
+}
+
+TEST_F(Images, HaveFiveEncoders) {
+  UINT count = 0;
+  UINT size = 0;
+  ASSERT_EQ(GdipGetImageEncodersSize(&count, &size), Gdiplus::Ok);
+  EXPECT_GE(size, count * sizeof(Gdiplus::ImageCodecInfo));
+  std::vector<Gdiplus::ImageCodecInfo> encoders(size / sizeof(Gdiplus::ImageCodecInfo) + 1);
+  EXPECT_NE(GdipGetImageEncoders(count + 1, size, encoders.data()), Gdiplus::Ok);
+  ASSERT_EQ(GdipGetImageEncoders(count, size, encoders.data()), Gdiplus::Ok);
+  std::vector<std::wstring> types;
+  for (UINT i = 0; i < count; ++i) types.emplace_back(encoders[i].MimeType);
+  EXPECT_EQ(types, (std::vector<std::wstring>{L"image/bmp", L"image/jpeg", L"image/gif",
+                                              L"image/tiff", L"image/png"}));
+  EXPECT_EQ(encoders[0].Clsid.Data1, 0x557cf400u);
+  EXPECT_EQ(encoders[4].Clsid.Data1, 0x557cf406u);
+  EXPECT_EQ(encoders[4].FormatID.Data1, 0xb96b3cafu);
+}
+
+TEST(Streams, WriteIntoGlobalMemoryThatGoesWithThem) {
+  IStream* stream = nullptr;
+  ASSERT_EQ(CreateStreamOnHGlobal(nullptr, TRUE, &stream), S_OK);
+  HGLOBAL memory = nullptr;
+  ASSERT_EQ(GetHGlobalFromStream(stream, &memory), S_OK);
+  EXPECT_EQ(GlobalSize(memory), 0u) << "nothing was written";
+  ULONG written = 0;
+  EXPECT_EQ(stream->Write("abcd", 4, &written), S_OK);
+  EXPECT_EQ(written, 4u);
+  EXPECT_EQ(stream->Write("ef", 2, nullptr), S_OK);
+  ASSERT_EQ(GetHGlobalFromStream(stream, &memory), S_OK);
+  ASSERT_EQ(GlobalSize(memory), 6u);
+  const char* const bytes = static_cast<const char*>(GlobalLock(memory));
+  ASSERT_TRUE(bytes);
+  EXPECT_EQ(std::string(bytes, 6), "abcdef");
+  EXPECT_FALSE(GlobalUnlock(memory));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_SUCCESS));
+  EXPECT_EQ(stream->Release(), 0u);
+}
+
+TEST(Streams, LeaveTheMemoryThatIsNotTheirs) {
+  IStream* stream = nullptr;
+  ASSERT_EQ(CreateStreamOnHGlobal(nullptr, FALSE, &stream), S_OK);
+  stream->Write("abcd", 4, nullptr);
+  HGLOBAL memory = nullptr;
+  ASSERT_EQ(GetHGlobalFromStream(stream, &memory), S_OK);
+  stream->Release();
+  EXPECT_EQ(GlobalSize(memory), 4u);
+  EXPECT_FALSE(GlobalFree(memory));
+}
+
+}  // namespace
+}  // namespace qx::test

@@ -1,0 +1,482 @@
+// What a host is told about the windows that it can share, and what the ids of a
+// list are good for afterwards.
+#include <objbase.h>
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/control/Ledger.h"
+#include "tests/share/ShareTest.h"
+
+namespace qx::test {
+namespace {
+
+using namespace vwin::control;
+
+using WindowInfo = IScreenCapture::WindowInfo;
+using Ids = std::vector<int>;
+
+// A copy of what a callback got.
+struct WindowList {
+  struct Window {
+    int id;
+    std::uint32_t processId;
+    std::wstring processName;
+    std::wstring title;
+    RECT rect;
+  };
+
+  int calls = 0;
+  bool isNull = false;
+  DWORD thread = 0;
+  std::vector<Window> windows;
+
+  static void Take(const WindowInfo* windows, const int& count, void* user) {
+    auto& self = *static_cast<WindowList*>(user);
+    ++self.calls;
+    self.isNull = windows == nullptr;
+    self.thread = GetCurrentThreadId();
+    self.windows.clear();
+    for (int i = 0; i < count; ++i) {
+      const WindowInfo& info = windows[i];
+      EXPECT_EQ(info.handle, info.id);
+      self.windows.push_back({info.id,
+                              info.processId,
+                              info.processName,
+                              info.title,
+                              {info.x, info.y, info.x + info.width, info.y + info.height}});
+    }
+  }
+
+  Ids ids() const {
+    Ids ids;
+    for (const Window& window : windows) {
+      ids.push_back(window.id);
+    }
+    return ids;
+  }
+};
+
+bool operator==(const WindowList::Window& a, const WindowList::Window& b) {
+  return a.id == b.id && a.processId == b.processId && a.processName == b.processName &&
+         a.title == b.title && EqualRect(&a.rect, &b.rect);
+}
+void PrintTo(const WindowList::Window& window, std::ostream* out) {
+  *out << window.id << ' ' << window.processId << ' ' << testing::PrintToString(window.processName)
+       << ' ' << testing::PrintToString(window.title) << ' ' << window.rect.left << ','
+       << window.rect.top << ' ' << window.rect.right << ',' << window.rect.bottom;
+}
+
+// References to modules that running threads hold.
+std::ptrdiff_t HeldModules() {
+  const LedgerSnapshot all = Snapshot();
+  return std::count_if(all.begin(), all.end(), [](const auto& entry) {
+    return entry.kind == "module" && entry.call == "GetModuleHandleExW";
+  });
+}
+
+class WindowListTest : public ShareTest {
+ protected:
+  WindowList list() {
+    WindowList list;
+    capture.GetWindowList(WindowList::Take, &list);
+    EXPECT_EQ(list.calls, 1);
+    return list;
+  }
+
+  template <typename... Window>
+  static Ids ids(Window... windows) {
+    return {idOf(windows)...};
+  }
+
+  static IScreenCapture::FilterWindowInfo rule(DWORD processId, std::uint32_t titleRule,
+                                               const std::string& title = "") {
+    IScreenCapture::FilterWindowInfo info;
+    info.type = 1;
+    info.processId = processId;
+    info.titleRule = titleRule;
+    title.copy(info.title, sizeof(info.title) - 1);
+    return info;
+  }
+};
+
+TEST_F(WindowListTest, TopmostFirstEachWithItsFacts) {
+  const std::pair<std::wstring, std::wstring> pathsAndNames[] = {
+      {L"C:\\Program Files\\My.App\\tool.v2.exe", L"tool.v2"},
+      {L"C:\\My.App\\tool", L"tool"},
+      {L"plain.exe", L"plain"},
+      {L"C:\\" + std::wstring(2043, L'p'), std::wstring(2043, L'p')},
+      {L"C:\\" + std::wstring(2044, L'p'), L""}};
+  std::vector<WindowList::Window> expected;
+  DWORD processId = 8000;
+  for (const auto& [path, name] : pathsAndNames) {
+    const std::wstring title = L"\U0001F600 " + std::to_wstring(++processId);
+    AddProcess(processId, path);
+    const HWND window =
+        OpenWindow({.title = title, .rect = {10, 20, 110, 220}, .processId = processId});
+    expected.push_back({idOf(window), processId, name, title, {10, 20, 110, 220}});
+  }
+  AddProcess(9000, L"C:\\elevated.exe", false);
+  const HWND elevated = OpenWindow({.title = L"Elevated",
+                                    .rect = {-500, 0, -100, 300},
+                                    .processId = 9000,
+                                    .cloaked = true,
+                                    .invisibleFrame = {7, 0, 7, 7}});
+  expected.push_back({idOf(elevated), 9000, L"", L"Elevated", {-493, 0, -107, 293}});
+  const HWND orphan = OpenWindow({.title = L"Orphan", .rect = {0, 0, 9, 99}, .processId = 9001});
+  Minimise(orphan);
+  expected.push_back({idOf(orphan), 9001, L"", L"Orphan", {0, 0, 9, 99}});
+
+  std::reverse(expected.begin(), expected.end());
+  EXPECT_EQ(list().windows, expected);
+
+  ToTop(elevated);
+  EXPECT_EQ(list().windows.front().title, L"Elevated");
+}
+
+TEST_F(WindowListTest, SizeDecides) {
+  const auto isListed = [this](int width, int height, bool minimised) {
+    const HWND window = OpenWindow({.title = L"Window", .rect = {5, 5, 5 + width, 5 + height}});
+    if (minimised) {
+      Minimise(window);
+    }
+    ResetCounts();
+    const bool listed = list().ids() == ids(window);
+    EXPECT_EQ(Count("OpenProcess"), listed ? 1u : 0u);
+    Close(window);
+    return listed;
+  };
+  for (const bool minimised : {false, true}) {
+    EXPECT_FALSE(isListed(1, 1, minimised)) << minimised;
+    EXPECT_FALSE(isListed(31, 31, minimised)) << minimised;
+    EXPECT_TRUE(isListed(32, 10, minimised)) << minimised;
+    EXPECT_TRUE(isListed(10, 32, minimised)) << minimised;
+    EXPECT_FALSE(isListed(0, 31, minimised)) << minimised;
+    EXPECT_EQ(isListed(0, 100, minimised), minimised) << "only what is shown must have an area";
+    EXPECT_EQ(isListed(100, 0, minimised), minimised);
+  }
+}
+
+TEST_F(WindowListTest, AnOwnersTitleWillDo) {
+  const HWND untitled = OpenWindow({.title = L""});
+  EXPECT_TRUE(list().windows.empty());
+  const HWND owner = OpenWindow({.title = L"Program"});
+  const HWND panel = OpenWindow({.title = L"", .owner = owner});
+  OpenWindow({.title = L"", .owner = untitled});
+  OpenWindow({.title = L"", .owner = panel});
+  ResetCounts();
+  const WindowList found = list();
+  ASSERT_EQ(found.ids(), ids(panel, owner));
+  EXPECT_EQ(found.windows[0].title, L"");
+  EXPECT_EQ(Count("OpenProcess"), 2u) << "none for a window that is left out";
+}
+
+TEST_F(WindowListTest, CoveredTopmostWindowsAreLeftOut) {
+  const HWND plain = OpenWindow({.title = L"Plain", .rect = {0, 0, 100, 100}});
+  const HWND topmost =
+      OpenWindow({.title = L"Topmost", .rect = {0, 0, 100, 100}, .exStyle = WS_EX_TOPMOST});
+  const HWND cover =
+      OpenWindow({.title = L"Cover", .rect = {0, 0, 100, 100}, .exStyle = WS_EX_TOPMOST});
+  EXPECT_EQ(list().ids(), ids(cover, plain));
+  SetRect(cover, {2, 0, 100, 100});
+  EXPECT_EQ(list().ids(), ids(cover, topmost, plain)) << "a corner shows";
+  SetRect(cover, {0, 0, 100, 100});
+  SetTopmost(topmost, false);
+  EXPECT_EQ(list().ids(), ids(cover, topmost, plain)) << "no matter for other windows";
+}
+
+TEST_F(WindowListTest, ExcludedWindowsAreLeftOut) {
+  const HWND third = OpenWindow({.title = L"Third", .processId = 8001});
+  const HWND second = OpenWindow({.title = L"Second", .processId = 8000});
+  const HWND first = OpenWindow({.title = L"First", .processId = 8000});
+  IScreenCapture::FilterWindowInfo byHandle;
+  byHandle.window = second;
+  const std::pair<IScreenCapture::FilterWindowInfo, Ids> rules[] = {
+      {byHandle, ids(first, third)},
+      {rule(8000, 0), ids(third)},
+      {rule(8000, 1, "Second"), ids(first, third)},
+      {rule(8000, 2, "Second"), ids(second, third)}};
+  for (const auto& [excluded, left] : rules) {
+    capture.AddExcludeWindow(excluded);
+    ResetCounts();
+    EXPECT_EQ(list().ids(), left);
+    EXPECT_EQ(Count("OpenProcess"), left.size()) << "none for a window that is left out";
+    WindowList other;
+    ScreenCapture().GetWindowList(WindowList::Take, &other);
+    EXPECT_EQ(other.ids(), ids(first, second, third)) << "each object has lists of its own";
+    capture.RemoveExcludeWindow(excluded);
+  }
+  capture.AddExcludeWindow(byHandle);
+  capture.AddIncludeWindow(byHandle);
+  EXPECT_EQ(list().ids(), ids(first, third)) << "the include list is about pictures";
+}
+
+TEST_F(WindowListTest, TitlesAreCutBetweenCharacters) {
+  const std::wstring pair = {wchar_t{0xD83D}, wchar_t{0xDE00}};
+  const HWND window = OpenWindow({.title = L"Window"});
+  const auto listed = [&](const std::wstring& title) {
+    SetTitle(window, title);
+    return list().windows.at(0).title;
+  };
+  const std::wstring full = std::wstring(1997, L'x') + pair;
+  EXPECT_EQ(listed(full), full);
+  EXPECT_EQ(listed(full + L"x"), full);
+  EXPECT_EQ(listed(L"x" + full), L"x" + full.substr(0, 1997));
+
+  SetTitle(window, std::wstring(257, L'x') + pair + L"x");
+  EXPECT_EQ(capture.GetWindowTitle(idOf(window)), std::wstring(257, L'x') + pair);
+  SetTitle(window, std::wstring(258, L'x') + pair);
+  EXPECT_EQ(capture.GetWindowTitle(idOf(window)), std::wstring(258, L'x'));
+}
+
+TEST_F(WindowListTest, IdsAreThoseOfTheLastListThatWasNotEmpty) {
+  const HWND old = OpenWindow({.title = L"Old"});
+  EXPECT_STREQ(capture.GetWindowTitle(idOf(old)), L"");
+  EXPECT_STREQ(capture.GetWindowIcon(idOf(old)), "") << "before any list";
+  list();
+  const wchar_t* const title = capture.GetWindowTitle(idOf(old));
+  EXPECT_STREQ(title, L"Old");
+  const char* const icon = capture.GetWindowIcon(idOf(old));
+  EXPECT_EQ(std::string(icon).substr(0, 23), "data:image/png; base64,");
+  EXPECT_STREQ(capture.GetWindowIcon(1), "");
+  EXPECT_STREQ(icon, "") << "the failing call has overwritten it";
+  EXPECT_STREQ(capture.GetWindowTitle(1), L"");
+  EXPECT_STREQ(title, L"");
+
+  Hide(old);
+  SetTitle(old, L"Renamed");
+  EXPECT_TRUE(list().isNull);
+  EXPECT_STREQ(capture.GetWindowTitle(idOf(old)), L"Renamed") << "the present title";
+  Close(old);
+  EXPECT_STREQ(capture.GetWindowTitle(idOf(old)), L"");
+
+  const HWND next = OpenWindow({.title = L"Next"});
+  EXPECT_EQ(list().ids(), ids(next));
+  const HWND unlisted = OpenWindow({.title = L"Unlisted"});
+  EXPECT_STREQ(capture.GetWindowTitle(idOf(unlisted)), L"");
+  EXPECT_STREQ(ScreenCapture().GetWindowTitle(idOf(next)), L"Next") << "one list for all objects";
+  Close(next);
+  list();
+  EXPECT_STREQ(capture.GetWindowTitle(idOf(unlisted)), L"Unlisted");
+}
+
+TEST_F(WindowListTest, OfThousandsOfWindows) {
+  std::vector<WindowList::Window> expected;
+  for (int i = 0; i < 2000; ++i) {
+    const std::wstring title = L"Window " + std::to_wstring(i);
+    const HWND window = OpenWindow({.title = title, .rect = {i, 0, i + 40, 1}});
+    expected.push_back({idOf(window), 7000, L"", title, {i, 0, i + 40, 1}});
+  }
+  std::reverse(expected.begin(), expected.end());
+  EXPECT_EQ(list().windows, expected);
+}
+
+TEST_F(WindowListTest, AskedForInsideItsCallback) {
+  struct Host {
+    ScreenCapture* capture;
+    HWND window;
+    WindowList inner;
+    WindowList outer;
+    std::wstring title;
+    int desktops = 0;
+  } nested = {&capture, OpenWindow({.title = L"Before"}), {}, {}, {}};
+  capture.GetWindowList(
+      [](const WindowInfo* windows, const int& count, void* user) {
+        auto& self = *static_cast<Host*>(user);
+        SetTitle(self.window, L"After");
+        OpenWindow({.title = L"New"});
+        self.capture->GetWindowList(WindowList::Take, &self.inner);
+        self.title = self.capture->GetWindowTitle(windows[0].id);
+        self.capture->GetDesktopList([](const IScreenCapture::DesktopInfo*, const int& desktops,
+                                        void* to) { *static_cast<int*>(to) = desktops; },
+                                     &self.desktops);
+        WindowList::Take(windows, count, &self.outer);
+      },
+      &nested);
+  ASSERT_EQ(nested.outer.ids(), ids(nested.window));
+  EXPECT_EQ(nested.outer.windows[0].title, L"Before") << "as it was when the list was made";
+  EXPECT_EQ(nested.inner.windows.size(), 2u);
+  EXPECT_EQ(nested.title, L"After");
+  EXPECT_EQ(nested.desktops, 1);
+}
+
+TEST_F(WindowListTest, AsyncListsOverlapEachWithItsOwnArray) {
+  struct Waiter : WindowList {
+    HANDLE go = nullptr;
+    static void TakeAndWait(const WindowInfo* windows, const int& count, void* user) {
+      auto& self = *static_cast<Waiter*>(user);
+      const std::wstring title = windows[0].title;
+      WaitForSingleObject(self.go, INFINITE);
+      EXPECT_EQ(windows[0].title, title);
+      WindowList::Take(windows, count, static_cast<WindowList*>(&self));
+    }
+  };
+  const HANDLE go = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  Waiter first;
+  Waiter second;
+  first.go = second.go = go;
+  const HWND a = OpenWindow({.title = L"A"});
+  capture.GetWindowListAsync(Waiter::TakeAndWait, &first);
+  Settle();
+  const HWND b = OpenWindow({.title = L"B"});
+  capture.GetWindowListAsync(Waiter::TakeAndWait, &second);
+  Settle();
+  EXPECT_EQ(HeldModules(), 2) << "the threads keep the library loaded";
+  const HWND c = OpenWindow({.title = L"C"});
+  EXPECT_EQ(list().ids(), ids(c, b, a));
+  EXPECT_EQ(first.calls + second.calls, 0);
+  SetEvent(go);
+  Settle();
+  CloseHandle(go);
+  EXPECT_EQ(first.ids(), ids(a));
+  EXPECT_EQ(second.ids(), ids(b, a));
+  EXPECT_NE(first.thread, second.thread);
+  EXPECT_NE(first.thread, GetCurrentThreadId());
+  EXPECT_EQ(log.Count("start new thread to get window list"), 2) << log.Dump();
+  EXPECT_EQ(HeldModules(), 0);
+}
+
+TEST_F(WindowListTest, WithoutAThreadTheCallbackComesEmptyOnTheCallers) {
+  OpenWindow({.title = L"Window"});
+  for (const char* const function : {"_beginthreadex", "GetModuleHandleExW"}) {
+    FailNth(function, 1);
+    WindowList list;
+    capture.GetWindowListAsync(WindowList::Take, &list);
+    EXPECT_EQ(list.calls, 1) << function;
+    EXPECT_TRUE(list.isNull) << function;
+    EXPECT_EQ(list.thread, GetCurrentThreadId());
+    EXPECT_EQ(log.Count("can't start a thread"), 1) << log.Dump();
+    EXPECT_EQ(HeldModules(), 0) << function;
+    log.Forget();
+  }
+  ResetCounts();
+  capture.GetWindowList(nullptr, nullptr);
+  capture.GetWindowListAsync(nullptr, nullptr);
+  EXPECT_EQ(Count("EnumWindows") + Count("_beginthreadex"), 0u) << "nobody to tell";
+}
+
+TEST_F(WindowListTest, OutlivesTheObjectThatWasAsked) {
+  const HWND secret = OpenWindow({.title = L"Secret"});
+  const HWND window = OpenWindow({.title = L"Window"});
+  auto other = std::make_unique<ScreenCapture>();
+  IScreenCapture::FilterWindowInfo excluded;
+  excluded.window = secret;
+  other->AddExcludeWindow(excluded);
+  AtNth("EnumWindows", 1, [&] { other.reset(); });
+  WindowList list;
+  other->GetWindowListAsync(WindowList::Take, &list);
+  Settle();
+  EXPECT_EQ(other, nullptr);
+  EXPECT_EQ(list.ids(), ids(window));
+}
+
+TEST_F(WindowListTest, LeavesOutAWindowThatDiesMeanwhile) {
+  AddProcess(7000, L"C:\\notes.exe");
+  const HWND last = OpenWindow({.title = L"Last", .rect = {0, 0, 50, 50}});
+  const HWND first = OpenWindow({.title = L"First", .rect = {0, 0, 50, 60}});
+  const std::vector<WindowList::Window> survivors = {
+      {idOf(first), 7000, L"notes", L"First", {0, 0, 50, 60}},
+      {idOf(last), 7000, L"notes", L"Last", {0, 0, 50, 50}}};
+  for (const char* const function :
+       {"IsWindowVisible", "GetClassNameW", "GetWindowTextW", "GetWindowLongPtrW", "GetWindowRect",
+        "IsIconic", "GetWindowThreadProcessId", "OpenProcess", "QueryFullProcessImageNameW",
+        "IsZoomed", "DwmGetWindowAttribute"}) {
+    const HWND dying = OpenWindow({.title = L"Dying"});
+    ToTop(first);
+    bool died = false;
+    AtNth(function, 2, [&] {
+      Close(dying);
+      died = true;
+    });
+    EXPECT_EQ(list().windows, survivors) << function;
+    EXPECT_TRUE(died) << function;
+  }
+}
+
+// Every call that a list makes fails once, one after the other.
+class FailingWindowList : public WindowListTest, public testing::WithParamInterface<bool> {
+ protected:
+  // So that virtual desktops are asked about, on this thread at least.
+  FailingWindowList() { EXPECT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK); }
+  ~FailingWindowList() override { CoUninitialize(); }
+};
+
+TEST_P(FailingWindowList, DeliversWholeRecordsOnly) {
+  const bool async = GetParam();
+  AddProcess(7000, L"C:\\notes.exe");
+  std::vector<WindowList::Window> expected;
+  HWND owner = nullptr;
+  for (int i = 0; i < 50; ++i) {
+    const std::wstring title = i % 10 == 9 ? L"" : L"Window " + std::to_wstring(i);
+    const RECT rect = {i * 60, 0, i * 60 + 50, 40};
+    const HWND window = OpenWindow({.title = title,
+                                    .rect = rect,
+                                    .exStyle = i % 5 == 2 ? WS_EX_TOPMOST : 0u,
+                                    .owner = title.empty() ? owner : nullptr});
+    owner = window;
+    if (i % 5 == 0) {
+      Minimise(window);
+    }
+    expected.push_back({idOf(window), 7000, L"notes", title, rect});
+  }
+  capture.AddExcludeWindow(rule(7000, 1, "Nothing"));
+  const auto run = [&] {
+    WindowList list;
+    if (async) {
+      capture.GetWindowListAsync(WindowList::Take, &list);
+      Settle();
+    } else {
+      capture.GetWindowList(WindowList::Take, &list);
+    }
+    EXPECT_EQ(list.calls, 1);
+    return list;
+  };
+  const auto isWhole = [&](WindowList::Window window) {
+    return std::any_of(expected.begin(), expected.end(), [&](const WindowList::Window& wanted) {
+      // What could not be read is empty, and never half of it.
+      if (window.processId == 0 && window.processName.empty()) {
+        window.processId = wanted.processId;
+      }
+      if (window.processName.empty()) {
+        window.processName = wanted.processName;
+      }
+      return window == wanted;
+    });
+  };
+  ASSERT_EQ(run().windows.size(), expected.size()) << "without faults";
+  const LedgerSnapshot before = Snapshot();
+  int call = 1;
+  for (;; ++call) {
+    ASSERT_LT(call, 5000);
+    FailNthOfAll(static_cast<std::uint64_t>(call));
+    const WindowList list = run();
+    const std::optional<std::string> injected = InjectedInto();
+    ClearFaults();
+    if (!injected) {
+      break;
+    }
+    const std::string after = "after call " + std::to_string(call) + ", " + *injected;
+    const bool noList = *injected == "EnumWindows" || *injected == "_beginthreadex" ||
+                        *injected == "GetModuleHandleExW";
+    EXPECT_EQ(list.isNull, noList) << after;
+    EXPECT_GE(list.windows.size(), noList ? 0 : expected.size() - 1) << after;
+    EXPECT_TRUE(std::all_of(list.windows.begin(), list.windows.end(), isWhole)) << after;
+    EXPECT_EQ(Difference(before), "") << after;
+    EXPECT_EQ(HeldModules(), 0) << after;
+    EXPECT_TRUE(Misuses().empty()) << after << ": " << Misuses().front();
+    if (HasFailure()) {
+      break;
+    }
+  }
+  EXPECT_GT(call, 300) << "the sweep went through the whole list";
+}
+
+INSTANTIATE_TEST_SUITE_P(Forms, FailingWindowList, testing::Bool(),
+                         [](const auto& test) { return test.param ? "Async" : "Sync"; });
+
+}  // namespace
+}  // namespace qx::test

@@ -1,0 +1,339 @@
+// A share of one window: what it shows, and how it follows the window.
+#include <algorithm>
+#include <utility>
+
+#include "tests/share/WindowShareTest.h"
+
+namespace qx::test {
+namespace {
+
+using namespace vwin::control;
+
+TEST_F(WindowShareTest, ShowsTheWindowAlone) {
+  OpenWindow({.rect = {60, 40, 90, 70}, .color = RGB(1, 250, 1)});
+  startWindow();
+  EXPECT_EQ(host.Events(), (Events{"engine 5", "start", "firstFrame"}));
+  EXPECT_TRUE(showsWindow());
+  IScreenCapture::CaptureRect rect = {};
+  capture.GetCaptureRect(rect);
+  EXPECT_EQ(rect.x, 40);
+  EXPECT_EQ(rect.width, 100);
+
+  Fill(window, {50, 50, 60, 60}, RGB(1, 2, 3));
+  tick();
+  EXPECT_TRUE(Shows(host.LastFrame(), kWindowColor,
+                    {{0, 0, 10, 10, kMarkColor}, {50, 50, 60, 60, 0x010203}}));
+  capture.ShareStop();
+  capture.GetCaptureRect(rect);
+  EXPECT_EQ(rect.x, -1);
+}
+
+TEST_F(WindowShareTest, DraggedWindowPausesOnceUntilItStandsStill) {
+  startWindow();
+  host.Forget();
+  for (int step = 1; step <= 6; ++step) {
+    MoveTo(window, 40 + 10 * step, 30);
+    tick();
+  }
+  EXPECT_EQ(host.Events(), (Events{"rect 50,30 100x80", "pause 4", "rect 80,30 100x80"}));
+  EXPECT_EQ(host.FrameCount(), 1) << "nothing but the first keep-live frame";
+  settleMove();
+  EXPECT_EQ(host.Events(), (Events{"rect 50,30 100x80", "pause 4", "rect 80,30 100x80",
+                                   "rect 100,30 100x80", "resume"}));
+  EXPECT_TRUE(showsWindow());
+
+  host.Forget();
+  Resize(window, 60, 50);
+  settleMove();
+  EXPECT_EQ(host.Events(), (Events{"rect 100,30 60x50", "pause 4", "resume"}));
+  EXPECT_EQ(host.LastFrame().width, 60);
+  EXPECT_EQ(host.LastFrame().rawHeight, 50);
+}
+
+TEST_F(WindowShareTest, StableDurationIsASettingOfTheRunningShare) {
+  startWindow();
+  IScreenCapture::ScreenCaptureConfig config;
+  config.MovedWindowStableKeepMinDuration = 2000;
+  capture.SetScreenCaptureConfig(config);
+  MoveTo(window, 50, 50);
+  tick(2);
+  host.Forget();
+  Advance(1700ms);
+  EXPECT_EQ(host.Count("resume"), 0);
+  Advance(300ms);
+  EXPECT_EQ(host.Count("resume"), 1);
+}
+
+struct Absence {
+  const char* name;
+  void (*leave)(HWND);
+  void (*comeBack)(HWND);
+  const char* pause;
+};
+
+class WindowAbsenceTest : public WindowShareTest, public testing::WithParamInterface<Absence> {};
+
+TEST_P(WindowAbsenceTest, PausesAndGoesOn) {
+  startWindow();
+  host.Forget();
+  GetParam().leave(window);
+  Fill(window, {0, 0, 100, 80}, RGB(7, 7, 7));
+  Advance(1500ms);
+  EXPECT_EQ(host.Events(), Events{GetParam().pause});
+  EXPECT_EQ(host.FrameCount(), 2) << "keep-live frames, once a second";
+  EXPECT_TRUE(showsWindow()) << "with the last picture from before";
+
+  GetParam().comeBack(window);
+  settleMove();
+  EXPECT_EQ(host.Events(), (Events{GetParam().pause, "resume"}));
+  EXPECT_TRUE(Shows(host.LastFrame(), 0x070707, {}));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, WindowAbsenceTest,
+                         testing::Values(Absence{"Minimised", Minimise, Restore, "pause 3"},
+                                         Absence{"Hidden", Hide, Show, "pause 3"},
+                                         Absence{"Cloaked", [](HWND w) { SetCloaked(w, true); },
+                                                 [](HWND w) { SetCloaked(w, false); }, "pause 3"},
+                                         Absence{"OtherVirtualDesktop",
+                                                 [](HWND w) { SetOnOtherVirtualDesktop(w, true); },
+                                                 [](HWND w) { SetOnOtherVirtualDesktop(w, false); },
+                                                 "pause 5"}),
+                         [](const auto& test) { return test.param.name; });
+
+TEST_F(WindowShareTest, WindowThatComesBackIsGivenTimeToDrawItself) {
+  startWindow();
+  Minimise(window);
+  tick(2);
+  Restore(window);
+  host.Forget();
+  Advance(180ms);
+  EXPECT_EQ(host.FrameCount(), 0);
+  Advance(100ms);
+  EXPECT_GE(host.FrameCount(), 1);
+}
+
+TEST_F(WindowShareTest, OffScreenWindowCountsAsHiddenUntilAMonitorShowsIt) {
+  startWindow();
+  host.Forget();
+  MoveTo(window, 5000, 5000);
+  settleMove();
+  EXPECT_EQ(host.Events(), (Events{"pause 4", "pause 3"}));
+  MoveTo(window, 10, 10);
+  settleMove();
+  EXPECT_EQ(host.Events(),
+            (Events{"pause 4", "pause 3", "rect 10,10 100x80", "pause 4", "resume"}));
+
+  RemoveMonitor(monitor());
+  tick(2);
+  EXPECT_EQ(host.Events().back(), "stop");
+  EXPECT_TRUE(log.Has(4, "screen disconnect"));
+}
+
+TEST_F(WindowShareTest, MinimisedWindowIsRestoredAtTheStart) {
+  Minimise(window);
+  startWindow();
+  EXPECT_FALSE(IsIconic(window));
+  EXPECT_TRUE(showsWindow());
+}
+
+TEST_F(WindowShareTest, SizesThatCantBeShown) {
+  for (const auto& [rect, starts] :
+       {std::pair{RECT{40, 30, 40, 30}, false}, std::pair{RECT{5000, 30, 5100, 100}, false},
+        std::pair{RECT{40, 30, 41, 31}, true}, std::pair{RECT{40, 30, 47, 430}, true}}) {
+    host.Forget();
+    SetRect(window, rect);
+    EXPECT_EQ(shareWindow(window), starts);
+    if (!starts) {
+      EXPECT_EQ(error, IScreenCapture::ShareErrorStartFailed);
+      EXPECT_EQ(host.Events(), Events{});
+      continue;
+    }
+    tick();
+    EXPECT_EQ(host.Events(), (Events{"engine 5", "start", "pause 1"}));
+    SetRect(window, kWindowRect);
+    settleMove();
+    EXPECT_EQ(host.Events().back(), "resume");
+    EXPECT_EQ(host.LastFrame().width, 100);
+    capture.ShareStop();
+  }
+}
+
+class ThreeMonitorsTest : public WindowShareTest {
+ protected:
+  ThreeMonitorsTest() {
+    AddMonitor({320, 0, 640, 200}, {.workArea = RECT{320, 0, 640, 180}});
+    AddMonitor({640, 0, 960, 200});
+    SetRect(window, {300, 100, 700, 195});
+  }
+};
+
+TEST_F(ThreeMonitorsTest, WindowThatPrintsItselfIsWhole) {
+  startWindow();
+  EXPECT_EQ(host.LastFrame().width, 400);
+  EXPECT_EQ(host.LastFrame().height, 95);
+}
+
+TEST_F(ThreeMonitorsTest, ScreenHoldsTheLargestPartDownToTheTaskbar) {
+  useClassicWindows7();
+  startWindow();
+  EXPECT_EQ(host.LastFrame().width, 320);
+  EXPECT_EQ(host.LastFrame().height, 80);
+  host.Forget();
+  MoveTo(window, 310, 100);
+  settleMove();
+  EXPECT_EQ(host.Events(), (Events{"rect 320,100 320x80", "pause 4", "resume"}))
+      << "what the audience sees";
+}
+
+TEST_F(WindowShareTest, CoveringWindowsAreCutOutUnlessIncluded) {
+  useClassicWindows7();
+  const HWND cover = OpenWindow({.rect = {60, 40, 90, 70}, .color = RGB(1, 250, 1)});
+  const HWND glass = OpenWindow({.rect = {90, 40, 100, 70}, .color = RGB(1, 1, 250)});
+  SetLayered(glass, std::nullopt, std::uint8_t{255});
+  OpenWindow({.rect = {60, 80, 90, 90}, .color = RGB(9, 9, 9), .owner = window});
+  const auto isLayered = [](HWND w) {
+    return (GetWindowLongPtrW(w, GWL_EXSTYLE) & WS_EX_LAYERED) != 0;
+  };
+  capture.EnableActiveShareWindow(false);
+  startWindow();
+  const std::vector<Patch> own = {{0, 0, 10, 10, kMarkColor}, {20, 50, 50, 60, 0x090909}};
+  EXPECT_TRUE(Shows(host.LastFrame(), kWindowColor, own)) << "with the dialog it owns";
+
+  IScreenCapture::FilterWindowInfo rule;
+  rule.window = cover;
+  capture.AddIncludeWindow(rule);
+  tick();
+  std::vector<Patch> all = own;
+  all.push_back({20, 10, 50, 40, 0x01FA01});
+  EXPECT_TRUE(Shows(host.LastFrame(), kWindowColor, all));
+  EXPECT_FALSE(isLayered(cover));
+
+  capture.ClearIncludeWindows();
+  tick();
+  EXPECT_TRUE(Shows(host.LastFrame(), kWindowColor, own));
+  EXPECT_TRUE(isLayered(cover));
+  capture.ShareStop();
+  EXPECT_FALSE(isLayered(cover)) << "as it was";
+  EXPECT_TRUE(isLayered(glass)) << "as it was";
+}
+
+TEST_F(WindowShareTest, RaisesTheWindowWhenItMay) {
+  const HWND cover = OpenWindow({.rect = {60, 40, 90, 70}});
+  const auto isCovered = [&] {
+    const std::vector<HWND> order = WindowsInOrder();
+    return std::find(order.begin(), order.end(), cover) <
+           std::find(order.begin(), order.end(), window);
+  };
+  capture.EnableActiveShareWindow(false);
+  startWindow();
+  EXPECT_TRUE(isCovered());
+  capture.EnableActiveShareWindow(true);
+  EXPECT_TRUE(isCovered()) << "the next time that the share raises it";
+  capture.ShareResume();
+  Settle();
+  EXPECT_FALSE(isCovered());
+  capture.ShareStop();
+
+  ToTop(cover);
+  startWindow();
+  EXPECT_FALSE(isCovered());
+}
+
+TEST_F(WindowShareTest, HostsPauseHoldsWhateverTheWindowDoes) {
+  capture.EnablePromptWindow(true);
+  startWindow();
+  capture.SharePause();
+  tick();
+  EXPECT_TRUE(LibraryWindows(L"OrvaSSPromptWindow").at(0).visible) << "it is shared all the same";
+  host.Forget();
+  MoveTo(window, 50, 50);
+  settleMove();
+  EXPECT_EQ(host.Events(), (Events{"rect 50,50 100x80", "pause 4", "pause 2"}));
+  Minimise(window);
+  tick(2);
+  EXPECT_FALSE(LibraryWindows(L"OrvaSSPromptWindow").at(0).visible);
+  Restore(window);
+  settleMove();
+  EXPECT_EQ(host.Count("resume"), 0);
+  capture.ShareResume();
+  tick();
+  EXPECT_EQ(host.Count("resume"), 1);
+  EXPECT_TRUE(showsWindow());
+}
+
+TEST_F(WindowShareTest, PromptFollowsTheWindowAndSettings) {
+  useClassicWindows7();
+  capture.EnablePromptWindow(true);
+  startWindow();
+  const auto prompt = [] { return LibraryWindows(L"OrvaSSPromptWindow").at(0); };
+  const auto edge = [] { return Screenshot({38, 60, 39, 61}).At(0, 0); };
+  const auto liesAt = [&](const RECT& rect) {
+    const RECT actual = prompt().rect;
+    return EqualRect(&actual, &rect) != FALSE;
+  };
+  EXPECT_TRUE(liesAt({36, 26, 144, 114}));
+  EXPECT_TRUE(prompt().visible);
+  EXPECT_TRUE(showsWindow()) << "never in the picture";
+  const COLORREF shown = edge();
+  EXPECT_NE(shown, RGB(0x20, 0x30, 0x40));
+
+  const IScreenCapture::PromptWindowInfo red = {255, 0, 0, 6};
+  capture.SetPromptWindowInfo(&red);
+  Settle();
+  EXPECT_NE(edge(), shown);
+  capture.EnablePromptWindow(false);
+  Settle();
+  EXPECT_EQ(edge(), RGB(0x20, 0x30, 0x40));
+  tick();
+  EXPECT_FALSE(prompt().visible);
+  capture.EnablePromptWindow(true);
+  MoveTo(window, 50, 40);
+  settleMove();
+  EXPECT_TRUE(liesAt({44, 34, 156, 126})) << "with the new thickness";
+  capture.ShareStop();
+  EXPECT_TRUE(LibraryWindows().empty());
+}
+
+TEST_F(WindowShareTest, TopmostWindowHasATopmostPrompt) {
+  SetTopmost(window, true);
+  capture.EnablePromptWindow(true);
+  startWindow();
+  EXPECT_TRUE(LibraryWindows(L"OrvaSSPromptWindow").at(0).exStyle & WS_EX_TOPMOST);
+}
+
+TEST_F(WindowShareTest, CursorSizeLimitAndFormatReachARunningShare) {
+  SetCursorPosition(60, 60);
+  startWindow();
+  EXPECT_TRUE(showsWindow());
+  capture.EnableCaptureCursor(true);
+  tick();
+  EXPECT_FALSE(showsWindow());
+  capture.EnableCaptureCursor(false);
+  tick();
+  EXPECT_TRUE(showsWindow());
+
+  IScreenCapture::ScreenFrameResolutionLimit limit;
+  limit.maxScreenWidth = 50;
+  limit.maxScreenHeight = 40;
+  limit.maxScreenPixels = 2000;
+  capture.SetCaptureFrameResolutionLimit(limit);
+  tick(2);
+  EXPECT_EQ(host.LastFrame().width, 50);
+  EXPECT_EQ(host.LastFrame().rawWidth, 100);
+  capture.SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormatI420);
+  tick();
+  EXPECT_EQ(host.LastFrame().format, IScreenCapture::ScreenFrameFormatI420);
+
+  const auto engine = IScreenCapture::CaptureEngineGDIBitBlt;
+  capture.SetCaptureEngineConfig(&engine, 1, false);
+  tick();
+  EXPECT_EQ(host.Engines(), std::vector<int>{5}) << "not before the next engine";
+  IScreenCapture::ScreenCaptureConfig config;
+  config.DynamicFrameCallback = true;
+  capture.SetScreenCaptureConfig(config);
+  tick();
+  EXPECT_EQ(host.Engines(), (std::vector<int>{5, 4}));
+}
+
+}  // namespace
+}  // namespace qx::test
