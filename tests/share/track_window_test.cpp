@@ -177,6 +177,16 @@ TEST_F(TrackTest, MainWindowsEndDuringTheShowEndsTheShareWithTheShow) {
   EXPECT_TRUE(log.Has(3, "back capture failed"));
 }
 
+TEST_F(TrackTest, WindowThatDiesDuringTheSearchIsNotFollowedByAnotherShow) {
+  startWindow(main);
+  host.Forget();
+  openShow(L"Slide Show - Other");
+  AtNth("GetClassNameA", 1, [this] { Close(main); });
+  search();
+  EXPECT_EQ(host.Events().back(), "stop");
+  EXPECT_EQ(log.Count("find track window"), 0);
+}
+
 TEST_F(TrackTest, FrameMovesOverAndMinimisedMainWindowIsRestored) {
   useClassicWindows7();
   capture.EnablePromptWindow(true);

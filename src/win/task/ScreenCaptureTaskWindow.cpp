@@ -199,8 +199,7 @@ bool ScreenCaptureTaskWindow::captureFrame(const Settings& settings, std::uint64
     status = WindowCaptureStatus::Moved;
     return false;
   }
-  updateDesktopRect();
-  if (!WindowsUtil::IsRectOnAnyMonitor(m_rectDesktop)) {
+  if (!updateDesktopRect(rect)) {
     status = WindowCaptureStatus::OffScreen;
     return false;
   }
@@ -337,20 +336,30 @@ void ScreenCaptureTaskWindow::handleWindowGone() {
   endShare();
 }
 
-// False, with an empty rectangle, when the window is on no monitor.
 bool ScreenCaptureTaskWindow::updateDesktopRect() {
-  RECT monitor = {};
-  const bool onOneMonitor = WindowsUtil::IsWindowInOneMonitor(m_window, monitor);
   m_rectDesktop = {};
   RECT rect = {};
   if (!WindowsUtil::GetCaptureRect(m_window, rect)) {
     QX_LOG_LIMITED(LogLevelError, "updateDesktopRect:GetCaptureRect failed");
     return false;
   }
+  return updateDesktopRect(rect);
+}
+
+// `rect` is what is to be captured of the window. False, with an empty rectangle, when
+// it is on no monitor.
+bool ScreenCaptureTaskWindow::updateDesktopRect(const RECT& rect) {
+  RECT overlap = {};
+  // Most windows lie on one monitor, which then is the one with most of them. Looking
+  // at all monitors again would cost more than the rest of a tick.
+  const bool onOneMonitor = WindowsUtil::IsWindowInOneMonitor(m_window, m_rectDesktop);
+  if (onOneMonitor && WindowsUtil::RectsIntersect(m_rectDesktop, rect, overlap)) {
+    return true;
+  }
+  m_rectDesktop = {};
   WindowsUtil::GetMonitorRects(!onOneMonitor, m_monitorRects);
   std::int64_t largest = 0;
   for (const RECT& candidate : m_monitorRects) {
-    RECT overlap = {};
     if (WindowsUtil::RectsIntersect(candidate, rect, overlap) && AreaOf(overlap) > largest) {
       largest = AreaOf(overlap);
       m_rectDesktop = candidate;
@@ -444,7 +453,12 @@ void ScreenCaptureTaskWindow::trackStep() {
   if (!isCapturing()) {
     return;
   }
-  const HWND found = WindowsUtil::FindTrackWindow(m_trackWindow, DocumentName(m_window));
+  const std::wstring document = DocumentName(m_window);
+  // A window that is gone has no name, and any slide show would pass for its own.
+  if (!IsWindow(m_window)) {
+    return;
+  }
+  const HWND found = WindowsUtil::FindTrackWindow(m_trackWindow, document);
   if (!found || found == m_window) {
     return;
   }

@@ -66,6 +66,7 @@ class ScreenCaptureTaskWindow : public ScreenCaptureTask {
 
   bool isHidden(const Settings& settings, std::uint64_t nowMs);
   bool updateDesktopRect();
+  bool updateDesktopRect(const RECT& rect);
   void reportShareRect();
   void listCoveringWindows(const RECT& rect, std::vector<HWND>& windows);
 

@@ -10,6 +10,7 @@
 #include "common/Logging.h"
 #include "win/util/ComPtr.h"
 #include "win/util/Enumerate.h"
+#include "win/util/SystemProbes.h"
 #include "win/util/Handles.h"
 
 namespace qx::WindowsUtil {
@@ -68,6 +69,10 @@ void ForEachMonitorRect(bool workArea, Visit visit) {
 }  // namespace
 
 bool IsWindowOnCurrentVirtualDesktop(HWND window) {
+  // Before Windows 10 there is only one, and asking in vain on every frame costs.
+  if (!IsWindows10OrGreater()) {
+    return true;
+  }
   ComPtr<IVirtualDesktopManager> manager;
   if (FAILED(CoCreateInstance(CLSID_VirtualDesktopManager, nullptr, CLSCTX_ALL,
                               IID_IVirtualDesktopManager, manager.PutVoid()))) {
