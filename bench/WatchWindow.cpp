@@ -66,18 +66,13 @@ void WatchWindow(HWND window) {
     ReadWallClock();
   }
   IsWindow(window);
-  GetWindowRect(window, &rect);
   AskVirtualDesktop(window);
   AskRectangle(window);
-  IsWindowVisible(window);
-  IsIconic(window);
+  GetWindowLongPtrW(window, GWL_STYLE);
   DwmGetWindowAttribute(window, DWMWA_CLOAKED, &cloaked, sizeof(cloaked));
-  // Which monitor it is on, which one holds most of it, and whether any does.
+  // Which monitor it is on.
   GetWindowLongPtrW(window, GWL_STYLE);
   GetWindowRect(window, &rect);
-  AskMonitors(rect);
-  AskRectangle(window);
-  AskMonitors(rect);
   AskMonitors(rect);
   DwmIsCompositionEnabled(&composition);
 }

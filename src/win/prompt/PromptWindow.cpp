@@ -75,8 +75,10 @@ void PromptWindow::UpdatePosition(bool show, const RECT& rectDesktop, const RECT
   if (!window) {
     return;
   }
-  // No style at all means that it could not be read.
-  if (const LONG_PTR style = GetWindowLongPtrW(window, GWL_STYLE)) {
+  // No style at all means that it could not be read. To write it makes the system wait
+  // for the frame's thread, twice: too much for every frame of a share.
+  const LONG_PTR style = GetWindowLongPtrW(window, GWL_STYLE);
+  if (style != 0 && (style & WS_MAXIMIZE) == 0) {
     SetWindowLongPtrW(window, GWL_STYLE, style | WS_MAXIMIZE);
   }
   if (EqualRect(&rectDesktop, &m_rectDesktop) && EqualRect(&rectWindow, &m_rectWindow) &&

@@ -157,14 +157,6 @@ void ScreenCaptureTaskWindow::captureStep(const Settings& settings, std::uint64_
     handleWindowGone();
     return;
   }
-  RECT rect = {};
-  if (GetWindowRect(m_window, &rect) && !EqualRect(&rect, &m_lastWindowRect)) {
-    QX_LOG_LIMITED(LogLevelInfo, "updateDesktopRect window rectWnd = {},{},{},{}",
-                   static_cast<std::int32_t>(rect.left), static_cast<std::int32_t>(rect.top),
-                   static_cast<std::int32_t>(rect.right), static_cast<std::int32_t>(rect.bottom));
-    m_lastWindowRect = rect;
-    updateDesktopRect();
-  }
   auto status = WindowCaptureStatus::Failed;
   const bool captured = captureFrame(settings, nowMs, status);
   updatePrompt(captured || status == WindowCaptureStatus::PauseInvoked);
@@ -194,7 +186,7 @@ bool ScreenCaptureTaskWindow::captureFrame(const Settings& settings, std::uint64
   }
   if (!EqualRect(&rect, &m_rectWindow)) {
     m_rectWindow = rect;
-    reportShareRect();
+    followWindow(rect);
     m_nextCaptureTime = nowMs + settings.config.MovedWindowStableKeepMinDuration;
     status = WindowCaptureStatus::Moved;
     return false;
@@ -256,7 +248,8 @@ bool ScreenCaptureTaskWindow::capture(const Settings& settings, Shot& shot,
 
 // A window that has just come back still counts: it is given time to draw itself.
 bool ScreenCaptureTaskWindow::isHidden(const Settings& settings, std::uint64_t nowMs) {
-  if (!IsWindowVisible(m_window) || IsIconic(m_window)) {
+  const auto style = static_cast<DWORD>(GetWindowLongPtrW(m_window, GWL_STYLE));
+  if ((style & WS_VISIBLE) == 0 || (style & WS_MINIMIZE) != 0) {
     m_windowShown = false;
     return true;
   }
@@ -334,6 +327,17 @@ void ScreenCaptureTaskWindow::handleWindowGone() {
     QX_LOG_INFO("back capture failed");
   }
   endShare();
+}
+
+void ScreenCaptureTaskWindow::followWindow(const RECT& rect) {
+  RECT whole = {};  // with the invisible frame
+  if (GetWindowRect(m_window, &whole)) {
+    QX_LOG_LIMITED(LogLevelInfo, "updateDesktopRect window rectWnd = {},{},{},{}",
+                   static_cast<std::int32_t>(whole.left), static_cast<std::int32_t>(whole.top),
+                   static_cast<std::int32_t>(whole.right), static_cast<std::int32_t>(whole.bottom));
+  }
+  updateDesktopRect(rect);
+  reportShareRect();
 }
 
 bool ScreenCaptureTaskWindow::updateDesktopRect() {

@@ -65,6 +65,7 @@ class ScreenCaptureTaskWindow : public ScreenCaptureTask {
   void handleWindowGone();
 
   bool isHidden(const Settings& settings, std::uint64_t nowMs);
+  void followWindow(const RECT& rect);
   bool updateDesktopRect();
   bool updateDesktopRect(const RECT& rect);
   void reportShareRect();
@@ -86,7 +87,6 @@ class ScreenCaptureTaskWindow : public ScreenCaptureTask {
   RECT m_rectDesktop = {};      // the monitor, or its work area, with most of the window
   RECT m_rectWindow = {};       // the window's, as last seen
   RECT m_rectCapture = {};      // what is captured of it
-  RECT m_lastWindowRect = {};   // with the invisible frame, to notice a change
   bool m_windowShown = true;    // false until a hidden window has been seen again
   CaptureRect m_reportedRect = {-1, -1, -1, -1};
   std::unique_ptr<PromptWindow> m_promptWindow;
