@@ -10,8 +10,8 @@
 #include "common/Logging.h"
 #include "win/util/ComPtr.h"
 #include "win/util/Enumerate.h"
-#include "win/util/SystemProbes.h"
 #include "win/util/Handles.h"
+#include "win/util/SystemProbes.h"
 
 namespace qx::WindowsUtil {
 
