@@ -68,7 +68,8 @@ void WatchWindow(HWND window) {
   IsWindow(window);
   AskVirtualDesktop(window);
   AskRectangle(window);
-  GetWindowLongPtrW(window, GWL_STYLE);
+  IsWindowVisible(window);
+  IsIconic(window);
   DwmGetWindowAttribute(window, DWMWA_CLOAKED, &cloaked, sizeof(cloaked));
   // Which monitor it is on.
   GetWindowLongPtrW(window, GWL_STYLE);

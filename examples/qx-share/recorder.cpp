@@ -1,6 +1,7 @@
 #include "recorder.h"
 
-#include <cstdarg>
+#include <fmt/printf.h>
+
 #include <cstdio>
 
 #include "picture.h"
@@ -12,22 +13,6 @@ namespace {
 constexpr std::chrono::milliseconds kStatusPeriod(500);
 constexpr int kStatusWidth = 90;
 constexpr char kSharing[] = "sharing";
-
-#if defined(__GNUC__)
-__attribute__((format(printf, 1, 2)))
-#endif
-std::string
-Format(const char* format, ...) {
-  std::va_list arguments;
-  va_start(arguments, format);
-  std::va_list again;
-  va_copy(again, arguments);
-  std::string text(static_cast<std::size_t>(std::vsnprintf(nullptr, 0, format, arguments)), '\0');
-  std::vsnprintf(text.data(), text.size() + 1, format, again);
-  va_end(again);
-  va_end(arguments);
-  return text;
-}
 
 const char* PauseReasonText(IScreenCapture::SharePauseReason reason) {
   switch (reason) {
@@ -100,7 +85,7 @@ void Recorder::OnStart(void*) {
 }
 
 void Recorder::OnPause(void*, IScreenCapture::SharePauseReason reason) {
-  event(Format(R"({"event":"pause","reason":%d})", static_cast<int>(reason)));
+  event(fmt::sprintf(R"({"event":"pause","reason":%d})", static_cast<int>(reason)));
   state(PauseReasonText(reason));
 }
 
@@ -130,12 +115,13 @@ void Recorder::OnFrame(void*, const IScreenCapture::ScreenFrameData* frame) {
   const std::uint64_t number = m_frames + 1;
   if (m_json) {
     const std::scoped_lock lock(m_mutex);
-    print(Format(R"({"event":"frame","n":%llu,"format":"%s","width":%d,"height":%d,"rawWidth":%d,)"
-                 R"("rawHeight":%d,"timestamp":%lld,"crc32":"%08x"})",
-                 static_cast<unsigned long long>(number),
-                 frame->format == IScreenCapture::ScreenFrameFormatARGB ? "argb" : "i420",
-                 frame->width, frame->height, frame->raw_width, frame->raw_height,
-                 static_cast<long long>(frame->timestamp), FrameChecksum(*frame)));
+    print(fmt::sprintf(
+        R"({"event":"frame","n":%llu,"format":"%s","width":%d,"height":%d,"rawWidth":%d,)"
+        R"("rawHeight":%d,"timestamp":%lld,"crc32":"%08x"})",
+        static_cast<unsigned long long>(number),
+        frame->format == IScreenCapture::ScreenFrameFormatARGB ? "argb" : "i420", frame->width,
+        frame->height, frame->raw_width, frame->raw_height,
+        static_cast<long long>(frame->timestamp), FrameChecksum(*frame)));
   }
   if (m_writer != nullptr) {
     m_writer->Put(number, *frame);
@@ -151,44 +137,45 @@ void Recorder::OnFrame(void*, const IScreenCapture::ScreenFrameData* frame) {
 }
 
 void Recorder::OnFrameDirtyInfo(void*, bool valid, std::uint64_t rectCount, double ratio) {
-  event(Format(R"({"event":"dirty","valid":%s,"rects":%llu,"ratio":%.6f})",
-               valid ? "true" : "false", static_cast<unsigned long long>(rectCount), ratio));
+  event(fmt::sprintf(R"({"event":"dirty","valid":%s,"rects":%llu,"ratio":%.6f})",
+                     valid ? "true" : "false", static_cast<unsigned long long>(rectCount), ratio));
 }
 
 void Recorder::OnShareWindowChanged(void*, int window, int) {
   if (!m_track) {
-    event(Format(R"({"event":"windowChanged","id":%d})", window));
+    event(fmt::sprintf(R"({"event":"windowChanged","id":%d})", window));
     return;
   }
   const std::string title = WindowTitle(window);
-  event(
-      Format(R"({"event":"windowChanged","id":%d,"title":%s})", window, JsonString(title).c_str()));
+  event(fmt::sprintf(R"({"event":"windowChanged","id":%d,"title":%s})", window,
+                     JsonString(title).c_str()));
   const std::scoped_lock lock(m_mutex);
   if (!m_json && !over()) {
     std::printf("\r%-*s\n", kStatusWidth,
-                Format("sharing window %d now: %s", window, OneLine(title).c_str()).c_str());
+                fmt::sprintf("sharing window %d now: %s", window, OneLine(title).c_str()).c_str());
     showStatus(true);
   }
 }
 
 void Recorder::OnShareDesktopChanged(void*, int monitor) {
-  event(Format(R"({"event":"desktopChanged","id":%d})", monitor));
+  event(fmt::sprintf(R"({"event":"desktopChanged","id":%d})", monitor));
 }
 
 void Recorder::OnCaptureEngineName(void*, IScreenCapture::CaptureEngineType& engine, int&, bool,
                                    int) {
-  event(Format(R"({"event":"engine","type":%d})", static_cast<int>(engine)));
+  event(fmt::sprintf(R"({"event":"engine","type":%d})", static_cast<int>(engine)));
   const std::scoped_lock lock(m_mutex);
   m_engine = EngineName(engine);
   showStatus(true);
 }
 
 void Recorder::OnFrameStatistics(void*, const IScreenCapture::ScreenFrameStatistics* statistics) {
-  event(Format(R"({"event":"statistics","fps":%d})", statistics->fps));
+  event(fmt::sprintf(R"({"event":"statistics","fps":%d})", statistics->fps));
 }
 
 void Recorder::OnShareRectChanged(void*, int x, int y, int width, int height) {
-  event(Format(R"({"event":"rect","x":%d,"y":%d,"width":%d,"height":%d})", x, y, width, height));
+  event(fmt::sprintf(R"({"event":"rect","x":%d,"y":%d,"width":%d,"height":%d})", x, y, width,
+                     height));
 }
 
 void Recorder::event(const std::string& object) {

@@ -58,7 +58,16 @@ std::uint32_t ReadUtf8(std::string_view text, std::size_t& position) {
 
 std::string ToUtf8(std::wstring_view wide) {
   std::string text;
-  for (const wchar_t c : wide) AppendUtf8(text, static_cast<std::uint32_t>(c));
+  for (std::size_t i = 0; i < wide.size(); ++i) {
+    auto value = static_cast<std::uint32_t>(wide[i]);
+    const auto next = i + 1 < wide.size() ? static_cast<std::uint32_t>(wide[i + 1]) : 0;
+    // Programs may write in UTF-16 units here as well.
+    if (value >= 0xD800 && value < 0xDC00 && next >= 0xDC00 && next < 0xE000) {
+      value = 0x10000 + ((value - 0xD800) << 10) + (next - 0xDC00);
+      ++i;
+    }
+    AppendUtf8(text, value);
+  }
   return text;
 }
 

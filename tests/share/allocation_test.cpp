@@ -7,6 +7,16 @@ namespace {
 
 using namespace vwin::control;
 
+// Two seconds of a share that has settled.
+void ExpectNoAllocations(ShareRecorder& host) {
+  Advance(6s);
+  host.Forget();
+  const LibraryAllocations allocations;
+  Advance(2s);
+  EXPECT_EQ(allocations.count(), 0) << allocations.where();
+  EXPECT_GE(host.FrameCount(), 29);
+}
+
 class SteadyShare : public ShareTest,
                     public testing::WithParamInterface<IScreenCapture::ScreenFrameFormat> {};
 
@@ -29,15 +39,7 @@ TEST_P(SteadyShare, AllocatesNothingPerFrame) {
   capture.SetScreenFrameFormatType(GetParam());
   ScreenCapture::UnregisterLogCallBack();
   start();
-  Advance(6s);
-
-  host.Forget();
-  {
-    const LibraryAllocations allocations;
-    Advance(2s);
-    EXPECT_EQ(allocations.count(), 0) << allocations.where();
-  }
-  EXPECT_GE(host.FrameCount(), 29);
+  ExpectNoAllocations(host);
 
   const LibraryAllocations allocations;
   SetMonitorRect(monitor(), {0, 0, 640, 480});
@@ -59,12 +61,9 @@ TEST_F(WindowShareTest, SteadyWindowShareAllocatesNothingPerFrame) {
   capture.EnablePromptWindow(true);
   ScreenCapture::UnregisterLogCallBack();
   startWindow();
-  Advance(6s);
-  host.Forget();
+  ExpectNoAllocations(host);
+
   const LibraryAllocations allocations;
-  Advance(2s);
-  EXPECT_EQ(allocations.count(), 0) << allocations.where();
-  EXPECT_GE(host.FrameCount(), 29);
   Resize(window, 120, 90);
   settleMove();
   EXPECT_GT(allocations.count(), 0) << "a new size takes memory, or nothing is being counted";

@@ -100,6 +100,17 @@ INSTANTIATE_TEST_SUITE_P(All, WindowAbsenceTest,
                                                  "pause 5"}),
                          [](const auto& test) { return test.param.name; });
 
+TEST_F(WindowShareTest, ChildIsHiddenWithItsParent) {
+  const HWND child = openShared({.parent = window});
+  startWindow(child);
+  Hide(window);
+  tick(2);
+  EXPECT_EQ(host.Events().back(), "pause 3");
+  Show(window);
+  settleMove();
+  EXPECT_EQ(host.Events().back(), "resume");
+}
+
 TEST_F(WindowShareTest, WindowThatComesBackIsGivenTimeToDrawItself) {
   startWindow();
   Minimise(window);

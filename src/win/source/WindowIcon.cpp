@@ -9,6 +9,7 @@
 
 #include "common/Logging.h"
 #include "win/source/PngImage.h"
+#include "win/util/BitmapRows.h"
 #include "win/util/WindowHelpers.h"
 
 namespace qx::WindowsUtil {
@@ -91,18 +92,10 @@ IconHandle GetProcessIcon(HWND window) {
   return length > 0 ? GetProgramIcon(path) : IconHandle();
 }
 
-// Rows top to bottom. False unless all of them could be read.
+// False unless all rows could be read.
 bool ReadPixels(HDC dc, HBITMAP bitmap, IconPixels& out) {
-  BITMAPINFO info = {};
-  info.bmiHeader.biSize = sizeof(info.bmiHeader);
-  info.bmiHeader.biWidth = out.width;
-  info.bmiHeader.biHeight = -out.height;
-  info.bmiHeader.biPlanes = 1;
-  info.bmiHeader.biBitCount = 32;
-  info.bmiHeader.biCompression = BI_RGB;
   out.pixels.resize(static_cast<std::size_t>(out.width) * static_cast<std::size_t>(out.height));
-  return GetDIBits(dc, bitmap, 0, static_cast<UINT>(out.height), out.pixels.data(), &info,
-                   DIB_RGB_COLORS) == out.height;
+  return ReadBitmapRows(dc, bitmap, out.width, out.height, out.pixels.data()) == out.height;
 }
 
 bool HasAlpha(const IconPixels& icon) {

@@ -44,6 +44,15 @@ ScreenCaptureTask::ScreenCaptureTask(std::shared_ptr<FilterWindowManager> filter
 
 ScreenCaptureTask::~ScreenCaptureTask() { stopThread(); }
 
+void ScreenCaptureTask::Stop() {
+  if (!isRunning()) {
+    return;
+  }
+  tearDown();
+  m_listener = nullptr;
+  setCaptureRect({-1, -1, -1, -1});
+}
+
 void ScreenCaptureTask::Pause() {
   QX_TRACE("ScreenCaptureTask::Pause");
   m_pauseInvoke = true;

@@ -48,7 +48,7 @@ class ScreenCaptureTask {
   explicit ScreenCaptureTask(std::shared_ptr<FilterWindowManager> filterWindowManager);
   ScreenCaptureTask(const ScreenCaptureTask&) = delete;
   ScreenCaptureTask& operator=(const ScreenCaptureTask&) = delete;
-  // A subclass calls stopTicks, releaseEngine and stopThread first: no tick may run
+  // A subclass calls its tearDown and stopThread first: no tick may run
   // on a task half destroyed.
   virtual ~ScreenCaptureTask();
 
@@ -58,7 +58,7 @@ class ScreenCaptureTask {
   // Does nothing unless started.
   virtual void BeginCapture();
   // Waits for a tick in progress. The listener hears nothing more.
-  virtual void Stop() = 0;
+  void Stop();
 
   void Pause();
   virtual void Resume();
@@ -119,6 +119,8 @@ class ScreenCaptureTask {
 
   // On the owner's thread.
 
+  // Ends the ticks and drops what Start made. Does nothing the second time.
+  virtual void tearDown() = 0;
   // False when there is no thread to capture on (logged).
   bool canRun() const;
   void enterRunning();

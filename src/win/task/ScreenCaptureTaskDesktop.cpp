@@ -29,8 +29,7 @@ ScreenCaptureTaskDesktop::ScreenCaptureTaskDesktop(
 }
 
 ScreenCaptureTaskDesktop::~ScreenCaptureTaskDesktop() {
-  stopTicks();
-  releaseEngine();
+  tearDown();
   stopThread();
 }
 
@@ -60,15 +59,10 @@ bool ScreenCaptureTaskDesktop::Start(ShareListenerWrapper* listener, bool showPr
   return true;
 }
 
-void ScreenCaptureTaskDesktop::Stop() {
-  if (!isRunning()) {
-    return;
-  }
+void ScreenCaptureTaskDesktop::tearDown() {
   stopTicks();
   m_promptDesktop.reset();
   releaseEngine();
-  m_listener = nullptr;
-  setCaptureRect({-1, -1, -1, -1});
 }
 
 void ScreenCaptureTaskDesktop::EnablePromptWindow(bool enable) {

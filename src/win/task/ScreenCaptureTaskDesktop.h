@@ -23,13 +23,13 @@ class ScreenCaptureTaskDesktop : public ScreenCaptureTask {
   ~ScreenCaptureTaskDesktop() override;
 
   bool Start(ShareListenerWrapper* listener, bool showPrompt) override;
-  void Stop() override;
   void EnablePromptWindow(bool enable) override;
   void SetPromptWindowInfo(const PromptWindowInfo& info) override;
   // Makes the engine anew when it changes.
   void EnableFilterWindowWhenShareDesktop(bool enable) override;
 
  private:
+  void tearDown() override;
   void captureStep(const Settings& settings, std::uint64_t nowMs) override;
   bool createEngine(const Settings& settings) override;
   void followRect(const CaptureRect& rect);

@@ -46,7 +46,7 @@ ScreenCaptureTaskWindow::ScreenCaptureTaskWindow(
 }
 
 ScreenCaptureTaskWindow::~ScreenCaptureTaskWindow() {
-  leaveCaptureThread();
+  tearDown();
   stopThread();
 }
 
@@ -61,7 +61,7 @@ bool ScreenCaptureTaskWindow::Start(ShareListenerWrapper* listener, bool showPro
     QX_LOG_ERROR("GetCaptureRect failed");
     return false;
   }
-  if (!updateDesktopRect()) {
+  if (!updateDesktopRect(m_rectWindow)) {
     return false;
   }
   IntersectRect(&m_rectCapture, &m_rectDesktop, &m_rectWindow);
@@ -88,51 +88,43 @@ void ScreenCaptureTaskWindow::BeginCapture() {
   }
 }
 
-void ScreenCaptureTaskWindow::Stop() {
-  if (!isRunning()) {
-    return;
-  }
-  leaveCaptureThread();
-  m_listener = nullptr;
-  setCaptureRect({-1, -1, -1, -1});
-  m_aeroPeek.PutBack();
-}
-
 // The tick first: one in progress may yet start the search for a slide show.
-void ScreenCaptureTaskWindow::leaveCaptureThread() {
+void ScreenCaptureTaskWindow::tearDown() {
   stopTicks();
   stopTrackTimer();
   static_cast<void>(m_timer.Run([this] { m_promptWindow.reset(); }));
   releaseEngine();
+  m_aeroPeek.PutBack();
+}
+
+// At once, between two ticks. Nobody waits for it.
+void ScreenCaptureTaskWindow::onCaptureThread(ThreadTimer::Function work) {
+  if (isRunning()) {
+    m_timer.AddTask(0.0, 0.0, true, std::move(work));
+  }
 }
 
 void ScreenCaptureTaskWindow::Resume() {
   ScreenCaptureTask::Resume();
-  if (isRunning()) {
-    m_timer.AddTask(0.0, 0.0, true, [this] { activateWindow(); });
-  }
+  onCaptureThread([this] { activateWindow(); });
 }
 
 void ScreenCaptureTaskWindow::EnablePromptWindow(bool enable) {
   m_enablePrompt = enable;
-  if (isRunning()) {
-    m_timer.AddTask(0.0, 0.0, true, [this] {
-      if (m_promptWindow) {
-        m_promptWindow->ShowPrompt(m_enablePrompt);
-      }
-    });
-  }
+  onCaptureThread([this] {
+    if (m_promptWindow) {
+      m_promptWindow->ShowPrompt(m_enablePrompt);
+    }
+  });
 }
 
 void ScreenCaptureTaskWindow::SetPromptWindowInfo(const PromptWindowInfo& info) {
   ScreenCaptureTask::SetPromptWindowInfo(info);
-  if (isRunning()) {
-    m_timer.AddTask(0.0, 0.0, true, [this] {
-      if (m_promptWindow) {
-        m_promptWindow->SetPromptWindowInfo(copySettings().promptWindowInfo);
-      }
-    });
-  }
+  onCaptureThread([this] {
+    if (m_promptWindow) {
+      m_promptWindow->SetPromptWindowInfo(copySettings().promptWindowInfo);
+    }
+  });
 }
 
 void ScreenCaptureTaskWindow::SetAutoActiveShareWindow(bool active) {
@@ -248,8 +240,7 @@ bool ScreenCaptureTaskWindow::capture(const Settings& settings, Shot& shot,
 
 // A window that has just come back still counts: it is given time to draw itself.
 bool ScreenCaptureTaskWindow::isHidden(const Settings& settings, std::uint64_t nowMs) {
-  const auto style = static_cast<DWORD>(GetWindowLongPtrW(m_window, GWL_STYLE));
-  if ((style & WS_VISIBLE) == 0 || (style & WS_MINIMIZE) != 0) {
+  if (!IsWindowVisible(m_window) || IsIconic(m_window)) {
     m_windowShown = false;
     return true;
   }
@@ -338,16 +329,6 @@ void ScreenCaptureTaskWindow::followWindow(const RECT& rect) {
   }
   updateDesktopRect(rect);
   reportShareRect();
-}
-
-bool ScreenCaptureTaskWindow::updateDesktopRect() {
-  m_rectDesktop = {};
-  RECT rect = {};
-  if (!WindowsUtil::GetCaptureRect(m_window, rect)) {
-    QX_LOG_LIMITED(LogLevelError, "updateDesktopRect:GetCaptureRect failed");
-    return false;
-  }
-  return updateDesktopRect(rect);
 }
 
 // `rect` is what is to be captured of the window. False, with an empty rectangle, when
@@ -485,7 +466,13 @@ bool ScreenCaptureTaskWindow::changeCaptureWindow(HWND window) {
   if (IsIconic(window)) {
     ShowWindow(window, SW_RESTORE);
   }
-  updateDesktopRect();
+  RECT rect = {};
+  if (WindowsUtil::GetCaptureRect(window, rect)) {
+    updateDesktopRect(rect);
+  } else {
+    QX_LOG_ERROR("updateDesktopRect:GetCaptureRect failed");
+    m_rectDesktop = {};
+  }
   destroyEngine();
   if (!createEngine(copySettings())) {
     QX_LOG_ERROR("createEngine failed");

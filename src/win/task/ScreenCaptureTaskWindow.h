@@ -43,7 +43,6 @@ class ScreenCaptureTaskWindow : public ScreenCaptureTask {
 
   bool Start(ShareListenerWrapper* listener, bool showPrompt) override;
   void BeginCapture() override;
-  void Stop() override;
   // Also raises the window.
   void Resume() override;
   void EnablePromptWindow(bool enable) override;
@@ -55,6 +54,7 @@ class ScreenCaptureTaskWindow : public ScreenCaptureTask {
   void SetAutoTrackWindow(const WindowsUtil::TrackWindowRule& rule) override;
 
  private:
+  void tearDown() override;
   void captureStep(const Settings& settings, std::uint64_t nowMs) override;
   bool createEngine(const Settings& settings) override;
   bool captureFrame(const Settings& settings, std::uint64_t nowMs, WindowCaptureStatus& status);
@@ -66,7 +66,6 @@ class ScreenCaptureTaskWindow : public ScreenCaptureTask {
 
   bool isHidden(const Settings& settings, std::uint64_t nowMs);
   void followWindow(const RECT& rect);
-  bool updateDesktopRect();
   bool updateDesktopRect(const RECT& rect);
   void reportShareRect();
   void listCoveringWindows(const RECT& rect, std::vector<HWND>& windows);
@@ -74,7 +73,7 @@ class ScreenCaptureTaskWindow : public ScreenCaptureTask {
   void openPrompt();
   void updatePrompt(bool show);
   void activateWindow();
-  void leaveCaptureThread();
+  void onCaptureThread(ThreadTimer::Function work);
 
   void startTrackTimer();
   void stopTrackTimer();

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "common/Logging.h"
+#include "win/util/BitmapRows.h"
 #include "win/util/SystemProbes.h"
 #include "win/util/WindowHelpers.h"
 
@@ -157,15 +158,8 @@ void ScreenCaptureEngineGDI::drawCursor(const RECT& rect) {
 // When the system refuses, the frame keeps what it held: the last picture of
 // this size, or black.
 void ScreenCaptureEngineGDI::readPixels(ScreenCaptureFrame& frame) {
-  BITMAPINFO info = {};
-  info.bmiHeader.biSize = sizeof(info.bmiHeader);
-  info.bmiHeader.biWidth = m_bitmapWidth;
-  info.bmiHeader.biHeight = -m_bitmapHeight;  // rows from top to bottom
-  info.bmiHeader.biPlanes = 1;
-  info.bmiHeader.biBitCount = 32;
-  info.bmiHeader.biCompression = BI_RGB;
-  if (!GetDIBits(m_memoryDC.Get(), m_bitmap.Get(), 0, static_cast<UINT>(m_bitmapHeight),
-                 frame.Buffer().get(), &info, DIB_RGB_COLORS)) {
+  if (!ReadBitmapRows(m_memoryDC.Get(), m_bitmap.Get(), m_bitmapWidth, m_bitmapHeight,
+                      frame.Buffer().get())) {
     QX_LOG_LIMITED(LogLevelWarn, "GetDIBits failed,last Error:{}",
                    static_cast<std::uint32_t>(GetLastError()));
   }
