@@ -3,19 +3,12 @@
 #include <libyuv.h>
 #include <windows.h>
 
-#include <algorithm>
-#include <chrono>
 #include <cstdint>
-#include <stdexcept>
-#include <thread>
 #include <vector>
 
-#include "ThreadTime.h"
-#include "WatchWindow.h"
+#include "PacedLoop.h"
 
 namespace {
-
-constexpr int kWarmUp = 5;
 
 class HandLoop {
  public:
@@ -81,41 +74,6 @@ class HandLoop {
   std::vector<std::uint8_t> m_planes;
 };
 
-// Paced as the library is: a loop that never rests finds its memory in the cache.
-double Run(const Round& round) {
-  HandLoop loop(round);
-  const auto period = std::chrono::microseconds(1000000 / round.fps);
-  auto next = std::chrono::steady_clock::now();
-  double start = 0;
-  for (int frame = 0; frame < kWarmUp + round.frames; ++frame) {
-    if (frame == kWarmUp) {
-      start = ThreadMicros();
-    }
-    if (round.watchWindow) {
-      WatchWindow(round.window);
-    }
-    if (!loop.Capture()) {
-      return -1;
-    }
-    next += period;
-    if (round.watchWindow) {
-      const std::chrono::duration<double, std::milli> left =
-          next - std::chrono::steady_clock::now();
-      WaitByHand(static_cast<DWORD>(std::max(left.count(), 0.0)));
-    } else {
-      std::this_thread::sleep_until(next);
-    }
-  }
-  return (ThreadMicros() - start) / round.frames;
-}
-
 }  // namespace
 
-double HandLoopMicrosPerFrame(const Round& round) {
-  double micros = 0;
-  std::thread([&] { micros = Run(round); }).join();
-  if (micros < 0) {
-    throw std::runtime_error("the hand loop can't capture");
-  }
-  return micros;
-}
+double HandLoopMicrosPerFrame(const Round& round) { return PacedMicrosPerFrame<HandLoop>(round); }

@@ -1,7 +1,6 @@
 #include "LibraryLoop.h"
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <mutex>
 #include <stdexcept>
@@ -16,21 +15,43 @@ using Time = std::chrono::steady_clock::time_point;
 
 constexpr int kWarmUp = 5;
 
+// 0 by 0: whatever the library makes of it.
+SIZE PictureSize(const Round& round) {
+  if (round.defaultLimit) {
+    return round.picture;
+  }
+  return {round.rect.right - round.rect.left, round.rect.bottom - round.rect.top};
+}
+
+IScreenCapture::ScreenFrameResolutionLimit LimitOf(const Round& round) {
+  IScreenCapture::ScreenFrameResolutionLimit limit;
+  if (!round.defaultLimit) {
+    const SIZE size = PictureSize(round);
+    limit.maxScreenWidth = static_cast<std::uint64_t>(size.cx);
+    limit.maxScreenHeight = static_cast<std::uint64_t>(size.cy);
+    limit.maxScreenPixels = limit.maxScreenWidth * limit.maxScreenHeight;
+  }
+  return limit;
+}
+
 class Meter : public IScreenCapture::ShareListener {
  public:
   explicit Meter(const Round& round)
-      : m_frames(round.frames),
-        m_width(round.rect.right - round.rect.left),
-        m_height(round.rect.bottom - round.rect.top) {}
+      : m_round(round), m_frames(round.frames), m_size(PictureSize(round)) {}
 
+  Meter(const Meter&) = delete;
+  Meter& operator=(const Meter&) = delete;
+  ~Meter() { CloseHandle(m_ended); }
+
+  // A wait of the system's: where the clock is owned it lets time pass.
   LibraryFigures Wait() {
-    std::unique_lock lock(m_mutex);
-    m_ended.wait(lock, [this] { return m_done || m_failed; });
+    WaitForSingleObject(m_ended, INFINITE);
+    const std::scoped_lock lock(m_mutex);
     if (m_failed) {
       throw std::runtime_error("the share paused, ended, or its frames have another size");
     }
     const std::chrono::duration<double> passed = m_end - m_start;
-    return {(m_endMicros - m_startMicros) / m_frames, m_frames / passed.count()};
+    return {(m_endMicros - m_startMicros) / m_frames, m_frames / passed.count(), m_size};
   }
 
   void OnFrame(void*, const IScreenCapture::ScreenFrameData* frame) override {
@@ -41,16 +62,23 @@ class Meter : public IScreenCapture::ShareListener {
     if (m_count == kWarmUp) {
       m_startMicros = micros;
       m_start = now;
+      m_round.onBegin();
     }
-    const bool wrong = frame->width != m_width || frame->height != m_height;
+    if (m_size.cx == 0) {
+      m_size = {frame->width, frame->height};
+    }
+    const bool wrong = frame->width != m_size.cx || frame->height != m_size.cy;
+    if (m_count == kWarmUp + m_frames) {
+      m_round.onEnd();
+    }
     if (m_count == kWarmUp + m_frames || wrong) {
       const std::scoped_lock lock(m_mutex);
       m_endMicros = micros;
       m_end = now;
-      m_done = true;
       m_failed = m_failed || wrong;
-      m_ended.notify_all();
+      SetEvent(m_ended);
     }
+    m_round.afterPicture();
   }
   void OnStop(void*) override { fail(); }
   void OnPause(void*, IScreenCapture::SharePauseReason) override { fail(); }
@@ -68,21 +96,20 @@ class Meter : public IScreenCapture::ShareListener {
   void fail() {
     const std::scoped_lock lock(m_mutex);
     m_failed = true;
-    m_ended.notify_all();
+    SetEvent(m_ended);
   }
 
+  const Round& m_round;
   const int m_frames;
-  const int m_width;
-  const int m_height;
 
   // Of the capture thread.
   int m_count = 0;
+  SIZE m_size;  // 0 by 0: as the first picture's will be
   double m_startMicros = 0;
   Time m_start{};
 
-  std::mutex m_mutex;
-  std::condition_variable m_ended;
-  bool m_done = false;  // with the figures
+  const HANDLE m_ended = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  std::mutex m_mutex;  // guards what follows
   bool m_failed = false;
   double m_endMicros = 0;
   Time m_end{};
@@ -110,18 +137,13 @@ std::int32_t ToId(HWND window) {
 
 LibraryFigures MeasureLibrary(const Round& round) {
   ScreenCapture capture;
-  const IScreenCapture::CaptureEngineType engine = IScreenCapture::CaptureEngineGDIBitBlt;
-  capture.SetCaptureEngineConfig(&engine, 1, false);
+  capture.SetCaptureEngineConfig(&round.engine, 1, false);
   capture.EnableCaptureCursor(false);
   capture.EnablePromptWindow(false);
   capture.SetCaptureFPS(round.fps);
   capture.SetScreenFrameFormatType(round.i420 ? IScreenCapture::ScreenFrameFormatI420
                                               : IScreenCapture::ScreenFrameFormatARGB);
-  IScreenCapture::ScreenFrameResolutionLimit limit;
-  limit.maxScreenWidth = static_cast<std::uint64_t>(round.rect.right - round.rect.left);
-  limit.maxScreenHeight = static_cast<std::uint64_t>(round.rect.bottom - round.rect.top);
-  limit.maxScreenPixels = limit.maxScreenWidth * limit.maxScreenHeight;
-  capture.SetCaptureFrameResolutionLimit(limit);
+  capture.SetCaptureFrameResolutionLimit(LimitOf(round));
 
   Meter meter(round);
   IScreenCapture::ShareError error = IScreenCapture::ShareErrorNone;

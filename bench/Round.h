@@ -2,6 +2,10 @@
 
 #include <windows.h>
 
+#include <functional>
+
+#include "qx-screen-capture.h"
+
 // One round of measuring, of either side.
 struct Round {
   int frames = 120;
@@ -10,6 +14,20 @@ struct Round {
   RECT rect = {};         // what is captured, in pixels of the screen
   HWND window = nullptr;  // whose rectangle that is; null: the primary monitor's
   // For the hand loop: look after the window before each picture, and wait for the
-  // next one, as a share does.
+  // next picture, as a share does.
   bool watchWindow = false;
+  bool waitAsShare = false;
+
+  IScreenCapture::CaptureEngineType engine = IScreenCapture::CaptureEngineGDIBitBlt;
+  // Whether the library limits the pictures as it does unless it is told otherwise;
+  // else they have the size of the rectangle.
+  bool defaultLimit = false;
+  // The size that it then makes them; 0 by 0: not known yet. The hand loop needs it.
+  SIZE picture = {};
+  // Called on the capturing thread after each picture, the warm-up's as well.
+  std::function<void()> afterPicture = [] {};
+  // For the library: called on the capturing thread when what is measured begins and
+  // ends, for those who count meanwhile.
+  std::function<void()> onBegin = [] {};
+  std::function<void()> onEnd = [] {};
 };

@@ -29,9 +29,9 @@ void AskVirtualDesktop(HWND window) {
   }
 }
 
-void AskRectangle(HWND window) {
+void AskRectangle(HWND window, LONG_PTR style) {
   RECT rect = {};
-  if (!IsIconic(window) && IsWindows8() && !IsZoomed(window)) {
+  if (IsWindows8() && (style & (WS_MINIMIZE | WS_MAXIMIZE)) == 0) {
     DwmGetWindowAttribute(window, DWMWA_EXTENDED_FRAME_BOUNDS, &rect, sizeof(rect));
   }
 }
@@ -50,29 +50,26 @@ void AskMonitors(const RECT& window) {
       reinterpret_cast<LPARAM>(&window));
 }
 
-void ReadWallClock() {
-  FILETIME time = {};
-  GetSystemTimeAsFileTime(&time);
-}
-
 }  // namespace
+
+void ReadWallClock() {
+  // When the tick begins, the capture and the delivery, and how long each took.
+  for (int i = 0; i < 6; ++i) {
+    FILETIME time = {};
+    GetSystemTimeAsFileTime(&time);
+  }
+}
 
 void WatchWindow(HWND window) {
   RECT rect = {};
   DWORD cloaked = 0;
   BOOL composition = FALSE;
-  // When the tick begins, the capture and the delivery, and how long each took.
-  for (int i = 0; i < 6; ++i) {
-    ReadWallClock();
-  }
-  IsWindow(window);
+  ReadWallClock();
+  const LONG_PTR style = GetWindowLongPtrW(window, GWL_STYLE);
   AskVirtualDesktop(window);
-  AskRectangle(window);
-  IsWindowVisible(window);
-  IsIconic(window);
+  AskRectangle(window, style);
   DwmGetWindowAttribute(window, DWMWA_CLOAKED, &cloaked, sizeof(cloaked));
   // Which monitor it is on.
-  GetWindowLongPtrW(window, GWL_STYLE);
   GetWindowRect(window, &rect);
   AskMonitors(rect);
   DwmIsCompositionEnabled(&composition);

@@ -7,5 +7,8 @@
 // them; what the library asks beyond this counts as the library's own time.
 void WatchWindow(HWND window);
 
+// Reads the time as often as a share does in a tick.
+void ReadWallClock();
+
 // Waits as a share does between its ticks.
 void WaitByHand(DWORD milliseconds);

@@ -15,19 +15,17 @@
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 #include "HandLoop.h"
 #include "LibraryLoop.h"
 #include "Report.h"
+#include "Rivals.h"
 #include "scene.h"
 #include "tests/host/ColorWindow.h"
 
 namespace {
 
 constexpr int kRounds = 8;
-constexpr int kFramesPerRound = 120;
-constexpr int kWarmUpFrames = 30;
 constexpr int kPacedSeconds = 10;
 
 constexpr std::uint32_t kWindowColor = 0x3C6EB4;
@@ -41,33 +39,12 @@ RECT Centred(int width, int height) {
   return {left, top, left + width, top + height};
 }
 
-struct Micros {
-  double hand = 0;
-  double library = 0;
-};
-
-// Both sides take turns, and the quieter half of each one's rounds counts: what
-// else the machine does only ever adds.
-Micros MeasureBoth(Round round) {
-  std::vector<double> hand;
-  std::vector<double> library;
-  // The first round of a process is unlike all later ones, whoever runs it: the C
-  // library hands out memory of this size in another way afterwards.
-  round.frames = kWarmUpFrames;
-  HandLoopMicrosPerFrame(round);
-  MeasureLibrary(round);
-  round.frames = kFramesPerRound;
-  for (int turn = 0; turn < kRounds; ++turn) {
-    hand.push_back(HandLoopMicrosPerFrame(round));
-    library.push_back(MeasureLibrary(round).microsPerFrame);
-    std::fprintf(stderr, "  round %d: hand loop %.0f us, library %.0f us a frame\n", turn + 1,
-                 hand.back(), library.back());
-  }
-  return {LowerHalfMean(hand), LowerHalfMean(library)};
+Micros MeasureGdi(const Round& round) {
+  return MeasureBoth(round, kRounds, HandLoopMicrosPerFrame);
 }
 
 double TimesHandLoop(const Round& round) {
-  const Micros micros = MeasureBoth(round);
+  const Micros micros = MeasureGdi(round);
   return micros.library / micros.hand;
 }
 
@@ -81,7 +58,8 @@ double WindowTimesHandLoop() {
 double WindowTickMicros() {
   const RECT rect = Centred(160, 120);
   const qx::test::ColorWindow window(rect, kWindowColor);
-  const Micros micros = MeasureBoth({.rect = rect, .window = window.Handle(), .watchWindow = true});
+  const Micros micros = MeasureGdi(
+      {.rect = rect, .window = window.Handle(), .watchWindow = true, .waitAsShare = true});
   return micros.library - micros.hand;
 }
 

@@ -1,5 +1,5 @@
 // contact-sheet OUT.png FRAME.png...: small copies of up to twelve frames, evenly
-// chosen, on one picture.
+// chosen, on one picture. The first one gives the size of all cells.
 #include <algorithm>
 #include <cstdio>
 #include <memory>
@@ -70,6 +70,13 @@ Image Shrink(Image& from, int width, int height) {
   return to;
 }
 
+// As large as fits, with its proportions.
+Image ShrinkInto(Image& from, int width, int height) {
+  const int fittingWidth = std::max(1, from.width * height / from.height);
+  const int fittingHeight = std::max(1, from.height * width / from.width);
+  return Shrink(from, std::min(width, fittingWidth), std::min(height, fittingHeight));
+}
+
 void Paste(Image& sheet, Image& cell, int left, int top) {
   for (int y = 0; y < std::min(cell.height, sheet.height - top); ++y) {
     std::copy_n(cell.At(0, y), cell.width * 3, sheet.At(left, top + y));
@@ -100,7 +107,7 @@ int main(int argc, char** argv) {
       sheet =
           MakeImage(kColumns * (kCellWidth + kGap) + kGap, rows * (cellHeight + kGap) + kGap, 32);
     }
-    Image cell = Shrink(frame, kCellWidth, cellHeight);
+    Image cell = ShrinkInto(frame, kCellWidth, cellHeight);
     Paste(sheet, cell, kGap + i % kColumns * (kCellWidth + kGap),
           kGap + i / kColumns * (cellHeight + kGap));
   }

@@ -246,14 +246,19 @@ int RunShare(IScreenCapture& capture, const Options& options) {
 
 int main(int argc, char** argv) {
   const Utf8Output output;
+  const auto arguments = Utf8Arguments(argc, argv);
+  if (arguments.size() == 1 && arguments.front() == "--help") {
+    std::fputs(UsageText(), stdout);
+    return 0;
+  }
   std::string wrong;
-  const auto options = ParseOptions(Utf8Arguments(argc, argv), wrong);
+  const auto options = ParseOptions(arguments, wrong);
   if (!options) {
     std::fprintf(stderr, "qx-share: %s\n%s", wrong.c_str(), UsageText());
     return kExitWrongUsage;
   }
   try {
-    const std::unique_ptr<Scene> scene = OpenScene(1280, 720, true);
+    const std::unique_ptr<Scene> scene = OpenScene(1280, 720, true, options->scene);
     const LogFile log(options->logFile);
     ScreenCapture capture;
     return options->command == Options::Command::List ? RunList(capture, *options)

@@ -75,6 +75,21 @@ std::vector<Engine> ParseEngines(const std::string& option, const std::string& t
   return engines;
 }
 
+SceneKind ParseScene(const std::string& option, const std::string& text) {
+  static const std::map<std::string, SceneKind> kinds = {
+      {"color-cursor", SceneKind::ColorCursor},
+      {"monochrome-cursor", SceneKind::MonochromeCursor},
+      {"masked-cursor", SceneKind::MaskedCursor},
+      {"turned", SceneKind::Turned},
+      {"mode-change", SceneKind::ModeChange},
+  };
+  const auto found = kinds.find(text);
+  if (found == kinds.end()) {
+    throw WrongUsage(option + " takes the name of a scene, not '" + text + "'");
+  }
+  return found->second;
+}
+
 IScreenCapture::ScreenFrameFormat ParseFormat(const std::string& option, const std::string& text) {
   if (text == "argb") {
     return IScreenCapture::ScreenFrameFormatARGB;
@@ -177,6 +192,8 @@ class Parser {
     using N = const std::string&;
     static const std::map<std::string, Option> options = {
         {"--json", {kList | kShares, [](P p, N) { p.m_options.json = true; }}},
+        {"--scene",
+         {kList | kShares, [](P p, N n) { p.m_options.scene = ParseScene(n, p.value(n)); }}},
         {"--icons", {kList, [](P p, N n) { p.m_options.iconDirectory = p.path(n); }}},
         {"--id",
          {kDesktop | kWindow,
@@ -269,5 +286,10 @@ const char* UsageText() {
          "       [--engines dxgi,wgc,mag,gdi,print] [--wgc-first]\n"
          "       [--no-cursor] [--no-prompt] [--no-filter]\n"
          "       [--exclude-pid P] [--exclude-window H] [--dynamic] [--dirty]\n"
-         "       [--save DIR] [--y4m FILE] [--json] [--events FILE] [--log FILE]\n";
+         "       [--save DIR] [--y4m FILE] [--json] [--events FILE] [--log FILE]\n"
+         "--dirty tells of each frame how many rectangles of the screen have changed and how\n"
+         "       large they are together, in percent, where the engine knows. The dxgi engine\n"
+         "       gathers them with --no-filter only; without it, it tells of none.\n"
+         "--scene NAME, with any command, on virtual Windows only: what there is to see is\n"
+         "       color-cursor, monochrome-cursor, masked-cursor, turned or mode-change\n";
 }

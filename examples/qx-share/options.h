@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "qx-screen-capture.h"
+#include "scene.h"
 
 // The command line of qx-share.
 struct Options {
@@ -13,6 +14,7 @@ struct Options {
 
   Command command = Command::List;
   bool json = false;
+  SceneKind scene = SceneKind::Plain;
 
   // For Command::List.
   std::string iconDirectory;  // empty: write no icons
@@ -35,7 +37,7 @@ struct Options {
   bool filter = true;
   std::vector<IScreenCapture::FilterWindowInfo> excluded;
   bool dynamic = false;
-  bool dirty = false;
+  bool dirty = false;         // tell how much changed from frame to frame
   bool track = false;         // tell what window the share moved over to
   std::string saveDirectory;  // empty: save nothing
   std::string y4mFile;        // empty: no video

@@ -3,6 +3,7 @@
 #include <fmt/printf.h>
 
 #include <cstdio>
+#include <utility>
 
 #include "picture.h"
 #include "sources.h"
@@ -55,6 +56,7 @@ const char* EngineName(IScreenCapture::CaptureEngineType engine) {
 Recorder::Recorder(const Options& options, FrameWriter* writer, std::FILE* eventFile)
     : m_json(options.json),
       m_track(options.track),
+      m_dirty(options.dirty),
       m_maxFrames(options.frames),
       m_writer(writer),
       m_eventFile(eventFile) {}
@@ -130,6 +132,7 @@ void Recorder::OnFrame(void*, const IScreenCapture::ScreenFrameData* frame) {
   m_frames = number;
   m_width = frame->width;
   m_height = frame->height;
+  tellDirty();
   showStatus(false);
   if (over()) {
     m_ended.notify_all();
@@ -139,6 +142,8 @@ void Recorder::OnFrame(void*, const IScreenCapture::ScreenFrameData* frame) {
 void Recorder::OnFrameDirtyInfo(void*, bool valid, std::uint64_t rectCount, double ratio) {
   event(fmt::sprintf(R"({"event":"dirty","valid":%s,"rects":%llu,"ratio":%.6f})",
                      valid ? "true" : "false", static_cast<unsigned long long>(rectCount), ratio));
+  const std::scoped_lock lock(m_mutex);
+  m_dirtyFigures = {valid, rectCount, ratio};
 }
 
 void Recorder::OnShareWindowChanged(void*, int window, int) {
@@ -163,7 +168,8 @@ void Recorder::OnShareDesktopChanged(void*, int monitor) {
 
 void Recorder::OnCaptureEngineName(void*, IScreenCapture::CaptureEngineType& engine, int&, bool,
                                    int) {
-  event(fmt::sprintf(R"({"event":"engine","type":%d})", static_cast<int>(engine)));
+  event(fmt::sprintf(R"({"event":"engine","type":%d,"name":"%s"})", static_cast<int>(engine),
+                     EngineName(engine)));
   const std::scoped_lock lock(m_mutex);
   m_engine = EngineName(engine);
   showStatus(true);
@@ -203,6 +209,23 @@ void Recorder::state(const std::string& state) {
   const std::scoped_lock lock(m_mutex);
   m_state = state;
   showStatus(true);
+}
+
+// Of the last frame, for a person. Keep-live frames come without figures. Called with
+// m_mutex held.
+void Recorder::tellDirty() {
+  const DirtyFigures figures = std::exchange(m_dirtyFigures, {});
+  if (m_json || !m_dirty) {
+    return;
+  }
+  const std::string what =
+      figures.known
+          ? fmt::sprintf("%llu dirty rectangles, %.2f %%",
+                         static_cast<unsigned long long>(figures.rectangles), figures.ratio * 100)
+          : "dirty rectangles not known";
+  std::printf(
+      "\r%-*s\n", kStatusWidth,
+      fmt::sprintf("frame %llu: %s", static_cast<unsigned long long>(m_frames), what).c_str());
 }
 
 // Called with m_mutex held.

@@ -48,15 +48,23 @@ class Recorder : public IScreenCapture::ShareListener {
  private:
   using Time = std::chrono::steady_clock::time_point;
 
+  struct DirtyFigures {
+    bool known = false;
+    std::uint64_t rectangles = 0;
+    double ratio = 0;  // of the whole picture
+  };
+
   // Tells a JSON object, unless the run is over already.
   void event(const std::string& object);
   void print(const std::string& object);
   void state(const std::string& state);
   void showStatus(bool now);
+  void tellDirty();
   bool over() const { return m_stopped || (m_maxFrames != 0 && m_frames >= m_maxFrames); }
 
   const bool m_json;
   const bool m_track;
+  const bool m_dirty;
   const std::uint64_t m_maxFrames;
   FrameWriter* const m_writer;
   std::FILE* const m_eventFile;
@@ -66,6 +74,7 @@ class Recorder : public IScreenCapture::ShareListener {
   std::condition_variable m_ended;
   std::uint64_t m_frames = 0;
   bool m_stopped = false;
+  DirtyFigures m_dirtyFigures;  // of the frame to come
   // For the status line.
   std::string m_engine = "none";
   std::string m_state = "starting";

@@ -11,15 +11,37 @@ class Scene {
   virtual ~Scene() = default;
 };
 
-// Sets up a primary monitor of the given size with several windows. With
-// `lively` one window moves, one repaints itself, one acts as act.h says and the
-// cursor wanders, on a thread of the scene, until the result goes. Null where the system has a
-// desktop of its own.
-std::unique_ptr<Scene> OpenScene(int width, int height, bool lively);
+// What is special about a scene.
+enum class SceneKind {
+  Plain,
+  ColorCursor,  // the cursor is large and of this kind; so are the next two
+  MonochromeCursor,
+  MaskedCursor,
+  Turned,      // the monitor stands upright, turned by 90 degrees
+  ModeChange,  // the monitor gets another size after kModeChangeSeconds
+};
+
+constexpr double kModeChangeSeconds = 2;
+
+// Sets up a primary monitor of the given size with several windows, each of a program
+// of its own. With `lively` one window moves, one repaints itself, one acts as act.h
+// says and the cursor wanders, on a thread of the scene, until the result goes. Where
+// the system has a desktop of its own the result is null, and any kind but Plain throws
+// std::runtime_error.
+std::unique_ptr<Scene> OpenScene(int width, int height, bool lively,
+                                 SceneKind kind = SceneKind::Plain);
 
 // Opens `count` windows with titles, of twenty programs. False where the system has a
 // desktop of its own.
 bool OpenManyWindows(int count);
+
+// Gives a small part of the screen another colour with each call. False where the system
+// has a desktop of its own.
+bool ChangeScreen();
+
+// From now on nobody waits for the clock: when all wait it moves to the first deadline.
+// False where the system has a clock of its own.
+bool SkipWaits();
 
 // How often a function of the system was called so far; 0 where nobody counts.
 std::uint64_t CountCalls(const std::string& function);

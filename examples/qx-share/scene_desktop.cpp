@@ -1,7 +1,18 @@
+#include <stdexcept>
+
 #include "scene.h"
 
-std::unique_ptr<Scene> OpenScene(int, int, bool) { return nullptr; }
+std::unique_ptr<Scene> OpenScene(int, int, bool, SceneKind kind) {
+  if (kind != SceneKind::Plain) {
+    throw std::runtime_error("only virtual Windows has scenes");
+  }
+  return nullptr;
+}
 
 bool OpenManyWindows(int) { return false; }
+
+bool ChangeScreen() { return false; }
+
+bool SkipWaits() { return false; }
 
 std::uint64_t CountCalls(const std::string&) { return 0; }

@@ -1,4 +1,5 @@
 // The scene on virtual Windows: windows of other programs, drawn by us.
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <condition_variable>
@@ -7,12 +8,16 @@
 #include <numbers>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "act.h"
+#include "platform/control/Clock.h"
 #include "platform/control/Desktop.h"
 #include "platform/control/Faults.h"
+#include "platform/control/Graphics.h"
 #include "platform/control/Machine.h"
 #include "scene.h"
+#include "scene_cursors.h"
 
 namespace {
 
@@ -20,6 +25,7 @@ using vwin::control::Canvas;
 
 constexpr std::chrono::milliseconds kStep(15);
 constexpr int kTitleHeight = 28;
+constexpr std::uint32_t kFirstProcessId = 7000;
 
 // A title bar with three buttons above an area in one colour.
 void PaintFrame(Canvas& canvas, COLORREF bar, COLORREF area) {
@@ -108,9 +114,13 @@ int Bounce(double distance, int range) {
 
 class VirtualScene : public Scene {
  public:
-  VirtualScene(int width, int height, bool lively) : m_width(width), m_height(height) {
+  VirtualScene(int width, int height, bool lively, SceneKind kind)
+      : m_kind(kind), m_width(width), m_height(height) {
     using namespace vwin::control;
     SetMonitorRect(PrimaryMonitor(), {0, 0, width, height});
+    if (kind == SceneKind::Turned) {
+      TurnMonitor(PrimaryMonitor(), DXGI_MODE_ROTATION_ROTATE90);
+    }
     SetDesktopColor(RGB(28, 74, 92));
     m_notes =
         open(L"Notes", {width / 20, height / 12, width * 11 / 20, height * 3 / 4}, PaintNotes);
@@ -122,6 +132,7 @@ class VirtualScene : public Scene {
                    PaintReport);
     m_mover = open(L"Mover", {0, 0, kMoverWidth, kMoverHeight}, PaintMover);
     SetCursorShape(CursorKind::kArrow);
+    UseCursorOf(kind);
     step(0);
     if (lively) {
       m_thread = std::thread([this] { run(); });
@@ -148,9 +159,13 @@ class VirtualScene : public Scene {
   static constexpr int kActorWidth = 420;
   static constexpr int kActorHeight = 300;
 
-  static HWND open(const std::wstring& title, const RECT& rect,
-                   const vwin::control::PaintCallback& paint) {
-    return vwin::control::OpenWindow({.title = title, .rect = rect, .paint = paint});
+  // Of a program that is called as its window is.
+  HWND open(const std::wstring& title, const RECT& rect,
+            const vwin::control::PaintCallback& paint) {
+    const std::uint32_t processId = m_nextProcessId++;
+    vwin::control::AddProcess(processId, L"C:\\Program Files\\" + title + L".exe");
+    return vwin::control::OpenWindow(
+        {.title = title, .rect = rect, .paint = paint, .processId = processId});
   }
 
   void run() {
@@ -161,7 +176,18 @@ class VirtualScene : public Scene {
     }
   }
 
+  // To one of another shape, as an old projector has.
+  void changeMode() {
+    m_width = m_width * 4 / 5;
+    m_height = m_height * 16 / 15;
+    vwin::control::SetMonitorRect(vwin::control::PrimaryMonitor(), {0, 0, m_width, m_height});
+    m_modeChanged = true;
+  }
+
   void step(double time) {
+    if (m_kind == SceneKind::ModeChange && !m_modeChanged && time >= kModeChangeSeconds) {
+      changeMode();
+    }
     vwin::control::MoveTo(m_mover, Bounce(time * 310, m_width - kMoverWidth),
                           Bounce(40 + time * 190, m_height - kMoverHeight));
     stepActor(ActorAt(time));
@@ -191,10 +217,13 @@ class VirtualScene : public Scene {
     m_state = state;
   }
 
-  const int m_width;
-  const int m_height;
-  const int m_actorLeft = m_width * 5 / 8;
+  const SceneKind m_kind;
+  int m_width;  // of the monitor
+  int m_height;
+  const int m_actorLeft = std::min(m_width * 5 / 8, m_width - kActorWidth);
   const int m_actorTop = m_height / 12;
+  bool m_modeChanged = false;
+  std::uint32_t m_nextProcessId = kFirstProcessId;
   HWND m_notes = nullptr;
   HWND m_actor = nullptr;
   ActorState m_state;
@@ -208,8 +237,11 @@ class VirtualScene : public Scene {
 
 }  // namespace
 
-std::unique_ptr<Scene> OpenScene(int width, int height, bool lively) {
-  return std::make_unique<VirtualScene>(width, height, lively);
+std::unique_ptr<Scene> OpenScene(int width, int height, bool lively, SceneKind kind) {
+  if (kind == SceneKind::Turned) {
+    std::swap(width, height);
+  }
+  return std::make_unique<VirtualScene>(width, height, lively, kind);
 }
 
 bool OpenManyWindows(int count) {
@@ -222,6 +254,19 @@ bool OpenManyWindows(int count) {
                                .rect = {i, i, i + 200, i + 100},
                                .processId = processId});
   }
+  return true;
+}
+
+bool ChangeScreen() {
+  static const HWND window = vwin::control::OpenWindow({.rect = {8, 8, 72, 72}});
+  static bool lit = false;
+  lit = !lit;
+  vwin::control::Fill(window, {0, 0, 64, 64}, lit ? RGB(250, 200, 20) : RGB(20, 60, 200));
+  return true;
+}
+
+bool SkipWaits() {
+  vwin::control::OwnClock();
   return true;
 }
 

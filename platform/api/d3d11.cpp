@@ -54,6 +54,6 @@ HRESULT WINAPI D3D11CreateDevice(IDXGIAdapter* adapter, D3D_DRIVER_TYPE driverTy
     level = *known;
   }
   if (featureLevel != nullptr) *featureLevel = level;
-  if (device == nullptr) return S_FALSE;
-  return d3d11::MakeDevice(0, level, device);
+  if (device == nullptr && context == nullptr) return S_FALSE;
+  return d3d11::MakeDevice(0, level, device, context);
 }

@@ -11,6 +11,19 @@
 
 using namespace vwin;
 
+namespace {
+
+constexpr std::int64_t kMostPixels = std::int64_t{1} << 28;  // of a bitmap
+
+bool isPlainPicture(const BITMAPINFO* info, UINT usage) {
+  const BITMAPINFOHEADER* header = info ? &info->bmiHeader : nullptr;
+  return header && header->biSize == sizeof(BITMAPINFOHEADER) && header->biPlanes == 1 &&
+         header->biBitCount == 32 && header->biCompression == BI_RGB && usage == DIB_RGB_COLORS &&
+         header->biWidth > 0 && header->biHeight != 0;
+}
+
+}  // namespace
+
 HDC WINAPI CreateCompatibleDC(HDC like) {
   VWIN_CALL(CreateCompatibleDC);
   if (fault) return SetLastError(fault->win32), nullptr;
@@ -36,7 +49,6 @@ HBITMAP WINAPI CreateCompatibleBitmap(HDC like, int width, int height) {
   VWIN_CALL(CreateCompatibleBitmap);
   if (fault) return SetLastError(fault->win32), nullptr;
   if (width < 0 || height < 0) return SetLastError(ERROR_INVALID_PARAMETER), nullptr;
-  constexpr std::int64_t kMostPixels = std::int64_t{1} << 28;
   if (std::int64_t{width} * height > kMostPixels)
     return SetLastError(ERROR_NOT_ENOUGH_MEMORY), nullptr;
   Lock lock;
@@ -46,6 +58,29 @@ HBITMAP WINAPI CreateCompatibleBitmap(HDC like, int width, int height) {
   // A memory DC is like the bitmap that it holds, and a new one holds a black and
   // white one.
   return gdi::CreateBitmap(lock, width, height, dc->bitmap && dc->bitmap->monochrome);
+}
+
+HBITMAP WINAPI CreateDIBSection(HDC, const BITMAPINFO* info, UINT usage, void** bits,
+                                HANDLE section, DWORD) {
+  VWIN_CALL(CreateDIBSection);
+  if (fault) return SetLastError(fault->win32), nullptr;
+  // Only rows from top to bottom, in memory of the system's own.
+  if (!isPlainPicture(info, usage) || info->bmiHeader.biHeight > 0 || !bits || section)
+    return SetLastError(ERROR_INVALID_PARAMETER), nullptr;
+  const int width = info->bmiHeader.biWidth;
+  const std::int64_t height = -std::int64_t{info->bmiHeader.biHeight};
+  if (width * height > kMostPixels) return SetLastError(ERROR_NOT_ENOUGH_MEMORY), nullptr;
+  Lock lock;
+  std::uint32_t* pixels = nullptr;
+  const HBITMAP bitmap = gdi::CreateSection(lock, width, static_cast<int>(height), pixels);
+  *bits = pixels;
+  return bitmap;
+}
+
+// Nothing that is drawn waits here.
+BOOL WINAPI GdiFlush() {
+  VWIN_CALL_INFALLIBLE(GdiFlush);
+  return TRUE;
 }
 
 HBRUSH WINAPI CreateSolidBrush(COLORREF color) {
@@ -125,12 +160,8 @@ int WINAPI GetDIBits(HDC dc, HBITMAP handle, UINT firstLine, UINT lineCount, LPV
   Lock lock;
   const auto bitmap = gdi::FindBitmap(lock, handle);
   if (!gdi::FindDC(lock, dc) || !bitmap) return SetLastError(ERROR_INVALID_HANDLE), 0;
-  const BITMAPINFOHEADER* header = info ? &info->bmiHeader : nullptr;
-  const bool known = header && header->biSize == sizeof(BITMAPINFOHEADER) &&
-                     header->biPlanes == 1 && header->biBitCount == 32 &&
-                     header->biCompression == BI_RGB && usage == DIB_RGB_COLORS &&
-                     header->biWidth > 0 && header->biHeight != 0;
-  if (!known || !bits) return SetLastError(ERROR_INVALID_PARAMETER), 0;
-  return gdi::ReadLines(*bitmap, firstLine, lineCount, header->biWidth, std::abs(header->biHeight),
-                        header->biHeight < 0, static_cast<std::uint32_t*>(bits));
+  if (!isPlainPicture(info, usage) || !bits) return SetLastError(ERROR_INVALID_PARAMETER), 0;
+  const BITMAPINFOHEADER& header = info->bmiHeader;
+  return gdi::ReadLines(*bitmap, firstLine, lineCount, header.biWidth, std::abs(header.biHeight),
+                        header.biHeight < 0, static_cast<std::uint32_t*>(bits));
 }

@@ -8,8 +8,6 @@ using namespace vwin;
 
 namespace {
 
-constexpr LONGLONG kCountsPerMicro = 10;  // as on Windows 10: 10 MHz
-
 FILETIME SystemTime() {
   constexpr std::int64_t kFrom1601To1970 = 11'644'473'600'000'000;  // microseconds
   Lock lock;
@@ -23,13 +21,13 @@ FILETIME SystemTime() {
 BOOL WINAPI QueryPerformanceCounter(LARGE_INTEGER* count) {
   VWIN_CALL_INFALLIBLE(QueryPerformanceCounter);
   Lock lock;
-  count->QuadPart = scheduler::Now(lock) * kCountsPerMicro;
+  count->QuadPart = scheduler::PerformanceCounter(lock);
   return TRUE;
 }
 
 BOOL WINAPI QueryPerformanceFrequency(LARGE_INTEGER* frequency) {
   VWIN_CALL_INFALLIBLE(QueryPerformanceFrequency);
-  frequency->QuadPart = 1'000'000 * kCountsPerMicro;
+  frequency->QuadPart = 1'000'000 * scheduler::kCountsPerMicro;
   return TRUE;
 }
 

@@ -28,12 +28,6 @@ class VirtualDesktopManager final : public ComImplementation<IVirtualDesktopMana
     *onCurrentDesktop = TheMachine(lock).onOtherVirtualDesktop.count(window) == 0;
     return S_OK;
   }
-  HRESULT STDMETHODCALLTYPE GetWindowDesktopId(HWND, GUID*) override {
-    return notProvided("IVirtualDesktopManager::GetWindowDesktopId");
-  }
-  HRESULT STDMETHODCALLTYPE MoveWindowToDesktop(HWND, REFGUID) override {
-    return notProvided("IVirtualDesktopManager::MoveWindowToDesktop");
-  }
 };
 
 }  // namespace

@@ -134,9 +134,15 @@ BOOL WINAPI IntersectRect(LPRECT result, const RECT* a, const RECT* b) {
   return !IsEmpty(*result);
 }
 
+BOOL WINAPI OffsetRect(LPRECT rect, int dx, int dy) {
+  VWIN_CALL_INFALLIBLE(OffsetRect);
+  *rect = Moved(*rect, dx, dy);
+  return TRUE;
+}
+
 BOOL WINAPI EqualRect(const RECT* a, const RECT* b) {
   VWIN_CALL_INFALLIBLE(EqualRect);
-  return a->left == b->left && a->top == b->top && a->right == b->right && a->bottom == b->bottom;
+  return AreSame(*a, *b);
 }
 
 BOOL WINAPI IsRectEmpty(const RECT* rect) {

@@ -150,6 +150,7 @@ void SetMonitorRect(HMONITOR handle, const RECT& rect) {
                   rect.top + (monitor.work.top - monitor.rect.top),
                   rect.right + (monitor.work.right - monitor.rect.right),
                   rect.bottom + (monitor.work.bottom - monitor.rect.bottom)};
+  if (!AreSame(monitor.rect, rect)) ++monitor.modeChanges;
   monitor.rect = rect;
   fitDesktopWindow(lock);
 }

@@ -32,32 +32,22 @@ void SetRemoteSession(bool remote) {
   ChangeMachine([&](Machine& machine) { machine.remoteSession = remote; });
 }
 void LockSession(bool locked) {
-  ChangeMachine([&](Machine& machine) { machine.locked = locked; });
+  ChangeMachine([&](Machine& machine) {
+    if (locked && !machine.locked) ++machine.desktopSwitches;
+    machine.locked = locked;
+  });
 }
 void SetSecureDesktop(bool up) {
-  ChangeMachine([&](Machine& machine) { machine.secureDesktop = up; });
+  ChangeMachine([&](Machine& machine) {
+    if (up && !machine.secureDesktop) ++machine.desktopSwitches;
+    machine.secureDesktop = up;
+  });
 }
 void SetSessionQuery(SessionQuery query, DWORD error) {
   ChangeMachine([&](Machine& machine) {
     machine.sessionQuery = query;
     machine.sessionQueryError = error;
   });
-}
-
-void SetNoAdapter() {
-  ChangeMachine([](Machine& machine) { machine.adapters.clear(); });
-}
-void SetAdapter(const Adapter& adapter) {
-  ChangeMachine([&](Machine& machine) { machine.adapters = {adapter}; });
-}
-void SetD3DResult(HRESULT result) {
-  ChangeMachine([&](Machine& machine) { machine.d3dResult = result; });
-}
-void SetD3DFault(std::optional<std::uint32_t> code) {
-  ChangeMachine([&](Machine& machine) { machine.d3dFault = code; });
-}
-void SetDuplicateResult(HRESULT result) {
-  ChangeMachine([&](Machine& machine) { machine.duplicateResult = result; });
 }
 
 void AddProcess(std::uint32_t id, const std::wstring& imagePath, bool openable) {

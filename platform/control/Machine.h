@@ -1,5 +1,5 @@
-// The test side of the machine: version, session, graphics, processes, registry. The
-// desktop with its windows is in Desktop.h.
+// The test side of the machine: version, session, processes, registry. The desktop with
+// its windows is in Desktop.h, the graphics card in Graphics.h.
 //
 //   SetVersion(kWindows7);
 //   SetComposition(false);
@@ -39,20 +39,6 @@ void SetSecureDesktop(bool up);
 // What WTSQuerySessionInformationW does; `error` for kFails.
 using vwin::SessionQuery;
 void SetSessionQuery(SessionQuery query, DWORD error = ERROR_ACCESS_DENIED);
-
-// ----------------------------------------------------------------------- graphics
-
-void SetNoAdapter();
-// One adapter with all monitors.
-void SetAdapter(const Adapter& adapter);
-// What Windows has for a card without driver; its vendor is Microsoft.
-inline const Adapter kSoftwareAdapter{0x1414, 0x8C, L"Microsoft Basic Render Driver"};
-// Result of making a hardware device; S_OK makes one.
-void SetD3DResult(HRESULT result);
-// Making a hardware device raises a structured exception with this code.
-void SetD3DFault(std::optional<std::uint32_t> code);
-// Result of DuplicateOutput; with S_OK it works where Windows lets it.
-void SetDuplicateResult(HRESULT result);
 
 // ------------------------------------------------- processes, virtual desktops
 

@@ -25,9 +25,24 @@ typedef struct DXGI_OUTDUPL_FRAME_INFO {
   UINT PointerShapeBufferSize;
 } DXGI_OUTDUPL_FRAME_INFO;
 
-struct DXGI_MODE_DESC1;
-struct DXGI_OUTDUPL_MOVE_RECT;
-struct DXGI_OUTDUPL_POINTER_SHAPE_INFO;
+typedef struct DXGI_OUTDUPL_MOVE_RECT {
+  POINT SourcePoint;
+  RECT DestinationRect;
+} DXGI_OUTDUPL_MOVE_RECT;
+
+typedef enum DXGI_OUTDUPL_POINTER_SHAPE_TYPE {
+  DXGI_OUTDUPL_POINTER_SHAPE_TYPE_MONOCHROME = 1,
+  DXGI_OUTDUPL_POINTER_SHAPE_TYPE_COLOR = 2,
+  DXGI_OUTDUPL_POINTER_SHAPE_TYPE_MASKED_COLOR = 4
+} DXGI_OUTDUPL_POINTER_SHAPE_TYPE;
+
+typedef struct DXGI_OUTDUPL_POINTER_SHAPE_INFO {
+  UINT Type;
+  UINT Width;
+  UINT Height;
+  UINT Pitch;
+  POINT HotSpot;
+} DXGI_OUTDUPL_POINTER_SHAPE_INFO;
 
 struct IDXGIOutputDuplication : IDXGIObject {
   virtual void STDMETHODCALLTYPE GetDesc(DXGI_OUTDUPL_DESC* desc) = 0;
@@ -38,20 +53,17 @@ struct IDXGIOutputDuplication : IDXGIObject {
                                                       UINT* required) = 0;
   virtual HRESULT STDMETHODCALLTYPE GetFramePointerShape(UINT size, void* shape, UINT* required,
                                                          DXGI_OUTDUPL_POINTER_SHAPE_INFO* info) = 0;
-  virtual HRESULT STDMETHODCALLTYPE MapDesktopSurface(DXGI_MAPPED_RECT* rect) = 0;
-  virtual HRESULT STDMETHODCALLTYPE UnMapDesktopSurface() = 0;
+  VWIN_SLOT(MapDesktopSurface);
+  VWIN_SLOT(UnMapDesktopSurface);
   virtual HRESULT STDMETHODCALLTYPE ReleaseFrame() = 0;
 };
 DEFINE_GUID(IID_IDXGIOutputDuplication, 0x191cfac3, 0xa341, 0x470d, 0xb2, 0x6e, 0xa8, 0x64, 0xf4,
             0x28, 0x31, 0x9c);
 
 struct IDXGIOutput1 : IDXGIOutput {
-  virtual HRESULT STDMETHODCALLTYPE GetDisplayModeList1(DXGI_FORMAT format, UINT flags, UINT* count,
-                                                        DXGI_MODE_DESC1* modes) = 0;
-  virtual HRESULT STDMETHODCALLTYPE FindClosestMatchingMode1(const DXGI_MODE_DESC1* mode,
-                                                             DXGI_MODE_DESC1* closest,
-                                                             IUnknown* device) = 0;
-  virtual HRESULT STDMETHODCALLTYPE GetDisplaySurfaceData1(IDXGIResource* destination) = 0;
+  VWIN_SLOT(GetDisplayModeList1);
+  VWIN_SLOT(FindClosestMatchingMode1);
+  VWIN_SLOT(GetDisplaySurfaceData1);
   virtual HRESULT STDMETHODCALLTYPE DuplicateOutput(IUnknown* device,
                                                     IDXGIOutputDuplication** duplication) = 0;
 };

@@ -6,8 +6,8 @@
 struct IVirtualDesktopManager : IUnknown {
   virtual HRESULT STDMETHODCALLTYPE IsWindowOnCurrentVirtualDesktop(HWND window,
                                                                     BOOL* onCurrentDesktop) = 0;
-  virtual HRESULT STDMETHODCALLTYPE GetWindowDesktopId(HWND window, GUID* desktopId) = 0;
-  virtual HRESULT STDMETHODCALLTYPE MoveWindowToDesktop(HWND window, REFGUID desktopId) = 0;
+  VWIN_SLOT(GetWindowDesktopId);
+  VWIN_SLOT(MoveWindowToDesktop);
 };
 DEFINE_GUID(IID_IVirtualDesktopManager, 0xa5cd92ff, 0x29be, 0x454c, 0x8d, 0x04, 0xd8, 0x28, 0x79,
             0xfb, 0x3f, 0x1b);

@@ -2,7 +2,7 @@
 //
 // Pixels of every bitmap are 32 bits, B G R X in memory. X is always 0 but in the
 // colours of an icon, where GetDIBits shows it. Only SRCCOPY is known, and only
-// uncompressed 32-bit pictures leave through GetDIBits.
+// uncompressed 32-bit pictures leave through GetDIBits or lie in a section.
 #pragma once
 
 #define RGB(r, g, b)                                                             \
@@ -64,6 +64,9 @@ extern "C" {
 HDC WINAPI CreateCompatibleDC(HDC dc);
 BOOL WINAPI DeleteDC(HDC dc);
 HBITMAP WINAPI CreateCompatibleBitmap(HDC dc, int width, int height);
+HBITMAP WINAPI CreateDIBSection(HDC dc, const BITMAPINFO* info, UINT usage, void** bits,
+                                HANDLE section, DWORD offset);
+BOOL WINAPI GdiFlush(void);
 HBRUSH WINAPI CreateSolidBrush(COLORREF color);
 HGDIOBJ WINAPI SelectObject(HDC dc, HGDIOBJ object);
 BOOL WINAPI DeleteObject(HGDIOBJ object);

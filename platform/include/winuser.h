@@ -321,6 +321,7 @@ ULONG_PTR WINAPI GetClassLongPtrW(HWND window, int index);
 
 BOOL WINAPI PtInRect(const RECT* rect, POINT point);
 BOOL WINAPI IntersectRect(LPRECT result, const RECT* a, const RECT* b);
+BOOL WINAPI OffsetRect(LPRECT rect, int dx, int dy);
 BOOL WINAPI EqualRect(const RECT* a, const RECT* b);
 BOOL WINAPI IsRectEmpty(const RECT* rect);
 

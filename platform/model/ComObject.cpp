@@ -36,10 +36,13 @@ ULONG ComObject::release() {
     }
   } while (!m_count.compare_exchange_weak(count, count - 1));
   if (count == 1) {
-    Lock lock;
-    ledger::Return(lock, kLedgerKind, reinterpret_cast<std::uintptr_t>(this));
-    Shells(lock).push_back(this);
-    onLastRelease(lock);
+    {
+      Lock lock;
+      ledger::Return(lock, kLedgerKind, reinterpret_cast<std::uintptr_t>(this));
+      Shells(lock).push_back(this);
+      onLastRelease(lock);
+    }
+    afterLastRelease();
   }
   return count - 1;
 }
@@ -50,10 +53,14 @@ void ComObject::checkAlive(const char* call) {
   ledger::Misuse(lock, std::string(call) + ": the " + m_name + " was released before");
 }
 
-HRESULT ComObject::notProvided(const char* call) {
+HRESULT ComObject::outOfOrder(Lock& lock, const char* what, HRESULT result) {
+  ledger::Misuse(lock, what);
+  return result;
+}
+
+void NotProvided(const char* function) {
   Lock lock;
-  ledger::Misuse(lock, std::string(call) + ": virtual Windows does not have it");
-  return E_NOTIMPL;
+  ledger::Misuse(lock, std::string(function) + ": virtual Windows does not have it");
 }
 
 }  // namespace vwin

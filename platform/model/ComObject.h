@@ -29,13 +29,14 @@ class ComObject {
 
   ULONG addRef();
   ULONG release();
-  // What ends with the last reference.
+  // What ends with the last reference; and what of it must be done without the lock,
+  // such as releasing other objects.
   virtual void onLastRelease(Lock&) {}
+  virtual void afterLastRelease() {}
   // Records a use after the last release.
   void checkAlive(const char* call);
-  // The answer of a function that the stand-in has no body for: a recorded misuse, so
-  // that a test can't pass over it.
-  HRESULT notProvided(const char* call);
+  // Records a call that comes at the wrong time; it answers `result`.
+  static HRESULT outOfOrder(Lock& lock, const char* what, HRESULT result);
 
  private:
   const char* m_name;
@@ -105,6 +106,10 @@ class ComImplementation : public ComObject, public First, public Others... {
 // First line of a COM function: counts, looks for a fault, and checks the object.
 #define VWIN_METHOD(function) \
   VWIN_CALL(function);        \
-  checkAlive(#function)
+  this->checkAlive(#function)
+// Of one that can't fail.
+#define VWIN_METHOD_INFALLIBLE(function) \
+  VWIN_CALL_INFALLIBLE(function);        \
+  this->checkAlive(#function)
 
 }  // namespace vwin

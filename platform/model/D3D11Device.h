@@ -1,13 +1,26 @@
-// The Direct3D 11 device, so far only good for reaching its DXGI side.
+// The Direct3D 11 device: it draws on the processor.
 #pragma once
 
 #include <d3d11.h>
 
 #include <cstddef>
+#include <memory>
+#include <optional>
+
+#include "platform/model/D3D11Objects.h"
 
 namespace vwin::d3d11 {
 
-// A device on the adapter of that place in the machine.
-HRESULT MakeDevice(std::size_t adapter, D3D_FEATURE_LEVEL featureLevel, ID3D11Device** device);
+// A device on the adapter of that place in the machine, with its context for who wants
+// it.
+HRESULT MakeDevice(std::size_t adapter, D3D_FEATURE_LEVEL featureLevel, ID3D11Device** device,
+                   ID3D11DeviceContext** context);
+
+// The device that has this interface, and its adapter; null for anything else.
+struct DeviceOnAdapter {
+  ID3D11Device* device = nullptr;  // borrowed
+  std::size_t adapter = 0;
+};
+DeviceOnAdapter DeviceOf(IUnknown* object);
 
 }  // namespace vwin::d3d11

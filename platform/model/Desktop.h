@@ -28,6 +28,17 @@ struct Monitor : Object {
   RECT rect{};
   RECT work{};
   bool primary = false;
+
+  // Its output on the graphics card, and what a duplication of it has to say.
+  struct Move {
+    POINT from;
+    RECT to;
+  };
+  std::size_t adapter = 0;
+  int quarterTurns = 0;           // clockwise
+  bool attached = true;           // false: the output shows nothing of the desktop
+  std::uint32_t modeChanges = 0;  // whoever duplicates it loses it with each
+  std::vector<Move> moves;        // so far, in pixels of the unturned picture
 };
 
 // A cursor's picture, with straight alpha in the top byte.

@@ -1,5 +1,5 @@
-// DXGI's objects: factory, adapters, outputs, duplications. They hold nothing but
-// their place in the machine; what they answer is read from its facts.
+// DXGI's objects: factory, adapters, outputs (duplications are in Duplication.h). They
+// hold nothing but their place in the machine; what they answer is read from its facts.
 #pragma once
 
 #include <dxgi1_2.h>

@@ -98,6 +98,15 @@ HBITMAP CreateBitmap(Lock& lock, int width, int height, bool monochrome) {
   return bitmap->handle;
 }
 
+HBITMAP CreateSection(Lock& lock, int width, int height, std::uint32_t*& bits) {
+  auto bitmap = std::make_shared<Bitmap>();
+  bitmap->surface = Surface(width, height, 0);
+  bits = bitmap->surface.Share();
+  bitmap->handle =
+      static_cast<HBITMAP>(handles::Add(lock, HandleKind::kBitmap, bitmap, "CreateDIBSection"));
+  return bitmap->handle;
+}
+
 HBITMAP AddIconBitmap(Lock& lock, int width, int height, const std::vector<std::uint32_t>& pixels,
                       bool monochrome) {
   auto bitmap = std::make_shared<Bitmap>();

@@ -57,6 +57,8 @@ HDC OpenDC(Lock& lock, Window* window, HWND gotFor, const char* call,
            std::optional<RECT> clip = std::nullopt);
 HDC OpenMemoryDC(Lock& lock);
 HBITMAP CreateBitmap(Lock& lock, int width, int height, bool monochrome);
+// `bits` is where its pixels are, rows top to bottom, until it is deleted.
+HBITMAP CreateSection(Lock& lock, int width, int height, std::uint32_t*& bits);
 // A bitmap of GetIconInfo, with pixels of 0xAARRGGBB, rows top to bottom.
 HBITMAP AddIconBitmap(Lock& lock, int width, int height, const std::vector<std::uint32_t>& pixels,
                       bool monochrome);

@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -45,6 +46,16 @@ struct Adapter {
   std::wstring description;
 };
 
+// A cursor's shape as a graphics card has it. `type` is a DXGI_OUTDUPL_POINTER_SHAPE_TYPE.
+struct PointerShape {
+  std::uint32_t type;
+  std::uint32_t width;
+  std::uint32_t height;  // of a monochrome one, of both its masks
+  std::uint32_t pitch;   // in bytes
+  POINT hotspot;
+  std::vector<BYTE> bytes;
+};
+
 struct RegistryValue {
   DWORD type;
   std::vector<BYTE> data;
@@ -76,7 +87,11 @@ struct Machine {
   HRESULT d3dResult = S_OK;               // of a hardware device
   std::optional<std::uint32_t> d3dFault;  // code of the structured exception
   HRESULT duplicateResult = S_OK;
-  std::set<HMONITOR> duplicated;  // a process can duplicate each monitor once
+  std::set<HMONITOR> duplicated;                     // a process can duplicate each monitor once
+  std::uint32_t desktopSwitches = 0;                 // all duplications are lost with each
+  bool blackDuplicates = false;                      // a driver's fault: pictures of zeros
+  std::uint32_t duplicateFormat = 87;                // DXGI_FORMAT_B8G8R8A8_UNORM
+  std::shared_ptr<const PointerShape> pointerShape;  // instead of the cursor's picture
 
   bool virtualDesktopManager = true;
   std::set<HWND> onOtherVirtualDesktop;

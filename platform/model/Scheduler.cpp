@@ -233,6 +233,8 @@ std::uint32_t CurrentThreadId() {
 
 Micros Now(Lock&) { return NowOf(TheState()); }
 
+std::int64_t PerformanceCounter(Lock& lock) { return Now(lock) * kCountsPerMicro; }
+
 std::int64_t SystemMicros(Lock&) {
   const State& state = TheState();
   if (state.owned) return state.ownedNow + state.ownedSystemOffset;

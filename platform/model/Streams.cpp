@@ -38,30 +38,6 @@ class MemoryStream final : public ComImplementation<IStream> {
     return S_OK;
   }
 
-  HRESULT STDMETHODCALLTYPE Read(void*, ULONG, ULONG*) override {
-    return notProvided("IStream::Read");
-  }
-  HRESULT STDMETHODCALLTYPE Seek(LARGE_INTEGER, DWORD, ULARGE_INTEGER*) override {
-    return notProvided("IStream::Seek");
-  }
-  HRESULT STDMETHODCALLTYPE SetSize(ULARGE_INTEGER) override {
-    return notProvided("IStream::SetSize");
-  }
-  HRESULT STDMETHODCALLTYPE CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER*,
-                                   ULARGE_INTEGER*) override {
-    return notProvided("IStream::CopyTo");
-  }
-  HRESULT STDMETHODCALLTYPE Commit(DWORD) override { return notProvided("IStream::Commit"); }
-  HRESULT STDMETHODCALLTYPE Revert() override { return notProvided("IStream::Revert"); }
-  HRESULT STDMETHODCALLTYPE LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override {
-    return notProvided("IStream::LockRegion");
-  }
-  HRESULT STDMETHODCALLTYPE UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override {
-    return notProvided("IStream::UnlockRegion");
-  }
-  HRESULT STDMETHODCALLTYPE Stat(STATSTG*, DWORD) override { return notProvided("IStream::Stat"); }
-  HRESULT STDMETHODCALLTYPE Clone(IStream**) override { return notProvided("IStream::Clone"); }
-
  private:
   void onLastRelease(Lock& lock) override {
     if (m_freeWithStream) memory::Free(lock, m_memory);

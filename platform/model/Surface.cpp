@@ -23,6 +23,11 @@ std::uint32_t* Surface::MutableRow(int y) {
   return m_pixels.data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(m_width);
 }
 
+std::uint32_t* Surface::Share() {
+  m_shared = true;
+  return MutableRow(0);
+}
+
 void Surface::makePixels() {
   if (!m_uniform) return;
   m_pixels.assign(static_cast<std::size_t>(m_width) * static_cast<std::size_t>(m_height), m_color);
@@ -32,7 +37,7 @@ void Surface::makePixels() {
 void Surface::Fill(const RECT& rect, std::uint32_t color) {
   const RECT area = Overlap(rect, bounds());
   if (IsEmpty(area)) return;
-  if (Covers(area, bounds())) {
+  if (!m_shared && Covers(area, bounds())) {
     m_uniform = true;
     m_color = color;
     return;

@@ -26,6 +26,9 @@ class Surface {
   std::uint32_t At(int x, int y) const;
   const std::uint32_t* Row(int y) const;  // null for a uniform surface
   std::uint32_t* MutableRow(int y);       // makes the pixels
+  // Makes the pixels, which somebody else sees as well: they are kept where they are.
+  // Not to be resized from now on.
+  std::uint32_t* Share();
 
   void Fill(const RECT& rect, std::uint32_t color);
   // Keeps what was there, top left, and gives the rest `color`.
@@ -44,6 +47,7 @@ class Surface {
   int m_width = 0;
   int m_height = 0;
   bool m_uniform = true;
+  bool m_shared = false;
   std::uint32_t m_color = 0;
   std::vector<std::uint32_t> m_pixels;
 };

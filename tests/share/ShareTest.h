@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -25,7 +26,8 @@ using namespace std::chrono_literals;
 constexpr std::uint32_t kBackground = 0x203040;
 
 // The machine has one monitor of 320x200 over a desktop of kBackground. The share
-// has neither prompt frame nor cursor unless a test turns them on.
+// has neither prompt frame nor cursor unless a test turns them on, and only the
+// GDI engine, which takes a new picture in every tick, unless it allows others.
 class ShareTest : public testing::Test {
  protected:
   ShareTest() {
@@ -34,6 +36,13 @@ class ShareTest : public testing::Test {
     vwin::control::SetDesktopColor(RGB(0x20, 0x30, 0x40));
     capture.EnablePromptWindow(false);
     capture.EnableCaptureCursor(false);
+    allowEngines(
+        {IScreenCapture::CaptureEngineGDIBitBlt, IScreenCapture::CaptureEngineGDIPrintWindow});
+  }
+
+  // No engines: all are allowed.
+  void allowEngines(std::initializer_list<IScreenCapture::CaptureEngineType> engines) {
+    capture.SetCaptureEngineConfig(std::data(engines), static_cast<int>(engines.size()), false);
   }
 
   static HMONITOR monitor() { return vwin::control::PrimaryMonitor(); }

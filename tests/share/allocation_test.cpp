@@ -1,5 +1,6 @@
 // Memory: none is taken per frame, and a lack of it ends nothing.
 #include "tests/share/AllocationHook.h"
+#include "tests/share/DxgiShareTest.h"
 #include "tests/share/WindowShareTest.h"
 
 namespace qx::test {
@@ -69,21 +70,67 @@ TEST_F(WindowShareTest, SteadyWindowShareAllocatesNothingPerFrame) {
   EXPECT_GT(allocations.count(), 0) << "a new size takes memory, or nothing is being counted";
 }
 
+TEST_F(DxgiShareTest, AllocatesNothingPerFrameNorWhenNothingChanges) {
+  IScreenCapture::ScreenCaptureConfig config;
+  config.GetDirtyRectInfo = true;
+  capture.SetScreenCaptureConfig(config);
+  capture.EnableFilterWindowWhenShareDesktop(false);
+  capture.EnableCaptureCursor(true);
+  host.keepPixels = false;
+  const HWND window = OpenWindow({.rect = {0, 0, 40, 30}});
+  ScreenCapture::UnregisterLogCallBack();
+  SetPointerShape(vwin::PointerShape{
+      DXGI_OUTDUPL_POINTER_SHAPE_TYPE_MASKED_COLOR, 1, 1, 4, {0, 0}, {0, 0, 0xFF, 0xFF}});
+  start();
+  const auto run = [&](int ticks) {
+    for (int i = 0; i < ticks; ++i) {
+      MoveTo(window, i % 2 * 100, 50);
+      SetCursorPosition(10 + i % 2 * 40, 60);
+      tick();
+    }
+  };
+  run(90);  // longer than any interval of the log
+  host.Forget();
+  const LibraryAllocations allocations;
+  run(30);
+  EXPECT_GE(host.Count("dirty 1 3 0.0453125"), 29) << "each of them a new picture";
+  tick(30);
+  EXPECT_EQ(allocations.count(), 0) << allocations.where();
+  EXPECT_EQ(host.FrameCount(), 60);
+}
+
 TEST_F(ShareTest, LackOfMemoryForABiggerFrameRepeatsTheLastPicture) {
   start();
   SetMonitorRect(monitor(), {0, 0, 640, 400});
   OpenWindow({.rect = {0, 0, 640, 400}, .color = RGB(1, 2, 3)});
-  {
-    const FailLargeAllocations noMemory(640 * 400 * 4);
-    tick(3);
-    EXPECT_GE(noMemory.failed(), 1);
-    EXPECT_EQ(host.LastFrame().width, 320);
-    EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {}));
-  }
+  FailNth("CreateDIBSection", 1, {ERROR_NOT_ENOUGH_MEMORY, E_OUTOFMEMORY}, Repeat::kOnward);
+  tick(3);
+  EXPECT_EQ(host.LastFrame().width, 320);
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {}));
+  ClearFaults();
   EXPECT_EQ(host.Count("stop"), 0);
   tick(2);
   EXPECT_EQ(host.LastFrame().width, 640);
   EXPECT_TRUE(Shows(host.LastFrame(), 0x010203, {}));
+}
+
+TEST_F(DxgiShareTest, LackOfMemoryRepeatsTheLastPictureUntilThereIsSome) {
+  startDxgi();
+  {
+    const FailLargeAllocations noMemory(640 * 400 * 4);
+    SetMonitorRect(monitor(), {0, 0, 640, 400});
+    tick(4);
+    EXPECT_GE(noMemory.failed(), 1);
+    EXPECT_EQ(host.LastFrame().width, 320);
+    EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {}));
+  }
+  for (const int color : {1, 2}) {  // one to look at
+    OpenWindow({.rect = {0, 0, 640, 400}, .color = RGB(color, 0, 0)});
+    tick();
+  }
+  EXPECT_EQ(host.LastFrame().width, 640);
+  EXPECT_TRUE(Shows(host.LastFrame(), 0x020000, {}));
+  EXPECT_EQ(host.Engines(), Engines{kDxgi});
 }
 
 TEST_F(ShareTest, LackOfMemoryForConversionAndScalingLeavesTheShareRunning) {

@@ -4,6 +4,7 @@
 #include <string>
 #include <tuple>
 
+#include "platform/control/Graphics.h"
 #include "platform/control/Ledger.h"
 #include "tests/share/ShareTest.h"
 
@@ -12,25 +13,26 @@ namespace {
 
 using namespace vwin::control;
 
-struct Machine {
+enum class Kind { kMonitor, kFailover, kWindow };
+
+struct Scenario {
   const char* name;
+  Kind kind;
   vwin::Version version;
   bool composition;
 };
 
-enum class Kind { kMonitor, kWindow };
-
 // The calls are dealt out to so many tests, which run side by side.
 constexpr int kShares = 6;
 
-class FaultSweep : public testing::TestWithParam<std::tuple<Machine, Kind, int>> {
+class FaultSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
  protected:
   static constexpr std::uint32_t kWindowColor = 0x0A141E;
 
   FaultSweep() {
     OwnClock();
-    SetVersion(machine().version);
-    SetComposition(machine().composition);
+    SetVersion(scenario().version);
+    SetComposition(scenario().composition);
     SetDesktopColor(RGB(0x20, 0x30, 0x40));
     AddProcess(7000, L"C:\\Apps\\powerpnt.exe");
     secret = OpenWindow(
@@ -41,7 +43,7 @@ class FaultSweep : public testing::TestWithParam<std::tuple<Machine, Kind, int>>
                          .color = RGB(0x0A, 0x14, 0x1E)});
   }
 
-  static const Machine& machine() { return std::get<0>(GetParam()); }
+  static const Scenario& scenario() { return std::get<0>(GetParam()); }
 
   static int idOf(const void* handle) {
     return static_cast<int>(reinterpret_cast<std::intptr_t>(handle));
@@ -51,10 +53,13 @@ class FaultSweep : public testing::TestWithParam<std::tuple<Machine, Kind, int>>
   void wholeShare(ShareRecorder& host) {
     SetMonitorRect(PrimaryMonitor(), {0, 0, 64, 48});
     ScreenCapture capture;
-    if (std::get<1>(GetParam()) == Kind::kMonitor) {
-      monitorShare(capture, host);
-    } else {
-      windowShare(capture, host);
+    switch (scenario().kind) {
+      case Kind::kMonitor:
+        return monitorShare(capture, host);
+      case Kind::kFailover:
+        return failoverShare(capture, host);
+      case Kind::kWindow:
+        return windowShare(capture, host);
     }
   }
 
@@ -98,6 +103,31 @@ class FaultSweep : public testing::TestWithParam<std::tuple<Machine, Kind, int>>
     capture.SharePause();
     Advance(1100ms);
     capture.ShareResume();
+    Advance(2500ms);  // longer than the wait for a secure desktop
+    capture.ShareStop();
+  }
+
+  // A monitor's duplication is lost with its size and comes back with another setting.
+  void failoverShare(ScreenCapture& capture, ShareRecorder& host) {
+    capture.EnablePromptWindow(false);
+    capture.EnableFilterWindowWhenShareDesktop(false);
+    IScreenCapture::ScreenCaptureConfig config;
+    config.GetDirtyRectInfo = true;
+    capture.SetScreenCaptureConfig(config);
+    IScreenCapture::ShareError error = {};
+    if (!started(capture.ShareDesktop(nullptr, monitorId(), &host, error), error, host)) {
+      return;
+    }
+    Settle();
+    SetCursorPosition(30, 20);
+    Advance(140ms);
+    SetDuplicateResult(DXGI_ERROR_UNSUPPORTED);
+    SetMonitorRect(PrimaryMonitor(), {0, 0, 72, 40});
+    Advance(140ms);
+    SetDuplicateResult(S_OK);
+    config.GetDirtyRectInfo = false;
+    capture.SetScreenCaptureConfig(config);
+    SetCursorPosition(40, 20);
     Advance(2500ms);  // longer than the wait for a secure desktop
     capture.ShareStop();
   }
@@ -166,9 +196,12 @@ TEST_P(FaultSweep, EveryCallFailsOnceAndTheShareSurvivesOrReports) {
     wholeShare(host);
     ASSERT_EQ(host.Count("stop"), 0);
     ASSERT_GT(host.FrameCount(), 20) << "without faults the scenario is whole";
+    if (scenario().kind == Kind::kFailover) {
+      ASSERT_EQ(host.Engines(), (std::vector<int>{2, 4, 2}));
+    }
     goodShare("before the sweep");
   }
-  const int first = std::get<2>(GetParam());
+  const int first = std::get<1>(GetParam());
   int call = first;
   for (;; call += kShares) {
     ASSERT_LT(call, 20000);
@@ -197,18 +230,19 @@ TEST_P(FaultSweep, EveryCallFailsOnceAndTheShareSurvivesOrReports) {
   EXPECT_GT(call, 200) << "the sweep went through the whole share";
 }
 
-INSTANTIATE_TEST_SUITE_P(Machines, FaultSweep,
-                         testing::Combine(testing::Values(Machine{"Windows7Classic", kWindows7,
-                                                                  false},
-                                                          Machine{"Windows10", kWindows10, true}),
-                                          testing::Values(Kind::kMonitor, Kind::kWindow),
-                                          testing::Range(1, kShares + 1)),
-                         [](const auto& test) {
-                           const bool window = std::get<1>(test.param) == Kind::kWindow;
-                           return std::string(std::get<0>(test.param).name) +
-                                  (window ? "Window" : "Monitor") + "From" +
-                                  std::to_string(std::get<2>(test.param));
-                         });
+INSTANTIATE_TEST_SUITE_P(
+    Machines, FaultSweep,
+    testing::Combine(
+        testing::Values(Scenario{"Windows7ClassicMonitor", Kind::kMonitor, kWindows7, false},
+                        Scenario{"Windows7ClassicWindow", Kind::kWindow, kWindows7, false},
+                        Scenario{"Windows10Monitor", Kind::kMonitor, kWindows10, true},
+                        Scenario{"Windows10Failover", Kind::kFailover, kWindows10, true},
+                        Scenario{"Windows10Window", Kind::kWindow, kWindows10, true}),
+        testing::Range(1, kShares + 1)),
+    [](const auto& test) {
+      return std::string(std::get<0>(test.param).name) + "From" +
+             std::to_string(std::get<1>(test.param));
+    });
 
 }  // namespace
 }  // namespace qx::test

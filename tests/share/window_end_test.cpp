@@ -52,9 +52,9 @@ TEST_F(WindowShareTest, WindowThatDiesInsideATick) {
   capture.ShareStop();
   int interrupted = 0;
   for (const char* call :
-       {"IsWindow", "GetWindowRect", "CoCreateInstance", "DwmGetWindowAttribute", "IsIconic",
-        "IsWindowVisible", "GetMonitorInfoW", "EnumDisplayMonitors", "PrintWindow", "GetDIBits",
-        "SetWindowLongPtrW", "MoveWindow", "ShowWindow"}) {
+       {"GetWindowLongPtrW", "GetWindowRect", "CoCreateInstance", "DwmGetWindowAttribute",
+        "GetMonitorInfoW", "EnumDisplayMonitors", "PrintWindow", "GdiFlush", "SetWindowLongPtrW",
+        "MoveWindow", "ShowWindow"}) {
     for (int nth = 1; nth <= 3; ++nth) {
       host.Forget();
       const HWND target = openShared();

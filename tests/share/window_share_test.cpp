@@ -335,8 +335,7 @@ TEST_F(WindowShareTest, CursorSizeLimitAndFormatReachARunningShare) {
   tick();
   EXPECT_EQ(host.LastFrame().format, IScreenCapture::ScreenFrameFormatI420);
 
-  const auto engine = IScreenCapture::CaptureEngineGDIBitBlt;
-  capture.SetCaptureEngineConfig(&engine, 1, false);
+  allowEngines({IScreenCapture::CaptureEngineGDIBitBlt});
   tick();
   EXPECT_EQ(host.Engines(), std::vector<int>{5}) << "not before the next engine";
   IScreenCapture::ScreenCaptureConfig config;

@@ -4,6 +4,7 @@
 #include <functional>
 
 #include "platform/control/Faults.h"
+#include "platform/control/Graphics.h"
 #include "platform/control/Machine.h"
 #include "tests/support/ShareRecorder.h"
 #include "win/util/SystemProbes.h"

@@ -341,13 +341,14 @@ TEST(Monitors, WindowInOneOfThem) {
   AddMonitor({800, 0, 1600, 600});
   const HWND window = OpenWindow({.rect = {900, 0, 1600, 604}});
   RECT monitor = {};
-  EXPECT_TRUE(IsWindowInOneMonitor(window, monitor));
+  EXPECT_TRUE(IsWindowInOneMonitor(window, StyleOf(window, GWL_STYLE), monitor));
   EXPECT_EQ(monitor, (RECT{800, 0, 1600, 600}));
   SetRect(window, {900, 0, 1600, 606});
-  EXPECT_FALSE(IsWindowInOneMonitor(window, monitor));
+  EXPECT_FALSE(IsWindowInOneMonitor(window, StyleOf(window, GWL_STYLE), monitor));
   SetRect(window, {700, 0, 900, 100});
-  EXPECT_FALSE(IsWindowInOneMonitor(window, monitor));
-  EXPECT_FALSE(IsWindowInOneMonitor(OpenWindow({.parent = window}), monitor));
+  EXPECT_FALSE(IsWindowInOneMonitor(window, StyleOf(window, GWL_STYLE), monitor));
+  const HWND child = OpenWindow({.parent = window});
+  EXPECT_FALSE(IsWindowInOneMonitor(child, StyleOf(child, GWL_STYLE), monitor));
 }
 
 struct DesktopList {

@@ -11,8 +11,8 @@ namespace qx {
 
 const EngineFactories& EngineFactories::Default() {
   static const EngineFactories factories = {
-      .dxgi = [](HMONITOR, bool, bool) -> Engine {
-        return std::make_unique<ScreenCaptureEngineDXGI>();
+      .dxgi = [](HMONITOR monitor, bool dynamicCheck, bool dirtyInfo) -> Engine {
+        return std::make_unique<ScreenCaptureEngineDXGI>(monitor, dynamicCheck, dirtyInfo);
       },
       .wgcMonitor = [](HMONITOR, bool, bool) -> Engine {
         return std::make_unique<ScreenCaptureEngineWGC>();

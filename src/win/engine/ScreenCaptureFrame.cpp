@@ -17,12 +17,9 @@ constexpr std::uint64_t kBytesPerPixel = 4;
 // that lie differently within their pages takes up to half as long again.
 constexpr std::size_t kPage = 4096;
 
-// Null without memory. Below 2 GiB every offset into a picture fits the 32-bit
-// arithmetic of the calls that read it.
+// Null without memory.
 ScreenCaptureFrame::Pixels AllocatePixels(std::uint32_t width, std::uint32_t height) {
-  constexpr std::uint64_t kMaxBytes = std::numeric_limits<std::int32_t>::max();
-  if (width > kMaxBytes || height > kMaxBytes ||
-      std::uint64_t{width} * height > kMaxBytes / kBytesPerPixel) {
+  if (!ScreenCaptureFrame::CanHold(width, height)) {
     return nullptr;
   }
   try {
@@ -51,6 +48,19 @@ bool ScreenCaptureFrame::Resize(std::uint32_t width, std::uint32_t height) {
   m_width = width;
   m_height = height;
   return true;
+}
+
+// Every offset into a picture then fits the 32-bit arithmetic of the calls that read it.
+bool ScreenCaptureFrame::CanHold(std::uint32_t width, std::uint32_t height) {
+  constexpr std::uint64_t kMaxBytes = std::numeric_limits<std::int32_t>::max();
+  return width <= kMaxBytes && height <= kMaxBytes &&
+         std::uint64_t{width} * height <= kMaxBytes / kBytesPerPixel;
+}
+
+void ScreenCaptureFrame::Adopt(std::uint32_t width, std::uint32_t height, Pixels pixels) {
+  m_buffer = std::move(pixels);
+  m_width = width;
+  m_height = height;
 }
 
 bool ScreenCaptureFrame::ScaleTo(std::int32_t width, std::int32_t height) {

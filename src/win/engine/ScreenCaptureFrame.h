@@ -39,6 +39,13 @@ class ScreenCaptureFrame {
   // of 2 GiB or more: size and picture stay as they were.
   bool Resize(std::uint32_t width, std::uint32_t height);
 
+  // Whether a picture of this size is below 2 GiB.
+  static bool CanHold(std::uint32_t width, std::uint32_t height);
+
+  // Takes a picture where it is, without copying. `pixels` holds all of it, and it can
+  // be held.
+  void Adopt(std::uint32_t width, std::uint32_t height, Pixels pixels);
+
   // Scales the picture down into ScaledBuffer. False when there is nothing to do
   // (the picture has that size), when the size is not positive or above the
   // picture's, without a picture, and without memory for a first scaled copy.

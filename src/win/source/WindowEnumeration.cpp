@@ -190,7 +190,13 @@ bool IsWindowObscured(HWND window, bool checkCloak) {
 }
 
 bool GetCaptureRect(HWND window, RECT& rect) {
-  const bool minimised = IsIconic(window) != FALSE;
+  const std::uint32_t minimised = IsIconic(window) ? WS_MINIMIZE : 0;
+  const std::uint32_t maximised = IsZoomed(window) ? WS_MAXIMIZE : 0;
+  return GetCaptureRect(window, minimised | maximised, rect);
+}
+
+bool GetCaptureRect(HWND window, std::uint32_t style, RECT& rect) {
+  const bool minimised = HasAllBitsOf(style, WS_MINIMIZE);
   if (!IsWindows8OrGreater()) {
     if (minimised) {
       return GetRestoredRect(window, rect);
@@ -202,7 +208,7 @@ bool GetCaptureRect(HWND window, RECT& rect) {
     }
     return true;
   }
-  if (IsZoomed(window)) {
+  if (HasAllBitsOf(style, WS_MAXIMIZE)) {
     return GetZoomedRect(window, rect);
   }
   if (minimised) {

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <cstdint>
 #include <vector>
 
 // Which monitors and top-level windows there are, and what windows cover.
@@ -41,6 +42,8 @@ bool IsWindowObscured(HWND window, bool checkCloak);
 // minimised window where it will be restored to. False on failure, which is
 // logged.
 bool GetCaptureRect(HWND window, RECT& rect);
+// The same when the window's GWL_STYLE is known, which costs one question less.
+bool GetCaptureRect(HWND window, std::uint32_t style, RECT& rect);
 
 // Appends the windows above `window` that overlap `rect`, topmost first, without
 // the ones it owns and hidden ones. False for a null window and a child window.

@@ -9,7 +9,7 @@
 
 #include "common/Logging.h"
 #include "win/source/PngImage.h"
-#include "win/util/BitmapRows.h"
+#include "win/util/PictureInfo.h"
 #include "win/util/WindowHelpers.h"
 
 namespace qx::WindowsUtil {
@@ -95,7 +95,9 @@ IconHandle GetProcessIcon(HWND window) {
 // False unless all rows could be read.
 bool ReadPixels(HDC dc, HBITMAP bitmap, IconPixels& out) {
   out.pixels.resize(static_cast<std::size_t>(out.width) * static_cast<std::size_t>(out.height));
-  return ReadBitmapRows(dc, bitmap, out.width, out.height, out.pixels.data()) == out.height;
+  BITMAPINFO info = PictureInfo(out.width, out.height);
+  return GetDIBits(dc, bitmap, 0, static_cast<UINT>(out.height), out.pixels.data(), &info,
+                   DIB_RGB_COLORS) == out.height;
 }
 
 bool HasAlpha(const IconPixels& icon) {

@@ -471,6 +471,10 @@ void ScreenCaptureTask::deliverUnchanged(const Settings& settings, std::int64_t 
                 (m_dropCount - m_lastDropCount) / kLogIntervalSeconds, m_dropCount);
     m_lastDropCount = m_dropCount;
   }
+  // An engine may wait for its first picture.
+  if (m_record.Get().width == 0) {
+    return;
+  }
   if (settings.config.GetDirtyRectInfo) {
     m_listener->OnFrameDirtyInfo(m_captureFrame.Dirty().valid, 0, 0.0);
   }

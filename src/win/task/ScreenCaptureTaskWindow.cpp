@@ -57,7 +57,7 @@ bool ScreenCaptureTaskWindow::Start(ShareListenerWrapper* listener, bool showPro
   if (IsIconic(m_window)) {
     ShowWindow(m_window, SW_RESTORE);
   }
-  if (!WindowsUtil::GetCaptureRect(m_window, m_rectWindow)) {
+  if (!readStyle() || !WindowsUtil::GetCaptureRect(m_window, m_style, m_rectWindow)) {
     QX_LOG_ERROR("GetCaptureRect failed");
     return false;
   }
@@ -145,7 +145,7 @@ bool ScreenCaptureTaskWindow::createEngine(const Settings& settings) {
 }
 
 void ScreenCaptureTaskWindow::captureStep(const Settings& settings, std::uint64_t nowMs) {
-  if (!IsWindow(m_window)) {
+  if (!readStyle()) {
     handleWindowGone();
     return;
   }
@@ -168,7 +168,7 @@ bool ScreenCaptureTaskWindow::captureFrame(const Settings& settings, std::uint64
     return false;
   }
   RECT rect = {};
-  if (!WindowsUtil::GetCaptureRect(m_window, rect)) {
+  if (!WindowsUtil::GetCaptureRect(m_window, m_style, rect)) {
     QX_LOG_LIMITED(LogLevelError, "GetCaptureRect failed");
     return false;
   }
@@ -238,9 +238,18 @@ bool ScreenCaptureTaskWindow::capture(const Settings& settings, Shot& shot,
   }
 }
 
+// Asking other processes' windows costs more than all else in a tick, and the style
+// answers most of it. False when the window is gone.
+bool ScreenCaptureTaskWindow::readStyle() {
+  m_style = WindowsUtil::StyleOf(m_window, GWL_STYLE);
+  return m_style != 0 || IsWindow(m_window);
+}
+
 // A window that has just come back still counts: it is given time to draw itself.
 bool ScreenCaptureTaskWindow::isHidden(const Settings& settings, std::uint64_t nowMs) {
-  if (!IsWindowVisible(m_window) || IsIconic(m_window)) {
+  const bool child = WindowsUtil::HasAllBitsOf(m_style, WS_CHILD);
+  if (!WindowsUtil::HasAllBitsOf(m_style, WS_VISIBLE) ||
+      WindowsUtil::HasAllBitsOf(m_style, WS_MINIMIZE) || (child && !IsWindowVisible(m_window))) {
     m_windowShown = false;
     return true;
   }
@@ -337,7 +346,7 @@ bool ScreenCaptureTaskWindow::updateDesktopRect(const RECT& rect) {
   RECT overlap = {};
   // Most windows lie on one monitor, which then is the one with most of them. Looking
   // at all monitors again would cost more than the rest of a tick.
-  const bool onOneMonitor = WindowsUtil::IsWindowInOneMonitor(m_window, m_rectDesktop);
+  const bool onOneMonitor = WindowsUtil::IsWindowInOneMonitor(m_window, m_style, m_rectDesktop);
   if (onOneMonitor && WindowsUtil::RectsIntersect(m_rectDesktop, rect, overlap)) {
     return true;
   }
@@ -467,7 +476,7 @@ bool ScreenCaptureTaskWindow::changeCaptureWindow(HWND window) {
     ShowWindow(window, SW_RESTORE);
   }
   RECT rect = {};
-  if (WindowsUtil::GetCaptureRect(window, rect)) {
+  if (readStyle() && WindowsUtil::GetCaptureRect(window, m_style, rect)) {
     updateDesktopRect(rect);
   } else {
     QX_LOG_ERROR("updateDesktopRect:GetCaptureRect failed");

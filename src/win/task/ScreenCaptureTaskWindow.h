@@ -64,6 +64,7 @@ class ScreenCaptureTaskWindow : public ScreenCaptureTask {
   void handleEngineFailure(std::uint64_t nowMs);
   void handleWindowGone();
 
+  bool readStyle();
   bool isHidden(const Settings& settings, std::uint64_t nowMs);
   void followWindow(const RECT& rect);
   bool updateDesktopRect(const RECT& rect);
@@ -83,6 +84,7 @@ class ScreenCaptureTaskWindow : public ScreenCaptureTask {
   // The capture thread's between BeginCapture and Stop, the owner's before and after.
   HWND m_window;
   HWND m_backWindow = nullptr;  // the main window while its slide show is shared
+  std::uint32_t m_style = 0;    // the window's, as of this tick
   RECT m_rectDesktop = {};      // the monitor, or its work area, with most of the window
   RECT m_rectWindow = {};       // the window's, as last seen
   RECT m_rectCapture = {};      // what is captured of it

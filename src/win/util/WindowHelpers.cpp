@@ -205,9 +205,9 @@ bool RectsIntersect(const RECT& a, const RECT& b, RECT& out) {
   return IntersectRect(&out, &a, &b) != FALSE;
 }
 
-bool IsWindowInOneMonitor(HWND window, RECT& monitor) {
+bool IsWindowInOneMonitor(HWND window, std::uint32_t style, RECT& monitor) {
   RECT rect = {};
-  if (HasAllBitsOf(StyleOf(window, GWL_STYLE), WS_CHILD) || !GetWindowRect(window, &rect)) {
+  if (HasAllBitsOf(style, WS_CHILD) || !GetWindowRect(window, &rect)) {
     return false;
   }
   // Windows that fill a monitor may reach a little below it.

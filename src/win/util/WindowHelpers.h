@@ -83,9 +83,9 @@ void GetMonitorRects(bool workArea, std::vector<RECT>& rects);
 // Whether the two share a pixel; `out` is what they share.
 bool RectsIntersect(const RECT& a, const RECT& b, RECT& out);
 
-// Whether one monitor shows the whole of a window that is no child, but for up
-// to 5 pixels at the bottom; `monitor` is that monitor's rectangle.
-bool IsWindowInOneMonitor(HWND window, RECT& monitor);
+// Whether one monitor shows the whole of a window that is no child by its `style`, but
+// for up to 5 pixels at the bottom; `monitor` is that monitor's rectangle.
+bool IsWindowInOneMonitor(HWND window, std::uint32_t style, RECT& monitor);
 bool IsRectOnAnyMonitor(const RECT& rect);
 
 }  // namespace qx::WindowsUtil

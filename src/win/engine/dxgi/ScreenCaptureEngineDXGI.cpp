@@ -1,18 +1,349 @@
 #include "win/engine/dxgi/ScreenCaptureEngineDXGI.h"
 
+#include <algorithm>
+#include <cstring>
+#include <span>
+#include <utility>
+
 #include "common/Logging.h"
+#include "win/util/SystemProbes.h"
+#include "win/util/Utils.h"
+#include "win/util/WindowHelpers.h"
 
 namespace qx {
+namespace {
+
+// What the cursor counts for among the changed rectangles.
+constexpr double kCursorArea = 500.0;
+
+RECT ReadMonitorRect(HMONITOR monitor) {
+  MONITORINFO info = {};
+  info.cbSize = sizeof(info);
+  return GetMonitorInfoW(monitor, &info) ? info.rcMonitor : RECT{};
+}
+
+std::int32_t WidthOf(const RECT& rect) { return static_cast<std::int32_t>(rect.right - rect.left); }
+std::int32_t HeightOf(const RECT& rect) {
+  return static_cast<std::int32_t>(rect.bottom - rect.top);
+}
+
+double AreaOf(const RECT& rect) {
+  return static_cast<double>(WidthOf(rect)) * static_cast<double>(HeightOf(rect));
+}
+
+// Only ever down.
+std::int32_t Limited(std::int32_t size, std::int32_t target) {
+  return target != 0 ? std::min(size, target) : size;
+}
+
+}  // namespace
+
+ScreenCaptureEngineDXGI::ScreenCaptureEngineDXGI(HMONITOR monitor, bool dynamicCheck,
+                                                 bool dirtyInfo)
+    : m_dirtyInfo(dirtyInfo), m_dynamicCheck(dynamicCheck) {
+  SetSource(monitor);
+}
+
+ScreenCaptureEngineDXGI::~ScreenCaptureEngineDXGI() { release(); }
+
+void ScreenCaptureEngineDXGI::SetSource(HMONITOR source) {
+  ScreenCaptureEngine::SetSource(source);
+  m_monitorRect = ReadMonitorRect(source);
+}
 
 bool ScreenCaptureEngineDXGI::Initialize() {
-  QX_LOG_WARN("ScreenCaptureEngineDXGI is not part of this build");
+  if (m_duplication) {
+    QX_LOG_INFO("already Initialize");
+    return true;
+  }
+  m_duplication = DXGIDuplicationManager::Instance().GetDXGIDuplication(m_source, this,
+                                                                        DuplicationUse::Capture);
+  m_duplicatedMonitor = m_source;
+  if (!m_duplication) {
+    QX_LOG_INFO("init failed");
+    return false;
+  }
+  if (!m_direct11Scale.Init(m_duplication->device, m_duplication->rotation)) {
+    QX_LOG_ERROR("m_direct11Scale.Init failed");
+    release();
+    return false;
+  }
+  DXGI_OUTDUPL_DESC desc = {};
+  m_duplication->duplication->GetDesc(&desc);
+  if (desc.ModeDesc.Format != DXGI_FORMAT_B8G8R8A8_UNORM) {
+    release();
+    QX_LOG_ERROR("IDXGIDuplicateOutput does not use RGBA (8 bit):{}",
+                 static_cast<std::int32_t>(desc.ModeDesc.Format));
+    return false;
+  }
+  return true;
+}
+
+void ScreenCaptureEngineDXGI::UnInitialize() {
+  if (!m_duplication) {
+    QX_LOG_WARN("need Initialize first");
+    return;
+  }
+  release();
+}
+
+// All references to the device go before the manager is told: the system gives the
+// monitor's duplication anew only when nobody holds the old one.
+void ScreenCaptureEngineDXGI::release() {
+  m_checkBlackFrame = true;
+  m_blackCheckFrame.Reset();
+  m_cpuAccessSurface.Reset();
+  m_cpuAccessTexture.Reset();
+  m_direct11Scale.Release();
+  if (m_duplication) {
+    m_duplication.reset();
+    DXGIDuplicationManager::Instance().ReleaseDXGIDuplication(m_duplicatedMonitor, this,
+                                                              DuplicationUse::Capture);
+  }
+  m_pictureMissed = false;
+  m_frameChanged = true;
+  m_mouseChanged = true;
+  m_lastPresentTime = 0;
+  m_lastMouseUpdateTime = 0;
+}
+
+bool ScreenCaptureEngineDXGI::recreate(const RECT& monitorRect) {
+  QX_LOG_INFO("recreate ScreenCaptureEngineDXGI");
+  UnInitialize();
+  m_monitorRect = monitorRect;
+  return Initialize();
+}
+
+bool ScreenCaptureEngineDXGI::Capture(std::int32_t x, std::int32_t y, std::int32_t width,
+                                      std::int32_t height, ScreenCaptureFrame& frame,
+                                      CaptureResult& result) {
+  result = CaptureResult::Failed;
+  frame.SetDirty({});
+  if (!m_duplication || !m_duplication->duplication) {
+    QX_LOG_LIMITED(LogLevelError, "m_duplication is nullptr");
+    return false;
+  }
+  DXGI_OUTDUPL_FRAME_INFO frameInfo = {};
+  ComPtr<IDXGIResource> resource;
+  // Never waits: the share's timer sets the pace.
+  const HRESULT hr = m_duplication->duplication->AcquireNextFrame(0, &frameInfo, resource.Put());
+  if (FAILED(hr)) {
+    return handleNoFrame(hr, frame, result);
+  }
+  const AcquiredFrame acquired(m_duplication->duplication.Get());
+  updateMetadata(frameInfo);
+  // Also while no cursor is wanted: the system tells of each shape once.
+  static_cast<void>(m_direct11Scale.UpdateCursor(m_duplication->duplication.Get(), frameInfo));
+  if (m_dynamicCheck && !m_pictureMissed && !m_frameChanged && (!m_showCursor || !m_mouseChanged)) {
+    result = CaptureResult::NoChange;
+    return false;
+  }
+  frame.SetDirty({m_dirtyRatio, m_dirtyRectCount, true});
+  return captureFrame(resource.Get(), {x, y, x + width, y + height}, frame, result);
+}
+
+bool ScreenCaptureEngineDXGI::handleNoFrame(HRESULT hr, ScreenCaptureFrame& frame,
+                                            CaptureResult& result) {
+  if (hr == DXGI_ERROR_ACCESS_LOST) {
+    QX_LOG_WARN("AcquireNextFrame return DXGI_ERROR_ACCESS_LOST");
+    const RECT monitorRect = ReadMonitorRect(m_source);
+    if (EqualRect(&monitorRect, &m_monitorRect)) {
+      return false;  // whoever counts the failures restarts the engine
+    }
+    if (!recreate(monitorRect)) {
+      result = CaptureResult::EngineLost;
+      return false;
+    }
+    return true;  // the last picture once more
+  }
+  // The system tells of a picture once. One that could not be fetched comes again only
+  // after a restart, which enough failures bring.
+  if (hr == DXGI_ERROR_WAIT_TIMEOUT && m_dynamicCheck && !m_pictureMissed &&
+      !WindowsUtil::IsRemoteSession()) {
+    // A share of a still screen would begin with nothing to show.
+    const bool taken = takeTestedPicture(frame);
+    result = taken ? CaptureResult::Success : CaptureResult::NoChange;
+    return taken;
+  }
+  QX_LOG_LIMITED(LogLevelError, "AcquireNextFrame failed res:{}", hr);
   return false;
 }
 
-bool ScreenCaptureEngineDXGI::Capture(std::int32_t, std::int32_t, std::int32_t, std::int32_t,
-                                      ScreenCaptureFrame&, CaptureResult& result) {
-  result = CaptureResult::Failed;
-  return false;
+bool ScreenCaptureEngineDXGI::captureFrame(IDXGIResource* resource, const RECT& rect,
+                                           ScreenCaptureFrame& frame, CaptureResult& result) {
+  if (!resource) {
+    static_cast<void>(takeTestedPicture(frame));
+    result = CaptureResult::Success;
+    return true;
+  }
+  m_pictureMissed = true;
+  ComPtr<ID3D11Texture2D> texture;
+  const HRESULT hr = resource->QueryInterface(IID_ID3D11Texture2D, texture.PutVoid());
+  if (FAILED(hr)) {
+    QX_LOG_LIMITED(LogLevelError, "convert IDXGIResource to ID3D11Texture2D failed res:{}", hr);
+    return false;
+  }
+  if (m_checkBlackFrame) {
+    checkForBlack(texture.Get(), rect, result);
+    return false;
+  }
+  if (!copyFrame(texture.Get(), rect, frame)) {
+    QX_LOG_LIMITED(LogLevelError, "copyFrame failed");
+    return false;
+  }
+  m_blackCheckFrame.Reset();
+  result = CaptureResult::Success;
+  return true;
+}
+
+// A picture that passes waits for the next call.
+void ScreenCaptureEngineDXGI::checkForBlack(ID3D11Texture2D* texture, const RECT& rect,
+                                            CaptureResult& result) {
+  if (!copyFrame(texture, rect, m_blackCheckFrame)) {
+    QX_LOG_LIMITED(LogLevelError, "copyFrame failed");
+    return;
+  }
+  const ScreenCaptureFrame::Pixels& pixels = m_blackCheckFrame.Buffer();
+  if (!pixels) {
+    return;
+  }
+  const auto width = static_cast<int>(m_blackCheckFrame.Width());
+  if (isTransparentFrame(reinterpret_cast<const std::uint32_t*>(pixels.get()), width,
+                         static_cast<int>(m_blackCheckFrame.Height()), width * 4)) {
+    QX_LOG_LIMITED(LogLevelWarn, "find black frame, drop it.");
+    result = CaptureResult::BlackFrame;
+    return;
+  }
+  m_checkBlackFrame = false;
+}
+
+bool ScreenCaptureEngineDXGI::takeTestedPicture(ScreenCaptureFrame& frame) {
+  if (m_checkBlackFrame || !m_blackCheckFrame.Buffer()) {
+    return false;
+  }
+  frame = std::move(m_blackCheckFrame);
+  m_blackCheckFrame.Reset();
+  frame.SetDirty({m_dirtyRatio, m_dirtyRectCount, true});
+  return true;
+}
+
+// A frame without metadata has no changed rectangles. When they can't be read the
+// last figures stay.
+void ScreenCaptureEngineDXGI::updateMetadata(const DXGI_OUTDUPL_FRAME_INFO& frameInfo) {
+  const std::int64_t mouseTime = frameInfo.LastMouseUpdateTime.QuadPart;
+  const std::int64_t presentTime = frameInfo.LastPresentTime.QuadPart;
+  m_mouseChanged = std::exchange(m_lastMouseUpdateTime, mouseTime) != mouseTime;
+  m_frameChanged = std::exchange(m_lastPresentTime, presentTime) != presentTime;
+  std::span<const RECT> dirtyRects;
+  if (!m_dirtyInfo || !m_metadata.Read(m_duplication->duplication.Get(), frameInfo, dirtyRects)) {
+    return;
+  }
+  double area = 0.0;
+  for (const RECT& rect : dirtyRects) {
+    area += AreaOf(rect);
+  }
+  m_dirtyRectCount = dirtyRects.size();
+  if (m_mouseChanged) {
+    ++m_dirtyRectCount;
+    area += kCursorArea;
+  }
+  const double whole = AreaOf(m_monitorRect);
+  m_dirtyRatio = whole > 0.0 ? area / whole : 0.0;
+}
+
+// The whole desktop is drawn; the rectangle only gives the size.
+bool ScreenCaptureEngineDXGI::copyFrame(ID3D11Texture2D* texture, RECT rect,
+                                        ScreenCaptureFrame& frame) {
+  RECT inside = {};
+  IntersectRect(&inside, &rect, &m_monitorRect);
+  if (!EqualRect(&inside, &rect)) {
+    QX_LOG_LIMITED(LogLevelWarn,
+                   "capture rect:{},{},{},{} not sub rect of monitor:{},{},{},{}, so use intersect "
+                   "rect:{},{},{},{}",
+                   rect.left, rect.top, rect.right, rect.bottom, m_monitorRect.left,
+                   m_monitorRect.top, m_monitorRect.right, m_monitorRect.bottom, inside.left,
+                   inside.top, inside.right, inside.bottom);
+    rect = inside;
+  }
+  const std::int32_t sourceWidth = WidthOf(rect);
+  const std::int32_t sourceHeight = HeightOf(rect);
+  const std::int32_t width = Limited(sourceWidth, m_targetWidth);
+  const std::int32_t height = Limited(sourceHeight, m_targetHeight);
+  QX_LOG_LIMITED(LogLevelInfo, "qx-sc:frame:scale by GPU {}x{} -> {}x{}", sourceWidth, sourceHeight,
+                 width, height);
+  if (!frame.Resize(static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height))) {
+    QX_LOG_LIMITED(LogLevelWarn, "resize buffer failed, use last");
+    return true;
+  }
+  ComPtr<ID3D11Texture2D> scaled;
+  m_direct11Scale.Scale(texture, scaled, sourceWidth, sourceHeight, width, height, m_showCursor);
+  if (!checkCreateTexture(scaled.Get())) {
+    QX_LOG_LIMITED(LogLevelError, "checkCreateTexture failed");
+    return false;
+  }
+  m_pictureMissed = !readBack(scaled.Get(), frame);
+  return !m_pictureMissed;
+}
+
+// Makes the staging texture fit.
+bool ScreenCaptureEngineDXGI::checkCreateTexture(ID3D11Texture2D* texture) {
+  if (!texture) {
+    QX_LOG_LIMITED(LogLevelError, "texture is nullptr");
+    return false;
+  }
+  D3D11_TEXTURE2D_DESC wanted = {};
+  texture->GetDesc(&wanted);
+  wanted.MipLevels = 1;
+  wanted.ArraySize = 1;
+  wanted.SampleDesc = {1, 0};
+  wanted.Usage = D3D11_USAGE_STAGING;
+  wanted.BindFlags = 0;
+  wanted.CPUAccessFlags = D3D11_CPU_ACCESS_READ | D3D11_CPU_ACCESS_WRITE;
+  wanted.MiscFlags = 0;
+  if (m_cpuAccessTexture) {
+    D3D11_TEXTURE2D_DESC present = {};
+    m_cpuAccessTexture->GetDesc(&present);
+    if (std::memcmp(&present, &wanted, sizeof(wanted)) == 0) {
+      return true;
+    }
+    QX_LOG_INFO("need recreate m_cpuAccessTexture");
+    m_cpuAccessSurface.Reset();
+    m_cpuAccessTexture.Reset();
+  }
+  QX_LOG_INFO("create m_cpuAccessTexture");
+  HRESULT hr = m_duplication->device->CreateTexture2D(&wanted, nullptr, m_cpuAccessTexture.Put());
+  if (FAILED(hr)) {
+    QX_LOG_LIMITED(LogLevelError, "create a new ID3D11Texture2D as cpu access failed res:{}", hr);
+    return false;
+  }
+  hr = m_cpuAccessTexture.As(IID_IDXGISurface, m_cpuAccessSurface);
+  if (FAILED(hr)) {
+    QX_LOG_LIMITED(LogLevelError, "convert ID3D11Texture2D to IDXGISurface failed res:{}", hr);
+    m_cpuAccessTexture.Reset();  // or the next frame would take it for complete
+    return false;
+  }
+  return true;
+}
+
+// The frame has the texture's size.
+bool ScreenCaptureEngineDXGI::readBack(ID3D11Texture2D* texture, ScreenCaptureFrame& frame) {
+  m_duplication->context->CopyResource(m_cpuAccessTexture.Get(), texture);
+  DXGI_MAPPED_RECT mapped = {};
+  const HRESULT hr = m_cpuAccessSurface->Map(&mapped, DXGI_MAP_READ);
+  if (hr != S_OK) {
+    QX_LOG_LIMITED(LogLevelError, "surface map failed res:{}", hr);
+    return false;
+  }
+  const std::size_t rowBytes = std::size_t{frame.Width()} * 4;
+  std::uint8_t* to = frame.Buffer().get();
+  const BYTE* from = mapped.pBits;
+  for (std::uint32_t row = 0; row < frame.Height(); ++row) {
+    std::memcpy(to, from, rowBytes);
+    to += rowBytes;
+    from += mapped.Pitch;
+  }
+  m_cpuAccessSurface->Unmap();
+  return true;
 }
 
 }  // namespace qx

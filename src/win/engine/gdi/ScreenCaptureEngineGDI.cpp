@@ -2,10 +2,11 @@
 
 #include <algorithm>
 #include <limits>
+#include <memory>
 #include <utility>
 
 #include "common/Logging.h"
-#include "win/util/BitmapRows.h"
+#include "win/util/PictureInfo.h"
 #include "win/util/SystemProbes.h"
 #include "win/util/WindowHelpers.h"
 
@@ -54,7 +55,6 @@ bool ScreenCaptureEngineGDI::Initialize() {
   const HWND source = m_window ? m_window : GetDesktopWindow();
   m_screenDC = WindowDc(GetDC(source), {source});
   m_memoryDC = MemoryDc(CreateCompatibleDC(m_screenDC.Get()));
-  resizeBitmap(1, 1);
   return true;
 }
 
@@ -64,11 +64,9 @@ void ScreenCaptureEngineGDI::UnInitialize() {
 }
 
 void ScreenCaptureEngineGDI::releaseHandles() {
-  m_bitmapWidth = 0;
-  m_bitmapHeight = 0;
   // A bitmap can't be deleted while a DC holds it.
   m_memoryDC.Reset();
-  m_bitmap.Reset();
+  m_pixels.reset();
   m_screenDC.Reset();
 }
 
@@ -82,18 +80,19 @@ bool ScreenCaptureEngineGDI::Capture(std::int32_t x, std::int32_t y, std::int32_
                                      CaptureResult& result) {
   result = CaptureResult::Failed;
   RECT rect;
-  if (!MakeRect(x, y, width, height, rect) || !resizeBitmap(width, height)) {
+  if (!MakeRect(x, y, width, height, rect) || !m_memoryDC) {
     return false;
+  }
+  if (!resizePicture(width, height)) {
+    QX_LOG_WARN("resize buffer failed, use last");
+    return true;
   }
   const bool drawn = m_bitBlt ? copyDesktop(rect) : printWindow();
   if (m_showCursor) {
     drawCursor(rect);
   }
-  if (!frame.Resize(static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height))) {
-    QX_LOG_WARN("resize buffer failed, use last");
-    return true;
-  }
-  readPixels(frame);
+  GdiFlush();  // the system may still be drawing
+  frame.Adopt(static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height), m_pixels);
   if (drawn) {
     result = CaptureResult::Success;
   }
@@ -102,27 +101,32 @@ bool ScreenCaptureEngineGDI::Capture(std::int32_t x, std::int32_t y, std::int32_
 
 // On failure the old bitmap stays selected, and is not to be drawn to: its size
 // is not the one asked for.
-bool ScreenCaptureEngineGDI::resizeBitmap(std::int32_t width, std::int32_t height) {
-  if (m_bitmap && width == m_bitmapWidth && height == m_bitmapHeight) {
+bool ScreenCaptureEngineGDI::resizePicture(std::int32_t width, std::int32_t height) {
+  if (m_pixels && width == m_width && height == m_height) {
     return true;
   }
-  GdiBitmap bitmap(CreateCompatibleBitmap(m_screenDC.Get(), width, height));
-  if (!bitmap || !SelectObject(m_memoryDC.Get(), bitmap.Get())) {
-    QX_LOG_WARN("ScreenCaptureEngineGDI has no bitmap of {}x{},last Error:{}", width, height,
-                static_cast<std::uint32_t>(GetLastError()));
+  if (!ScreenCaptureFrame::CanHold(static_cast<std::uint32_t>(width),
+                                   static_cast<std::uint32_t>(height))) {
     return false;
   }
-  m_bitmap = std::move(bitmap);
-  m_bitmapWidth = width;
-  m_bitmapHeight = height;
+  const BITMAPINFO info = PictureInfo(width, height);
+  void* pixels = nullptr;
+  auto bitmap = std::make_shared<GdiBitmap>(
+      CreateDIBSection(m_screenDC.Get(), &info, DIB_RGB_COLORS, &pixels, nullptr, 0));
+  if (!*bitmap || !SelectObject(m_memoryDC.Get(), bitmap->Get())) {
+    return false;
+  }
+  m_pixels = {std::move(bitmap), static_cast<std::uint8_t*>(pixels)};
+  m_width = width;
+  m_height = height;
   return true;
 }
 
 bool ScreenCaptureEngineGDI::copyDesktop(const RECT& rect) {
   updateLayeredWindows(rect);
   // Without CAPTUREBLT: that would bring layered windows in.
-  if (BitBlt(m_memoryDC.Get(), 0, 0, m_bitmapWidth, m_bitmapHeight, m_screenDC.Get(), rect.left,
-             rect.top, SRCCOPY)) {
+  if (BitBlt(m_memoryDC.Get(), 0, 0, m_width, m_height, m_screenDC.Get(), rect.left, rect.top,
+             SRCCOPY)) {
     return true;
   }
   QX_LOG_WARN("BitBlt failed,last Error:{}", static_cast<std::uint32_t>(GetLastError()));
@@ -153,16 +157,6 @@ void ScreenCaptureEngineGDI::drawCursor(const RECT& rect) {
   }
   DrawIcon(m_memoryDC.Get(), cursor.ptScreenPos.x - rect.left, cursor.ptScreenPos.y - rect.top,
            cursor.hCursor);
-}
-
-// When the system refuses, the frame keeps what it held: the last picture of
-// this size, or black.
-void ScreenCaptureEngineGDI::readPixels(ScreenCaptureFrame& frame) {
-  if (!ReadBitmapRows(m_memoryDC.Get(), m_bitmap.Get(), m_bitmapWidth, m_bitmapHeight,
-                      frame.Buffer().get())) {
-    QX_LOG_LIMITED(LogLevelWarn, "GetDIBits failed,last Error:{}",
-                   static_cast<std::uint32_t>(GetLastError()));
-  }
 }
 
 void ScreenCaptureEngineGDI::updateLayeredWindows(const RECT& rect) {

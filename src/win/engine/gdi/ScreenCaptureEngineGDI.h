@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "win/engine/ScreenCaptureEngine.h"
+#include "win/engine/ScreenCaptureFrame.h"
 #include "win/util/Handles.h"
 
 namespace qx {
@@ -11,6 +12,8 @@ namespace qx {
 // The last resort: works on every Windows and needs no graphics hardware. It
 // copies a rectangle of the desktop, or has one window print itself. Pictures
 // always have the captured size; it never scales and never says NoChange.
+//
+// The picture is drawn where the frame shows it: capturing makes no copy of it.
 //
 // Without desktop composition it keeps windows out of a copy by making them
 // layered while they are named, since a plain copy leaves layered windows out.
@@ -32,11 +35,10 @@ class ScreenCaptureEngineGDI : public ScreenCaptureEngine {
 
  private:
   void releaseHandles();
-  bool resizeBitmap(std::int32_t width, std::int32_t height);
+  bool resizePicture(std::int32_t width, std::int32_t height);
   bool copyDesktop(const RECT& rect);
   bool printWindow();
   void drawCursor(const RECT& rect);
-  void readPixels(ScreenCaptureFrame& frame);
   void updateLayeredWindows(const RECT& rect);
   void clearLayeredWindows();
 
@@ -44,11 +46,12 @@ class ScreenCaptureEngineGDI : public ScreenCaptureEngine {
   const bool m_bitBlt;
   const FilterWindowProvider m_filterWindows;
   WindowDc m_screenDC;
-  // Selected into m_memoryDC, so it goes after that.
-  GdiBitmap m_bitmap;
+  // The memory of a bitmap that lives as long as this or a frame that shows it. Selected
+  // into m_memoryDC, so it goes after that.
+  ScreenCaptureFrame::Pixels m_pixels;
   MemoryDc m_memoryDC;
-  std::int32_t m_bitmapWidth = 0;
-  std::int32_t m_bitmapHeight = 0;
+  std::int32_t m_width = 0;  // of the bitmap
+  std::int32_t m_height = 0;
   std::vector<HWND> m_hiddenWindows;   // as of the last capture
   std::vector<HWND> m_layeredWindows;  // those that this engine has made layered
 };

@@ -1,0 +1,209 @@
+// Constants and structures of Direct3D 11. Included by d3d11.h.
+#pragma once
+
+#include "d3dcommon.h"
+#include "dxgi.h"
+
+#define D3D11_SDK_VERSION 7
+#define D3D11_IA_VERTEX_INPUT_RESOURCE_SLOT_COUNT 32
+#define D3D11_REQ_TEXTURE2D_U_OR_V_DIMENSION 16384
+#define D3D11_VIEWPORT_AND_SCISSORRECT_OBJECT_COUNT_PER_PIPELINE 16
+
+typedef enum D3D11_CREATE_DEVICE_FLAG {
+  D3D11_CREATE_DEVICE_BGRA_SUPPORT = 0x20
+} D3D11_CREATE_DEVICE_FLAG;
+
+// ------------------------------------------------------------------- resources
+
+typedef enum D3D11_USAGE {
+  D3D11_USAGE_DEFAULT = 0,
+  D3D11_USAGE_IMMUTABLE = 1,
+  D3D11_USAGE_DYNAMIC = 2,
+  D3D11_USAGE_STAGING = 3
+} D3D11_USAGE;
+
+typedef enum D3D11_BIND_FLAG {
+  D3D11_BIND_VERTEX_BUFFER = 0x1,
+  D3D11_BIND_SHADER_RESOURCE = 0x8,
+  D3D11_BIND_RENDER_TARGET = 0x20
+} D3D11_BIND_FLAG;
+
+typedef enum D3D11_CPU_ACCESS_FLAG {
+  D3D11_CPU_ACCESS_WRITE = 0x10000,
+  D3D11_CPU_ACCESS_READ = 0x20000
+} D3D11_CPU_ACCESS_FLAG;
+
+typedef struct D3D11_TEXTURE2D_DESC {
+  UINT Width;
+  UINT Height;
+  UINT MipLevels;
+  UINT ArraySize;
+  DXGI_FORMAT Format;
+  DXGI_SAMPLE_DESC SampleDesc;
+  D3D11_USAGE Usage;
+  UINT BindFlags;
+  UINT CPUAccessFlags;
+  UINT MiscFlags;
+} D3D11_TEXTURE2D_DESC;
+
+typedef struct D3D11_BUFFER_DESC {
+  UINT ByteWidth;
+  D3D11_USAGE Usage;
+  UINT BindFlags;
+  UINT CPUAccessFlags;
+  UINT MiscFlags;
+  UINT StructureByteStride;
+} D3D11_BUFFER_DESC;
+
+typedef struct D3D11_SUBRESOURCE_DATA {
+  const void* pSysMem;
+  UINT SysMemPitch;
+  UINT SysMemSlicePitch;
+} D3D11_SUBRESOURCE_DATA;
+
+typedef struct D3D11_BOX {
+  UINT left;
+  UINT top;
+  UINT front;
+  UINT right;
+  UINT bottom;
+  UINT back;
+} D3D11_BOX;
+
+// ----------------------------------------------------------------------- views
+
+typedef D3D_SRV_DIMENSION D3D11_SRV_DIMENSION;
+#define D3D11_SRV_DIMENSION_TEXTURE2D D3D_SRV_DIMENSION_TEXTURE2D
+
+typedef enum D3D11_RTV_DIMENSION { D3D11_RTV_DIMENSION_TEXTURE2D = 4 } D3D11_RTV_DIMENSION;
+
+typedef struct D3D11_TEX2D_SRV {
+  UINT MostDetailedMip;
+  UINT MipLevels;
+} D3D11_TEX2D_SRV;
+
+typedef struct D3D11_TEX2D_ARRAY_SRV {
+  UINT MostDetailedMip;
+  UINT MipLevels;
+  UINT FirstArraySlice;
+  UINT ArraySize;
+} D3D11_TEX2D_ARRAY_SRV;
+
+typedef struct D3D11_SHADER_RESOURCE_VIEW_DESC {
+  DXGI_FORMAT Format;
+  D3D11_SRV_DIMENSION ViewDimension;
+  union {
+    D3D11_TEX2D_SRV Texture2D;
+    D3D11_TEX2D_ARRAY_SRV Texture2DArray;  // the largest member
+  };
+} D3D11_SHADER_RESOURCE_VIEW_DESC;
+
+typedef struct D3D11_TEX2D_RTV {
+  UINT MipSlice;
+} D3D11_TEX2D_RTV;
+
+typedef struct D3D11_TEX2D_ARRAY_RTV {
+  UINT MipSlice;
+  UINT FirstArraySlice;
+  UINT ArraySize;
+} D3D11_TEX2D_ARRAY_RTV;
+
+typedef struct D3D11_RENDER_TARGET_VIEW_DESC {
+  DXGI_FORMAT Format;
+  D3D11_RTV_DIMENSION ViewDimension;
+  union {
+    D3D11_TEX2D_RTV Texture2D;
+    D3D11_TEX2D_ARRAY_RTV Texture2DArray;  // the largest member
+  };
+} D3D11_RENDER_TARGET_VIEW_DESC;
+
+// -------------------------------------------------------------------- pipeline
+
+typedef D3D_PRIMITIVE_TOPOLOGY D3D11_PRIMITIVE_TOPOLOGY;
+#define D3D11_PRIMITIVE_TOPOLOGY_UNDEFINED D3D_PRIMITIVE_TOPOLOGY_UNDEFINED
+#define D3D11_PRIMITIVE_TOPOLOGY_TRIANGLESTRIP D3D_PRIMITIVE_TOPOLOGY_TRIANGLESTRIP
+
+typedef enum D3D11_INPUT_CLASSIFICATION {
+  D3D11_INPUT_PER_VERTEX_DATA = 0,
+  D3D11_INPUT_PER_INSTANCE_DATA = 1
+} D3D11_INPUT_CLASSIFICATION;
+
+typedef struct D3D11_INPUT_ELEMENT_DESC {
+  LPCSTR SemanticName;
+  UINT SemanticIndex;
+  DXGI_FORMAT Format;
+  UINT InputSlot;
+  UINT AlignedByteOffset;
+  D3D11_INPUT_CLASSIFICATION InputSlotClass;
+  UINT InstanceDataStepRate;
+} D3D11_INPUT_ELEMENT_DESC;
+
+typedef struct D3D11_VIEWPORT {
+  FLOAT TopLeftX;
+  FLOAT TopLeftY;
+  FLOAT Width;
+  FLOAT Height;
+  FLOAT MinDepth;
+  FLOAT MaxDepth;
+} D3D11_VIEWPORT;
+
+typedef enum D3D11_FILTER {
+  D3D11_FILTER_MIN_MAG_MIP_LINEAR = 0x15,
+  D3D11_FILTER_ANISOTROPIC = 0x55
+} D3D11_FILTER;
+
+typedef enum D3D11_TEXTURE_ADDRESS_MODE {
+  D3D11_TEXTURE_ADDRESS_CLAMP = 3
+} D3D11_TEXTURE_ADDRESS_MODE;
+
+typedef enum D3D11_COMPARISON_FUNC {
+  D3D11_COMPARISON_NEVER = 1,
+  D3D11_COMPARISON_ALWAYS = 8
+} D3D11_COMPARISON_FUNC;
+
+typedef struct D3D11_SAMPLER_DESC {
+  D3D11_FILTER Filter;
+  D3D11_TEXTURE_ADDRESS_MODE AddressU;
+  D3D11_TEXTURE_ADDRESS_MODE AddressV;
+  D3D11_TEXTURE_ADDRESS_MODE AddressW;
+  FLOAT MipLODBias;
+  UINT MaxAnisotropy;
+  D3D11_COMPARISON_FUNC ComparisonFunc;
+  FLOAT BorderColor[4];
+  FLOAT MinLOD;
+  FLOAT MaxLOD;
+} D3D11_SAMPLER_DESC;
+
+typedef enum D3D11_BLEND {
+  D3D11_BLEND_ZERO = 1,
+  D3D11_BLEND_ONE = 2,
+  D3D11_BLEND_SRC_ALPHA = 5,
+  D3D11_BLEND_INV_SRC_ALPHA = 6
+} D3D11_BLEND;
+
+typedef enum D3D11_BLEND_OP { D3D11_BLEND_OP_ADD = 1 } D3D11_BLEND_OP;
+
+typedef enum D3D11_COLOR_WRITE_ENABLE {
+  D3D11_COLOR_WRITE_ENABLE_RED = 1,
+  D3D11_COLOR_WRITE_ENABLE_GREEN = 2,
+  D3D11_COLOR_WRITE_ENABLE_BLUE = 4,
+  D3D11_COLOR_WRITE_ENABLE_ALPHA = 8,
+  D3D11_COLOR_WRITE_ENABLE_ALL = 15
+} D3D11_COLOR_WRITE_ENABLE;
+
+typedef struct D3D11_RENDER_TARGET_BLEND_DESC {
+  BOOL BlendEnable;
+  D3D11_BLEND SrcBlend;
+  D3D11_BLEND DestBlend;
+  D3D11_BLEND_OP BlendOp;
+  D3D11_BLEND SrcBlendAlpha;
+  D3D11_BLEND DestBlendAlpha;
+  D3D11_BLEND_OP BlendOpAlpha;
+  BYTE RenderTargetWriteMask;
+} D3D11_RENDER_TARGET_BLEND_DESC;
+
+typedef struct D3D11_BLEND_DESC {
+  BOOL AlphaToCoverageEnable;
+  BOOL IndependentBlendEnable;
+  D3D11_RENDER_TARGET_BLEND_DESC RenderTarget[8];
+} D3D11_BLEND_DESC;

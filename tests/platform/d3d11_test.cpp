@@ -1,0 +1,443 @@
+// What the Direct3D 11 device draws, copies, keeps and refuses.
+#include <d3d11.h>
+
+#include <algorithm>
+#include <array>
+#include <cfloat>
+#include <cstdlib>
+#include <functional>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/control/Faults.h"
+#include "platform/control/Ledger.h"
+#include "src/win/engine/dxgi/shaders/QuadShaders.h"
+#include "tests/support/GraphicsCard.h"
+
+namespace qx::test {
+namespace {
+
+using namespace vwin::control;
+
+struct Vertex {
+  float x, y, z, u, v;
+};
+using Vertices = std::vector<Vertex>;
+
+constexpr D3D11_INPUT_ELEMENT_DESC kElements[] = {
+    {"position", 0, DXGI_FORMAT_R32G32B32_FLOAT, 0, 0, D3D11_INPUT_PER_VERTEX_DATA, 0},
+    {"TEXCOORD", 0, DXGI_FORMAT_R32G32_FLOAT, 0, 12, D3D11_INPUT_PER_VERTEX_DATA, 0}};
+
+// The whole target; `u` and `v` by corner: bottom left, top left, bottom right, top right.
+Vertices Quad(const std::array<float, 4>& u = {0, 0, 1, 1},
+              const std::array<float, 4>& v = {1, 0, 1, 0}) {
+  return {{-1, -1, 0, u[0], v[0]},
+          {-1, 1, 0, u[1], v[1]},
+          {1, -1, 0, u[2], v[2]},
+          {1, 1, 0, u[3], v[3]}};
+}
+
+D3D11_SAMPLER_DESC Anisotropic() {
+  D3D11_SAMPLER_DESC desc{};
+  desc.Filter = D3D11_FILTER_ANISOTROPIC;
+  desc.AddressU = desc.AddressV = desc.AddressW = D3D11_TEXTURE_ADDRESS_CLAMP;
+  desc.MaxAnisotropy = 16;
+  desc.ComparisonFunc = D3D11_COMPARISON_NEVER;
+  desc.MaxLOD = FLT_MAX;
+  return desc;
+}
+
+D3D11_BLEND_DESC Over() {
+  D3D11_BLEND_DESC desc{};
+  desc.RenderTarget[0] = {TRUE,
+                          D3D11_BLEND_SRC_ALPHA,
+                          D3D11_BLEND_INV_SRC_ALPHA,
+                          D3D11_BLEND_OP_ADD,
+                          D3D11_BLEND_ONE,
+                          D3D11_BLEND_ZERO,
+                          D3D11_BLEND_OP_ADD,
+                          D3D11_COLOR_WRITE_ENABLE_ALL};
+  return desc;
+}
+
+std::uint32_t Noise(int x, int y) {
+  const auto mixed = static_cast<std::uint32_t>(x * 7919 + y * 104729 + 77) * 2654435761u;
+  return mixed | 0xFF000000;
+}
+
+// The largest difference of a channel.
+int Distance(const CardPicture& a, const CardPicture& b) {
+  if (a.width != b.width || a.height != b.height) return 256;
+  int most = 0;
+  for (std::size_t i = 0; i < a.pixels.size(); ++i) {
+    for (int shift = 0; shift < 32; shift += 8) {
+      const int difference = static_cast<int>(a.pixels[i] >> shift & 0xFF) -
+                             static_cast<int>(b.pixels[i] >> shift & 0xFF);
+      most = std::max(most, std::abs(difference));
+    }
+  }
+  return most;
+}
+
+class D3D11Test : public testing::Test {
+ protected:
+  // A pipeline that draws textured quads as they are.
+  void SetUp() override {
+    ID3D11Device& device = *m_card.device.Get();
+    ComPtr<ID3D11VertexShader> vertexShader;
+    ComPtr<ID3D11PixelShader> pixelShader;
+    ComPtr<ID3D11InputLayout> layout;
+    ASSERT_EQ(device.CreateVertexShader(kQuadVertexShader, sizeof(kQuadVertexShader), nullptr,
+                                        vertexShader.Put()),
+              S_OK);
+    ASSERT_EQ(device.CreatePixelShader(kQuadPixelShader, sizeof(kQuadPixelShader), nullptr,
+                                       pixelShader.Put()),
+              S_OK);
+    ASSERT_EQ(device.CreateInputLayout(kElements, 2, kQuadVertexShader, sizeof(kQuadVertexShader),
+                                       layout.Put()),
+              S_OK);
+    context().VSSetShader(vertexShader.Get(), nullptr, 0);
+    context().PSSetShader(pixelShader.Get(), nullptr, 0);
+    context().IASetInputLayout(layout.Get());
+    context().IASetPrimitiveTopology(D3D11_PRIMITIVE_TOPOLOGY_TRIANGLESTRIP);
+    useSampler(Anisotropic());
+  }
+
+  ID3D11DeviceContext& context() const { return *m_card.context.Get(); }
+
+  void useSampler(const D3D11_SAMPLER_DESC& desc) const {
+    ComPtr<ID3D11SamplerState> state;
+    ASSERT_EQ(m_card.device->CreateSamplerState(&desc, state.Put()), S_OK);
+    ID3D11SamplerState* const bound = state.Get();
+    context().PSSetSamplers(0, 1, &bound);
+  }
+  void blend(const D3D11_BLEND_DESC& desc) const {
+    ComPtr<ID3D11BlendState> state;
+    ASSERT_EQ(m_card.device->CreateBlendState(&desc, state.Put()), S_OK);
+    context().OMSetBlendState(state.Get(), nullptr, 0xFFFFFFFF);
+  }
+  ComPtr<ID3D11ShaderResourceView> viewOf(const ComPtr<ID3D11Texture2D>& texture) const {
+    ComPtr<ID3D11ShaderResourceView> view;
+    EXPECT_EQ(m_card.device->CreateShaderResourceView(texture.Get(), nullptr, view.Put()), S_OK);
+    return view;
+  }
+  ComPtr<ID3D11RenderTargetView> targetViewOf(const ComPtr<ID3D11Texture2D>& texture) const {
+    ComPtr<ID3D11RenderTargetView> view;
+    EXPECT_EQ(m_card.device->CreateRenderTargetView(texture.Get(), nullptr, view.Put()), S_OK);
+    return view;
+  }
+
+  void bind(const ComPtr<ID3D11ShaderResourceView>& view) const {
+    ID3D11ShaderResourceView* const bound = view.Get();
+    context().PSSetShaderResources(0, 1, &bound);
+  }
+  void bind(const ComPtr<ID3D11RenderTargetView>& view) const {
+    ID3D11RenderTargetView* const bound = view.Get();
+    context().OMSetRenderTargets(1, &bound, nullptr);
+  }
+  void bind(const Vertices& vertices) const {
+    const D3D11_BUFFER_DESC desc = {static_cast<UINT>(vertices.size() * sizeof(Vertex)),
+                                    D3D11_USAGE_IMMUTABLE,
+                                    D3D11_BIND_VERTEX_BUFFER,
+                                    0,
+                                    0,
+                                    0};
+    const D3D11_SUBRESOURCE_DATA data = {vertices.data(), 0, 0};
+    ComPtr<ID3D11Buffer> buffer;
+    ASSERT_EQ(m_card.device->CreateBuffer(&desc, &data, buffer.Put()), S_OK);
+    ID3D11Buffer* const bound = buffer.Get();
+    const UINT stride = sizeof(Vertex), offset = 0;
+    context().IASetVertexBuffers(0, 1, &bound, &stride, &offset);
+  }
+
+  // Draws `source` with `vertices` over `below`.
+  CardPicture draw(const CardPicture& source, const Vertices& vertices, const CardPicture& below,
+                   std::optional<D3D11_VIEWPORT> viewport = {}) const {
+    const ComPtr<ID3D11Texture2D> target = m_card.Texture(below);
+    const D3D11_VIEWPORT whole = {
+        0, 0, static_cast<float>(below.width), static_cast<float>(below.height), 0, 1};
+    context().RSSetViewports(1, viewport ? &*viewport : &whole);
+    bind(targetViewOf(target));
+    bind(viewOf(m_card.Texture(source)));
+    bind(vertices);
+    context().Draw(static_cast<UINT>(vertices.size()), 0);
+    return m_card.Read(target.Get());
+  }
+  CardPicture draw(const CardPicture& source, const Vertices& vertices, int width,
+                   int height) const {
+    return draw(source, vertices, MakePicture(width, height, [](int, int) { return 0x12345678; }));
+  }
+
+  const Card m_card;
+};
+
+TEST_F(D3D11Test, CopiesHalvesAndPicksWithWholeRatios) {
+  const CardPicture source = MakePicture(24, 12, Noise);
+  EXPECT_EQ(Distance(draw(source, Quad(), 24, 12), source), 0);
+  const CardPicture half = draw(source, Quad(), 12, 6);
+  const CardPicture mean = MakePicture(12, 6, [&](int x, int y) {
+    std::uint32_t pixel = 0;
+    for (int shift = 0; shift < 32; shift += 8) {
+      std::uint32_t sum = 2;
+      for (int i = 0; i < 4; ++i) sum += source.At(2 * x + i % 2, 2 * y + i / 2) >> shift & 0xFF;
+      pixel |= sum / 4 << shift;
+    }
+    return pixel;
+  });
+  EXPECT_EQ(Distance(half, mean), 0);
+  const CardPicture third = draw(source, Quad(), 8, 4);
+  EXPECT_EQ(third.At(3, 2), source.At(3 * 3 + 1, 2 * 3 + 1)) << "the middle of nine";
+  const CardPicture twice = draw(source, Quad(), 48, 24);
+  EXPECT_EQ(twice.At(0, 0), source.At(0, 0)) << "beyond its edge a texture goes on";
+}
+
+// Rectangles have a way of their own, for speed; a fifth vertex, which adds a triangle
+// without area, takes it from them.
+TEST_F(D3D11Test, DrawsRectanglesAsItDrawsTriangles) {
+  const CardPicture source = MakePicture(31, 17, Noise);
+  const std::vector<Vertices> quads = {
+      Quad(),
+      Quad({1, 0, 1, 0}, {1, 1, 0, 0}),  // turned by 90 degrees
+      Quad({1, 1, 0, 0}, {0, 1, 0, 1}),  // by 180
+      Quad({0, 1, 0, 1}, {0, 0, 1, 1}),  // by 270
+      Quad({0.1f, 0.1f, 0.83f, 0.83f}, {0.9f, -0.2f, 0.9f, -0.2f}),
+      {{-0.83f, -1.4f, 0, 0, 1},
+       {-0.83f, 0.61f, 0, 0, 0},
+       {0.47f, -1.4f, 0, 1, 1},
+       {0.47f, 0.61f, 0, 1, 0}},
+  };
+  for (std::size_t i = 0; i < quads.size(); ++i) {
+    for (const auto& [width, height] : {std::pair(31, 17), std::pair(20, 11), std::pair(47, 29),
+                                        std::pair(17, 31), std::pair(1, 1)}) {
+      Vertices strip = quads[i];
+      strip.push_back(strip.back());
+      const CardPicture fast = draw(source, quads[i], width, height);
+      EXPECT_LE(Distance(fast, draw(source, strip, width, height)), 1)
+          << "quad " << i << " in " << width << 'x' << height;
+    }
+  }
+}
+
+TEST_F(D3D11Test, LooksAtMorePlacesAlongTheLongerSide) {
+  const CardPicture stripes =
+      MakePicture(64, 8, [](int x, int) { return x % 2 ? 0xFFFFFFFF : 0xFF000000; });
+  const CardPicture fine = draw(stripes, Quad(), 16, 8);
+  EXPECT_NEAR(static_cast<double>(fine.At(5, 5) & 0xFF), 127.5, 1);
+  const CardPicture blocks = MakePicture(
+      64, 8, [](int x, int) { return x % 4 == 1 || x % 4 == 2 ? 0xFFFFFFFF : 0xFF000000; });
+  EXPECT_NEAR(static_cast<double>(draw(blocks, Quad(), 16, 8).At(5, 5) & 0xFF), 127.5, 1);
+  D3D11_SAMPLER_DESC linear = Anisotropic();
+  linear.Filter = D3D11_FILTER_MIN_MAG_MIP_LINEAR;
+  useSampler(linear);
+  EXPECT_EQ(draw(blocks, Quad(), 16, 8).At(5, 5), 0xFFFFFFFF) << "only at the two in the middle";
+}
+
+TEST_F(D3D11Test, MixesWithWhatIsBelow) {
+  const auto color = [](std::uint32_t pixel) {
+    return MakePicture(4, 4, [pixel](int, int) { return pixel; });
+  };
+  Vertices triangles = Quad();  // their common edge goes through the middle of pixels
+  triangles.push_back(triangles.back());
+  blend(Over());
+  for (const Vertices& quad : {Quad(), triangles}) {
+    const CardPicture half = draw(color(0x80FF0040), quad, color(0xFF00FF40));
+    EXPECT_EQ(Distance(half, color(0x80807F40)), 0)
+        << "each pixel once: " << std::hex << half.At(0, 0);
+    EXPECT_EQ(Distance(draw(color(0x00FFFFFF), quad, color(0xFF010203)), color(0x00010203)), 0);
+    EXPECT_EQ(Distance(draw(color(0xFF123456), quad, color(0xFF010203)), color(0xFF123456)), 0);
+  }
+  D3D11_BLEND_DESC masked = Over();
+  masked.RenderTarget[0].RenderTargetWriteMask =
+      D3D11_COLOR_WRITE_ENABLE_RED | D3D11_COLOR_WRITE_ENABLE_ALPHA;
+  blend(masked);
+  EXPECT_EQ(draw(color(0xFF123456), Quad(), color(0x77010203)).At(1, 1), 0xFF120203);
+  masked.RenderTarget[0].BlendEnable = FALSE;
+  blend(masked);
+  EXPECT_EQ(draw(color(0x00123456), Quad(), color(0x77010203)).At(1, 1), 0x00120203u);
+}
+
+TEST_F(D3D11Test, DrawsFrontsWithinTheViewport) {
+  const CardPicture white = MakePicture(4, 4, [](int, int) { return 0xFFFFFFFF; });
+  const CardPicture black = MakePicture(10, 8, [](int, int) { return 0xFF000000; });
+  Vertices back = Quad();
+  std::swap(back[0], back[1]);
+  std::swap(back[2], back[3]);
+  EXPECT_EQ(Distance(draw(white, back, black), black), 0) << "it turns counter-clockwise";
+  back.push_back(back.back());
+  EXPECT_EQ(Distance(draw(white, back, black), black), 0);
+
+  Vertices large = Quad();
+  for (Vertex& vertex : large) vertex.x *= 4, vertex.y *= 4;
+  for (int i = 0; i < 2; ++i) {
+    const CardPicture seen = draw(white, large, black, D3D11_VIEWPORT{2, 1, 5, 9, 0, 1});
+    const CardPicture expected = MakePicture(
+        10, 8, [](int x, int y) { return x >= 2 && x < 7 && y >= 1 ? 0xFFFFFFFF : 0xFF000000; });
+    EXPECT_EQ(Distance(seen, expected), 0);
+    large.push_back(large.back());
+  }
+}
+
+TEST_F(D3D11Test, KeepsWhatIsBoundAndNeverReadsWhatItDrawsTo) {
+  const CardPicture source = MakePicture(4, 4, Noise);
+  const ComPtr<ID3D11Texture2D> target = m_card.Texture(source);
+  const ComPtr<ID3D11ShaderResourceView> targetAsSource = viewOf(target);
+  (void)draw(source, Quad(), 4, 4);  // all that it bound has been released
+  context().Draw(4, 0);
+  EXPECT_TRUE(TakeMisuses().empty());
+
+  bind(targetAsSource);
+  bind(targetViewOf(target));  // takes the texture from where it is read
+  context().Draw(4, 0);
+  EXPECT_EQ(m_card.Read(target.Get()).At(1, 1), 0u);
+  bind(targetAsSource);  // refused
+  context().Draw(4, 0);
+  EXPECT_EQ(TakeMisuses().size(), 3u);
+  context().OMSetRenderTargets(0, nullptr, nullptr);
+  context().Draw(4, 0);
+  context().RSSetViewports(0, nullptr);
+  UINT count = 3;
+  std::array<D3D11_VIEWPORT, 3> viewports{};
+  viewports[0].Width = 9;
+  context().RSGetViewports(&count, viewports.data());
+  EXPECT_EQ(count, 0u);
+  EXPECT_EQ(viewports[0].Width, 0);
+  EXPECT_EQ(TakeMisuses(),
+            std::vector<std::string>{"ID3D11DeviceContext::Draw: no render target is bound"});
+}
+
+TEST_F(D3D11Test, ChildrenKeepTheirDeviceAndBindingsDont) {
+  const LedgerSnapshot before = Snapshot();
+  Card other;
+  ComPtr<ID3D11Texture2D> texture = other.Texture(MakePicture(2, 2, Noise));
+  ID3D11DeviceContext* again = nullptr;
+  other.device->GetImmediateContext(&again);
+  EXPECT_EQ(again, other.context.Get()) << "there is one";
+  again->Release();
+  ID3D11Resource* const foreign = texture.Get();
+  context().CopyResource(foreign, foreign);
+  EXPECT_FALSE(TakeMisuses().empty()) << "made by another device";
+  {
+    ComPtr<ID3D11ShaderResourceView> view;
+    ASSERT_EQ(other.device->CreateShaderResourceView(texture.Get(), nullptr, view.Put()), S_OK);
+    ID3D11ShaderResourceView* const bound = view.Get();
+    other.context->PSSetShaderResources(0, 1, &bound);
+  }
+  other.context.Reset();
+  EXPECT_EQ(other.device->AddRef(), 3u)
+      << "the texture's, and two of ours: what is bound counts no more";
+  EXPECT_EQ(other.device->Release(), 2u);
+  texture.Reset();
+  EXPECT_EQ(other.device->AddRef(), 2u);
+  EXPECT_EQ(other.device->Release(), 1u);
+  other.device.Reset();
+  EXPECT_EQ(Difference(before), "");
+}
+
+TEST_F(D3D11Test, MapsOnceAndNotWhileItCopies) {
+  const ComPtr<ID3D11Texture2D> texture = m_card.Texture(MakePicture(70, 6, Noise));
+  const D3D11_TEXTURE2D_DESC desc = Card::DescribeStaging(70, 6);
+  ComPtr<ID3D11Texture2D> staging;
+  ComPtr<IDXGISurface> surface;
+  ASSERT_EQ(m_card.device->CreateTexture2D(&desc, nullptr, staging.Put()), S_OK);
+  ASSERT_EQ(staging.As(IID_IDXGISurface, surface), S_OK);
+  DXGI_MAPPED_RECT mapped{};
+  EXPECT_EQ(surface->Map(&mapped, DXGI_MAP_WRITE), E_INVALIDARG) << "it is for reading";
+  ASSERT_EQ(surface->Map(&mapped, DXGI_MAP_READ), S_OK);
+  EXPECT_GT(mapped.Pitch, 70 * 4) << "rows have a tail";
+  EXPECT_TRUE(TakeMisuses().empty());
+  EXPECT_EQ(surface->Map(&mapped, DXGI_MAP_READ), DXGI_ERROR_INVALID_CALL);
+  context().CopyResource(staging.Get(), texture.Get());
+  FailNth("IDXGISurface::Unmap", 1);
+  EXPECT_EQ(surface->Unmap(), E_OUTOFMEMORY) << "but unmapped it is";
+  EXPECT_EQ(surface->Unmap(), DXGI_ERROR_INVALID_CALL);
+  ASSERT_EQ(surface->Map(&mapped, DXGI_MAP_READ), S_OK);
+  surface.Reset();
+  staging.Reset();
+  EXPECT_EQ(TakeMisuses(),
+            (std::vector<std::string>{"IDXGISurface::Map: it is mapped",
+                                      "ID3D11DeviceContext::CopyResource: a texture is mapped",
+                                      "IDXGISurface::Unmap: it is not mapped",
+                                      "ID3D11Texture2D: released while it was mapped"}));
+}
+
+TEST_F(D3D11Test, CopiesWhatFits) {
+  const CardPicture source = MakePicture(70, 6, Noise);
+  const ComPtr<ID3D11Texture2D> texture = m_card.Texture(source);
+  const ComPtr<ID3D11Texture2D> small = m_card.Texture(MakePicture(4, 3, Noise));
+  context().CopyResource(small.Get(), texture.Get());
+  const D3D11_BOX beyond = {68, 0, 0, 71, 2, 1};
+  context().CopySubresourceRegion(small.Get(), 0, 0, 0, 0, texture.Get(), 0, &beyond);
+  const D3D11_BOX empty = {3, 3, 0, 3, 5, 1};
+  context().CopySubresourceRegion(small.Get(), 0, 0, 0, 0, texture.Get(), 0, &empty);
+  EXPECT_EQ(Distance(m_card.Read(small.Get()), MakePicture(4, 3, Noise)), 0);
+  EXPECT_EQ(TakeMisuses().size(), 2u);
+  const D3D11_BOX part = {66, 4, 0, 69, 6, 1};
+  context().CopySubresourceRegion(small.Get(), 0, 1, 1, 0, texture.Get(), 0, &part);
+  const CardPicture seen = m_card.Read(small.Get());
+  EXPECT_EQ(seen.At(1, 1), source.At(66, 4));
+  EXPECT_EQ(seen.At(3, 2), source.At(68, 5));
+  EXPECT_EQ(seen.At(0, 2), Noise(0, 2));
+}
+
+TEST_F(D3D11Test, RefusesWhatCantBe) {
+  ID3D11Device& device = *m_card.device.Get();
+  using Desc = D3D11_TEXTURE2D_DESC;
+  ComPtr<ID3D11Texture2D> made;
+  const auto texture = [&](const std::function<void(Desc&)>& change) {
+    Desc desc = Card::Describe(2, 2);
+    change(desc);
+    return device.CreateTexture2D(&desc, nullptr, made.Put());
+  };
+  EXPECT_EQ(texture([](Desc& d) { d.Width = 0; }), E_INVALIDARG);
+  EXPECT_EQ(texture([](Desc& d) { d.Height = 16385; }), E_INVALIDARG);
+  EXPECT_EQ(texture([](Desc& d) { d.Usage = D3D11_USAGE_STAGING; }), E_INVALIDARG);
+  EXPECT_EQ(texture([](Desc& d) { d.CPUAccessFlags = D3D11_CPU_ACCESS_READ; }), E_INVALIDARG);
+  EXPECT_EQ(texture([](Desc& d) {
+              d.Usage = D3D11_USAGE_IMMUTABLE;
+              d.BindFlags = D3D11_BIND_SHADER_RESOURCE;
+            }),
+            E_INVALIDARG)
+      << "for ever without content";
+  ASSERT_EQ(texture([](Desc& d) { d.BindFlags = D3D11_BIND_SHADER_RESOURCE; }), S_OK);
+  ComPtr<ID3D11RenderTargetView> target;
+  EXPECT_EQ(device.CreateRenderTargetView(made.Get(), nullptr, target.Put()), E_INVALIDARG);
+  D3D11_SHADER_RESOURCE_VIEW_DESC second{};
+  second.ViewDimension = D3D11_SRV_DIMENSION_TEXTURE2D;
+  second.Texture2D = {1, 1};
+  ComPtr<ID3D11ShaderResourceView> view;
+  EXPECT_EQ(device.CreateShaderResourceView(made.Get(), &second, view.Put()), E_INVALIDARG);
+  EXPECT_TRUE(TakeMisuses().empty());
+  EXPECT_EQ(texture([](Desc& d) { d.MipLevels = 2; }), E_NOTIMPL);
+  EXPECT_EQ(TakeMisuses().size(), 1u) << "Windows would make it";
+}
+
+TEST_F(D3D11Test, TakesOnlyWholeShadersOfTheirStage) {
+  ID3D11Device& device = *m_card.device.Get();
+  ComPtr<ID3D11VertexShader> vertexShader;
+  ComPtr<ID3D11PixelShader> pixelShader;
+  ComPtr<ID3D11InputLayout> layout;
+  EXPECT_EQ(device.CreateVertexShader(kQuadPixelShader, sizeof(kQuadPixelShader), nullptr,
+                                      vertexShader.Put()),
+            E_INVALIDARG);
+  std::vector<unsigned char> bytes(kQuadPixelShader, kQuadPixelShader + sizeof(kQuadPixelShader));
+  const auto make = [&] {
+    return device.CreatePixelShader(bytes.data(), bytes.size(), nullptr, pixelShader.Put());
+  };
+  EXPECT_EQ(make(), S_OK);
+  for (const std::size_t at : {std::size_t{0}, std::size_t{5}, std::size_t{33}, bytes.size() - 1}) {
+    bytes[at] ^= 1;
+    EXPECT_EQ(make(), E_INVALIDARG) << "damaged at " << at;
+    bytes[at] ^= 1;
+  }
+  bytes.pop_back();
+  EXPECT_EQ(make(), E_INVALIDARG);
+  EXPECT_EQ(device.CreateInputLayout(kElements, 1, kQuadVertexShader, sizeof(kQuadVertexShader),
+                                     layout.Put()),
+            E_INVALIDARG)
+      << "nothing gives the texture coordinates";
+}
+
+}  // namespace
+}  // namespace qx::test

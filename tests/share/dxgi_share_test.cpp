@@ -1,0 +1,340 @@
+// Shares that duplicate the desktop: what their frames show, and when they come.
+#include "tests/share/DxgiShareTest.h"
+
+namespace qx::test {
+namespace {
+
+using namespace vwin::control;
+using Events = std::vector<std::string>;
+
+TEST_F(DxgiShareTest, FirstPictureIsOnlyLookedAtAndThenFramesShowTheWindowsInTheirOrder) {
+  OpenWindow({.rect = {20, 30, 120, 90}, .color = RGB(200, 10, 30)});
+  const HWND upper = OpenWindow({.rect = {100, 80, 400, 150}, .color = RGB(10, 220, 40)});
+  start();
+  EXPECT_EQ(host.Events(true), (Events{"engine 2", "start"})) << log.Dump();
+  EXPECT_TRUE(nextFrameShows({{20, 30, 120, 90, 0xC80A1E}, {100, 80, 400, 150, 0x0ADC28}}));
+  EXPECT_EQ(host.Count("firstFrame"), 1);
+  EXPECT_EQ(host.LastFrame().rawWidth, 320);
+  EXPECT_EQ(host.LastFrame().rawHeight, 200);
+
+  const std::uint64_t drawn = Count("ID3D11DeviceContext::Draw");
+  host.Forget();
+  tick(5);
+  EXPECT_EQ(host.FrameCount(), 5) << "a still screen is repeated";
+  EXPECT_EQ(Count("ID3D11DeviceContext::Draw"), drawn);
+  const auto times = host.Timestamps();
+  for (std::size_t i = 1; i < times.size(); ++i) {
+    EXPECT_GT(times[i], times[i - 1]);
+  }
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground,
+                    {{20, 30, 120, 90, 0xC80A1E}, {100, 80, 400, 150, 0x0ADC28}}));
+
+  MoveTo(upper, 10, 20);
+  EXPECT_TRUE(nextFrameShows({{20, 30, 120, 90, 0xC80A1E}, {10, 20, 310, 90, 0x0ADC28}}));
+  Minimise(upper);
+  EXPECT_TRUE(nextFrameShows({{20, 30, 120, 90, 0xC80A1E}}));
+  EXPECT_EQ(devices(), 1);
+  capture.ShareStop();
+  EXPECT_EQ(log.Count("ReleaseDXGIDuplication succeed"), 1);
+}
+
+TEST_F(DxgiShareTest, NewerPictureThanTheOneLookedAtIsTheFirstFrame) {
+  start();
+  OpenWindow({.rect = {0, 0, 50, 60}, .color = RGB(1, 2, 3)});
+  EXPECT_TRUE(nextFrameShows({{0, 0, 50, 60, 0x010203}}));
+  EXPECT_TRUE(nextFrameShows({{0, 0, 50, 60, 0x010203}})) << "the older one never comes";
+}
+
+TEST_F(DxgiShareTest, StillScreenIsHeldBackUntilItsKeepAliveTime) {
+  IScreenCapture::ScreenCaptureConfig config;
+  config.DynamicFrameCallback = true;
+  config.KeepAliveInterval = 1000;
+  capture.SetScreenCaptureConfig(config);
+  const HWND window = OpenWindow({.rect = {0, 0, 50, 60}, .color = RGB(1, 2, 3)});
+  startDxgi();
+  host.Forget();
+  Advance(900ms);
+  EXPECT_EQ(host.FrameCount(), 0);
+  Advance(150ms);
+  EXPECT_EQ(host.FrameCount(), 1);
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {{0, 0, 50, 60, 0x010203}}));
+  MoveTo(window, 10, 10);
+  EXPECT_TRUE(nextFrameShows({{10, 10, 60, 70, 0x010203}})) << "a change comes at once";
+}
+
+class DxgiDirtyInfo : public DxgiShareTest {
+ protected:
+  void startWithDirtyInfo(bool filterWindows) {
+    IScreenCapture::ScreenCaptureConfig config;
+    config.GetDirtyRectInfo = true;
+    capture.SetScreenCaptureConfig(config);
+    capture.EnableFilterWindowWhenShareDesktop(filterWindows);
+    startDxgi();
+    catchUp();
+  }
+  // The times of a frame that has none differ from those of the one before: lets the
+  // screen rest for both.
+  void catchUp() {
+    Fill(window, {0, 0, 1, 1}, RGB(++m_shade, 0, 0));
+    tick();
+    Fill(window, {0, 0, 1, 1}, RGB(++m_shade, 0, 0));
+    tick();
+  }
+  std::string nextDirtyInfo() {
+    host.Forget();
+    tick();
+    const Events events = host.Events(true);
+    EXPECT_EQ(events.size(), 2u);
+    EXPECT_EQ(events.back(), "frame");
+    return events.empty() ? "" : events.front();
+  }
+
+  const HWND window = OpenWindow({.rect = {30, 40, 50, 50}, .color = RGB(200, 0, 0)});
+
+ private:
+  int m_shade = 0;
+};
+
+// The monitor has 64000 pixels, the window 200, and the cursor counts for 500.
+TEST_F(DxgiDirtyInfo, CountsAndMeasuresWhatChanged) {
+  startWithDirtyInfo(false);
+  MoveTo(window, 130, 140);
+  EXPECT_EQ(nextDirtyInfo(), "dirty 1 2 0.00625") << "where it was and where it is";
+  EXPECT_EQ(nextDirtyInfo(), "dirty 0 0 0") << "nothing changed";
+  MoveTo(window, 30, 40);
+  SetCursorPosition(5, 5);
+  EXPECT_EQ(nextDirtyInfo(), "dirty 1 3 0.0140625");
+  catchUp();
+  ReportMove(monitor(), {1, 2}, {3, 4, 23, 24});
+  EXPECT_EQ(nextDirtyInfo(), "dirty 1 0 0") << "what moved isn't counted";
+  ReportMove(monitor(), {1, 2}, {3, 4, 23, 24});
+  ReportMove(monitor(), {9, 2}, {3, 4, 23, 24});
+  Fill(window, {0, 0, 10, 10}, RGB(1, 1, 1));
+  EXPECT_EQ(nextDirtyInfo(), "dirty 1 1 0.0015625") << "nor mixed up with what changed";
+  SetCursorPosition(6, 6);
+  EXPECT_EQ(nextDirtyInfo(), "dirty 1 1 0.0078125") << "no picture changed";
+
+  catchUp();
+  std::uint8_t blue = 0;
+  for (const char* call : {"IDXGIOutputDuplication::GetFrameMoveRects",
+                           "IDXGIOutputDuplication::GetFrameDirtyRects"}) {
+    MoveTo(window, 130, 140);
+    EXPECT_EQ(nextDirtyInfo(), "dirty 1 2 0.00625");
+    FailNth(call, 1);
+    Fill(window, {0, 0, 20, 10}, RGB(0, 0, ++blue));
+    EXPECT_EQ(nextDirtyInfo(), "dirty 1 2 0.00625") << "the last figures stay: " << call;
+    EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {{130, 140, 150, 150, blue}}));
+    MoveTo(window, 30, 40);
+    EXPECT_EQ(nextDirtyInfo(), "dirty 1 2 0.00625");
+  }
+}
+
+TEST_F(DxgiDirtyInfo, IsNotGatheredWhenWindowsAreFiltered) {
+  startWithDirtyInfo(true);
+  const std::uint64_t asked = Count("IDXGIOutputDuplication::GetFrameDirtyRects");
+  MoveTo(window, 130, 140);
+  EXPECT_EQ(nextDirtyInfo(), "dirty 1 0 0");
+  EXPECT_EQ(nextDirtyInfo(), "dirty 0 0 0");
+  EXPECT_EQ(Count("IDXGIOutputDuplication::GetFrameDirtyRects"), asked);
+}
+
+TEST_F(DxgiShareTest, PictureComesInItsLimitedSizeFromTheCard) {
+  IScreenCapture::ScreenFrameResolutionLimit limit;
+  limit.maxScreenWidth = 160;
+  limit.maxScreenHeight = 100;
+  limit.maxScreenPixels = 16000;
+  capture.SetCaptureFrameResolutionLimit(limit);
+  const HWND window = OpenWindow({.rect = {20, 40, 120, 90}, .color = RGB(200, 10, 30)});
+  startDxgi();
+  EXPECT_EQ(host.LastFrame().width, 160);
+  EXPECT_EQ(host.LastFrame().height, 100);
+  EXPECT_EQ(host.LastFrame().rawWidth, 320);
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {{10, 20, 60, 45, 0xC80A1E}}));
+
+  limit.maxScreenWidth = 640;
+  limit.maxScreenHeight = 400;
+  limit.maxScreenPixels = 640 * 400;
+  capture.SetCaptureFrameResolutionLimit(limit);
+  MoveTo(window, 40, 40);
+  EXPECT_TRUE(nextFrameShows({{20, 20, 70, 45, 0xC80A1E}})) << "adopted after it";
+  MoveTo(window, 60, 40);
+  EXPECT_TRUE(nextFrameShows({{60, 40, 160, 90, 0xC80A1E}})) << "never enlarged";
+  EXPECT_EQ(host.LastFrame().width, 320);
+  EXPECT_EQ(log.Count("need recreate m_cpuAccessTexture"), 1) << log.Dump();
+  EXPECT_EQ(log.Count("scale by CPU"), 0);
+}
+
+TEST_F(DxgiShareTest, TurnedMonitorIsShownUprightWithItsCursor) {
+  SetCursorShape(CursorPicture{4, 3, 0, 0, std::vector<std::uint32_t>(12, 0xFFFA0B0C)});
+  SetCursorPosition(100, 60);
+  capture.EnableCaptureCursor(true);
+  OpenWindow({.rect = {0, 0, 30, 20}, .color = RGB(255, 0, 0)});
+  OpenWindow({.rect = {290, 0, 320, 20}, .color = RGB(0, 255, 0)});
+  OpenWindow({.rect = {0, 180, 30, 200}, .color = RGB(0, 0, 255)});
+  OpenWindow({.rect = {290, 180, 320, 200}, .color = RGB(255, 255, 0)});
+  const std::vector<Patch> corners = {
+      {0, 0, 30, 20, 0xFF0000},       {290, 0, 320, 20, 0x00FF00},  {0, 180, 30, 200, 0x0000FF},
+      {290, 180, 320, 200, 0xFFFF00}, {100, 60, 104, 63, 0xFA0B0C},
+  };
+  startDxgi();
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, corners));
+  for (const DXGI_MODE_ROTATION rotation :
+       {DXGI_MODE_ROTATION_ROTATE90, DXGI_MODE_ROTATION_ROTATE180, DXGI_MODE_ROTATION_ROTATE270}) {
+    SCOPED_TRACE(rotation);
+    TurnMonitor(monitor(), rotation);
+    tick(6);  // the rectangle is the same: three failures, a restart, a look
+    host.Forget();
+    EXPECT_TRUE(nextFrameShows(corners)) << log.Dump();
+    EXPECT_EQ(host.Count("engine 4"), 0);
+    EXPECT_EQ(host.LastFrame().width, 320);
+    SetPointerShape(vwin::PointerShape{
+        DXGI_OUTDUPL_POINTER_SHAPE_TYPE_MASKED_COLOR, 1, 1, 4, {0, 0}, {0, 0, 0xFF, 0xFF}});
+    SetCursorPosition(0, 199);
+    std::vector<Patch> withCursor(corners.begin(), corners.end() - 1);
+    withCursor.push_back({0, 199, 1, 200, 0xFF00FF});  // over the lower left window
+    EXPECT_TRUE(nextFrameShows(withCursor));
+    SetPointerShape({});
+    SetCursorPosition(100, 60);
+    EXPECT_TRUE(nextFrameShows(corners));
+  }
+  EXPECT_EQ(devices(), 4);
+}
+
+// ------------------------------------------------------------------------- cursors
+
+class DxgiCursor : public DxgiShareTest {
+ protected:
+  DxgiCursor() {
+    SetCursorPosition(100, 60);
+    capture.EnableCaptureCursor(true);
+    OpenWindow({.rect = {102, 0, 320, 200}, .color = RGB(0x10, 0x20, 0x40)});
+  }
+
+  // The right part of the screen has another colour.
+  testing::AssertionResult showsCursor(const std::vector<Patch>& cursor) {
+    std::vector<Patch> patches = {{102, 0, 320, 200, kRight}};
+    patches.insert(patches.end(), cursor.begin(), cursor.end());
+    return nextFrameShows(patches);
+  }
+
+  static constexpr std::uint32_t kRight = 0x102040;
+  static constexpr std::uint32_t kWhite = 0xFFFFFF;
+};
+
+TEST_F(DxgiCursor, ColourShapeIsLaidOverThePictureAndCutAtTheEdges) {
+  SetCursorShape(CursorPicture{
+      2, 2, 1, 1, {0xFFFA0B0C, 0xFFFA0B0C, 0x00123456, 0xFF0000C8}});  // one pixel clear
+  start();
+  EXPECT_TRUE(showsCursor({{99, 59, 101, 60, 0xFA0B0C}, {100, 60, 101, 61, 0x0000C8}}));
+  SetCursorPosition(0, 0);
+  EXPECT_TRUE(showsCursor({{0, 0, 1, 1, 0x0000C8}}));
+  SetCursorShape(CursorPicture{3, 3, 0, 0, std::vector<std::uint32_t>(9, 0xFFFA0B0C)});
+  SetCursorPosition(319, 198);
+  EXPECT_TRUE(showsCursor({{319, 198, 320, 200, 0xFA0B0C}}));
+}
+
+TEST_F(DxgiCursor, MonochromeShapeKeepsInvertsAndPaints) {
+  // Inverted, as below, white and black, twice; and all as below.
+  SetPointerShape(vwin::PointerShape{
+      DXGI_OUTDUPL_POINTER_SHAPE_TYPE_MONOCHROME, 8, 4, 1, {4, 0}, {0xCC, 0xFF, 0xAA, 0}});
+  start();
+  EXPECT_TRUE(showsCursor({{96, 60, 97, 61, kBackground ^ kWhite},
+                           {98, 60, 99, 61, kWhite},
+                           {99, 60, 100, 61, 0},
+                           {100, 60, 101, 61, kBackground ^ kWhite},
+                           {102, 60, 103, 61, kWhite},
+                           {103, 60, 104, 61, 0}}));
+  SetCursorPosition(1, 50);  // three pixels are cut off at the left
+  EXPECT_TRUE(showsCursor({{0, 50, 1, 51, 0},
+                           {1, 50, 2, 51, kBackground ^ kWhite},
+                           {3, 50, 4, 51, kWhite},
+                           {4, 50, 5, 51, 0}}));
+  SetCursorPosition(319, 199);  // and three at the right, with the lower row
+  EXPECT_TRUE(showsCursor({{315, 199, 316, 200, kRight ^ kWhite},
+                           {317, 199, 318, 200, kWhite},
+                           {318, 199, 319, 200, 0},
+                           {319, 199, 320, 200, kRight ^ kWhite}}));
+}
+
+TEST_F(DxgiCursor, MaskedShapeReplacesOrCombines) {
+  SetPointerShape(vwin::PointerShape{DXGI_OUTDUPL_POINTER_SHAPE_TYPE_MASKED_COLOR,
+                                     2,
+                                     2,
+                                     8,
+                                     {1, 1},
+                                     {1, 2, 3, 0, 0xFF, 0xFF, 0xFF, 0xFF,  //
+                                      0, 0, 0, 0xFF, 0x40, 0x20, 0x10, 0}});
+  SetCursorPosition(102, 60);
+  start();
+  EXPECT_TRUE(showsCursor({{101, 59, 102, 60, 0x030201},
+                           {102, 59, 103, 60, kRight ^ kWhite},
+                           {102, 60, 103, 61, 0x102040}}));
+  SetCursorPosition(0, 0);
+  EXPECT_TRUE(showsCursor({{0, 0, 1, 1, 0x102040}})) << "the corner of the shape";
+}
+
+TEST_F(DxgiCursor, ComesAndGoesWithItsSettingAndItsMonitor) {
+  AddMonitor({320, 0, 400, 100});
+  SetCursorShape(CursorPicture{2, 2, 0, 0, std::vector<std::uint32_t>(4, 0xFFFA0B0C)});
+  capture.EnableCaptureCursor(false);
+  startDxgi();
+  EXPECT_TRUE(showsCursor({}));
+  SetCursorPosition(50, 50);
+  tick();
+  SetCursorPosition(60, 60);
+  const std::uint64_t drawn = Count("ID3D11DeviceContext::Draw");
+  EXPECT_TRUE(showsCursor({}));
+  EXPECT_EQ(Count("ID3D11DeviceContext::Draw"), drawn) << "the mouse alone is no change";
+  capture.EnableCaptureCursor(true);
+  OpenWindow({.rect = {0, 0, 10, 10}, .color = RGB(1, 2, 3)});
+  EXPECT_TRUE(showsCursor({{0, 0, 10, 10, 0x010203}, {60, 60, 62, 62, 0xFA0B0C}}))
+      << "where it went meanwhile, in the shape that was told before";
+  SetCursorPosition(110, 60);
+  EXPECT_TRUE(showsCursor({{0, 0, 10, 10, 0x010203}, {110, 60, 112, 62, 0xFA0B0C}}))
+      << "the mouse alone is a change";
+  SetCursorPosition(330, 60);
+  EXPECT_TRUE(showsCursor({{0, 0, 10, 10, 0x010203}})) << "on the other monitor";
+  SetCursorPosition(5, 5);
+  EXPECT_TRUE(showsCursor({{0, 0, 10, 10, 0x010203}, {5, 5, 7, 7, 0xFA0B0C}}));
+  vwin::control::HideCursor();
+  EXPECT_TRUE(showsCursor({{0, 0, 10, 10, 0x010203}}));
+  vwin::control::ShowCursor();
+  EXPECT_TRUE(showsCursor({{0, 0, 10, 10, 0x010203}, {5, 5, 7, 7, 0xFA0B0C}}));
+  capture.EnableCaptureCursor(false);
+  OpenWindow({.rect = {0, 0, 10, 10}, .color = RGB(4, 5, 6)});
+  EXPECT_TRUE(showsCursor({{0, 0, 10, 10, 0x040506}}));
+}
+
+// -------------------------------------------------------------------- several shares
+
+TEST_F(DxgiShareTest, EachMonitorIsDuplicatedOnceAndASecondShareOfOneCopiesTheScreen) {
+  const HMONITOR second = AddMonitor({320, 0, 480, 100});
+  OpenWindow({.rect = {310, 0, 480, 100}, .color = RGB(3, 4, 5)});
+  int context2 = 0;
+  ShareRecorder host2(&context2);
+  ScreenCapture capture2;
+  capture2.EnablePromptWindow(false);
+  capture2.EnableCaptureCursor(false);
+
+  startDxgi();
+  for (const HMONITOR target : {second, monitor()}) {
+    host2.Forget();
+    ASSERT_TRUE(capture2.ShareDesktop(&context2, idOf(target), &host2, error));
+    tick(2);
+    EXPECT_EQ(host2.Engines(), (Engines{target == second ? kDxgi : kGdi})) << log.Dump();
+    OpenWindow({.rect = {0, 0, 9, 9}, .color = RGB(0, target == second ? 1 : 2, 0)});
+    tick();
+    const std::uint32_t corner = target == second ? 0x000100 : 0x000200;
+    const std::vector<Patch> first = {{310, 0, 320, 100, 0x030405}, {0, 0, 9, 9, corner}};
+    EXPECT_TRUE(Shows(host.LastFrame(), kBackground, first));
+    EXPECT_TRUE(target == second ? Shows(host2.LastFrame(), 0x030405, {})
+                                 : Shows(host2.LastFrame(), kBackground, first));
+    capture2.ShareStop();
+  }
+  capture.ShareStop();
+  host.Forget();
+  startDxgi();
+}
+
+}  // namespace
+}  // namespace qx::test

@@ -1,0 +1,167 @@
+// Who gets a monitor's duplication, and when none is made any more.
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "platform/control/Desktop.h"
+#include "platform/control/Faults.h"
+#include "platform/control/Graphics.h"
+#include "tests/support/ShareRecorder.h"
+#include "win/engine/dxgi/DXGIDuplicationManager.h"
+
+namespace qx {
+namespace {
+
+using namespace vwin::control;
+using Record = DXGIDuplicationManager::Record;
+
+constexpr auto kCapture = DuplicationUse::Capture;
+constexpr auto kWatch = DuplicationUse::Watch;
+
+class DuplicationManagerTest : public testing::Test {
+ protected:
+  static Record get(const int& owner, DuplicationUse use, HMONITOR of = PrimaryMonitor()) {
+    return DXGIDuplicationManager::Instance().GetDXGIDuplication(of, &owner, use);
+  }
+  static void release(const int& owner, DuplicationUse use, HMONITOR of = PrimaryMonitor()) {
+    DXGIDuplicationManager::Instance().ReleaseDXGIDuplication(of, &owner, use);
+  }
+  // A request that must fail.
+  void expectFailure(HMONITOR of, const std::string& message, int level = 5) {
+    log.Forget();
+    EXPECT_EQ(get(a, kCapture, of), nullptr);
+    EXPECT_TRUE(message.empty() || log.Has(level, message)) << message << '\n' << log.Dump();
+    EXPECT_EQ(log.Count("CreateDXGIDuplication failed, count = " + std::to_string(++failures)), 1)
+        << message << '\n'
+        << log.Dump();
+  }
+  // One that works, which forgives all failures.
+  void expectSuccess() {
+    EXPECT_NE(get(a, kCapture), nullptr) << log.Dump();
+    release(a, kCapture);
+    failures = 0;
+  }
+
+  test::LogRecorder log;
+  int a = 0;  // owners
+  int b = 0;
+  int c = 0;
+  int failures = 0;
+};
+
+TEST_F(DuplicationManagerTest, CapturingOwnersWaitForEachOtherAndWatchersForBoth) {
+  std::weak_ptr<const DXGIDuplication> first = get(a, kCapture);
+  ASSERT_FALSE(first.expired());
+  log.Forget();
+  EXPECT_EQ(get(a, kCapture), first.lock());
+  EXPECT_EQ(get(b, kCapture), nullptr);
+  EXPECT_EQ(get(b, kWatch), nullptr);
+  EXPECT_EQ(log.Dump(), "");
+  release(b, kCapture);
+  release(a, kWatch);
+  EXPECT_FALSE(first.expired()) << "neither has it";
+
+  release(a, kCapture);
+  EXPECT_TRUE(first.expired());
+  const Record second = get(b, kWatch);
+  ASSERT_NE(second, nullptr) << log.Dump();
+  EXPECT_EQ(get(c, kWatch), nullptr) << "watchers don't share either";
+  release(b, kWatch);
+}
+
+TEST_F(DuplicationManagerTest, WatcherLosesItsRecordAndCanTakeNothingFromWhoeverHasItSince) {
+  std::weak_ptr<const DXGIDuplication> record = get(a, kWatch);
+  EXPECT_EQ(get(b, kCapture), record.lock()) << "taken over as it is";
+  EXPECT_EQ(log.Count("DXGIDuplication change to capture: "), 1);
+  EXPECT_EQ(get(a, kWatch), nullptr);
+  release(a, kWatch);
+  EXPECT_EQ(get(b, kCapture), record.lock()) << "the watcher died";
+  release(b, kCapture);
+  EXPECT_TRUE(record.expired());
+
+  ASSERT_NE(get(c, kWatch), nullptr);
+  release(a, kWatch);
+  release(b, kCapture);
+  EXPECT_NE(get(c, kWatch), nullptr) << "others came later still";
+  release(c, kWatch);
+  release(c, kWatch);
+}
+
+TEST_F(DuplicationManagerTest, AfterThreeFailuresInARowNoneIsMadeInThisProcess) {
+  for (int round = 0; round < 2; ++round) {
+    expectFailure(nullptr, "m_hMonitor is invalid");
+    SetDuplicateResult(E_ACCESSDENIED);
+    expectFailure(PrimaryMonitor(),
+                  "DuplicateOutput failed res:" + std::to_string(static_cast<int>(E_ACCESSDENIED)));
+    SetDuplicateResult(S_OK);
+    expectSuccess();
+  }
+  const HMONITOR second = AddMonitor({1920, 0, 2000, 100});
+  ASSERT_NE(get(c, kCapture, second), nullptr);
+  for (int i = 0; i < 3; ++i) {
+    expectFailure(nullptr, "m_hMonitor is invalid");
+  }
+  log.Forget();
+  const std::uint64_t devices = Count("D3D11CreateDevice");
+  EXPECT_EQ(get(a, kCapture), nullptr);
+  EXPECT_EQ(get(a, kWatch), nullptr);
+  EXPECT_EQ(Count("D3D11CreateDevice"), devices);
+  EXPECT_EQ(log.Dump(), "");
+  EXPECT_NE(get(c, kCapture, second), nullptr) << "what there is stays";
+  release(c, kCapture, second);
+  EXPECT_EQ(get(c, kCapture, second), nullptr);
+}
+
+TEST_F(DuplicationManagerTest, EveryStepThatFailsIsToldAndLeavesNothing) {
+  const auto failing = [&](const char* call, int nth, const std::string& message, int level = 5) {
+    SCOPED_TRACE(call);
+    FailNth(call, static_cast<std::uint64_t>(nth));
+    expectFailure(PrimaryMonitor(), message, level);
+    ClearFaults();
+    expectSuccess();
+  };
+  const std::string noMemory = " failed res:-2147024882";
+  failing("D3D11CreateDevice", 1, "D3D11CreateDevice" + noMemory);
+  failing("IUnknown::QueryInterface", 1, "create dxgi device" + noMemory);
+  failing("IDXGIDevice::GetParent", 1, "get adapter" + noMemory);
+  failing("IDXGIAdapter::EnumOutputs", 1, "IDXGIAdapter::EnumOutputs" + noMemory, 4);
+  failing("IDXGIOutput::GetDesc", 1, "get desc" + noMemory);
+  failing("IUnknown::QueryInterface", 2, "dxgiOutput convert dxgiOutput1" + noMemory);
+  failing("IDXGIOutput1::DuplicateOutput", 1, "DuplicateOutput" + noMemory);
+
+  FailNth("IDXGIAdapter::EnumOutputs", 1, {0, DXGI_ERROR_NOT_CURRENTLY_AVAILABLE});
+  expectFailure(PrimaryMonitor(), "IDXGIAdapter::EnumOutputs returns NOT_CURRENTLY_AVAILABLE", 4);
+  ClearFaults();
+  FailNth("IDXGIAdapter::EnumOutputs", 1, kOutOfMemory, Repeat::kOnward);
+  expectFailure(PrimaryMonitor(), "IDXGIAdapter::EnumOutputs" + noMemory, 4);
+  ClearFaults();
+  expectSuccess();
+
+  SetAttached(PrimaryMonitor(), false);
+  expectFailure(PrimaryMonitor(), "IDXGIOutput is Detached", 4);
+  SetAttached(PrimaryMonitor(), true);
+  SetMonitorRect(PrimaryMonitor(), {5, 5, 5, 9});
+  expectFailure(PrimaryMonitor(), "m_hMonitor rect is:5,5,5,9");
+  SetMonitorRect(PrimaryMonitor(), {0, 0, 8, 8});
+  expectSuccess();
+}
+
+TEST_F(DuplicationManagerTest, EachMonitorOfTheFirstCardHasADeviceOfItsOwn) {
+  const HMONITOR turned = AddMonitor({1920, 0, 2000, 100});
+  const HMONITOR other = AddMonitor({2000, 0, 2100, 100});
+  TurnMonitor(turned, DXGI_MODE_ROTATION_ROTATE270);
+  PlugInto(other, AddAdapter({0x10DE, 1, L"Second"}));
+  const Record first = get(a, kCapture);
+  const Record second = get(a, kWatch, turned);
+  ASSERT_TRUE(first && second) << log.Dump();
+  EXPECT_NE(first->device.Get(), second->device.Get());
+  EXPECT_EQ(first->rotation, DXGI_MODE_ROTATION_IDENTITY);
+  EXPECT_EQ(second->rotation, DXGI_MODE_ROTATION_ROTATE270);
+  expectFailure(other, "");
+  release(a, kCapture);
+  release(a, kWatch, turned);
+}
+
+}  // namespace
+}  // namespace qx
