@@ -276,7 +276,9 @@ class QX_SCREEN_CAPTURE_API IScreenCapture {
     virtual void OnFirstFrame(void* context) = 0;
     virtual void OnFrame(void* context, const ScreenFrameData* frame) = 0;
     // Comes before the OnFrame it belongs to, with GetDirtyRectInfo on. `ratio`
-    // is the share of the picture that changed, 0 to 1.
+    // is the area of the changed rectangles over that of the picture: 0 to 1, or a
+    // little more, since they may overlap and the cursor counts as one. The DXGI
+    // engine counts none while EnableFilterWindowWhenShareDesktop is on.
     virtual void OnFrameDirtyInfo(void* context, bool valid, std::uint64_t rectCount,
                                   double ratio) = 0;
     // The share moved over to another window. `reserved` is 0.
@@ -353,7 +355,9 @@ class QX_SCREEN_CAPTURE_API IScreenCapture {
   virtual const wchar_t* GetWindowTitle(int id) = 0;
 
   // The settings below can be changed at any time; they hold for the running
-  // share, as each says, and for all later ones of this object.
+  // share, as each says, and for all later ones of this object. What concerns
+  // the picture (cursor, size, format) shows in the next new one: while nothing
+  // changes on the screen, the last one is repeated as it was.
 
   virtual void EnableCaptureCursor(bool enable) = 0;      // default true
   virtual void EnableActiveShareWindow(bool enable) = 0;  // default true: raise a shared window

@@ -7,7 +7,7 @@ namespace qx {
 
 // How much of a picture changed.
 struct DirtyInfo {
-  double ratio = 0.0;           // of the picture's area, 0 to 1; 0 when not known
+  double ratio = 0.0;           // of the picture's area; 0 when not known
   std::uint64_t rectCount = 0;  // changed rectangles
   bool valid = false;           // the two figures belong to the last capture
 };
