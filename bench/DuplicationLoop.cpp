@@ -139,18 +139,6 @@ class DrawingLoop {
     ID3D11SamplerState* const sampler = m_sampler.Get();
     context.PSSetSamplers(0, 1, &sampler);
 
-    D3D11_BLEND_DESC blendDesc = {};
-    blendDesc.RenderTarget[0] = {TRUE,
-                                 D3D11_BLEND_SRC_ALPHA,
-                                 D3D11_BLEND_INV_SRC_ALPHA,
-                                 D3D11_BLEND_OP_ADD,
-                                 D3D11_BLEND_ONE,
-                                 D3D11_BLEND_ZERO,
-                                 D3D11_BLEND_OP_ADD,
-                                 D3D11_COLOR_WRITE_ENABLE_ALL};
-    Check(device.CreateBlendState(&blendDesc, m_blend.Put()));
-    const FLOAT factor[4] = {};
-    context.OMSetBlendState(m_blend.Get(), factor, 0xFFFFFFFF);
     const D3D11_VIEWPORT viewport = {
         0, 0, static_cast<FLOAT>(m_width), static_cast<FLOAT>(m_height), 0, 1};
     context.RSSetViewports(1, &viewport);
@@ -197,7 +185,6 @@ class DrawingLoop {
   ComPtr<ID3D11InputLayout> m_layout;
   ComPtr<ID3D11Buffer> m_vertices;
   ComPtr<ID3D11SamplerState> m_sampler;
-  ComPtr<ID3D11BlendState> m_blend;
 };
 
 // A thread that often wakes up, as the prompt frame's does beside a share. With nobody

@@ -65,9 +65,10 @@ void WatchWindow(HWND window) {
   DWORD cloaked = 0;
   BOOL composition = FALSE;
   ReadWallClock();
-  const LONG_PTR style = GetWindowLongPtrW(window, GWL_STYLE);
+  IsWindow(window);
   AskVirtualDesktop(window);
-  AskRectangle(window, style);
+  AskRectangle(window, GetWindowLongPtrW(window, GWL_STYLE));
+  IsWindowVisible(window);
   DwmGetWindowAttribute(window, DWMWA_CLOAKED, &cloaked, sizeof(cloaked));
   // Which monitor it is on.
   GetWindowRect(window, &rect);

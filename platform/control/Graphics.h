@@ -22,7 +22,7 @@ namespace vwin::control {
 // ------------------------------------------------------------ adapters and outputs
 
 void SetNoAdapter();
-// One adapter with all monitors.
+// This one instead of all others. What PlugInto put on another one then hangs on nothing.
 void SetAdapter(const Adapter& adapter);
 // One more, with nothing on it. Gives its index. Direct3D chooses the first one.
 std::size_t AddAdapter(const Adapter& adapter);

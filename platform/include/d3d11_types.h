@@ -199,7 +199,7 @@ typedef struct D3D11_RENDER_TARGET_BLEND_DESC {
   D3D11_BLEND SrcBlendAlpha;
   D3D11_BLEND DestBlendAlpha;
   D3D11_BLEND_OP BlendOpAlpha;
-  BYTE RenderTargetWriteMask;
+  UINT8 RenderTargetWriteMask;
 } D3D11_RENDER_TARGET_BLEND_DESC;
 
 typedef struct D3D11_BLEND_DESC {

@@ -199,7 +199,7 @@ HRESULT readLayout(const D3D11_INPUT_ELEMENT_DESC* elements, UINT count, const S
           return element.SemanticIndex == input.index &&
                  strcasecmp(element.SemanticName, input.semantic.c_str()) == 0;
         });
-    if (found == elements + count) return E_INVALIDARG;
+    if (found == elements + count || found->AlignedByteOffset % 4 != 0) return E_INVALIDARG;
     layout.elements.push_back(
         {input.reg, componentsOf(found->Format), found->InputSlot, found->AlignedByteOffset});
   }

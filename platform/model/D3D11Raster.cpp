@@ -145,6 +145,8 @@ bool DrawTriangleStrip(const std::vector<Corner>& corners, const Drawing& drawin
   for (const Corner& corner : corners) {
     if (corner.position[3] != 1.0f) return false;
     if (!std::isfinite(corner.position[0]) || !std::isfinite(corner.position[1])) return true;
+    // Between the near and the far plane; a quad lies in one depth.
+    if (!(corner.position[2] >= 0.0f && corner.position[2] <= 1.0f)) return true;
     at.push_back(ToScreen(corner.position, drawing.viewport));
   }
   if (at.size() == 4 && DrawnAsRectangle(corners, {at[0], at[1], at[2], at[3]}, drawing))

@@ -121,8 +121,8 @@ class Shader::Decoder {
 std::shared_ptr<const Shader> Shader::Parse(const void* bytecode, std::size_t size, Stage stage) {
   const auto chunks = dxbc::Chunks(bytesOf(bytecode, size));
   if (!chunks) return nullptr;
-  const dxbc::Chunk* program = dxbc::Find(*chunks, "SHEX");
-  if (!program) program = dxbc::Find(*chunks, "SHDR");
+  // Where the code of shader model 5 lies; that of model 4 has another name.
+  const dxbc::Chunk* const program = dxbc::Find(*chunks, "SHEX");
   auto inputs = parseSignature(*chunks, "ISGN");
   auto outputs = parseSignature(*chunks, "OSGN");
   if (!program || !inputs || !outputs) return nullptr;

@@ -268,6 +268,12 @@ TEST_F(D3D11Test, DrawsFrontsWithinTheViewport) {
   back.push_back(back.back());
   EXPECT_EQ(Distance(draw(white, back, black), black), 0);
 
+  for (const float depth : {-0.5f, 1.5f}) {
+    Vertices away = Quad();
+    for (Vertex& vertex : away) vertex.z = depth;
+    EXPECT_EQ(Distance(draw(white, away, black), black), 0) << depth;
+  }
+
   Vertices large = Quad();
   for (Vertex& vertex : large) vertex.x *= 4, vertex.y *= 4;
   for (int i = 0; i < 2; ++i) {

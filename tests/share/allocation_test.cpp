@@ -114,6 +114,14 @@ TEST_F(ShareTest, LackOfMemoryForABiggerFrameRepeatsTheLastPicture) {
   EXPECT_TRUE(Shows(host.LastFrame(), 0x010203, {}));
 }
 
+TEST_F(ShareTest, EngineWithoutMemoryForAFirstPictureIsGivenUp) {
+  FailNth("CreateDIBSection", 1, {ERROR_NOT_ENOUGH_MEMORY, E_OUTOFMEMORY}, Repeat::kOnward);
+  start();
+  tick(9);
+  EXPECT_EQ(host.FrameCount(), 0);
+  EXPECT_EQ(host.Engines(), (std::vector<int>{4, 0})) << "and the host is told";
+}
+
 TEST_F(DxgiShareTest, LackOfMemoryRepeatsTheLastPictureUntilThereIsSome) {
   startDxgi();
   {

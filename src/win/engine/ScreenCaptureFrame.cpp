@@ -17,7 +17,7 @@ constexpr std::uint64_t kBytesPerPixel = 4;
 // that lie differently within their pages takes up to half as long again.
 constexpr std::size_t kPage = 4096;
 
-// Null without memory.
+// Null without memory, and for a picture that can't be held.
 ScreenCaptureFrame::Pixels AllocatePixels(std::uint32_t width, std::uint32_t height) {
   if (!ScreenCaptureFrame::CanHold(width, height)) {
     return nullptr;

@@ -21,10 +21,6 @@ using WindowsUtil::TrackWindowRule;
 constexpr std::uint64_t kFilterChangeWaitMs = 600;
 constexpr double kTrackIntervalMs = 1000.0;
 
-std::int64_t AreaOf(const RECT& rect) {
-  return (std::int64_t{rect.right} - rect.left) * (std::int64_t{rect.bottom} - rect.top);
-}
-
 // What a slide show's title ends in: the name of the document, without that of the
 // application. Other applications don't say.
 std::wstring DocumentName(HWND window) {
@@ -57,7 +53,7 @@ bool ScreenCaptureTaskWindow::Start(ShareListenerWrapper* listener, bool showPro
   if (IsIconic(m_window)) {
     ShowWindow(m_window, SW_RESTORE);
   }
-  if (!readStyle() || !WindowsUtil::GetCaptureRect(m_window, m_style, m_rectWindow)) {
+  if (!readRect(m_rectWindow)) {
     QX_LOG_ERROR("GetCaptureRect failed");
     return false;
   }
@@ -145,7 +141,7 @@ bool ScreenCaptureTaskWindow::createEngine(const Settings& settings) {
 }
 
 void ScreenCaptureTaskWindow::captureStep(const Settings& settings, std::uint64_t nowMs) {
-  if (!readStyle()) {
+  if (!IsWindow(m_window)) {
     handleWindowGone();
     return;
   }
@@ -168,7 +164,7 @@ bool ScreenCaptureTaskWindow::captureFrame(const Settings& settings, std::uint64
     return false;
   }
   RECT rect = {};
-  if (!WindowsUtil::GetCaptureRect(m_window, m_style, rect)) {
+  if (!readRect(rect)) {
     QX_LOG_LIMITED(LogLevelError, "GetCaptureRect failed");
     return false;
   }
@@ -238,18 +234,15 @@ bool ScreenCaptureTaskWindow::capture(const Settings& settings, Shot& shot,
   }
 }
 
-// Asking other processes' windows costs more than all else in a tick, and the style
-// answers most of it. False when the window is gone.
-bool ScreenCaptureTaskWindow::readStyle() {
+// And the style, for the rest of the tick.
+bool ScreenCaptureTaskWindow::readRect(RECT& rect) {
   m_style = WindowsUtil::StyleOf(m_window, GWL_STYLE);
-  return m_style != 0 || IsWindow(m_window);
+  return WindowsUtil::GetCaptureRect(m_window, m_style, rect);
 }
 
 // A window that has just come back still counts: it is given time to draw itself.
 bool ScreenCaptureTaskWindow::isHidden(const Settings& settings, std::uint64_t nowMs) {
-  const bool child = WindowsUtil::HasAllBitsOf(m_style, WS_CHILD);
-  if (!WindowsUtil::HasAllBitsOf(m_style, WS_VISIBLE) ||
-      WindowsUtil::HasAllBitsOf(m_style, WS_MINIMIZE) || (child && !IsWindowVisible(m_window))) {
+  if (!IsWindowVisible(m_window) || WindowsUtil::HasAllBitsOf(m_style, WS_MINIMIZE)) {
     m_windowShown = false;
     return true;
   }
@@ -354,8 +347,9 @@ bool ScreenCaptureTaskWindow::updateDesktopRect(const RECT& rect) {
   WindowsUtil::GetMonitorRects(!onOneMonitor, m_monitorRects);
   std::int64_t largest = 0;
   for (const RECT& candidate : m_monitorRects) {
-    if (WindowsUtil::RectsIntersect(candidate, rect, overlap) && AreaOf(overlap) > largest) {
-      largest = AreaOf(overlap);
+    if (WindowsUtil::RectsIntersect(candidate, rect, overlap) &&
+        WindowsUtil::AreaOf(overlap) > largest) {
+      largest = WindowsUtil::AreaOf(overlap);
       m_rectDesktop = candidate;
     }
   }
@@ -476,7 +470,7 @@ bool ScreenCaptureTaskWindow::changeCaptureWindow(HWND window) {
     ShowWindow(window, SW_RESTORE);
   }
   RECT rect = {};
-  if (readStyle() && WindowsUtil::GetCaptureRect(window, m_style, rect)) {
+  if (readRect(rect)) {
     updateDesktopRect(rect);
   } else {
     QX_LOG_ERROR("updateDesktopRect:GetCaptureRect failed");

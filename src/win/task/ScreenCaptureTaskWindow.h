@@ -64,7 +64,7 @@ class ScreenCaptureTaskWindow : public ScreenCaptureTask {
   void handleEngineFailure(std::uint64_t nowMs);
   void handleWindowGone();
 
-  bool readStyle();
+  bool readRect(RECT& rect);
   bool isHidden(const Settings& settings, std::uint64_t nowMs);
   void followWindow(const RECT& rect);
   bool updateDesktopRect(const RECT& rect);

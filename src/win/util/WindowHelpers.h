@@ -80,6 +80,9 @@ RECT GetMonitorRect(HMONITOR monitor);
 // One per monitor, with or without the taskbar. Replaces the contents of `rects`.
 void GetMonitorRects(bool workArea, std::vector<RECT>& rects);
 
+inline std::int64_t AreaOf(const RECT& rect) {
+  return (std::int64_t{rect.right} - rect.left) * (std::int64_t{rect.bottom} - rect.top);
+}
 // Whether the two share a pixel; `out` is what they share.
 bool RectsIntersect(const RECT& a, const RECT& b, RECT& out);
 

@@ -123,6 +123,11 @@ bool CursorRender::updateCursorRect() {
 }
 
 bool CursorRender::composeWithDesktop(ID3D11Texture2D* desktop) {
+  const std::size_t pixels =
+      static_cast<std::size_t>(cursorWidth()) * static_cast<std::size_t>(cursorHeight());
+  if (pixels > m_composeBuffer.size()) {
+    m_composeBuffer.resize(pixels);
+  }
   ComPtr<IDXGISurface> surface;
   if (!copyDesktopPart(desktop, surface)) {
     QX_LOG_LIMITED(LogLevelError, "createCursorTexture failed");
@@ -131,20 +136,15 @@ bool CursorRender::composeWithDesktop(ID3D11Texture2D* desktop) {
   DXGI_MAPPED_RECT mapped = {};
   const HRESULT hr = surface->Map(&mapped, DXGI_MAP_READ);
   if (FAILED(hr)) {
-    QX_LOG_LIMITED(LogLevelError, "cursorSurface->Map failed hr:{}", hr);
+    QX_LOG_LIMITED(LogLevelError, "cursorSurface->Map failed hr:{}", static_cast<std::int32_t>(hr));
     return false;
-  }
-  const std::size_t pixels =
-      static_cast<std::size_t>(cursorWidth()) * static_cast<std::size_t>(cursorHeight());
-  if (pixels > m_composeBuffer.size()) {
-    m_composeBuffer.resize(pixels);
   }
   if (m_shapeInfo.Type == DXGI_OUTDUPL_POINTER_SHAPE_TYPE_MONOCHROME) {
     composeMonochrome(mapped);
   } else {
     composeMaskedColor(mapped);
   }
-  surface->Unmap();
+  static_cast<void>(surface->Unmap());
   return true;
 }
 
@@ -156,7 +156,7 @@ bool CursorRender::copyDesktopPart(ID3D11Texture2D* desktop, ComPtr<IDXGISurface
   ComPtr<ID3D11Texture2D> staging;
   HRESULT hr = m_device->CreateTexture2D(&desc, nullptr, staging.Put());
   if (FAILED(hr)) {
-    QX_LOG_LIMITED(LogLevelError, "CreateTexture2D failed hr:{}", hr);
+    QX_LOG_LIMITED(LogLevelError, "CreateTexture2D failed hr:{}", static_cast<std::int32_t>(hr));
     return false;
   }
   const D3D11_BOX box = {
@@ -218,7 +218,7 @@ bool CursorRender::createCursorTexture(ComPtr<ID3D11Texture2D>& texture) {
   }
   const HRESULT hr = m_device->CreateTexture2D(&desc, &data, texture.Put());
   if (FAILED(hr)) {
-    QX_LOG_LIMITED(LogLevelError, "CreateTexture2D failed hr:{}", hr);
+    QX_LOG_LIMITED(LogLevelError, "CreateTexture2D failed hr:{}", static_cast<std::int32_t>(hr));
     return false;
   }
   return true;
@@ -239,7 +239,7 @@ bool CursorRender::createVertexBuffer(ComPtr<ID3D11Buffer>& vertices) {
   };
   const HRESULT hr = CreateQuad(m_device.Get(), quad, D3D11_USAGE_DEFAULT, vertices);
   if (FAILED(hr)) {
-    QX_LOG_LIMITED(LogLevelError, "CreateBuffer failed hr:{}", hr);
+    QX_LOG_LIMITED(LogLevelError, "CreateBuffer failed hr:{}", static_cast<std::int32_t>(hr));
     return false;
   }
   return true;

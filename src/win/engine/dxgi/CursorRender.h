@@ -25,6 +25,9 @@ class CursorRender {
   // can't be read the old one stays; one that claims more than it holds is none.
   bool Update(IDXGIOutputDuplication* duplication, const DXGI_OUTDUPL_FRAME_INFO& frameInfo);
 
+  // Whether the last frame that told of it showed the cursor on this monitor.
+  bool IsVisible() const { return m_visible; }
+
   // True: draw `view` with `vertices` over the picture, whatever its size. False: no
   // cursor on this one. `desktop` is the picture upright, in the monitor's size.
   bool Render(ID3D11Texture2D* desktop, ComPtr<ID3D11ShaderResourceView>& view,

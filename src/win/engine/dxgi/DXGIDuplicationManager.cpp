@@ -25,7 +25,7 @@ bool CreateDevice(DXGIDuplication& out) {
     return false;
   }
   if (FAILED(hr) || !out.device || !out.context) {
-    QX_LOG_ERROR("D3D11CreateDevice failed res:{}", hr);
+    QX_LOG_ERROR("D3D11CreateDevice failed res:{}", static_cast<std::int32_t>(hr));
     return false;
   }
   return true;
@@ -35,12 +35,12 @@ bool GetAdapter(ID3D11Device* device, ComPtr<IDXGIAdapter>& adapter) {
   ComPtr<IDXGIDevice> dxgiDevice;
   HRESULT hr = device->QueryInterface(IID_IDXGIDevice, dxgiDevice.PutVoid());
   if (FAILED(hr)) {
-    QX_LOG_ERROR("create dxgi device failed res:{}", hr);
+    QX_LOG_ERROR("create dxgi device failed res:{}", static_cast<std::int32_t>(hr));
     return false;
   }
   hr = dxgiDevice->GetParent(IID_IDXGIAdapter, adapter.PutVoid());
   if (FAILED(hr)) {
-    QX_LOG_ERROR("get adapter failed res:{}", hr);
+    QX_LOG_ERROR("get adapter failed res:{}", static_cast<std::int32_t>(hr));
     return false;
   }
   return true;
@@ -50,12 +50,12 @@ bool Duplicate(IDXGIOutput* output, DXGIDuplication& out) {
   ComPtr<IDXGIOutput1> output1;
   HRESULT hr = output->QueryInterface(IID_IDXGIOutput1, output1.PutVoid());
   if (FAILED(hr)) {
-    QX_LOG_ERROR("dxgiOutput convert dxgiOutput1 failed res:{}", hr);
+    QX_LOG_ERROR("dxgiOutput convert dxgiOutput1 failed res:{}", static_cast<std::int32_t>(hr));
     return false;
   }
   hr = output1->DuplicateOutput(out.device.Get(), out.duplication.Put());
   if (FAILED(hr) || !out.duplication) {
-    QX_LOG_ERROR("DuplicateOutput failed res:{}", hr);
+    QX_LOG_ERROR("DuplicateOutput failed res:{}", static_cast<std::int32_t>(hr));
     return false;
   }
   return true;
@@ -75,13 +75,13 @@ bool DuplicateMonitor(IDXGIAdapter* adapter, HMONITOR monitor, DXGIDuplication& 
       continue;
     }
     if (FAILED(hr) || !output) {
-      QX_LOG_WARN("IDXGIAdapter::EnumOutputs failed res:{}", hr);
+      QX_LOG_WARN("IDXGIAdapter::EnumOutputs failed res:{}", static_cast<std::int32_t>(hr));
       continue;
     }
     DXGI_OUTPUT_DESC desc = {};
     hr = output->GetDesc(&desc);
     if (FAILED(hr)) {
-      QX_LOG_ERROR("get desc failed res:{}", hr);
+      QX_LOG_ERROR("get desc failed res:{}", static_cast<std::int32_t>(hr));
       return false;
     }
     if (!desc.AttachedToDesktop) {

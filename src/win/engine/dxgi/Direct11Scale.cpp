@@ -85,13 +85,13 @@ bool Direct11Scale::initShader() {
   HRESULT hr = m_device->CreateVertexShader(kQuadVertexShader, sizeof(kQuadVertexShader), nullptr,
                                             m_vertexShader.Put());
   if (FAILED(hr)) {
-    QX_LOG_ERROR("CreateVertexShader failed hr:{}", hr);
+    QX_LOG_ERROR("CreateVertexShader failed hr:{}", static_cast<std::int32_t>(hr));
     return false;
   }
   hr = m_device->CreatePixelShader(kQuadPixelShader, sizeof(kQuadPixelShader), nullptr,
                                    m_pixelShader.Put());
   if (FAILED(hr)) {
-    QX_LOG_ERROR("CreatePixelShader failed hr:{}", hr);
+    QX_LOG_ERROR("CreatePixelShader failed hr:{}", static_cast<std::int32_t>(hr));
     return false;
   }
   return true;
@@ -107,7 +107,7 @@ bool Direct11Scale::initVertexBuffers() {
   };
   const HRESULT hr = CreateQuad(m_device.Get(), vertices, D3D11_USAGE_IMMUTABLE, m_vertexBuffer);
   if (FAILED(hr)) {
-    QX_LOG_ERROR("CreateBuffer failed hr:{}", hr);
+    QX_LOG_ERROR("CreateBuffer failed hr:{}", static_cast<std::int32_t>(hr));
     return false;
   }
   return true;
@@ -123,7 +123,7 @@ bool Direct11Scale::initInputLayout() {
   const HRESULT hr = m_device->CreateInputLayout(elements, 2, kQuadVertexShader,
                                                  sizeof(kQuadVertexShader), m_inputLayout.Put());
   if (FAILED(hr)) {
-    QX_LOG_ERROR("CreateInputLayout failed hr:{}", hr);
+    QX_LOG_ERROR("CreateInputLayout failed hr:{}", static_cast<std::int32_t>(hr));
     return false;
   }
   m_context->IASetInputLayout(m_inputLayout.Get());
@@ -141,7 +141,7 @@ bool Direct11Scale::initSampler() {
   desc.MaxLOD = FLT_MAX;
   const HRESULT hr = m_device->CreateSamplerState(&desc, m_samplerState.Put());
   if (FAILED(hr)) {
-    QX_LOG_ERROR("CreateSamplerState failed hr:{}", hr);
+    QX_LOG_ERROR("CreateSamplerState failed hr:{}", static_cast<std::int32_t>(hr));
     return false;
   }
   return true;
@@ -160,7 +160,7 @@ bool Direct11Scale::initBlend() {
   target.RenderTargetWriteMask = D3D11_COLOR_WRITE_ENABLE_ALL;
   const HRESULT hr = m_device->CreateBlendState(&desc, m_blendState.Put());
   if (FAILED(hr)) {
-    QX_LOG_ERROR("CreateBlendState failed hr:{}", hr);
+    QX_LOG_ERROR("CreateBlendState failed hr:{}", static_cast<std::int32_t>(hr));
     return false;
   }
   return true;
@@ -172,12 +172,13 @@ bool Direct11Scale::createRenderTarget(std::int32_t width, std::int32_t height,
   desc.BindFlags = D3D11_BIND_RENDER_TARGET | D3D11_BIND_SHADER_RESOURCE;
   HRESULT hr = m_device->CreateTexture2D(&desc, nullptr, target.texture.Put());
   if (FAILED(hr)) {
-    QX_LOG_LIMITED(LogLevelError, "CreateTexture2D failed hr:{}", hr);
+    QX_LOG_LIMITED(LogLevelError, "CreateTexture2D failed hr:{}", static_cast<std::int32_t>(hr));
     return false;
   }
   hr = m_device->CreateRenderTargetView(target.texture.Get(), nullptr, target.view.Put());
   if (FAILED(hr)) {
-    QX_LOG_LIMITED(LogLevelError, "CreateRenderTargetView failed hr:{}", hr);
+    QX_LOG_LIMITED(LogLevelError, "CreateRenderTargetView failed hr:{}",
+                   static_cast<std::int32_t>(hr));
     return false;
   }
   return true;
@@ -205,7 +206,7 @@ bool Direct11Scale::Scale(ID3D11Texture2D* source, ComPtr<ID3D11Texture2D>& targ
   UINT viewports = 1;
   m_context->RSGetViewports(&viewports, &savedViewport);
   draw(sourceView.Get(), m_vertexBuffer.Get(), output, targetWidth, targetHeight);
-  if (withCursor) {
+  if (withCursor && m_cursorRender && m_cursorRender->IsVisible()) {
     drawCursor(source, sourceView.Get(), sourceWidth, sourceHeight, output, targetWidth,
                targetHeight);
   }

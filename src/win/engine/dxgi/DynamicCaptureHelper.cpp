@@ -31,10 +31,6 @@ RECT Upright(const RECT& rect, DXGI_MODE_ROTATION rotation, const RECT& monitor)
   }
 }
 
-double AreaOf(const RECT& rect) {
-  return static_cast<double>(rect.right - rect.left) * static_cast<double>(rect.bottom - rect.top);
-}
-
 }  // namespace
 
 DynamicCaptureHelper::DynamicCaptureHelper(bool dirtyInfo) : m_dirtyInfo(dirtyInfo) {
@@ -60,6 +56,10 @@ void DynamicCaptureHelper::check(const RECT& rect) {
     if (updateMonitor()) {
       DXGIDuplicationManager::Instance().ReleaseDXGIDuplication(old, this, DuplicationUse::Watch);
     }
+  }
+  m_hasDuplication = false;
+  if (!m_monitor) {
+    return;  // asking for it would use up one of the process's attempts
   }
   const auto record =
       DXGIDuplicationManager::Instance().GetDXGIDuplication(m_monitor, this, DuplicationUse::Watch);
@@ -113,7 +113,7 @@ void DynamicCaptureHelper::process(const DXGIDuplication& record) {
     return;
   }
   if (FAILED(hr)) {
-    QX_LOG_LIMITED(LogLevelError, "AcquireNextFrame failed res:{}", hr);
+    QX_LOG_LIMITED(LogLevelError, "AcquireNextFrame failed res:{}", static_cast<std::int32_t>(hr));
     return;
   }
   const AcquiredFrame frame(duplication);
@@ -136,10 +136,10 @@ void DynamicCaptureHelper::processWholeMonitor(IDXGIOutputDuplication* duplicati
   }
   double area = 0.0;
   for (const RECT& rect : dirtyRects) {
-    area += AreaOf(rect);
+    area += static_cast<double>(WindowsUtil::AreaOf(rect));
   }
   m_dirtyRectCount = dirtyRects.size();
-  m_dirtyRatio = area / AreaOf(m_captureRect);
+  m_dirtyRatio = area / static_cast<double>(WindowsUtil::AreaOf(m_captureRect));
 }
 
 void DynamicCaptureHelper::processPartOfMonitor(const DXGIDuplication& record,
@@ -165,9 +165,9 @@ void DynamicCaptureHelper::processPartOfMonitor(const DXGIDuplication& record,
       return;
     }
     ++m_dirtyRectCount;
-    area += AreaOf(changed);
+    area += static_cast<double>(WindowsUtil::AreaOf(changed));
   }
-  m_dirtyRatio = area / AreaOf(m_captureRect);
+  m_dirtyRatio = area / static_cast<double>(WindowsUtil::AreaOf(m_captureRect));
 }
 
 bool DynamicCaptureHelper::isEdgeStrip(const RECT& changed) const {

@@ -24,7 +24,8 @@ bool FrameMetadata::Read(IDXGIOutputDuplication* duplication,
   HRESULT hr = duplication->GetFrameMoveRects(
       size, reinterpret_cast<DXGI_OUTDUPL_MOVE_RECT*>(buffer), &moved);
   if (FAILED(hr)) {
-    QX_LOG_LIMITED(LogLevelError, "Failed to get move rects buffer size res:{}", hr);
+    QX_LOG_LIMITED(LogLevelError, "Failed to get move rects buffer size res:{}",
+                   static_cast<std::int32_t>(hr));
     return false;
   }
   moved = std::min(moved, size);
@@ -32,7 +33,8 @@ bool FrameMetadata::Read(IDXGIOutputDuplication* duplication,
   const auto rects = reinterpret_cast<RECT*>(buffer + moved);
   hr = duplication->GetFrameDirtyRects(size - moved, rects, &dirty);
   if (FAILED(hr)) {
-    QX_LOG_LIMITED(LogLevelError, "Failed to get dirty rects buffer size res:{}", hr);
+    QX_LOG_LIMITED(LogLevelError, "Failed to get dirty rects buffer size res:{}",
+                   static_cast<std::int32_t>(hr));
     return false;
   }
   dirtyRects = {rects, std::min(dirty, size - moved) / sizeof(RECT)};

@@ -15,7 +15,7 @@ class AcquiredFrame {
   explicit AcquiredFrame(IDXGIOutputDuplication* duplication) : m_duplication(duplication) {}
   AcquiredFrame(const AcquiredFrame&) = delete;
   AcquiredFrame& operator=(const AcquiredFrame&) = delete;
-  ~AcquiredFrame() { m_duplication->ReleaseFrame(); }
+  ~AcquiredFrame() { static_cast<void>(m_duplication->ReleaseFrame()); }
 
  private:
   IDXGIOutputDuplication* const m_duplication;

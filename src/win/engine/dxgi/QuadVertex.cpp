@@ -38,7 +38,8 @@ bool CreateShaderResourceView(ID3D11Device* device, ID3D11Texture2D* texture,
   desc.Texture2D.MipLevels = textureDesc.MipLevels;
   const HRESULT hr = device->CreateShaderResourceView(texture, &desc, view.Put());
   if (FAILED(hr)) {
-    QX_LOG_LIMITED(LogLevelError, "CreateShaderResourceView failed hr:{}", hr);
+    QX_LOG_LIMITED(LogLevelError, "CreateShaderResourceView failed hr:{}",
+                   static_cast<std::int32_t>(hr));
     return false;
   }
   return true;

@@ -16,19 +16,9 @@ namespace {
 // What the cursor counts for among the changed rectangles.
 constexpr double kCursorArea = 500.0;
 
-RECT ReadMonitorRect(HMONITOR monitor) {
-  MONITORINFO info = {};
-  info.cbSize = sizeof(info);
-  return GetMonitorInfoW(monitor, &info) ? info.rcMonitor : RECT{};
-}
-
 std::int32_t WidthOf(const RECT& rect) { return static_cast<std::int32_t>(rect.right - rect.left); }
 std::int32_t HeightOf(const RECT& rect) {
   return static_cast<std::int32_t>(rect.bottom - rect.top);
-}
-
-double AreaOf(const RECT& rect) {
-  return static_cast<double>(WidthOf(rect)) * static_cast<double>(HeightOf(rect));
 }
 
 // Only ever down.
@@ -48,7 +38,7 @@ ScreenCaptureEngineDXGI::~ScreenCaptureEngineDXGI() { release(); }
 
 void ScreenCaptureEngineDXGI::SetSource(HMONITOR source) {
   ScreenCaptureEngine::SetSource(source);
-  m_monitorRect = ReadMonitorRect(source);
+  m_monitorRect = WindowsUtil::GetMonitorRect(source);
 }
 
 bool ScreenCaptureEngineDXGI::Initialize() {
@@ -132,9 +122,12 @@ bool ScreenCaptureEngineDXGI::Capture(std::int32_t x, std::int32_t y, std::int32
   }
   const AcquiredFrame acquired(m_duplication->duplication.Get());
   updateMetadata(frameInfo);
+  const bool unchanged =
+      m_dynamicCheck && !m_pictureMissed && !m_frameChanged && (!m_showCursor || !m_mouseChanged);
+  m_pictureMissed = m_pictureMissed || (!unchanged && resource);  // until it is fetched
   // Also while no cursor is wanted: the system tells of each shape once.
   static_cast<void>(m_direct11Scale.UpdateCursor(m_duplication->duplication.Get(), frameInfo));
-  if (m_dynamicCheck && !m_pictureMissed && !m_frameChanged && (!m_showCursor || !m_mouseChanged)) {
+  if (unchanged) {
     result = CaptureResult::NoChange;
     return false;
   }
@@ -146,8 +139,8 @@ bool ScreenCaptureEngineDXGI::handleNoFrame(HRESULT hr, ScreenCaptureFrame& fram
                                             CaptureResult& result) {
   if (hr == DXGI_ERROR_ACCESS_LOST) {
     QX_LOG_WARN("AcquireNextFrame return DXGI_ERROR_ACCESS_LOST");
-    const RECT monitorRect = ReadMonitorRect(m_source);
-    if (EqualRect(&monitorRect, &m_monitorRect)) {
+    const RECT monitorRect = WindowsUtil::GetMonitorRect(m_source);
+    if (IsRectEmpty(&monitorRect) || EqualRect(&monitorRect, &m_monitorRect)) {
       return false;  // whoever counts the failures restarts the engine
     }
     if (!recreate(monitorRect)) {
@@ -165,7 +158,7 @@ bool ScreenCaptureEngineDXGI::handleNoFrame(HRESULT hr, ScreenCaptureFrame& fram
     result = taken ? CaptureResult::Success : CaptureResult::NoChange;
     return taken;
   }
-  QX_LOG_LIMITED(LogLevelError, "AcquireNextFrame failed res:{}", hr);
+  QX_LOG_LIMITED(LogLevelError, "AcquireNextFrame failed res:{}", static_cast<std::int32_t>(hr));
   return false;
 }
 
@@ -176,11 +169,11 @@ bool ScreenCaptureEngineDXGI::captureFrame(IDXGIResource* resource, const RECT& 
     result = CaptureResult::Success;
     return true;
   }
-  m_pictureMissed = true;
   ComPtr<ID3D11Texture2D> texture;
   const HRESULT hr = resource->QueryInterface(IID_ID3D11Texture2D, texture.PutVoid());
   if (FAILED(hr)) {
-    QX_LOG_LIMITED(LogLevelError, "convert IDXGIResource to ID3D11Texture2D failed res:{}", hr);
+    QX_LOG_LIMITED(LogLevelError, "convert IDXGIResource to ID3D11Texture2D failed res:{}",
+                   static_cast<std::int32_t>(hr));
     return false;
   }
   if (m_checkBlackFrame) {
@@ -240,14 +233,14 @@ void ScreenCaptureEngineDXGI::updateMetadata(const DXGI_OUTDUPL_FRAME_INFO& fram
   }
   double area = 0.0;
   for (const RECT& rect : dirtyRects) {
-    area += AreaOf(rect);
+    area += static_cast<double>(WindowsUtil::AreaOf(rect));
   }
   m_dirtyRectCount = dirtyRects.size();
   if (m_mouseChanged) {
     ++m_dirtyRectCount;
     area += kCursorArea;
   }
-  const double whole = AreaOf(m_monitorRect);
+  const auto whole = static_cast<double>(WindowsUtil::AreaOf(m_monitorRect));
   m_dirtyRatio = whole > 0.0 ? area / whole : 0.0;
 }
 
@@ -257,13 +250,21 @@ bool ScreenCaptureEngineDXGI::copyFrame(ID3D11Texture2D* texture, RECT rect,
   RECT inside = {};
   IntersectRect(&inside, &rect, &m_monitorRect);
   if (!EqualRect(&inside, &rect)) {
-    QX_LOG_LIMITED(LogLevelWarn,
-                   "capture rect:{},{},{},{} not sub rect of monitor:{},{},{},{}, so use intersect "
-                   "rect:{},{},{},{}",
-                   rect.left, rect.top, rect.right, rect.bottom, m_monitorRect.left,
-                   m_monitorRect.top, m_monitorRect.right, m_monitorRect.bottom, inside.left,
-                   inside.top, inside.right, inside.bottom);
+    QX_LOG_LIMITED(
+        LogLevelWarn,
+        "capture rect:{},{},{},{} not sub rect of monitor:{},{},{},{}, so use intersect "
+        "rect:{},{},{},{}",
+        static_cast<std::int32_t>(rect.left), static_cast<std::int32_t>(rect.top),
+        static_cast<std::int32_t>(rect.right), static_cast<std::int32_t>(rect.bottom),
+        static_cast<std::int32_t>(m_monitorRect.left), static_cast<std::int32_t>(m_monitorRect.top),
+        static_cast<std::int32_t>(m_monitorRect.right),
+        static_cast<std::int32_t>(m_monitorRect.bottom), static_cast<std::int32_t>(inside.left),
+        static_cast<std::int32_t>(inside.top), static_cast<std::int32_t>(inside.right),
+        static_cast<std::int32_t>(inside.bottom));
     rect = inside;
+  }
+  if (IsRectEmpty(&rect)) {
+    return false;
   }
   const std::int32_t sourceWidth = WidthOf(rect);
   const std::int32_t sourceHeight = HeightOf(rect);
@@ -271,18 +272,15 @@ bool ScreenCaptureEngineDXGI::copyFrame(ID3D11Texture2D* texture, RECT rect,
   const std::int32_t height = Limited(sourceHeight, m_targetHeight);
   QX_LOG_LIMITED(LogLevelInfo, "qx-sc:frame:scale by GPU {}x{} -> {}x{}", sourceWidth, sourceHeight,
                  width, height);
-  if (!frame.Resize(static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height))) {
-    QX_LOG_LIMITED(LogLevelWarn, "resize buffer failed, use last");
-    return true;
-  }
   ComPtr<ID3D11Texture2D> scaled;
-  m_direct11Scale.Scale(texture, scaled, sourceWidth, sourceHeight, width, height, m_showCursor);
+  static_cast<void>(m_direct11Scale.Scale(texture, scaled, sourceWidth, sourceHeight, width, height,
+                                          m_showCursor));
   if (!checkCreateTexture(scaled.Get())) {
     QX_LOG_LIMITED(LogLevelError, "checkCreateTexture failed");
     return false;
   }
-  m_pictureMissed = !readBack(scaled.Get(), frame);
-  return !m_pictureMissed;
+  return readBack(scaled.Get(), static_cast<std::uint32_t>(width),
+                  static_cast<std::uint32_t>(height), frame);
 }
 
 // Makes the staging texture fit.
@@ -313,36 +311,45 @@ bool ScreenCaptureEngineDXGI::checkCreateTexture(ID3D11Texture2D* texture) {
   QX_LOG_INFO("create m_cpuAccessTexture");
   HRESULT hr = m_duplication->device->CreateTexture2D(&wanted, nullptr, m_cpuAccessTexture.Put());
   if (FAILED(hr)) {
-    QX_LOG_LIMITED(LogLevelError, "create a new ID3D11Texture2D as cpu access failed res:{}", hr);
+    QX_LOG_LIMITED(LogLevelError, "create a new ID3D11Texture2D as cpu access failed res:{}",
+                   static_cast<std::int32_t>(hr));
     return false;
   }
   hr = m_cpuAccessTexture.As(IID_IDXGISurface, m_cpuAccessSurface);
   if (FAILED(hr)) {
-    QX_LOG_LIMITED(LogLevelError, "convert ID3D11Texture2D to IDXGISurface failed res:{}", hr);
+    QX_LOG_LIMITED(LogLevelError, "convert ID3D11Texture2D to IDXGISurface failed res:{}",
+                   static_cast<std::int32_t>(hr));
     m_cpuAccessTexture.Reset();  // or the next frame would take it for complete
     return false;
   }
   return true;
 }
 
-// The frame has the texture's size.
-bool ScreenCaptureEngineDXGI::readBack(ID3D11Texture2D* texture, ScreenCaptureFrame& frame) {
+// The frame is touched only when there is something to put into it. Without memory for
+// it the last picture goes out again.
+bool ScreenCaptureEngineDXGI::readBack(ID3D11Texture2D* texture, std::uint32_t width,
+                                       std::uint32_t height, ScreenCaptureFrame& frame) {
   m_duplication->context->CopyResource(m_cpuAccessTexture.Get(), texture);
   DXGI_MAPPED_RECT mapped = {};
   const HRESULT hr = m_cpuAccessSurface->Map(&mapped, DXGI_MAP_READ);
   if (hr != S_OK) {
-    QX_LOG_LIMITED(LogLevelError, "surface map failed res:{}", hr);
+    QX_LOG_LIMITED(LogLevelError, "surface map failed res:{}", static_cast<std::int32_t>(hr));
     return false;
   }
-  const std::size_t rowBytes = std::size_t{frame.Width()} * 4;
-  std::uint8_t* to = frame.Buffer().get();
-  const BYTE* from = mapped.pBits;
-  for (std::uint32_t row = 0; row < frame.Height(); ++row) {
-    std::memcpy(to, from, rowBytes);
-    to += rowBytes;
-    from += mapped.Pitch;
+  m_pictureMissed = !frame.Resize(width, height);
+  if (m_pictureMissed) {
+    QX_LOG_LIMITED(LogLevelWarn, "resize buffer failed, use last");
+  } else {
+    const std::size_t rowBytes = std::size_t{width} * 4;
+    std::uint8_t* to = frame.Buffer().get();
+    const BYTE* from = mapped.pBits;
+    for (std::uint32_t row = 0; row < height; ++row) {
+      std::memcpy(to, from, rowBytes);
+      to += rowBytes;
+      from += mapped.Pitch;
+    }
   }
-  m_cpuAccessSurface->Unmap();
+  static_cast<void>(m_cpuAccessSurface->Unmap());
   return true;
 }
 

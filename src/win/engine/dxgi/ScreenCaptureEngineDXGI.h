@@ -19,7 +19,8 @@ namespace qx {
 // shows the whole monitor whatever part of it is asked for.
 //
 // The first picture after a start is only looked at: some drivers begin with black ones,
-// which nobody is to see. It is delivered by the next call unless there is a newer one.
+// which nobody is to see. Where a still screen can be told from a failure, the next call
+// delivers it unless there is a newer one.
 class ScreenCaptureEngineDXGI : public ScreenCaptureEngine {
  public:
   // With `dynamicCheck` an unchanged screen is answered by NoChange, with `dirtyInfo`
@@ -46,7 +47,8 @@ class ScreenCaptureEngineDXGI : public ScreenCaptureEngine {
   void updateMetadata(const DXGI_OUTDUPL_FRAME_INFO& frameInfo);
   bool copyFrame(ID3D11Texture2D* texture, RECT rect, ScreenCaptureFrame& frame);
   bool checkCreateTexture(ID3D11Texture2D* texture);
-  bool readBack(ID3D11Texture2D* texture, ScreenCaptureFrame& frame);
+  bool readBack(ID3D11Texture2D* texture, std::uint32_t width, std::uint32_t height,
+                ScreenCaptureFrame& frame);
 
   RECT m_monitorRect = {};
   DXGIDuplicationManager::Record m_duplication;  // null while not initialised

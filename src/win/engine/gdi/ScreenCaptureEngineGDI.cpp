@@ -84,8 +84,8 @@ bool ScreenCaptureEngineGDI::Capture(std::int32_t x, std::int32_t y, std::int32_
     return false;
   }
   if (!resizePicture(width, height)) {
-    QX_LOG_WARN("resize buffer failed, use last");
-    return true;
+    QX_LOG_LIMITED(LogLevelWarn, "resize buffer failed, use last");
+    return frame.Buffer() != nullptr;
   }
   const bool drawn = m_bitBlt ? copyDesktop(rect) : printWindow();
   if (m_showCursor) {
@@ -114,6 +114,8 @@ bool ScreenCaptureEngineGDI::resizePicture(std::int32_t width, std::int32_t heig
   auto bitmap = std::make_shared<GdiBitmap>(
       CreateDIBSection(m_screenDC.Get(), &info, DIB_RGB_COLORS, &pixels, nullptr, 0));
   if (!*bitmap || !SelectObject(m_memoryDC.Get(), bitmap->Get())) {
+    QX_LOG_LIMITED(LogLevelWarn, "ScreenCaptureEngineGDI has no bitmap of {}x{},last Error:{}",
+                   width, height, static_cast<std::uint32_t>(GetLastError()));
     return false;
   }
   m_pixels = {std::move(bitmap), static_cast<std::uint8_t*>(pixels)};
