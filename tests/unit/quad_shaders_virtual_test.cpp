@@ -3,12 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <cctype>
 #include <cstdint>
 #include <cstring>
 #include <fstream>
 #include <iterator>
 #include <ostream>
-#include <regex>
 #include <span>
 #include <string>
 #include <vector>
@@ -38,18 +38,20 @@ std::string Source(const char* name) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// Registers are given in the order of the declarations.
-Elements Declared(const std::string& source, const std::regex& part) {
-  std::smatch found;
-  if (!std::regex_search(source, found, part)) {
-    return {};
-  }
-  const std::string text = found[0];
-  const std::regex declaration(R"(float(\d) [^:]*: (\w+))");
+// What `source` declares as "floatN name : SEMANTIC" from `begin` to `end`. Registers are
+// given in this order.
+Elements Declared(const std::string& source, const char* begin, const char* end) {
+  const std::size_t first = source.find(begin);
+  const std::size_t last = source.find(end, first);
   Elements elements;
-  for (std::sregex_iterator it(text.begin(), text.end(), declaration), end; it != end; ++it) {
-    elements.push_back(
-        {(*it)[2], static_cast<std::uint32_t>(elements.size()), std::stoi((*it)[1])});
+  for (std::size_t at = first; (at = source.find("float", at)) < last; ++at) {
+    const std::size_t name = source.find(": ", at) + 2;
+    std::size_t behind = name;
+    while (std::isalnum(source.at(behind)) || source.at(behind) == '_') {
+      ++behind;
+    }
+    elements.push_back({source.substr(name, behind - name),
+                        static_cast<std::uint32_t>(elements.size()), source.at(at + 5) - '0'});
   }
   return elements;
 }
@@ -83,13 +85,12 @@ Elements Compiled(std::span<const unsigned char> shader, const std::string& sign
 TEST(QuadShaders, CompiledOnesTakeAndGiveWhatTheirSourcesSay) {
   const std::string vertex = Source("QuadVertexShader.hlsl");
   const std::string pixel = Source("QuadPixelShader.hlsl");
-  const std::regex corner("struct Corner [^}]*");
-  const Elements inputs = Declared(vertex, std::regex("struct Vertex [^}]*"));
+  const Elements inputs = Declared(vertex, "struct Vertex", "}");
   ASSERT_EQ(inputs.size(), 2u);
   EXPECT_EQ(Compiled(kQuadVertexShader, "ISGN"), inputs);
-  EXPECT_EQ(Compiled(kQuadVertexShader, "OSGN"), Declared(vertex, corner));
-  EXPECT_EQ(Compiled(kQuadPixelShader, "ISGN"), Declared(pixel, corner));
-  EXPECT_EQ(Compiled(kQuadPixelShader, "OSGN"), Declared(pixel, std::regex("float4 main.*")));
+  EXPECT_EQ(Compiled(kQuadVertexShader, "OSGN"), Declared(vertex, "struct Corner", "}"));
+  EXPECT_EQ(Compiled(kQuadPixelShader, "ISGN"), Declared(pixel, "struct Corner", "}"));
+  EXPECT_EQ(Compiled(kQuadPixelShader, "OSGN"), Declared(pixel, "float4 main", "{"));
 }
 
 }  // namespace
