@@ -17,17 +17,15 @@
 
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <stdexcept>
 #include <string>
 
 #include "CopyCount.h"
 #include "DuplicationLoop.h"
+#include "FigureMain.h"
 #include "LibraryLoop.h"
-#include "Report.h"
 #include "Rivals.h"
-#include "scene.h"
 #include "tests/share/AllocationHook.h"
 
 namespace {
@@ -112,13 +110,15 @@ double AllocationsPerStillTick() {
   return static_cast<double>(count) / kStillTicks;
 }
 
-void Measure(Report& report, const std::string& size, const std::string& argument) {
-  const std::size_t equals = argument.find('=');
-  if (equals == std::string::npos) {
-    throw std::invalid_argument("wrong argument '" + argument + "'");
+std::unique_ptr<Scene> Open(int width, int height) {
+  if (!SkipWaits()) {
+    throw std::runtime_error("there is no virtual Windows here");
   }
-  const std::string figure = argument.substr(0, equals);
-  const double limit = std::strtod(argument.c_str() + equals + 1, nullptr);
+  return OpenScene(width, height, false);
+}
+
+void Measure(Report& report, const std::string& size, const Figure& wanted) {
+  const auto& [figure, limit] = wanted;
   const std::string what = "dxgi " + size + ", ";
   if (figure == "argb") {
     report.AtMost(what + "times the hand loop", DrawnTimesHandLoop(), limit);
@@ -138,25 +138,4 @@ void Measure(Report& report, const std::string& size, const std::string& argumen
 
 }  // namespace
 
-int main(int argc, char** argv) {
-  int width = 0;
-  int height = 0;
-  if (argc < 3 || std::sscanf(argv[1], "%dx%d", &width, &height) != 2) {
-    std::fputs("usage: dxgi-bench WIDTHxHEIGHT FIGURE=LIMIT...\n", stderr);
-    return 2;
-  }
-  try {
-    if (!SkipWaits()) {
-      throw std::runtime_error("there is no virtual Windows here");
-    }
-    const auto scene = OpenScene(width, height, false);
-    Report report;
-    for (int i = 2; i < argc; ++i) {
-      Measure(report, argv[1], argv[i]);
-    }
-    return report.ExitCode();
-  } catch (const std::exception& failure) {
-    std::fprintf(stderr, "dxgi-bench: %s\n", failure.what());
-    return 2;
-  }
-}
+int main(int argc, char** argv) { return FigureMain(argc, argv, "dxgi-bench", Open, Measure); }

@@ -11,16 +11,14 @@
 #include <windows.h>
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
+#include <memory>
 #include <stdexcept>
 #include <string>
 
+#include "FigureMain.h"
 #include "HandLoop.h"
 #include "LibraryLoop.h"
-#include "Report.h"
 #include "Rivals.h"
-#include "scene.h"
 #include "tests/host/ColorWindow.h"
 
 namespace {
@@ -68,13 +66,18 @@ double DeliveredPerSecond(int fps) {
       .framesPerSecond;
 }
 
-void Measure(Report& report, const std::string& size, const std::string& argument) {
-  const std::size_t equals = argument.find('=');
-  const std::string figure = argument.substr(0, equals);
-  const double limit =
-      equals == std::string::npos ? 0 : std::strtod(argument.c_str() + equals + 1, nullptr);
+std::unique_ptr<Scene> Open(int width, int height) {
+  auto scene = OpenScene(width, height, false);
+  if (GetSystemMetrics(SM_CXSCREEN) != width || GetSystemMetrics(SM_CYSCREEN) != height) {
+    throw std::runtime_error("the primary monitor has another size");
+  }
+  return scene;
+}
+
+void Measure(Report& report, const std::string& size, const Figure& wanted) {
+  const auto& [figure, limit] = wanted;
   if (limit <= 0) {
-    throw std::invalid_argument("wrong argument '" + argument + "'");
+    throw std::invalid_argument("wrong limit of '" + figure + "'");
   }
   if (figure == "argb" || figure == "i420") {
     report.AtMost("gdi " + figure + " " + size + ", times the hand loop",
@@ -95,25 +98,4 @@ void Measure(Report& report, const std::string& size, const std::string& argumen
 
 }  // namespace
 
-int main(int argc, char** argv) {
-  int width = 0;
-  int height = 0;
-  if (argc < 3 || std::sscanf(argv[1], "%dx%d", &width, &height) != 2) {
-    std::fputs("usage: share-bench WIDTHxHEIGHT FIGURE=LIMIT...\n", stderr);
-    return 2;
-  }
-  try {
-    const auto scene = OpenScene(width, height, false);
-    if (GetSystemMetrics(SM_CXSCREEN) != width || GetSystemMetrics(SM_CYSCREEN) != height) {
-      throw std::runtime_error("the primary monitor has another size");
-    }
-    Report report;
-    for (int i = 2; i < argc; ++i) {
-      Measure(report, argv[1], argv[i]);
-    }
-    return report.ExitCode();
-  } catch (const std::exception& failure) {
-    std::fprintf(stderr, "share-bench: %s\n", failure.what());
-    return 2;
-  }
-}
+int main(int argc, char** argv) { return FigureMain(argc, argv, "share-bench", Open, Measure); }

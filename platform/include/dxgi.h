@@ -160,7 +160,7 @@ DEFINE_GUID(IID_IDXGIFactory1, 0x770aae78, 0xf26f, 0x4dba, 0xa8, 0x29, 0x25, 0x3
             0x87);
 
 struct IDXGIDevice : IDXGIObject {
-  virtual HRESULT STDMETHODCALLTYPE GetAdapter(IDXGIAdapter** adapter) = 0;
+  VWIN_SLOT(GetAdapter);
   VWIN_SLOT(CreateSurface);
   VWIN_SLOT(QueryResourceResidency);
   VWIN_SLOT(SetGPUThreadPriority);

@@ -224,14 +224,6 @@ class Device final : public ComImplementation<ID3D11Device, IDXGIDevice> {
     if (fault) return fault->hresult;
     return dxgi::MakeAdapter(m_adapter, iid, parent, "IDXGIDevice::GetParent");
   }
-  HRESULT STDMETHODCALLTYPE GetAdapter(IDXGIAdapter** adapter) override {
-    VWIN_METHOD(IDXGIDevice::GetAdapter);
-    if (adapter == nullptr) return E_POINTER;
-    *adapter = nullptr;
-    if (fault) return fault->hresult;
-    return dxgi::MakeAdapter(m_adapter, IID_IDXGIAdapter, reinterpret_cast<void**>(adapter),
-                             "IDXGIDevice::GetAdapter");
-  }
   D3D_FEATURE_LEVEL STDMETHODCALLTYPE GetFeatureLevel() override {
     VWIN_METHOD_INFALLIBLE(ID3D11Device::GetFeatureLevel);
     return m_featureLevel;

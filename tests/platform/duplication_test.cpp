@@ -42,7 +42,7 @@ class DuplicationTest : public DesktopTest {
     ComPtr<IDXGIDevice> device;
     ComPtr<IDXGIAdapter> adapter;
     EXPECT_EQ(card.device.As(IID_IDXGIDevice, device), S_OK);
-    EXPECT_EQ(device->GetAdapter(adapter.Put()), S_OK);
+    EXPECT_EQ(device->GetParent(IID_IDXGIAdapter, adapter.PutVoid()), S_OK);
     std::vector<ComPtr<IDXGIOutput>> found;
     for (ComPtr<IDXGIOutput> output;
          adapter->EnumOutputs(static_cast<UINT>(found.size()), output.Put()) == S_OK;) {
@@ -52,8 +52,8 @@ class DuplicationTest : public DesktopTest {
   }
   HRESULT duplicate(ComPtr<IDXGIOutputDuplication>& made, std::size_t output = 0) const {
     ComPtr<IDXGIOutput1> output1;
-    EXPECT_EQ(outputs().at(output).As(IID_IDXGIOutput1, output1), S_OK);
-    return output1->DuplicateOutput(card.device.Get(), made.Put());
+    const HRESULT found = outputs().at(output).As(IID_IDXGIOutput1, output1);
+    return FAILED(found) ? found : output1->DuplicateOutput(card.device.Get(), made.Put());
   }
   void SetUpDuplication() { ASSERT_EQ(duplicate(duplication), S_OK); }
 
@@ -304,6 +304,28 @@ TEST_F(DuplicationTest, IsLostForGoodWhenTheScreenIsAnother) {
     duplication.Reset();
     EXPECT_EQ(duplicate(second), S_OK);
   }
+}
+
+TEST_F(DuplicationTest, IsOneForEachMonitorAndNoneOnWindows7) {
+  SetMonitorRect(PrimaryMonitor(), {0, 0, 1920, 1080});
+  ComPtr<IDXGIOutputDuplication> second;
+  SetUpDuplication();
+  EXPECT_EQ(duplicate(second), E_INVALIDARG) << "a process has one for each monitor";
+  DXGI_OUTDUPL_DESC desc{};
+  duplication->GetDesc(&desc);
+  EXPECT_EQ(desc.ModeDesc.Width, 1920u);
+  EXPECT_EQ(desc.ModeDesc.Height, 1080u);
+  EXPECT_EQ(desc.ModeDesc.Format, 87);
+  duplication.Reset();
+
+  SetDuplicateResult(DXGI_ERROR_UNSUPPORTED);
+  EXPECT_EQ(duplicate(second), DXGI_ERROR_UNSUPPORTED);
+  SetDuplicateResult(S_OK);
+  SetSecureDesktop(true);
+  EXPECT_EQ(duplicate(second), E_ACCESSDENIED);
+  SetSecureDesktop(false);
+  SetVersion(kWindows7);
+  EXPECT_EQ(duplicate(second), E_NOINTERFACE);
 }
 
 TEST_F(DuplicationTest, GivesTurnedMonitorsAsTheirCardsHoldThem) {

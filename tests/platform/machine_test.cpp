@@ -66,32 +66,6 @@ HRESULT MakeDevice(D3D_DRIVER_TYPE type, ID3D11Device** device) {
                            nullptr, nullptr);
 }
 
-// From a device to the duplication of the first monitor. Releases all on its way.
-HRESULT Duplicate(IDXGIOutputDuplication** duplication) {
-  *duplication = nullptr;
-  ID3D11Device* device = nullptr;
-  HRESULT result = MakeDevice(D3D_DRIVER_TYPE_HARDWARE, &device);
-  if (FAILED(result)) return result;
-  IDXGIDevice* dxgiDevice = nullptr;
-  IDXGIAdapter* adapter = nullptr;
-  IDXGIOutput* output = nullptr;
-  IDXGIOutput1* output1 = nullptr;
-  result = device->QueryInterface(IID_IDXGIDevice, reinterpret_cast<void**>(&dxgiDevice));
-  if (SUCCEEDED(result)) {
-    result = dxgiDevice->GetParent(IID_IDXGIAdapter, reinterpret_cast<void**>(&adapter));
-  }
-  if (SUCCEEDED(result)) result = adapter->EnumOutputs(0, &output);
-  if (SUCCEEDED(result)) {
-    result = output->QueryInterface(IID_IDXGIOutput1, reinterpret_cast<void**>(&output1));
-  }
-  if (SUCCEEDED(result)) result = output1->DuplicateOutput(device, duplication);
-  for (IUnknown* object :
-       std::initializer_list<IUnknown*>{output1, output, adapter, dxgiDevice, device}) {
-    if (object != nullptr) object->Release();
-  }
-  return result;
-}
-
 }  // namespace
 
 TEST(Version, DecidesWhatTheTwoSourcesSayAndWhichFunctionsThereAre) {
@@ -177,28 +151,6 @@ TEST(Graphics, ListsItsAdapters) {
   EXPECT_EQ(DXGI_ERROR_NOT_FOUND, factory->EnumAdapters1(0, &adapter));
   EXPECT_EQ(nullptr, adapter);
   factory->Release();
-}
-
-TEST(Graphics, DuplicatesAMonitorOnceAndNotOnWindows7) {
-  IDXGIOutputDuplication* duplication = nullptr;
-  IDXGIOutputDuplication* second = nullptr;
-  ASSERT_EQ(S_OK, Duplicate(&duplication));
-  EXPECT_EQ(E_INVALIDARG, Duplicate(&second)) << "a process has one for each monitor";
-  DXGI_OUTDUPL_DESC desc{};
-  duplication->GetDesc(&desc);
-  EXPECT_EQ(1920u, desc.ModeDesc.Width);
-  EXPECT_EQ(1080u, desc.ModeDesc.Height);
-  EXPECT_EQ(87, desc.ModeDesc.Format);
-  duplication->Release();
-
-  SetDuplicateResult(DXGI_ERROR_UNSUPPORTED);
-  EXPECT_EQ(DXGI_ERROR_UNSUPPORTED, Duplicate(&second));
-  SetDuplicateResult(S_OK);
-  SetSecureDesktop(true);
-  EXPECT_EQ(E_ACCESSDENIED, Duplicate(&second));
-  SetSecureDesktop(false);
-  SetVersion(kWindows7);
-  EXPECT_EQ(E_NOINTERFACE, Duplicate(&second));
 }
 
 TEST(Graphics, RefusesOrFaultsAHardwareDeviceAsConfigured) {

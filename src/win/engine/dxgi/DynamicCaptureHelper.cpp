@@ -45,19 +45,16 @@ void DynamicCaptureHelper::check(const RECT& rect) {
   m_dirtyRectCount = 0;
   m_dirtyRatio = 0.0;
   const std::uint64_t now = SystemMillis();
-  // A clock that was set back must not silence the helper until it has caught up.
-  if (now < m_lastFullTime || now - m_lastFullTime > kFullCaptureMs) {
+  // A clock that was set back must not silence the helper until it has caught up: the
+  // difference wraps and is as good as a long time.
+  if (now - m_lastFullTime > kFullCaptureMs) {
     m_lastFullTime = now;
     return;
   }
   if (!EqualRect(&rect, &m_captureRect)) {
     m_captureRect = rect;
-    const HMONITOR old = m_monitor;
-    if (updateMonitor()) {
-      DXGIDuplicationManager::Instance().ReleaseDXGIDuplication(old, this, DuplicationUse::Watch);
-    }
+    updateMonitor();
   }
-  m_hasDuplication = false;
   if (!m_monitor) {
     return;  // asking for it would use up one of the process's attempts
   }
@@ -69,25 +66,24 @@ void DynamicCaptureHelper::check(const RECT& rect) {
   }
 }
 
-bool DynamicCaptureHelper::updateMonitor() {
+void DynamicCaptureHelper::updateMonitor() {
   WindowsUtil::EnumMonitorHandles(m_monitors);
   for (const HMONITOR monitor : m_monitors) {
     m_monitorRect = WindowsUtil::GetMonitorRect(monitor);
     RECT overlap = {};
     if (IntersectRect(&overlap, &m_monitorRect, &m_captureRect)) {
-      if (monitor == m_monitor) {
-        return false;
+      if (monitor != m_monitor) {
+        QX_LOG_INFO("monitor updated");
+        releaseDuplication();
+        m_monitor = monitor;
       }
-      m_monitor = monitor;
-      QX_LOG_INFO("monitor updated");
-      return true;
+      return;
     }
   }
   QX_LOG_LIMITED(LogLevelError, "can't get monitor");
   releaseDuplication();
   m_monitor = nullptr;
   m_monitorRect = {};
-  return false;
 }
 
 void DynamicCaptureHelper::releaseDuplication() {
@@ -134,12 +130,8 @@ void DynamicCaptureHelper::processWholeMonitor(IDXGIOutputDuplication* duplicati
   if (!m_dirtyInfo || !m_metadata.Read(duplication, info, dirtyRects)) {
     return;
   }
-  double area = 0.0;
-  for (const RECT& rect : dirtyRects) {
-    area += static_cast<double>(WindowsUtil::AreaOf(rect));
-  }
   m_dirtyRectCount = dirtyRects.size();
-  m_dirtyRatio = area / static_cast<double>(WindowsUtil::AreaOf(m_captureRect));
+  m_dirtyRatio = TotalArea(dirtyRects) / static_cast<double>(WindowsUtil::AreaOf(m_captureRect));
 }
 
 void DynamicCaptureHelper::processPartOfMonitor(const DXGIDuplication& record,

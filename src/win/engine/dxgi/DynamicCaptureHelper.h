@@ -34,7 +34,7 @@ class DynamicCaptureHelper {
   DirtyInfo GetDirtyInfo() const { return {m_dirtyRatio, m_dirtyRectCount, m_hasDuplication}; }
 
  private:
-  bool updateMonitor();
+  void updateMonitor();
   void releaseDuplication();
   void process(const DXGIDuplication& record);
   void processWholeMonitor(IDXGIOutputDuplication* duplication,

@@ -4,8 +4,17 @@
 #include <new>
 
 #include "common/Logging.h"
+#include "win/util/WindowHelpers.h"
 
 namespace qx {
+
+double TotalArea(std::span<const RECT> rects) {
+  double area = 0.0;
+  for (const RECT& rect : rects) {
+    area += static_cast<double>(WindowsUtil::AreaOf(rect));
+  }
+  return area;
+}
 
 bool FrameMetadata::Read(IDXGIOutputDuplication* duplication,
                          const DXGI_OUTDUPL_FRAME_INFO& frameInfo,

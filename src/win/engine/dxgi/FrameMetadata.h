@@ -21,6 +21,9 @@ class AcquiredFrame {
   IDXGIOutputDuplication* const m_duplication;
 };
 
+// Of the rectangles one by one: where they overlap it counts more than once.
+double TotalArea(std::span<const RECT> rects);
+
 // What a duplication says of an acquired frame beside its picture. Keeps its memory
 // from frame to frame.
 class FrameMetadata {

@@ -231,10 +231,7 @@ void ScreenCaptureEngineDXGI::updateMetadata(const DXGI_OUTDUPL_FRAME_INFO& fram
   if (!m_dirtyInfo || !m_metadata.Read(m_duplication->duplication.Get(), frameInfo, dirtyRects)) {
     return;
   }
-  double area = 0.0;
-  for (const RECT& rect : dirtyRects) {
-    area += static_cast<double>(WindowsUtil::AreaOf(rect));
-  }
+  double area = TotalArea(dirtyRects);
   m_dirtyRectCount = dirtyRects.size();
   if (m_mouseChanged) {
     ++m_dirtyRectCount;
