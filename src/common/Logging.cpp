@@ -1,10 +1,21 @@
 #include "common/Logging.h"
 
+#include <chrono>
 #include <iterator>
 
-#include "common/Clock.h"
-
 namespace qx {
+
+namespace {
+
+std::uint64_t StandardMillis() noexcept {
+  using std::chrono::milliseconds;
+  const auto now = std::chrono::system_clock::now().time_since_epoch();
+  return static_cast<std::uint64_t>(std::chrono::duration_cast<milliseconds>(now).count());
+}
+
+}  // namespace
+
+LogInstance::LogInstance() noexcept : m_clock(&StandardMillis) {}
 
 void LogInstance::Log(const char* module, int level, const char* file, int line,
                       const char* message) noexcept {
@@ -48,18 +59,19 @@ FunctionTracer::FunctionTracer(const char* module, const char* function, int lev
       m_level(level),
       m_file(file),
       m_line(line),
-      m_startTime(static_cast<std::int64_t>(SystemMillis())) {
+      m_startTime(static_cast<std::int64_t>(LogInstance::Instance().NowMillis())) {
   LogFormatted(m_module, m_level, m_file, m_line, "entry {}", fmt::make_format_args(m_function));
 }
 
 FunctionTracer::~FunctionTracer() {
-  const std::int64_t cost = static_cast<std::int64_t>(SystemMillis()) - m_startTime;
+  const std::int64_t cost =
+      static_cast<std::int64_t>(LogInstance::Instance().NowMillis()) - m_startTime;
   LogFormatted(m_module, m_level, m_file, m_line, "exit {}, cost: {}",
                fmt::make_format_args(m_function, cost));
 }
 
 bool LogRateLimiter::Allow() noexcept {
-  const std::uint64_t now = SystemMillis();
+  const std::uint64_t now = LogInstance::Instance().NowMillis();
   // Unsigned, so that a clock that was set back gives a huge difference.
   if (now - m_lastTime.load(std::memory_order_relaxed) < m_interval) {
     return false;

@@ -34,6 +34,7 @@ inline constexpr std::uint64_t kLogIntervalMs = 5000;
 class LogInstance : public Singleton<LogInstance> {
  public:
   using Callback = void (*)(int level, const char* file, int line, const char* message);
+  using Clock = std::uint64_t (*)() noexcept;
 
   // Null ends the logging. A message in flight can still reach the old callback.
   void SetCallback(Callback callback) noexcept { m_logCallback = callback; }
@@ -43,11 +44,17 @@ class LogInstance : public Singleton<LogInstance> {
   // exception of the callback, or a lack of memory, loses the message.
   void Log(const char* module, int level, const char* file, int line, const char* message) noexcept;
 
+  // What limiters and tracers go by: the time of day in milliseconds. The standard
+  // library's until the platform's is set.
+  void SetClock(Clock clock) noexcept { m_clock = clock; }
+  std::uint64_t NowMillis() const noexcept { return m_clock.load()(); }
+
  private:
   friend class Singleton<LogInstance>;
-  LogInstance() = default;
+  LogInstance() noexcept;
 
   std::atomic<Callback> m_logCallback = nullptr;
+  std::atomic<Clock> m_clock;
 };
 
 // The body of the log statements below.

@@ -1,6 +1,8 @@
 // Windows: what they are like, their order, their state.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "tests/platform/TestWindow.h"
 
 namespace qx::test {

@@ -11,7 +11,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "common/Clock.h"
+#include "win/util/Clock.h"
 #include "platform/control/Clock.h"
 #include "platform/control/Faults.h"
 #include "tests/support/ShareRecorder.h"

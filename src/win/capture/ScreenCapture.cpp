@@ -3,6 +3,7 @@
 #include "common/Logging.h"
 #include "win/capture/ScreenCaptureImpl.h"
 #include "win/engine/mag/Direct3D9Hook.h"
+#include "win/util/Clock.h"
 
 namespace {
 
@@ -296,6 +297,7 @@ void ScreenCapture::EnableScreenShareD3D12CompatibleFix() {
 }
 
 void ScreenCapture::RegisterLogCallback(LogCallback callback) {
+  qx::LogInstance::Instance().SetClock(&qx::SystemMillis);
   qx::LogInstance::Instance().SetCallback(callback);
 }
 

@@ -12,6 +12,7 @@
 #include "win/source/ShareListManager.h"
 #include "win/task/ScreenCaptureTaskDesktop.h"
 #include "win/task/ScreenCaptureTaskWindow.h"
+#include "win/util/Clock.h"
 #include "win/util/SystemProbes.h"
 #include "win/util/Utils.h"
 
@@ -60,6 +61,7 @@ void LogWindowPosition(HWND window) {
 ScreenCaptureImpl::ScreenCaptureImpl()
     : m_trackWindowRules(MakeTrackWindowRules()),
       m_filterWindowManager(std::make_shared<FilterWindowManager>()) {
+  LogInstance::Instance().SetClock(&SystemMillis);
   QX_TRACE("ScreenCaptureImpl::ScreenCaptureImpl");
   StartGdiplus();
 }

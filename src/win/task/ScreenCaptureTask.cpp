@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "common/Clock.h"
+#include "win/util/Clock.h"
 #include "common/Logging.h"
 #include "win/util/SystemProbes.h"
 #include "win/util/Utils.h"

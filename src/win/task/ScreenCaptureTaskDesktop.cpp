@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <utility>
 
-#include "common/Clock.h"
+#include "win/util/Clock.h"
 #include "common/Logging.h"
 #include "win/source/WindowEnumeration.h"
 #include "win/task/CaptureRects.h"

@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-#include "common/Clock.h"
+#include "win/util/Clock.h"
 #include "common/Logging.h"
 #include "win/source/WindowEnumeration.h"
 #include "win/task/CaptureRects.h"

@@ -8,7 +8,7 @@
 #include <optional>
 #include <utility>
 
-#include "common/Clock.h"
+#include "win/util/Clock.h"
 #include "common/Logging.h"
 
 namespace qx {

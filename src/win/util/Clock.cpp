@@ -1,4 +1,4 @@
-#include "common/Clock.h"
+#include "win/util/Clock.h"
 
 #include <windows.h>
 

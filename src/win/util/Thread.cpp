@@ -4,10 +4,10 @@
 
 #include <cerrno>
 #include <exception>
-#include <memory>
 #include <utility>
 
 #include "common/Logging.h"
+#include "win/util/Wait.h"
 
 namespace qx {
 
@@ -16,15 +16,13 @@ namespace {
 // What a new thread takes over from its creator.
 struct Launch {
   std::function<void()> body;
-  std::atomic<DWORD>* id;  // null for a detached thread
-  Module library;          // of a detached thread: keeps the code that it runs loaded
+  std::shared_ptr<std::atomic<DWORD>> id;
+  Module library;  // keeps the code that the thread runs loaded
 };
 
 unsigned __stdcall Enter(void* argument) {
   std::unique_ptr<Launch> launch(static_cast<Launch*>(argument));
-  if (launch->id) {
-    *launch->id = GetCurrentThreadId();
-  }
+  *launch->id = GetCurrentThreadId();
   try {
     launch->body();
   } catch (const std::exception& error) {
@@ -33,18 +31,19 @@ unsigned __stdcall Enter(void* argument) {
     QX_LOG_ERROR("a thread ended by an exception");
   }
   // Ids are used again for other threads.
-  if (launch->id) {
-    *launch->id = 0;
-  }
+  *launch->id = 0;
   const HMODULE library = launch->library.Release();
   launch.reset();
-  if (library) {
-    FreeLibraryAndExitThread(library, 0);
-  }
-  return 0;
+  FreeLibraryAndExitThread(library, 0);
 }
 
-KernelHandle Begin(std::unique_ptr<Launch> launch) {
+KernelHandle Begin(std::function<void()> body, std::shared_ptr<std::atomic<DWORD>> id) {
+  auto launch = std::make_unique<Launch>(Launch{std::move(body), std::move(id), {}});
+  if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<LPCWSTR>(&Enter),
+                          launch->library.Put())) {
+    QX_LOG_ERROR("can't start a thread,error:{}", static_cast<std::uint32_t>(GetLastError()));
+    return {};
+  }
   const std::uintptr_t handle = _beginthreadex(nullptr, 0, Enter, launch.get(), 0, nullptr);
   if (handle == 0) {
     QX_LOG_ERROR("can't start a thread,errno:{}", errno);
@@ -57,32 +56,21 @@ KernelHandle Begin(std::unique_ptr<Launch> launch) {
 }  // namespace
 
 bool Thread::Start(std::function<void()> body) {
-  m_handle = Begin(std::make_unique<Launch>(Launch{std::move(body), &m_id, {}}));
+  m_id = std::make_shared<std::atomic<DWORD>>(0);
+  m_handle = Begin(std::move(body), m_id);
   return IsStarted();
 }
 
-void Thread::Join() {
-  if (m_handle) {
-    // A wait that the system refuses must not pass for the end of a thread that
-    // still uses what its owner is about to free.
-    while (WaitForSingleObject(m_handle.Get(), INFINITE) != WAIT_OBJECT_0) {
-      Sleep(1);
-    }
-    m_handle.Reset();
-  }
+void Thread::Join() { static_cast<void>(JoinWithin(INFINITE)); }
+
+bool Thread::JoinWithin(DWORD milliseconds) {
+  const bool ended = !m_handle || WaitAnswering(m_handle.Get(), milliseconds);
+  m_handle.Reset();
+  return ended;
 }
 
-bool Thread::IsCurrent() const { return m_id == GetCurrentThreadId(); }
-
 bool Thread::RunDetached(std::function<void()> body) {
-  Module library;
-  if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<LPCWSTR>(&Enter),
-                          library.Put())) {
-    QX_LOG_ERROR("can't start a thread,error:{}", static_cast<std::uint32_t>(GetLastError()));
-    return false;
-  }
-  return static_cast<bool>(
-      Begin(std::make_unique<Launch>(Launch{std::move(body), nullptr, std::move(library)})));
+  return static_cast<bool>(Begin(std::move(body), std::make_shared<std::atomic<DWORD>>(0)));
 }
 
 }  // namespace qx

@@ -3,7 +3,7 @@
 #include <span>
 #include <utility>
 
-#include "common/Clock.h"
+#include "win/util/Clock.h"
 #include "common/Logging.h"
 #include "win/source/WindowEnumeration.h"
 #include "win/util/WindowHelpers.h"

@@ -1,0 +1,50 @@
+#include "win/util/Wait.h"
+
+#include <algorithm>
+#include <cstdint>
+
+#include "win/util/Clock.h"
+
+namespace qx {
+
+namespace {
+
+// A message that the queue holds already counts as well as one that comes.
+DWORD WaitOnce(HANDLE object, DWORD milliseconds) {
+  return MsgWaitForMultipleObjectsEx(1, &object, milliseconds, QS_SENDMESSAGE, MWMO_INPUTAVAILABLE);
+}
+
+// Looking for a message has the system answer all sent ones.
+void AnswerSentMessages() {
+  MSG message;
+  static_cast<void>(PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE));
+}
+
+}  // namespace
+
+bool WaitAnswering(HANDLE object, DWORD milliseconds) {
+  const bool endless = milliseconds == INFINITE;
+  const std::int64_t end = MonotonicMicros() + std::int64_t{milliseconds} * 1000;
+  DWORD left = milliseconds;
+  for (;;) {
+    const DWORD answer = WaitOnce(object, left);
+    if (answer == WAIT_OBJECT_0) {
+      return true;
+    }
+    if (answer == WAIT_OBJECT_0 + 1) {
+      AnswerSentMessages();
+    } else if (answer != WAIT_TIMEOUT) {
+      // A wait that was refused must not pass for the end of what it waited for.
+      Sleep(1);
+    }
+    if (!endless) {
+      const std::int64_t rest = end - MonotonicMicros();
+      if (rest <= 0) {
+        return WaitForSingleObject(object, 0) == WAIT_OBJECT_0;
+      }
+      left = static_cast<DWORD>(std::min<std::int64_t>((rest + 999) / 1000, milliseconds));
+    }
+  }
+}
+
+}  // namespace qx

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <windows.h>
+
+namespace qx {
+
+// Waits until `object` is signalled; false when `milliseconds` have passed before.
+//
+// What other threads send to windows of the calling thread is answered meanwhile: the
+// caller may be a host's only thread, and whoever signals `object` may first need an
+// answer from one of its windows. So a window procedure of the host can run in here, and
+// call the library. Posted messages stay where they are.
+//
+// The only wait of the library for anything but the next moment of a loop. Needs no
+// memory, and waits on when the system refuses to.
+bool WaitAnswering(HANDLE object, DWORD milliseconds = INFINITE);
+
+}  // namespace qx
