@@ -11,11 +11,11 @@
 #include <stdexcept>
 #include <vector>
 
-#include "win/util/Clock.h"
 #include "platform/control/Clock.h"
 #include "platform/control/Faults.h"
 #include "tests/support/ShareRecorder.h"
 #include "win/task/ThreadTimer.h"
+#include "win/util/Clock.h"
 
 namespace qx {
 namespace {

@@ -340,7 +340,8 @@ bool ScreenCaptureImpl::ShareDesktop(void* context, int id, IScreenCapture::Shar
   // Anything that goes wrong from here on, a lack of memory too, is a failed start.
   error = IScreenCapture::ShareErrorStartFailed;
   const auto wrapper = makeListener(context, listener);
-  const auto task = std::make_shared<ScreenCaptureTaskDesktop>(monitor, m_filterWindowManager);
+  const auto task =
+      std::make_shared<CompleteTask<ScreenCaptureTaskDesktop>>(monitor, m_filterWindowManager);
   configure(*task);
   return runTask(task, wrapper, error);
 }
@@ -362,7 +363,8 @@ bool ScreenCaptureImpl::ShareWindow(void* context, int id, IScreenCapture::Share
   error = IScreenCapture::ShareErrorStartFailed;
   const auto wrapper = makeListener(context, listener);
   const MainTrackWindowEntry* const tracked = matchTrackWindow(window);
-  const auto task = std::make_shared<ScreenCaptureTaskWindow>(window, m_filterWindowManager);
+  const auto task =
+      std::make_shared<CompleteTask<ScreenCaptureTaskWindow>>(window, m_filterWindowManager);
   configure(*task);
   if (tracked) {
     QX_LOG_INFO("set auto track window:{}", tracked->source.className);
@@ -421,9 +423,9 @@ void ScreenCaptureImpl::configure(ScreenCaptureTask& task) {
   task.SetCaptureEngineConfig(m_engineTypes, m_wgcPriority);
 }
 
-// The host hears of the start in the middle of this and may call back into this
-// object. Should it even stop the share there, the caller's references keep what
-// still runs, and BeginCapture does nothing.
+// The host hears of the start in the middle of this, and its window procedures may run
+// while this waits. From there it may call back into this object. Should it even stop the
+// share there, the caller's references keep what still runs.
 bool ScreenCaptureImpl::runTask(const std::shared_ptr<ScreenCaptureTask>& task,
                                 const std::shared_ptr<ShareListenerWrapper>& listener,
                                 IScreenCapture::ShareError& error) {
@@ -433,7 +435,13 @@ bool ScreenCaptureImpl::runTask(const std::shared_ptr<ScreenCaptureTask>& task,
       });
   m_task = task;
   try {
-    if (task->Start(listener.get(), m_enablePromptWindow)) {
+    const bool started = task->Start(listener.get(), m_enablePromptWindow);
+    if (started && m_task != task) {
+      QX_LOG_WARN("the share was stopped while it started");
+      task->Stop();
+      return false;
+    }
+    if (started) {
       listener->OnStart();
       task->BeginCapture();
       error = IScreenCapture::ShareErrorNone;
@@ -443,7 +451,9 @@ bool ScreenCaptureImpl::runTask(const std::shared_ptr<ScreenCaptureTask>& task,
     QX_LOG_ERROR("start of the share ended by an exception");
     task->Stop();
   }
-  m_task.reset();
+  if (m_task == task) {
+    m_task.reset();
+  }
   return false;
 }
 
@@ -464,9 +474,17 @@ void ScreenCaptureImpl::ShareResume() {
 void ScreenCaptureImpl::ShareStop() {
   QX_TRACE("ScreenCaptureImpl::ShareStop");
   QX_LOG_INFO("qx-sc:workflow:stop share");
+  // What the host calls from a window procedure while this waits must find the share, and
+  // must not end it a second time.
+  if (m_stopping || (m_task && m_task->IsCaptureThread())) {
+    QX_LOG_WARN("the share is stopping, or a listener of its own stops it");
+    return;
+  }
   if (m_task) {
+    m_stopping = true;
     m_task->Stop();
     m_task.reset();
+    m_stopping = false;
   }
   m_listener.reset();
 }

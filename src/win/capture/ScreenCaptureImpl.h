@@ -104,6 +104,7 @@ class ScreenCaptureImpl {
   std::shared_ptr<ShareListenerWrapper> m_listener;
   // Set exactly while a share exists, also one that ended by itself.
   std::shared_ptr<ScreenCaptureTask> m_task;
+  bool m_stopping = false;  // ShareStop waits
 };
 
 }  // namespace qx

@@ -8,34 +8,35 @@
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <optional>
 
-#include "common/ResolutionUtil.h"
 #include "win/engine/ScreenCaptureEngineProxy.h"
-#include "win/engine/ScreenCaptureFrame.h"
 #include "win/prompt/FilterWindowManager.h"
-#include "win/task/FrameRecord.h"
+#include "win/task/FrameDelivery.h"
+#include "win/task/PauseMachine.h"
 #include "win/task/ShareListenerWrapper.h"
+#include "win/task/ShareWishes.h"
 #include "win/task/ThreadTimer.h"
 #include "win/util/WindowHelpers.h"
 
 namespace qx {
 
-// One running share: its thread and clock, its settings, the pause with its
-// keep-live frames, and the delivery of frames. A subclass captures.
+// One running share: its thread and clock, its settings and its engine. A subclass
+// captures. Make one by CompleteTask, below.
 //
 // Life: construct, settings, Start, BeginCapture, settings and pauses, Stop. The
 // split start lets the caller tell the host that the share started before the
 // first frame can come.
 //
-// Threads. The owner's thread makes, starts, stops and destroys the task. The
-// capture thread, "SC-CaptureThread", runs the ticks and all engine calls, also
-// those that Start and Stop wait for: an engine needs no lock, and what it gets
-// from the system is given back on the thread that got it, as the system asks.
-// Settings, Pause, Resume and GetCaptureRect may come from any thread, also from a listener in
-// the middle of a tick: they are recorded, and a tick works from the start to
-// its end with the settings that it found. Only short copies are made under the
-// two mutexes here.
+// Threads. The owner's thread makes, starts, stops and destroys the task. All else
+// happens on the capture thread, "SC-CaptureThread", also what Start and Stop wait for:
+// an engine needs no lock, and what it gets from the system is given back on the thread
+// that got it, as the system asks. While they wait, messages that are sent to the
+// caller's windows are answered: the share may be of one of these.
+//
+// Settings, Pause, Resume and GetCaptureRect may come from any thread, also from a
+// listener in the middle of a tick, and return at once: they leave a wish, which the
+// capture thread carries out when it is free. A tick works from its start to its end
+// with the same settings.
 class ScreenCaptureTask {
  public:
   using CaptureRect = IScreenCapture::CaptureRect;
@@ -48,23 +49,25 @@ class ScreenCaptureTask {
   explicit ScreenCaptureTask(std::shared_ptr<FilterWindowManager> filterWindowManager);
   ScreenCaptureTask(const ScreenCaptureTask&) = delete;
   ScreenCaptureTask& operator=(const ScreenCaptureTask&) = delete;
-  // A subclass calls its tearDown and stopThread first: no tick may run
-  // on a task half destroyed.
-  virtual ~ScreenCaptureTask();
+  virtual ~ScreenCaptureTask() = default;
 
-  // `listener` is borrowed until Stop. False: nothing runs (logged). Everything
-  // is ready then but the ticks, which BeginCapture starts.
-  virtual bool Start(ShareListenerWrapper* listener, bool showPrompt) = 0;
+  // `listener` is borrowed until Stop. False: nothing runs (logged), and the task is only
+  // good to be destroyed. Everything is ready otherwise but the ticks, which BeginCapture
+  // starts.
+  bool Start(ShareListenerWrapper* listener, bool showPrompt);
   // Does nothing unless started.
-  virtual void BeginCapture();
-  // Waits for a tick in progress. The listener hears nothing more.
+  void BeginCapture();
+  // Waits for a tick in progress. The listener hears nothing more. Needs no memory. A
+  // call from the capture thread itself is refused (logged).
   void Stop();
+  // Whether the caller is a listener operation in the middle of a tick.
+  bool IsCaptureThread() const { return m_timer.IsCurrent(); }
 
   void Pause();
-  virtual void Resume();
+  void Resume();
 
-  virtual void EnablePromptWindow(bool enable) = 0;
-  virtual void SetPromptWindowInfo(const PromptWindowInfo& info);
+  void EnablePromptWindow(bool enable);
+  void SetPromptWindowInfo(const PromptWindowInfo& info);
   virtual void EnableFilterWindowWhenShareDesktop(bool /*enable*/) {}
   virtual void SetAutoActiveShareWindow(bool /*active*/) {}
   virtual void SetAutoTrackWindow(const WindowsUtil::TrackWindowRule& /*rule*/) {}
@@ -88,127 +91,111 @@ class ScreenCaptureTask {
   void GetCaptureRect(CaptureRect& rect) const;
 
  protected:
-  // The settings that a tick reads.
-  struct Settings {
-    std::int32_t fps = 15;
-    bool showCursor = true;
-    bool wgcPriority = false;
-    ScreenFrameFormat format = IScreenCapture::ScreenFrameFormatARGB;
-    ScreenFrameResolutionLimit pendingLimit;
-    ScreenCaptureConfig config;
-    PromptWindowInfo promptWindowInfo;
-  };
+  // A subclass supplies these. All of them run on the capture thread.
 
-  // One capture.
-  struct Shot {
-    CaptureRect rect = {};
-    std::int32_t targetWidth = 0;
-    std::int32_t targetHeight = 0;
-    std::int64_t timestamp = 0;  // system microseconds
-  };
-
-  enum class RebuildCause { FilterChanged, ConfigChanged };
+  // Reads where the target is, and makes the first engine. False: no share (logged).
+  virtual bool prepare() = 0;
+  // Opens the prompt frame and what else goes with a share.
+  virtual void surround(bool showPrompt) = 0;
+  // Brings the target to the user, if it is to be. At the start on the owner's thread.
+  virtual void raise() {}
+  // One tick. There is an engine.
+  virtual void captureStep(std::uint64_t nowMs) = 0;
+  // Gives the prompt frame what was set for it.
+  virtual void changePrompt(const ShareWishes& wishes) = 0;
+  virtual std::unique_ptr<ScreenCaptureEngineProxy> makeEngine() = 0;
+  // The ticks have begun.
+  virtual void onBegun() {}
+  // Drops what surround made.
+  virtual void release() = 0;
 
   bool isRunning() const { return m_running; }
   // Running, and has not ended by itself.
   bool isCapturing() const { return m_running && !m_stopped; }
-  Settings copySettings() const;
+  // Any thread: leaves a wish. The capture thread carries it out as soon as it is free;
+  // one of a listener in the middle of a tick, with the next tick.
+  template <typename Change>
+  void wish(Change change) {
+    m_wishes.Leave(std::move(change));
+    wakeCaptureThread();
+  }
   void setCaptureRect(const CaptureRect& rect);
-  // Any thread. The next tick, which comes at once, makes the engine anew.
-  void requestRebuild(RebuildCause cause);
-
-  // On the owner's thread.
-
-  // Ends the ticks and drops what Start made. Does nothing the second time.
-  virtual void tearDown() = 0;
-  // False when there is no thread to capture on (logged).
-  bool canRun() const;
-  void enterRunning();
-  // Leaves the running state, and returns when no tick runs and none will.
-  void stopTicks();
-  // Ends the thread.
-  void stopThread() { m_timer.Stop(); }
-  // Have the engine made and dropped on the capture thread, and wait for it.
-  bool createFirstEngine(const Settings& settings);
-  void releaseEngine();
+  // Ends the capture thread, which drops everything first.
+  void endThread();
 
   // On the capture thread.
 
-  // One tick. The share is running and there is an engine.
-  virtual void captureStep(const Settings& settings, std::uint64_t nowMs) = 0;
-  virtual bool createEngine(const Settings& settings) = 0;
+  const ShareSettings& settings() const { return m_settings; }
+  ThreadTimer& timer() { return m_timer; }
+  const FilterWindowManager& filterWindowManager() const { return *m_filterWindowManager; }
+  ShareListenerWrapper& listener() { return *m_listener; }
+  FrameDelivery& delivery() { return m_delivery; }
+  PauseMachine& pauseMachine() { return m_pause; }
+  // Null when there is none.
+  ScreenCaptureEngineProxy* engine() { return m_engine.get(); }
   // What every proxy is made with.
-  EngineProxySettings proxySettings(const Settings& settings, FilterWindowProvider filterWindows);
-  // Takes the proxy over if it can start.
-  bool adoptEngine(std::unique_ptr<ScreenCaptureEngineProxy> engine, const Settings& settings);
+  EngineProxySettings proxySettings(FilterWindowProvider filterWindows);
+  bool createEngine();
   void destroyEngine();
   // Drops the engine, and captures nothing for a while.
   void waitForSecureDesktop(std::uint64_t nowMs);
-
-  void PauseShare(IScreenCapture::SharePauseReason reason);
-  // Does nothing while the host's own pause lasts.
-  void ResumeShare();
+  // Ticks before this time do nothing; system milliseconds.
+  void holdOff(std::uint64_t untilMs) { m_nextCaptureTime = untilMs; }
   // The share can't go on. The owner still stops it; one who does so now is not told.
   void endShare();
 
-  // The size that a frame of `shot.rect` may have. False: capture nothing (logged).
-  bool chooseTargetSize(Shot& shot) const;
-  // Scales and converts what the engine left in m_captureFrame, and hands it over.
-  void deliverCapture(const Settings& settings, const Shot& shot);
-  // Hands the last frame over again, unless the host wants unchanged ones held back.
-  void deliverUnchanged(const Settings& settings, std::int64_t timestamp);
+ private:
+  template <typename Kind>
+  friend class CompleteTask;
+  // Only a complete task ends its thread in time.
+  virtual void mustBeComplete() const = 0;
+
+  bool canRun() const;
+  void wakeCaptureThread();
+  void reportEngine();
+  void tick();
+  void runTick();
+  void carryOutWishes();
+  void carryOutEngineWishes(const ShareWishes& wishes);
+  bool rebuildEngine(const ShareWishes& wishes);
+  bool ensureEngine(std::uint64_t nowMs);
+  void sendKeepLiveFrame();
+  void leave();
+
+  const std::shared_ptr<FilterWindowManager> m_filterWindowManager;
+  std::atomic<bool> m_running = false;
+  std::atomic<bool> m_stopped = false;  // the share ended by itself
+  WishBox m_wishes;
+  mutable std::mutex m_rectMutex;
+  CaptureRect m_captureRect = {-1, -1, -1, -1};
+  std::function<void(const ScreenFrameData*)> m_keepLiveCallback;
 
   // Runs the ticks and whatever else the capture thread is to do.
   ThreadTimer m_timer;
-  const std::shared_ptr<FilterWindowManager> m_filterWindowManager;
-  ShareListenerWrapper* m_listener = nullptr;
-  std::unique_ptr<ScreenCaptureEngineProxy> m_engine;
-  ScreenCaptureFrame m_captureFrame;
-  std::atomic<bool> m_pauseInvoke = false;  // the host asked for a pause
-  std::uint64_t m_nextCaptureTime = 0;      // ticks before it do nothing; system milliseconds
-
- private:
-  // What setters ask of the engine. The next tick does it.
-  struct EngineRequests {
-    bool rebuildForFilter = false;
-    bool rebuildForConfig = false;
-    std::optional<bool> dynamicCheck;
-  };
-
-  void reportEngine();
-  void addCaptureTick();
-  void tick();
-  void runTick();
-  void carryOutRequests(const EngineRequests& requests, const Settings& settings);
-  bool ensureEngine(const Settings& settings, std::uint64_t nowMs);
-  void sendKeepLiveFrame();
-  // The picture that a capture made, scaled or not.
-  Picture choosePicture(const Shot& shot);
-  void adoptPendingLimit(const Settings& settings);
-
   bool m_hasThread = false;
-  std::atomic<bool> m_running = false;
-  std::atomic<bool> m_stopped = false;  // the share ended by itself
+  std::int32_t m_wishTask = ThreadTimer::kNoTask;
 
-  mutable std::mutex m_settingsMutex;
-  Settings m_settings;
-  EngineRequests m_requests;
-  EngineTypeSet m_engineTypes;
-  mutable std::mutex m_rectMutex;
-  CaptureRect m_captureRect = {-1, -1, -1, -1};
-
-  std::function<void(const ScreenFrameData*)> m_keepLiveCallback;
-  std::atomic<std::int32_t> m_captureTimerTask = ThreadTimer::kNoTask;
-  std::atomic<std::int32_t> m_keepLiveTimerTask = ThreadTimer::kNoTask;
-
-  // The capture thread's while running.
-  std::optional<IScreenCapture::SharePauseReason> m_pauseReason;
-  ScreenFrameResolutionLimit m_resolutionLimit;  // in force
+  // The capture thread's.
+  ShareListenerWrapper* m_listener = nullptr;
+  ShareSettings m_settings;
+  FrameDelivery m_delivery;
+  PauseMachine m_pause;
+  std::unique_ptr<ScreenCaptureEngineProxy> m_engine;
   bool m_engineShowsCursor = true;
   CaptureEngineType m_engineType = IScreenCapture::CaptureEngineNone;  // last one in use
-  FrameRecord m_record;
-  std::uint32_t m_dropCount = 0;
-  std::uint32_t m_lastDropCount = 0;  // at the last log line
+  std::int32_t m_captureTimerTask = ThreadTimer::kNoTask;
+  std::uint64_t m_nextCaptureTime = 0;
+};
+
+// A kind of task as it is made: its thread has ended before any part of it goes.
+template <typename Kind>
+class CompleteTask final : public Kind {
+ public:
+  using Kind::Kind;
+  ~CompleteTask() override { this->endThread(); }
+
+ private:
+  void mustBeComplete() const override {}
 };
 
 }  // namespace qx

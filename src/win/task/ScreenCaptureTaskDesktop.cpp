@@ -3,10 +3,10 @@
 #include <cstdint>
 #include <utility>
 
-#include "win/util/Clock.h"
 #include "common/Logging.h"
 #include "win/source/WindowEnumeration.h"
 #include "win/task/CaptureRects.h"
+#include "win/util/Clock.h"
 #include "win/util/SystemProbes.h"
 #include "win/util/Utils.h"
 #include "win/util/WindowHelpers.h"
@@ -28,15 +28,7 @@ ScreenCaptureTaskDesktop::ScreenCaptureTaskDesktop(
   QX_TRACE("ScreenCaptureTaskDesktop::ScreenCaptureTaskDesktop");
 }
 
-ScreenCaptureTaskDesktop::~ScreenCaptureTaskDesktop() {
-  tearDown();
-  stopThread();
-}
-
-bool ScreenCaptureTaskDesktop::Start(ShareListenerWrapper* listener, bool showPrompt) {
-  if (isRunning() || !canRun()) {
-    return false;
-  }
+bool ScreenCaptureTaskDesktop::prepare() {
   MONITORINFOEXW info;
   if (!ReadMonitor(m_monitor, info)) {
     QX_LOG_ERROR("GetMonitorInfo failed,error:{}", static_cast<std::uint32_t>(GetLastError()));
@@ -45,55 +37,54 @@ bool ScreenCaptureTaskDesktop::Start(ShareListenerWrapper* listener, bool showPr
   m_deviceName = info.szDevice;
   m_monitorRect = info.rcMonitor;
   setCaptureRect(ToCaptureRect(m_monitorRect));
-  m_listener = listener;
-  const Settings settings = copySettings();
-  if (!createFirstEngine(settings)) {
+  if (!createEngine()) {
     QX_LOG_ERROR("CreateEngine failed");
     return false;
   }
-  m_promptDesktop = std::make_unique<PromptDesktop>(m_monitorRect, showPrompt);
-  m_promptDesktop->SetPromptWindowInfo(settings.promptWindowInfo);
-  // A share without its frame is still a share.
-  static_cast<void>(m_promptDesktop->Start());
-  enterRunning();
   return true;
 }
 
-void ScreenCaptureTaskDesktop::tearDown() {
-  stopTicks();
-  m_promptDesktop.reset();
-  releaseEngine();
+void ScreenCaptureTaskDesktop::surround(bool showPrompt) {
+  m_promptDesktop = std::make_unique<PromptDesktop>(m_monitorRect, showPrompt);
+  m_promptDesktop->SetPromptWindowInfo(settings().promptWindowInfo);
+  // A share without its frame is still a share.
+  static_cast<void>(m_promptDesktop->Start());
 }
 
-void ScreenCaptureTaskDesktop::EnablePromptWindow(bool enable) {
-  if (m_promptDesktop) {
-    m_promptDesktop->Show(enable);
+void ScreenCaptureTaskDesktop::release() { m_promptDesktop.reset(); }
+
+void ScreenCaptureTaskDesktop::changePrompt(const ShareWishes& wishes) {
+  if (!m_promptDesktop) {
+    return;
   }
-}
-
-void ScreenCaptureTaskDesktop::SetPromptWindowInfo(const PromptWindowInfo& info) {
-  ScreenCaptureTask::SetPromptWindowInfo(info);
-  if (m_promptDesktop) {
-    m_promptDesktop->SetPromptWindowInfo(info);
+  if (wishes.showPrompt) {
+    m_promptDesktop->Show(*wishes.showPrompt);
+  }
+  if (wishes.newLook) {
+    m_promptDesktop->SetPromptWindowInfo(settings().promptWindowInfo);
   }
 }
 
 void ScreenCaptureTaskDesktop::EnableFilterWindowWhenShareDesktop(bool enable) {
   QX_LOG_INFO("qx-sc:config:enable filter window {}", enable);
-  if (m_enableFilterWindow.exchange(enable) != enable) {
-    requestRebuild(RebuildCause::FilterChanged);
-  }
+  wish([enable](ShareWishes& wishes) {
+    if (enable != wishes.settings.enableFilterWindow) {
+      wishes.settings.enableFilterWindow = enable;
+      wishes.rebuildForFilter = true;
+      // What was meant for the engine that goes.
+      wishes.dynamicCheck.reset();
+    }
+  });
 }
 
-bool ScreenCaptureTaskDesktop::createEngine(const Settings& settings) {
-  EngineProxySettings proxy = proxySettings(
-      settings, [this](const RECT&, std::vector<HWND>& windows) { listExcludedWindows(windows); });
-  proxy.enableFilterWindow = m_enableFilterWindow;
-  return adoptEngine(std::make_unique<ScreenCaptureEngineProxy>(m_monitor, std::move(proxy)),
-                     settings);
+std::unique_ptr<ScreenCaptureEngineProxy> ScreenCaptureTaskDesktop::makeEngine() {
+  return std::make_unique<ScreenCaptureEngineProxy>(
+      m_monitor, proxySettings([this](const RECT&, std::vector<HWND>& windows) {
+        listExcludedWindows(windows);
+      }));
 }
 
-void ScreenCaptureTaskDesktop::captureStep(const Settings& settings, std::uint64_t nowMs) {
+void ScreenCaptureTaskDesktop::captureStep(std::uint64_t nowMs) {
   if (!updateMonitorRect()) {
     QX_LOG_WARN("update capture frame size failed");
     endShare();
@@ -105,22 +96,22 @@ void ScreenCaptureTaskDesktop::captureStep(const Settings& settings, std::uint64
     return;
   }
   followRect(shot.rect);
-  if (m_pauseInvoke) {
-    PauseShare(IScreenCapture::PauseReasonInvoked);
+  if (pauseMachine().IsInvoked()) {
+    pauseMachine().Pause(IScreenCapture::PauseReasonInvoked);
     return;
   }
-  ResumeShare();
-  if (!chooseTargetSize(shot)) {
+  pauseMachine().Resume();
+  if (!delivery().ChooseTargetSize(shot)) {
     return;
   }
-  m_engine->SetTargetSize(shot.targetWidth, shot.targetHeight);
+  engine()->SetTargetSize(shot.targetWidth, shot.targetHeight);
   shot.timestamp = SystemMicros();
   auto result = CaptureResult::Failed;
-  if (m_engine->Capture(shot.rect.x, shot.rect.y, shot.rect.width, shot.rect.height, m_captureFrame,
-                        result)) {
-    deliverCapture(settings, shot);
+  if (engine()->Capture(shot.rect.x, shot.rect.y, shot.rect.width, shot.rect.height,
+                        delivery().Frame(), result)) {
+    delivery().DeliverCapture(settings(), shot);
   } else if (result == CaptureResult::NoChange) {
-    deliverUnchanged(settings, shot.timestamp);
+    delivery().DeliverUnchanged(settings(), shot.timestamp);
   } else {
     handleCaptureFailure(nowMs);
   }
@@ -133,7 +124,7 @@ void ScreenCaptureTaskDesktop::followRect(const CaptureRect& rect) {
     return;
   }
   setCaptureRect(rect);
-  m_listener->OnShareRectChanged(rect.x, rect.y, rect.width, rect.height);
+  listener().OnShareRectChanged(rect.x, rect.y, rect.width, rect.height);
   if (m_promptDesktop) {
     m_promptDesktop->UpdatePosition(rect.x, rect.y, rect.width, rect.height);
   }
@@ -196,10 +187,10 @@ bool ScreenCaptureTaskDesktop::updateMonitorInfo() {
     }
     if (m_deviceName == info.szDevice) {
       m_monitor = monitor;
-      if (m_engine) {
-        m_engine->SetSource(monitor);
+      if (engine()) {
+        engine()->SetSource(monitor);
       }
-      m_listener->OnShareDesktopChanged(HandleToId(monitor));
+      listener().OnShareDesktopChanged(HandleToId(monitor));
       return true;
     }
   }
@@ -215,10 +206,10 @@ void ScreenCaptureTaskDesktop::listExcludedWindows(std::vector<HWND>& excluded) 
   }
   WindowsUtil::EnumTopLevelWindows(m_topLevelWindows, WindowsUtil::EnumMode::VisibleNotMinimized);
   for (const HWND window : m_topLevelWindows) {
-    if (m_filterWindowManager->IsIncludedWindow(window)) {
+    if (filterWindowManager().IsIncludedWindow(window)) {
       QX_LOG_LIMITED(LogLevelInfo, "include Window {:#08x} when capture",
                      reinterpret_cast<std::uintptr_t>(window));
-    } else if (m_filterWindowManager->IsExcludedWindow(window)) {
+    } else if (filterWindowManager().IsExcludedWindow(window)) {
       excluded.push_back(window);
     }
   }

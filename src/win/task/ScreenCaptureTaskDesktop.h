@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include <atomic>
 #include <memory>
 #include <string>
 #include <vector>
@@ -14,24 +13,23 @@ namespace qx {
 
 // The share of one monitor. Each tick follows the monitor's rectangle, and its
 // handle when a display change gave it a new one; captures; and decides what a
-// failure means: end the share, wait for a secure desktop to go, or try again.
+// failure means: end the share, wait for a secure desktop to go, or try again. All that
+// it keeps is the capture thread's.
 class ScreenCaptureTaskDesktop : public ScreenCaptureTask {
  public:
   ScreenCaptureTaskDesktop(HMONITOR monitor,
                            std::shared_ptr<FilterWindowManager> filterWindowManager);
-  // Ends a share that still runs; its listener hears nothing.
-  ~ScreenCaptureTaskDesktop() override;
 
-  bool Start(ShareListenerWrapper* listener, bool showPrompt) override;
-  void EnablePromptWindow(bool enable) override;
-  void SetPromptWindowInfo(const PromptWindowInfo& info) override;
   // Makes the engine anew when it changes.
   void EnableFilterWindowWhenShareDesktop(bool enable) override;
 
  private:
-  void tearDown() override;
-  void captureStep(const Settings& settings, std::uint64_t nowMs) override;
-  bool createEngine(const Settings& settings) override;
+  bool prepare() override;
+  void surround(bool showPrompt) override;
+  void captureStep(std::uint64_t nowMs) override;
+  void changePrompt(const ShareWishes& wishes) override;
+  std::unique_ptr<ScreenCaptureEngineProxy> makeEngine() override;
+  void release() override;
   void followRect(const CaptureRect& rect);
   void handleCaptureFailure(std::uint64_t nowMs);
   bool updateMonitorRect();
@@ -41,9 +39,8 @@ class ScreenCaptureTaskDesktop : public ScreenCaptureTask {
   HMONITOR m_monitor;
   std::wstring m_deviceName;  // knows the monitor again when the handle went stale
   RECT m_monitorRect = {};    // pixels of the virtual screen; empty while unknown
-  std::atomic<bool> m_enableFilterWindow = true;
-  std::unique_ptr<PromptDesktop> m_promptDesktop;  // from Start to Stop
-  std::vector<HWND> m_topLevelWindows;             // as of the last capture that asked
+  std::unique_ptr<PromptDesktop> m_promptDesktop;
+  std::vector<HWND> m_topLevelWindows;  // as of the last capture that asked
 };
 
 }  // namespace qx

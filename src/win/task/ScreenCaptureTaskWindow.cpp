@@ -3,56 +3,31 @@
 #include <dwmapi.h>
 
 #include <algorithm>
-#include <string>
 #include <utility>
 
-#include "win/util/Clock.h"
 #include "common/Logging.h"
 #include "win/source/WindowEnumeration.h"
 #include "win/task/CaptureRects.h"
+#include "win/util/Clock.h"
 #include "win/util/SystemProbes.h"
 #include "win/util/Utils.h"
+#include "win/util/WindowActions.h"
 
 namespace qx {
 namespace {
 
-using WindowsUtil::TrackWindowRule;
-
 constexpr std::uint64_t kFilterChangeWaitMs = 600;
-constexpr double kTrackIntervalMs = 1000.0;
-
-// What a slide show's title ends in: the name of the document, without that of the
-// application. Other applications don't say.
-std::wstring DocumentName(HWND window) {
-  if (WindowsUtil::GetWindowClassName(window) != "PPTFrameClass") {
-    return {};
-  }
-  std::wstring title;
-  WindowsUtil::GetWindowTitle(window, title);
-  const std::size_t end = title.rfind(L" - ");
-  return end == std::wstring::npos ? std::wstring() : title.substr(0, end);
-}
 
 }  // namespace
 
 ScreenCaptureTaskWindow::ScreenCaptureTaskWindow(
     HWND window, std::shared_ptr<FilterWindowManager> filterWindowManager)
-    : ScreenCaptureTask(std::move(filterWindowManager)), m_window(window) {
+    : ScreenCaptureTask(std::move(filterWindowManager)), m_window(window), m_slideShow(timer()) {
   QX_TRACE("ScreenCaptureTaskWindow::ScreenCaptureTaskWindow");
 }
 
-ScreenCaptureTaskWindow::~ScreenCaptureTaskWindow() {
-  tearDown();
-  stopThread();
-}
-
-bool ScreenCaptureTaskWindow::Start(ShareListenerWrapper* listener, bool showPrompt) {
-  if (isRunning() || !canRun()) {
-    return false;
-  }
-  if (IsIconic(m_window)) {
-    ShowWindow(m_window, SW_RESTORE);
-  }
+bool ScreenCaptureTaskWindow::prepare() {
+  WindowsUtil::RestoreWindow(m_window);
   if (!readRect(m_rectWindow)) {
     QX_LOG_ERROR("GetCaptureRect failed");
     return false;
@@ -62,102 +37,77 @@ bool ScreenCaptureTaskWindow::Start(ShareListenerWrapper* listener, bool showPro
   }
   IntersectRect(&m_rectCapture, &m_rectDesktop, &m_rectWindow);
   setCaptureRect(ToCaptureRect(m_rectCapture));
-  m_listener = listener;
-  if (!createFirstEngine(copySettings())) {
+  if (!createEngine()) {
     QX_LOG_ERROR("createEngine failed");
     return false;
   }
-  m_enablePrompt = showPrompt;
-  static_cast<void>(m_timer.Run([this] {
-    openPrompt();
-    activateWindow();
-  }));
-  enterRunning();
-  m_aeroPeek.TurnOff();
   return true;
 }
 
-void ScreenCaptureTaskWindow::BeginCapture() {
-  ScreenCaptureTask::BeginCapture();
-  if (isRunning()) {
-    startTrackTimer();
-  }
+void ScreenCaptureTaskWindow::surround(bool showPrompt) {
+  m_enablePrompt = showPrompt;
+  openPrompt();
+  m_aeroPeek.TurnOff();
 }
 
-// The tick first: one in progress may yet start the search for a slide show.
-void ScreenCaptureTaskWindow::tearDown() {
-  stopTicks();
-  stopTrackTimer();
-  static_cast<void>(m_timer.Run([this] { m_promptWindow.reset(); }));
-  releaseEngine();
+// What belongs to the user first.
+void ScreenCaptureTaskWindow::release() {
   m_aeroPeek.PutBack();
+  m_promptWindow.reset();
 }
 
-// At once, between two ticks. Nobody waits for it.
-void ScreenCaptureTaskWindow::onCaptureThread(ThreadTimer::Function work) {
-  if (isRunning()) {
-    m_timer.AddTask(0.0, 0.0, true, std::move(work));
+void ScreenCaptureTaskWindow::raise() {
+  if (settings().autoActive) {
+    WindowsUtil::RaiseWindow(m_window);
   }
 }
 
-void ScreenCaptureTaskWindow::Resume() {
-  ScreenCaptureTask::Resume();
-  onCaptureThread([this] { activateWindow(); });
-}
-
-void ScreenCaptureTaskWindow::EnablePromptWindow(bool enable) {
-  m_enablePrompt = enable;
-  onCaptureThread([this] {
-    if (m_promptWindow) {
-      m_promptWindow->ShowPrompt(m_enablePrompt);
-    }
-  });
-}
-
-void ScreenCaptureTaskWindow::SetPromptWindowInfo(const PromptWindowInfo& info) {
-  ScreenCaptureTask::SetPromptWindowInfo(info);
-  onCaptureThread([this] {
-    if (m_promptWindow) {
-      m_promptWindow->SetPromptWindowInfo(copySettings().promptWindowInfo);
-    }
-  });
+void ScreenCaptureTaskWindow::changePrompt(const ShareWishes& wishes) {
+  m_enablePrompt = wishes.showPrompt.value_or(m_enablePrompt);
+  if (!m_promptWindow) {
+    return;
+  }
+  if (wishes.showPrompt) {
+    m_promptWindow->ShowPrompt(m_enablePrompt);
+  }
+  if (wishes.newLook) {
+    m_promptWindow->SetPromptWindowInfo(settings().promptWindowInfo);
+  }
 }
 
 void ScreenCaptureTaskWindow::SetAutoActiveShareWindow(bool active) {
   QX_LOG_INFO("qx-sc:config:auto active share window {}", active);
-  m_autoActive = active;
+  wish([active](ShareWishes& wishes) { wishes.settings.autoActive = active; });
 }
 
-void ScreenCaptureTaskWindow::SetAutoTrackWindow(const TrackWindowRule& rule) {
-  m_trackWindow = rule;
+void ScreenCaptureTaskWindow::SetAutoTrackWindow(const WindowsUtil::TrackWindowRule& rule) {
+  m_slideShow.SetRule(rule);
 }
 
-bool ScreenCaptureTaskWindow::createEngine(const Settings& settings) {
-  EngineProxySettings proxy = proxySettings(
-      settings,
-      [this](const RECT& rect, std::vector<HWND>& windows) { listCoveringWindows(rect, windows); });
-  return adoptEngine(std::make_unique<ScreenCaptureEngineProxy>(m_window, std::move(proxy)),
-                     settings);
+std::unique_ptr<ScreenCaptureEngineProxy> ScreenCaptureTaskWindow::makeEngine() {
+  return std::make_unique<ScreenCaptureEngineProxy>(
+      m_window, proxySettings([this](const RECT& rect, std::vector<HWND>& windows) {
+        listCoveringWindows(rect, windows);
+      }));
 }
 
-void ScreenCaptureTaskWindow::captureStep(const Settings& settings, std::uint64_t nowMs) {
+void ScreenCaptureTaskWindow::captureStep(std::uint64_t nowMs) {
   if (!IsWindow(m_window)) {
     handleWindowGone();
     return;
   }
   auto status = WindowCaptureStatus::Failed;
-  const bool captured = captureFrame(settings, nowMs, status);
+  const bool captured = captureFrame(nowMs, status);
   updatePrompt(captured || status == WindowCaptureStatus::PauseInvoked);
   if (captured) {
-    ResumeShare();
+    pauseMachine().Resume();
   } else {
     handleStatus(status, nowMs);
   }
 }
 
 // True when a picture was delivered or the last one still counts.
-bool ScreenCaptureTaskWindow::captureFrame(const Settings& settings, std::uint64_t nowMs,
-                                           WindowCaptureStatus& status) {
+bool ScreenCaptureTaskWindow::captureFrame(std::uint64_t nowMs, WindowCaptureStatus& status) {
   status = WindowCaptureStatus::Failed;
   if (!WindowsUtil::IsWindowOnCurrentVirtualDesktop(m_window)) {
     status = WindowCaptureStatus::OtherDesktop;
@@ -168,14 +118,14 @@ bool ScreenCaptureTaskWindow::captureFrame(const Settings& settings, std::uint64
     QX_LOG_LIMITED(LogLevelError, "GetCaptureRect failed");
     return false;
   }
-  if (isHidden(settings, nowMs)) {
+  if (isHidden(nowMs)) {
     status = WindowCaptureStatus::Hidden;
     return false;
   }
   if (!EqualRect(&rect, &m_rectWindow)) {
     m_rectWindow = rect;
     followWindow(rect);
-    m_nextCaptureTime = nowMs + settings.config.MovedWindowStableKeepMinDuration;
+    holdOff(nowMs + settings().config.MovedWindowStableKeepMinDuration);
     status = WindowCaptureStatus::Moved;
     return false;
   }
@@ -194,33 +144,32 @@ bool ScreenCaptureTaskWindow::captureFrame(const Settings& settings, std::uint64
         static_cast<std::int32_t>(rect.bottom));
     return false;
   }
-  if (!m_engine->IsDesktopBased()) {
+  if (!engine()->IsDesktopBased()) {
     m_rectCapture = rect;
   }
   Shot shot;
   shot.rect = ToCaptureRect(m_rectCapture);
   setCaptureRect(shot.rect);
-  if (m_pauseInvoke) {
+  if (pauseMachine().IsInvoked()) {
     status = WindowCaptureStatus::PauseInvoked;
     return false;
   }
-  return chooseTargetSize(shot) && capture(settings, shot, status);
+  return delivery().ChooseTargetSize(shot) && capture(shot, status);
 }
 
-bool ScreenCaptureTaskWindow::capture(const Settings& settings, Shot& shot,
-                                      WindowCaptureStatus& status) {
-  m_engine->SetTargetSize(shot.targetWidth, shot.targetHeight);
+bool ScreenCaptureTaskWindow::capture(Shot& shot, WindowCaptureStatus& status) {
+  engine()->SetTargetSize(shot.targetWidth, shot.targetHeight);
   shot.timestamp = SystemMicros();
   auto result = CaptureResult::Failed;
-  if (m_engine->Capture(shot.rect.x, shot.rect.y, shot.rect.width, shot.rect.height, m_captureFrame,
-                        result)) {
-    deliverCapture(settings, shot);
+  if (engine()->Capture(shot.rect.x, shot.rect.y, shot.rect.width, shot.rect.height,
+                        delivery().Frame(), result)) {
+    delivery().DeliverCapture(settings(), shot);
     return true;
   }
   QX_LOG_LIMITED(LogLevelError, "ScreenCaptureEngine Capture window failed");
   switch (result) {
     case CaptureResult::NoChange:
-      deliverUnchanged(settings, shot.timestamp);
+      delivery().DeliverUnchanged(settings(), shot.timestamp);
       return true;
     case CaptureResult::FilterFailed:
       status = WindowCaptureStatus::FilterFailed;
@@ -241,14 +190,14 @@ bool ScreenCaptureTaskWindow::readRect(RECT& rect) {
 }
 
 // A window that has just come back still counts: it is given time to draw itself.
-bool ScreenCaptureTaskWindow::isHidden(const Settings& settings, std::uint64_t nowMs) {
+bool ScreenCaptureTaskWindow::isHidden(std::uint64_t nowMs) {
   if (!IsWindowVisible(m_window) || WindowsUtil::HasAllBitsOf(m_style, WS_MINIMIZE)) {
     m_windowShown = false;
     return true;
   }
   if (!m_windowShown) {
     m_windowShown = true;
-    m_nextCaptureTime = nowMs + settings.config.MovedWindowStableKeepMinDuration;
+    holdOff(nowMs + settings().config.MovedWindowStableKeepMinDuration);
     return true;
   }
   return WindowsUtil::IsWindows8Point1OrGreater() && WindowsUtil::IsWindowCloaked(m_window);
@@ -257,16 +206,16 @@ bool ScreenCaptureTaskWindow::isHidden(const Settings& settings, std::uint64_t n
 void ScreenCaptureTaskWindow::handleStatus(WindowCaptureStatus status, std::uint64_t nowMs) {
   switch (status) {
     case WindowCaptureStatus::Failed:
-      PauseShare(IScreenCapture::PauseReasonCaptureFailed);
+      pauseMachine().Pause(IScreenCapture::PauseReasonCaptureFailed);
       break;
     case WindowCaptureStatus::Hidden:
-      PauseShare(IScreenCapture::PauseReasonWindowHidden);
+      pauseMachine().Pause(IScreenCapture::PauseReasonWindowHidden);
       break;
     case WindowCaptureStatus::Moved:
-      PauseShare(IScreenCapture::PauseReasonWindowMoved);
+      pauseMachine().Pause(IScreenCapture::PauseReasonWindowMoved);
       break;
     case WindowCaptureStatus::OtherDesktop:
-      PauseShare(IScreenCapture::PauseReasonOtherVirtualDesktop);
+      pauseMachine().Pause(IScreenCapture::PauseReasonOtherVirtualDesktop);
       break;
     case WindowCaptureStatus::EngineFailed:
       handleEngineFailure(nowMs);
@@ -275,13 +224,13 @@ void ScreenCaptureTaskWindow::handleStatus(WindowCaptureStatus status, std::uint
       handleOffScreen();
       break;
     case WindowCaptureStatus::FilterFailed:
-      PauseShare(IScreenCapture::PauseReasonFilterFailed);
+      pauseMachine().Pause(IScreenCapture::PauseReasonFilterFailed);
       break;
     case WindowCaptureStatus::PauseInvoked:
-      PauseShare(IScreenCapture::PauseReasonInvoked);
+      pauseMachine().Pause(IScreenCapture::PauseReasonInvoked);
       break;
     case WindowCaptureStatus::FilterChanged:
-      m_nextCaptureTime = nowMs + kFilterChangeWaitMs;
+      holdOff(nowMs + kFilterChangeWaitMs);
       break;
   }
 }
@@ -290,7 +239,7 @@ void ScreenCaptureTaskWindow::handleOffScreen() {
   std::vector<HMONITOR> monitors;
   WindowsUtil::EnumMonitorHandles(monitors);
   if (!monitors.empty()) {
-    PauseShare(IScreenCapture::PauseReasonWindowHidden);
+    pauseMachine().Pause(IScreenCapture::PauseReasonWindowHidden);
     return;
   }
   QX_LOG_WARN("screen disconnect");
@@ -304,17 +253,17 @@ void ScreenCaptureTaskWindow::handleEngineFailure(std::uint64_t nowMs) {
   } else if (WindowsUtil::IsUacPrompt()) {
     waitForSecureDesktop(nowMs);
   } else {
-    PauseShare(IScreenCapture::PauseReasonCaptureFailed);
+    pauseMachine().Pause(IScreenCapture::PauseReasonCaptureFailed);
   }
 }
 
 void ScreenCaptureTaskWindow::handleWindowGone() {
   QX_LOG_WARN("window destroy");
-  if (m_backWindow) {
+  if (const HWND main = m_slideShow.MainWindow()) {
     QX_LOG_INFO("track window destroy, back capture");
-    if (changeCaptureWindow(m_backWindow)) {
-      m_backWindow = nullptr;
-      startTrackTimer();
+    if (changeCaptureWindow(main)) {
+      m_slideShow.SetMainWindow(nullptr);
+      watchForSlideShow();
       return;
     }
     QX_LOG_INFO("back capture failed");
@@ -365,13 +314,13 @@ void ScreenCaptureTaskWindow::reportShareRect() {
     return;
   }
   RECT shown = m_rectWindow;
-  if (m_engine->IsDesktopBased() && !IntersectRect(&shown, &m_rectDesktop, &m_rectWindow)) {
+  if (engine()->IsDesktopBased() && !IntersectRect(&shown, &m_rectDesktop, &m_rectWindow)) {
     return;
   }
   const CaptureRect rect = ToCaptureRect(shown);
   if (!SameRect(rect, m_reportedRect)) {
     m_reportedRect = rect;
-    m_listener->OnShareRectChanged(rect.x, rect.y, rect.width, rect.height);
+    listener().OnShareRectChanged(rect.x, rect.y, rect.width, rect.height);
   }
 }
 
@@ -383,7 +332,7 @@ void ScreenCaptureTaskWindow::listCoveringWindows(const RECT& rect, std::vector<
   }
   WindowsUtil::GetWindowsAbove(m_window, rect, windows);
   std::erase_if(windows, [this](HWND window) {
-    const bool included = m_filterWindowManager->IsIncludedWindow(window);
+    const bool included = filterWindowManager().IsIncludedWindow(window);
     if (included) {
       QX_LOG_LIMITED(LogLevelInfo, "include Window {:#08x} when capture",
                      reinterpret_cast<std::uintptr_t>(window));
@@ -395,7 +344,7 @@ void ScreenCaptureTaskWindow::listCoveringWindows(const RECT& rect, std::vector<
 // A share without its frame is still a share.
 void ScreenCaptureTaskWindow::openPrompt() {
   auto prompt = std::make_unique<PromptWindow>(m_window, m_enablePrompt);
-  prompt->SetPromptWindowInfo(copySettings().promptWindowInfo);
+  prompt->SetPromptWindowInfo(settings().promptWindowInfo);
   if (!prompt->Start()) {
     return;
   }
@@ -408,55 +357,32 @@ void ScreenCaptureTaskWindow::openPrompt() {
 void ScreenCaptureTaskWindow::updatePrompt(bool show) {
   if (m_promptWindow) {
     m_promptWindow->UpdatePosition(show && m_enablePrompt,
-                                   m_engine->IsDesktopBased() ? m_rectDesktop : m_rectCapture,
+                                   engine()->IsDesktopBased() ? m_rectDesktop : m_rectCapture,
                                    m_rectCapture);
   }
 }
 
-// The system lets a thread raise windows that shares its input with the foreground.
-void ScreenCaptureTaskWindow::activateWindow() {
-  if (!m_autoActive) {
-    return;
-  }
-  const DWORD foreground = GetWindowThreadProcessId(GetForegroundWindow(), nullptr);
-  const DWORD self = GetCurrentThreadId();
-  const bool attached = foreground != 0 && AttachThreadInput(foreground, self, TRUE);
-  BringWindowToTop(m_window);
-  if (attached) {
-    AttachThreadInput(foreground, self, FALSE);
-  }
+void ScreenCaptureTaskWindow::watchForSlideShow() {
+  m_slideShow.Start([this] { lookForSlideShow(); });
 }
 
-void ScreenCaptureTaskWindow::startTrackTimer() {
-  if (!m_trackWindow.className.empty()) {
-    m_trackTimerTask = m_timer.AddPeriodicTask(0.0, kTrackIntervalMs, [this] { trackStep(); });
-  }
-}
-
-void ScreenCaptureTaskWindow::stopTrackTimer() {
-  m_timer.RemoveTask(m_trackTimerTask.exchange(ThreadTimer::kNoTask));
-}
-
-void ScreenCaptureTaskWindow::trackStep() {
-  if (!isCapturing()) {
+void ScreenCaptureTaskWindow::lookForSlideShow() {
+  const HWND main = m_window;
+  const HWND found = isCapturing() ? m_slideShow.Find(main) : nullptr;
+  if (!found) {
     return;
   }
-  const std::wstring document = DocumentName(m_window);
-  // A window that is gone has no name, and any slide show would pass for its own.
-  if (!IsWindow(m_window)) {
-    return;
-  }
-  const HWND found = WindowsUtil::FindTrackWindow(m_trackWindow, document);
-  if (!found || found == m_window) {
-    return;
-  }
-  QX_LOG_INFO("find track window:{}, change capture", m_trackWindow.className);
-  m_backWindow = m_window;
+  QX_LOG_INFO("find track window:{}, change capture", m_slideShow.ClassName());
   if (changeCaptureWindow(found)) {
-    stopTrackTimer();
+    m_slideShow.SetMainWindow(main);
+    m_slideShow.Stop();
     return;
   }
-  QX_LOG_INFO("change capture track window failed:{}", m_trackWindow.className);
+  // One that has closed meanwhile was not found.
+  if (!IsWindow(found) && (m_window == main || changeCaptureWindow(main))) {
+    return;
+  }
+  QX_LOG_INFO("change capture track window failed:{}", m_slideShow.ClassName());
   endShare();
 }
 
@@ -465,10 +391,8 @@ bool ScreenCaptureTaskWindow::changeCaptureWindow(HWND window) {
     return false;
   }
   m_window = window;
-  m_listener->OnShareWindowChanged(HandleToId(window), 0);
-  if (IsIconic(window)) {
-    ShowWindow(window, SW_RESTORE);
-  }
+  listener().OnShareWindowChanged(HandleToId(window), 0);
+  WindowsUtil::RestoreWindow(window);
   RECT rect = {};
   if (readRect(rect)) {
     updateDesktopRect(rect);
@@ -477,13 +401,13 @@ bool ScreenCaptureTaskWindow::changeCaptureWindow(HWND window) {
     m_rectDesktop = {};
   }
   destroyEngine();
-  if (!createEngine(copySettings())) {
+  if (!createEngine()) {
     QX_LOG_ERROR("createEngine failed");
     return false;
   }
   m_promptWindow.reset();
   openPrompt();
-  activateWindow();
+  raise();
   return true;
 }
 

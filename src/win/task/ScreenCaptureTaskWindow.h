@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -10,6 +9,7 @@
 #include "win/prompt/PromptWindow.h"
 #include "win/task/AeroPeekSwitch.h"
 #include "win/task/ScreenCaptureTask.h"
+#include "win/task/SlideShowWatch.h"
 #include "win/util/WindowHelpers.h"
 
 namespace qx {
@@ -33,20 +33,11 @@ enum class WindowCaptureStatus {
 // the share moves over to the window that the application opens for a slide show, and
 // back.
 //
-// The capture thread also makes, moves and drops the frame around the window: with a
-// change of window the frame is another one, and nobody else may be using it then.
+// All that it keeps is the capture thread's.
 class ScreenCaptureTaskWindow : public ScreenCaptureTask {
  public:
   ScreenCaptureTaskWindow(HWND window, std::shared_ptr<FilterWindowManager> filterWindowManager);
-  // Ends a share that still runs; its listener hears nothing.
-  ~ScreenCaptureTaskWindow() override;
 
-  bool Start(ShareListenerWrapper* listener, bool showPrompt) override;
-  void BeginCapture() override;
-  // Also raises the window.
-  void Resume() override;
-  void EnablePromptWindow(bool enable) override;
-  void SetPromptWindowInfo(const PromptWindowInfo& info) override;
   // Whether the share raises the window: at its start, when the host resumes it, and
   // with a change of window.
   void SetAutoActiveShareWindow(bool active) override;
@@ -54,18 +45,24 @@ class ScreenCaptureTaskWindow : public ScreenCaptureTask {
   void SetAutoTrackWindow(const WindowsUtil::TrackWindowRule& rule) override;
 
  private:
-  void tearDown() override;
-  void captureStep(const Settings& settings, std::uint64_t nowMs) override;
-  bool createEngine(const Settings& settings) override;
-  bool captureFrame(const Settings& settings, std::uint64_t nowMs, WindowCaptureStatus& status);
-  bool capture(const Settings& settings, Shot& shot, WindowCaptureStatus& status);
+  bool prepare() override;
+  void surround(bool showPrompt) override;
+  void raise() override;
+  void captureStep(std::uint64_t nowMs) override;
+  void changePrompt(const ShareWishes& wishes) override;
+  std::unique_ptr<ScreenCaptureEngineProxy> makeEngine() override;
+  void onBegun() override { watchForSlideShow(); }
+  void release() override;
+
+  bool captureFrame(std::uint64_t nowMs, WindowCaptureStatus& status);
+  bool capture(Shot& shot, WindowCaptureStatus& status);
   void handleStatus(WindowCaptureStatus status, std::uint64_t nowMs);
   void handleOffScreen();
   void handleEngineFailure(std::uint64_t nowMs);
   void handleWindowGone();
 
   bool readRect(RECT& rect);
-  bool isHidden(const Settings& settings, std::uint64_t nowMs);
+  bool isHidden(std::uint64_t nowMs);
   void followWindow(const RECT& rect);
   bool updateDesktopRect(const RECT& rect);
   void reportShareRect();
@@ -73,30 +70,23 @@ class ScreenCaptureTaskWindow : public ScreenCaptureTask {
 
   void openPrompt();
   void updatePrompt(bool show);
-  void activateWindow();
-  void onCaptureThread(ThreadTimer::Function work);
 
-  void startTrackTimer();
-  void stopTrackTimer();
-  void trackStep();
+  void watchForSlideShow();
+  void lookForSlideShow();
   bool changeCaptureWindow(HWND window);
 
-  // The capture thread's between BeginCapture and Stop, the owner's before and after.
   HWND m_window;
-  HWND m_backWindow = nullptr;  // the main window while its slide show is shared
-  std::uint32_t m_style = 0;    // the window's, as of this tick
-  RECT m_rectDesktop = {};      // the monitor, or its work area, with most of the window
-  RECT m_rectWindow = {};       // the window's, as last seen
-  RECT m_rectCapture = {};      // what is captured of it
-  bool m_windowShown = true;    // false until a hidden window has been seen again
+  std::uint32_t m_style = 0;  // the window's, as of this tick
+  RECT m_rectDesktop = {};    // the monitor, or its work area, with most of the window
+  RECT m_rectWindow = {};     // the window's, as last seen
+  RECT m_rectCapture = {};    // what is captured of it
+  bool m_windowShown = true;  // false until a hidden window has been seen again
   CaptureRect m_reportedRect = {-1, -1, -1, -1};
   std::unique_ptr<PromptWindow> m_promptWindow;
   std::vector<RECT> m_monitorRects;  // as of the last look
 
-  WindowsUtil::TrackWindowRule m_trackWindow;  // no class name: nothing to track
-  std::atomic<std::int32_t> m_trackTimerTask = ThreadTimer::kNoTask;
-  std::atomic<bool> m_enablePrompt = true;
-  std::atomic<bool> m_autoActive = true;
+  SlideShowWatch m_slideShow;
+  bool m_enablePrompt = true;
   AeroPeekSwitch m_aeroPeek;
 };
 

@@ -3,13 +3,16 @@
 #include <objbase.h>
 
 #include <algorithm>
+#include <atomic>
 #include <exception>
 #include <limits>
 #include <optional>
 #include <utility>
 
-#include "win/util/Clock.h"
 #include "common/Logging.h"
+#include "win/util/Clock.h"
+#include "win/util/Handles.h"
+#include "win/util/Wait.h"
 
 namespace qx {
 
@@ -30,42 +33,35 @@ std::optional<std::int64_t> ToMicros(double milliseconds) {
 
 bool ThreadTimer::IsLater(const TimerTask& a, const TimerTask& b) { return a.due > b.due; }
 
-// The lock, for one operation. Callers from other threads get it in the order of
-// their tickets. On the timer's own thread a task is running, which holds it.
+// The lock, for one operation; the thread looks at the tasks again afterwards.
 class ThreadTimer::Access {
  public:
-  explicit Access(ThreadTimer& timer) : m_timer(timer), m_inTask(timer.m_thread.IsCurrent()) {
-    if (m_inTask) {
-      return;
-    }
-    const std::uint64_t ticket = m_timer.m_tickets++;
-    AcquireSRWLockExclusive(&m_timer.m_lock);
-    while (m_timer.m_served != ticket) {
-      SleepConditionVariableSRW(&m_timer.m_turn, &m_timer.m_lock, INFINITE, 0);
-    }
-  }
+  explicit Access(ThreadTimer& timer) : m_timer(timer) { AcquireSRWLockExclusive(&timer.m_lock); }
   Access(const Access&) = delete;
   Access& operator=(const Access&) = delete;
   ~Access() {
-    if (!m_inTask) {
-      ++m_timer.m_served;
-      ReleaseSRWLockExclusive(&m_timer.m_lock);
-      WakeAllConditionVariable(&m_timer.m_turn);
-      WakeAllConditionVariable(&m_timer.m_changed);
-    }
+    ReleaseSRWLockExclusive(&m_timer.m_lock);
+    WakeAllConditionVariable(&m_timer.m_changed);
   }
 
  private:
   ThreadTimer& m_timer;
-  const bool m_inTask;
 };
 
-bool ThreadTimer::Start() {
-  const Access access(*this);
-  if (m_state == State::NotStarted && m_thread.Start([this] { run(); })) {
+bool ThreadTimer::Start(Function farewell) {
+  {
+    const Access access(*this);
+    if (m_state != State::NotStarted) {
+      return m_state == State::Running;
+    }
     m_state = State::Running;
   }
-  return m_state == State::Running;
+  if (m_thread.Start([this, farewell = std::move(farewell)] { run(farewell); })) {
+    return true;
+  }
+  const Access access(*this);
+  m_state = State::NotStarted;
+  return false;
 }
 
 std::int32_t ThreadTimer::AddTask(double delayMs, double intervalMs, bool once, Function function) {
@@ -121,34 +117,51 @@ void ThreadTimer::SetInterval(std::int32_t id, double intervalMs) {
   }
 }
 
+void ThreadTimer::RunSoon(std::int32_t id) {
+  const Access access(*this);
+  const auto found = find(id);
+  if (found != m_tasks.end()) {
+    found->due = std::min(found->due, MonotonicMicros());
+    std::make_heap(m_tasks.begin(), m_tasks.end(), IsLater);
+  }
+}
+
 bool ThreadTimer::Run(Function function) {
-  if (m_thread.IsCurrent()) {
+  if (IsCurrent()) {
     runFunction(function);
     return true;
   }
-  // Shared: the task lets go of it only after the caller has gone on.
+  // The task may be dropped without a run, and lets go of this only after the caller has
+  // gone on.
   struct Completion {
-    SRWLOCK lock = SRWLOCK_INIT;
-    CONDITION_VARIABLE changed = CONDITION_VARIABLE_INIT;
-    bool done = false;
+    KernelHandle ended = KernelHandle(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    std::atomic<bool> over = false;
+    bool ran = false;
+  };
+  struct EndReport {
+    std::shared_ptr<Completion> completion;
+    ~EndReport() {
+      completion->over = true;
+      SetEvent(completion->ended.Get());
+    }
   };
   const auto completion = std::make_shared<Completion>();
-  const std::int32_t id = add(0.0, 0.0, true, true, [this, completion, &function] {
-    runFunction(function);
-    AcquireSRWLockExclusive(&completion->lock);
-    completion->done = true;
-    ReleaseSRWLockExclusive(&completion->lock);
-    WakeAllConditionVariable(&completion->changed);
-  });
-  if (id == kNoTask) {
+  if (!completion->ended) {
     return false;
   }
-  AcquireSRWLockExclusive(&completion->lock);
-  while (!completion->done) {
-    SleepConditionVariableSRW(&completion->changed, &completion->lock, INFINITE, 0);
+  {
+    auto report = std::make_shared<const EndReport>(completion);
+    add(0.0, 0.0, true, true, [&function, report = std::move(report)] {
+      runFunction(function);
+      report->completion->ran = true;
+    });
   }
-  ReleaseSRWLockExclusive(&completion->lock);
-  return true;
+  // The time-out is for an event that the system failed to set.
+  constexpr DWORD kPollMs = 10;
+  while (!completion->over) {
+    static_cast<void>(WaitAnswering(completion->ended.Get(), kPollMs));
+  }
+  return completion->ran;
 }
 
 void ThreadTimer::Stop() {
@@ -169,7 +182,7 @@ std::vector<ThreadTimer::TimerTask>::iterator ThreadTimer::find(std::int32_t id)
                       [id](const TimerTask& task) { return task.id == id; });
 }
 
-void ThreadTimer::run() {
+void ThreadTimer::run(const Function& farewell) {
   const HRESULT com = CoInitializeEx(nullptr, COINIT_MULTITHREADED);  // tasks cope without
   AcquireSRWLockExclusive(&m_lock);
   while (m_state == State::Running) {
@@ -180,6 +193,9 @@ void ThreadTimer::run() {
     }
   }
   ReleaseSRWLockExclusive(&m_lock);
+  if (farewell) {
+    runFunction(farewell);
+  }
   if (SUCCEEDED(com)) {
     CoUninitialize();
   }
@@ -208,10 +224,10 @@ void ThreadTimer::runNextTask() {
     task.first = false;
     std::push_heap(m_tasks.begin(), m_tasks.end(), IsLater);
   }
+  ReleaseSRWLockExclusive(&m_lock);
   runFunction(*function);
-  // So that whoever removes the task now also sees the end of its callable.
   function.reset();
-  letOthersIn();
+  AcquireSRWLockExclusive(&m_lock);
 }
 
 void ThreadTimer::runFunction(const Function& function) {
@@ -221,13 +237,6 @@ void ThreadTimer::runFunction(const Function& function) {
     QX_LOG_ERROR("a timer task threw:{}", error.what());
   } catch (...) {
     QX_LOG_ERROR("a timer task threw");
-  }
-}
-
-void ThreadTimer::letOthersIn() {
-  const std::uint64_t drawn = m_tickets;
-  while (m_served < drawn) {
-    SleepConditionVariableSRW(&m_turn, &m_lock, INFINITE, 0);
   }
 }
 

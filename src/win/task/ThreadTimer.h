@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -20,11 +19,10 @@ namespace qx {
 // was, so that the rate catches up; one that is more than a whole interval
 // behind gives the missed runs up. A first run is never late.
 //
-// Threads. A lock is held while a task runs. So AddTask, RemoveTask, SetInterval
-// and Stop from another thread wait for the run in progress, and for no more
-// than that one: after each run the timer lets all in who came during it. When
-// RemoveTask returns, the task does not run and never will again. From inside a
-// task all operations but Stop may be called, also for the task itself.
+// Threads. All operations but Stop may be called from any thread and from inside a task,
+// also for the task itself. No lock is held while a task runs, so they return at once,
+// whatever a task is doing; only Run and Stop wait. A run that is in progress while its
+// task is changed or removed goes on to its end.
 class ThreadTimer {
  public:
   using Function = std::function<void()>;
@@ -38,7 +36,8 @@ class ThreadTimer {
   ~ThreadTimer() { Stop(); }
 
   // True when the timer runs afterwards; false when no thread could be started.
-  bool Start();
+  // `farewell` is the last that the thread does, when all tasks are over.
+  bool Start(Function farewell = {});
 
   // Runs `function` after `delayMs`, and then, unless `once`, every `intervalMs`.
   // Answers the id, or kNoTask when a number is negative or not a number,
@@ -55,6 +54,8 @@ class ThreadTimer {
   // The run already due keeps its time; the new interval counts from there. A
   // negative interval changes nothing.
   void SetInterval(std::int32_t id, double intervalMs);
+  // Makes the task due now, whatever its time was. Needs no memory.
+  void RunSoon(std::int32_t id);
 
   // Runs `function` once on the timer's thread, after the run in progress, and
   // returns when it has ended. False, without a run, when the timer does not run.
@@ -64,7 +65,7 @@ class ThreadTimer {
   bool IsCurrent() const { return m_thread.IsCurrent(); }
 
   // Waits for the run in progress, drops all tasks and ends the thread. Never
-  // from a task. A stopped timer can't be started again.
+  // from a task. A stopped timer can't be started again. Needs no memory.
   void Stop();
 
  private:
@@ -85,22 +86,18 @@ class ThreadTimer {
   std::vector<TimerTask>::iterator find(std::int32_t id);
   std::int32_t add(double delayMs, double intervalMs, bool once, bool mustRun, Function function);
 
-  void run();
+  void run(const Function& farewell);
   void runNextTask();
-  void runFunction(const Function& function);
-  void letOthersIn();
+  static void runFunction(const Function& function);
   // Until something changes, or for at least so long.
   void wait(std::int64_t micros);
 
   Thread m_thread;
-  SRWLOCK m_lock = SRWLOCK_INIT;  // over the next four
+  SRWLOCK m_lock = SRWLOCK_INIT;  // over the next three
   State m_state = State::NotStarted;
   std::vector<TimerTask> m_tasks;  // min-heap on `due`
   std::int32_t m_lastId = 0;
-  std::uint64_t m_served = 0;  // tickets whose holder is done
   CONDITION_VARIABLE m_changed = CONDITION_VARIABLE_INIT;
-  CONDITION_VARIABLE m_turn = CONDITION_VARIABLE_INIT;
-  std::atomic<std::uint64_t> m_tickets = 0;  // drawn by callers from other threads
 };
 
 }  // namespace qx

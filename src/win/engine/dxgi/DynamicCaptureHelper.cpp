@@ -3,9 +3,9 @@
 #include <span>
 #include <utility>
 
-#include "win/util/Clock.h"
 #include "common/Logging.h"
 #include "win/source/WindowEnumeration.h"
+#include "win/util/Clock.h"
 #include "win/util/WindowHelpers.h"
 
 namespace qx {
