@@ -42,7 +42,10 @@ class TestWindow {
 
   static constexpr const wchar_t* kClass = L"PlatformTestWindow";
   std::function<void()> onPaint;  // called after each painting
+  // Answers messages from WM_USER on.
+  std::function<LRESULT(UINT message, WPARAM wParam, LPARAM lParam)> onMessage;
   int paints = 0;
+  int timers = 0;
   RECT lastPaint{};
   std::vector<UINT> noted;  // messages from WM_USER on, WM_DESTROY and WM_NCDESTROY
 
@@ -62,9 +65,10 @@ class TestWindow {
       self->paint();
       return 0;
     }
-    const bool noted = message == WM_DESTROY || message == WM_NCDESTROY ||
-                       (message >= WM_USER && message < 0xC000);
-    if (noted) self->noted.push_back(message);
+    const bool ours = message >= WM_USER && message < 0xC000;
+    if (ours || message == WM_DESTROY || message == WM_NCDESTROY) self->noted.push_back(message);
+    if (message == WM_TIMER) ++self->timers;
+    if (ours && self->onMessage) return self->onMessage(message, wParam, lParam);
     return DefWindowProcW(handle, message, wParam, lParam);
   }
 
@@ -90,17 +94,18 @@ class TestWindow {
 class TestThread {
  public:
   explicit TestThread(std::function<void()> body) : m_body(std::move(body)) {
-    m_handle = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, &run, this, 0, nullptr));
+    m_handle = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, &run, this, 0, &m_id));
   }
-  ~TestThread() { Join(); }
+  ~TestThread() {
+    Join();
+    CloseHandle(m_handle);
+  }
   TestThread(const TestThread&) = delete;
   TestThread& operator=(const TestThread&) = delete;
-  void Join() {
-    if (!m_handle) return;
-    WaitForSingleObject(m_handle, INFINITE);
-    CloseHandle(m_handle);
-    m_handle = nullptr;
-  }
+
+  DWORD Join() { return WaitForSingleObject(m_handle, INFINITE); }
+  DWORD id() const { return m_id; }
+  HANDLE handle() const { return m_handle; }
 
  private:
   static unsigned __stdcall run(void* self) {
@@ -109,7 +114,56 @@ class TestThread {
   }
 
   std::function<void()> m_body;
+  unsigned m_id = 0;
   HANDLE m_handle = nullptr;
+};
+
+struct TestEvent {
+  TestEvent() = default;
+  ~TestEvent() { CloseHandle(handle); }
+  TestEvent(const TestEvent&) = delete;
+  TestEvent& operator=(const TestEvent&) = delete;
+  void Set() { SetEvent(handle); }
+  void Wait() { WaitForSingleObject(handle, INFINITE); }
+  const HANDLE handle = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+};
+
+// A window on a thread of its own that handles messages until the end of the scope.
+// `prepare` is over when it is there, `busy` comes after that and before all messages.
+class WindowThread {
+ public:
+  using Step = std::function<void(TestWindow&)>;
+  explicit WindowThread(const Step& prepare = {}, const Step& busy = {})
+      : m_thread([=, this] {
+          TestWindow window({10, 10, 60, 60}, RGB(200, 30, 10), 0, nullptr, WS_POPUP, L"A title");
+          m_window = &window;
+          if (prepare) prepare(window);
+          m_ready.Set();
+          if (busy) busy(window);
+          MSG message{};
+          while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+            if (!message.hwnd && message.message == WM_APP) m_flushed.Set();
+            DispatchMessageW(&message);
+          }
+        }) {
+    m_ready.Wait();
+  }
+  ~WindowThread() { PostThreadMessageW(m_thread.id(), WM_QUIT, 0, 0); }
+
+  HWND handle() const { return m_window->handle(); }
+  // To be looked at only while the thread waits.
+  TestWindow* operator->() const { return m_window; }
+  // Waits, once, until it has handled all that came before.
+  void Flush() {
+    PostThreadMessageW(m_thread.id(), WM_APP, 0, 0);
+    m_flushed.Wait();
+  }
+
+ private:
+  TestWindow* m_window = nullptr;
+  TestEvent m_ready;
+  TestEvent m_flushed;
+  TestThread m_thread;  // ends first
 };
 
 // A bitmap in a memory DC of its own.

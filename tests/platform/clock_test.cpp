@@ -2,43 +2,20 @@
 #include "platform/control/Clock.h"
 
 #include <gtest/gtest.h>
-#include <process.h>
 #include <windows.h>
 
 #include <chrono>
-#include <functional>
 #include <string>
 #include <vector>
+
+#include "tests/platform/TestWindow.h"
 
 namespace {
 
 using namespace std::chrono_literals;
 using namespace vwin::control;
+using qx::test::TestThread;
 using std::chrono::microseconds;
-
-class MachineThread {
- public:
-  explicit MachineThread(std::function<void()> body)
-      : m_body(std::move(body)),
-        m_handle(reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, &Run, this, 0, nullptr))) {}
-  ~MachineThread() {
-    WaitForSingleObject(m_handle, INFINITE);
-    CloseHandle(m_handle);
-  }
-  MachineThread(const MachineThread&) = delete;
-  MachineThread& operator=(const MachineThread&) = delete;
-
-  HANDLE handle() const { return m_handle; }
-
- private:
-  static unsigned __stdcall Run(void* self) {
-    static_cast<MachineThread*>(self)->m_body();
-    return 0;
-  }
-
-  std::function<void()> m_body;
-  HANDLE m_handle;
-};
 
 // What happened, and when since the test took the clock. The machine runs one thread
 // at a time in these tests, but for starts and ends.
@@ -84,7 +61,7 @@ TEST(OwnedClock, RunsAPingPongThroughAConditionVariableTheSameWayEveryTime) {
       lines.push_back(what + std::to_string((Now() - start) / 1ms));
     };
     {
-      MachineThread ping([&] {
+      TestThread ping([&] {
         AcquireSRWLockExclusive(&lock);
         for (int i = 0; i < 3; ++i) {
           ReleaseSRWLockExclusive(&lock);
@@ -96,7 +73,7 @@ TEST(OwnedClock, RunsAPingPongThroughAConditionVariableTheSameWayEveryTime) {
         }
         ReleaseSRWLockExclusive(&lock);
       });
-      MachineThread pong([&] {
+      TestThread pong([&] {
         AcquireSRWLockExclusive(&lock);
         for (int i = 0; i < 3; ++i) {
           while (!served) {
@@ -122,10 +99,10 @@ TEST(OwnedClock, StopsAtEveryDeadlineOnTheWay) {
   Diary diary;
   const HANDLE stop = CreateEventW(nullptr, TRUE, FALSE, nullptr);
   {
-    MachineThread every30([&] {
+    TestThread every30([&] {
       while (WaitForSingleObject(stop, 30) == DWORD{WAIT_TIMEOUT}) diary.Note("a");
     });
-    MachineThread every50([&] {
+    TestThread every50([&] {
       while (WaitForSingleObject(stop, 50) == DWORD{WAIT_TIMEOUT}) diary.Note("b");
     });
     Advance(29ms);
@@ -141,7 +118,7 @@ TEST(OwnedClock, KeepsABusyThreadBusyWhileTheOthersKeepTheirTime) {
   Diary diary;
   const HANDLE stop = CreateEventW(nullptr, TRUE, FALSE, nullptr);
   {
-    MachineThread busy([&] {
+    TestThread busy([&] {
       if (WaitForSingleObject(stop, 10) == DWORD{WAIT_TIMEOUT}) {
         diary.Note("begin");
         Spend(100ms);
@@ -149,7 +126,7 @@ TEST(OwnedClock, KeepsABusyThreadBusyWhileTheOthersKeepTheirTime) {
       }
       WaitForSingleObject(stop, INFINITE);
     });
-    MachineThread punctual([&] {
+    TestThread punctual([&] {
       while (WaitForSingleObject(stop, 40) == DWORD{WAIT_TIMEOUT}) diary.Note("tick");
     });
     Advance(20ms);
@@ -169,7 +146,7 @@ TEST(OwnedClock, MovesByItselfWhenTheTestsOwnThreadWaits) {
   EXPECT_EQ(start + 60s, Now());
   {
     // Also for a wait without end, as long as somebody else has a deadline.
-    MachineThread setter([&] {
+    TestThread setter([&] {
       Sleep(5000);
       SetEvent(event);
     });
@@ -206,7 +183,7 @@ TEST(OwnedClockDeathTest, SaysWhereEachThreadStandsWhenTheTestHangs) {
     OwnClock();
     SetPatience(50ms);
     const HANDLE never = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    MachineThread stuck([&] { WaitForSingleObject(never, INFINITE); });
+    TestThread stuck([&] { WaitForSingleObject(never, INFINITE); });
     WaitForSingleObject(stuck.handle(), INFINITE);
   };
   EXPECT_DEATH(hang(),

@@ -165,15 +165,6 @@ TEST_F(CompositorTest, TheCursorIsDrawnOnDemand) {
   ShowCursor();
 }
 
-TEST_F(CompositorTest, ManyWindowsAreInOrder) {
-  for (int i = 0; i < 2000; ++i)
-    open({.rect = {i % 190, 0, 200, 100}, .color = RGB(i % 256, i / 256, 77)});
-  // The last one starts at 99, the 99 before it further left.
-  EXPECT_EQ(screenAt(99, 50), 0x00CF074Du);
-  EXPECT_EQ(screenAt(98, 50), 0x00CE074Du);
-  EXPECT_EQ(WindowsInOrder().size(), 2000u);
-}
-
 TEST_F(CompositorTest, PointsReachWhatAClickWouldReach) {
   const HWND low = open({.rect = {0, 0, 100, 100}, .color = kRed});
   const HWND high = open({.rect = {0, 0, 100, 100}, .color = kGreen});

@@ -2,44 +2,18 @@
 // answers is the reference for the stand-in.
 #include <gtest/gtest.h>
 #include <objbase.h>
-#include <process.h>
 #include <windows.h>
 
 #include <atomic>
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <vector>
 
+#include "tests/platform/TestWindow.h"
+
 namespace {
 
-// Runs a function on a thread of its own until the end of the scope.
-class TestThread {
- public:
-  explicit TestThread(std::function<void()> body) : m_body(std::move(body)) {
-    m_handle = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, &Run, this, 0, &m_id));
-  }
-  ~TestThread() {
-    Join();
-    CloseHandle(m_handle);
-  }
-  TestThread(const TestThread&) = delete;
-  TestThread& operator=(const TestThread&) = delete;
-
-  DWORD Join() { return WaitForSingleObject(m_handle, INFINITE); }
-  DWORD id() const { return m_id; }
-  HANDLE handle() const { return m_handle; }
-
- private:
-  static unsigned __stdcall Run(void* self) {
-    static_cast<TestThread*>(self)->m_body();
-    return 0;
-  }
-
-  std::function<void()> m_body;
-  unsigned m_id = 0;
-  HANDLE m_handle = nullptr;
-};
+using qx::test::TestThread;
 
 struct ScopedEvent {
   ScopedEvent(BOOL manualReset, BOOL set)

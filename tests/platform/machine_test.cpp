@@ -2,9 +2,6 @@
 #include "platform/control/Machine.h"
 
 #include <d3d11.h>
-#include <dwmapi.h>
-#include <dxgi1_2.h>
-#include <gdiplus.h>
 #include <gtest/gtest.h>
 #include <shobjidl.h>
 #include <virtual_windows.h>
@@ -52,13 +49,6 @@ int SessionFlags() {
   const int flags = bytes == 0 ? -1 : record->Data.WTSInfoExLevel1.SessionFlags;
   WTSFreeMemory(buffer);
   return flags;
-}
-
-bool CanSwitchToDefaultDesktop() {
-  const HDESK desktop = OpenDesktopA("Default", 0, FALSE, DESKTOP_SWITCHDESKTOP);
-  const bool can = SwitchDesktop(desktop) != FALSE;
-  CloseDesktop(desktop);
-  return can;
 }
 
 HRESULT MakeDevice(D3D_DRIVER_TYPE type, ID3D11Device** device) {
@@ -111,46 +101,6 @@ TEST(Session, TellsALockInTheWayOfItsVersion) {
   SetSessionQuery(SessionQuery::kFails, 7022);
   EXPECT_EQ(-1, SessionFlags());
   EXPECT_EQ(7022u, GetLastError());
-}
-
-TEST(Session, LosesTheDefaultDesktopToALockAndToASecureDesktop) {
-  EXPECT_TRUE(CanSwitchToDefaultDesktop());
-  SetSecureDesktop(true);
-  EXPECT_FALSE(CanSwitchToDefaultDesktop());
-  SetSecureDesktop(false);
-  LockSession(true);
-  EXPECT_FALSE(CanSwitchToDefaultDesktop());
-  LockSession(false);
-  EXPECT_TRUE(CanSwitchToDefaultDesktop());
-}
-
-TEST(Session, IsRemoteAndComposedAsConfigured) {
-  EXPECT_EQ(0, GetSystemMetrics(SM_REMOTESESSION));
-  SetRemoteSession(true);
-  EXPECT_NE(0, GetSystemMetrics(SM_REMOTESESSION));
-  BOOL composed = FALSE;
-  EXPECT_EQ(S_OK, DwmIsCompositionEnabled(&composed));
-  EXPECT_TRUE(composed);
-  SetComposition(false);
-  EXPECT_EQ(S_OK, DwmIsCompositionEnabled(&composed));
-  EXPECT_FALSE(composed);
-}
-
-TEST(Graphics, ListsItsAdapters) {
-  IDXGIFactory1* factory = nullptr;
-  ASSERT_EQ(S_OK, CreateDXGIFactory1(IID_IDXGIFactory1, reinterpret_cast<void**>(&factory)));
-  IDXGIAdapter1* adapter = nullptr;
-  DXGI_ADAPTER_DESC1 desc{};
-  SetAdapter(kSoftwareAdapter);
-  ASSERT_EQ(S_OK, factory->EnumAdapters1(0, &adapter));
-  EXPECT_EQ(S_OK, adapter->GetDesc1(&desc));
-  EXPECT_EQ(0x1414u, desc.VendorId);
-  adapter->Release();
-  EXPECT_EQ(DXGI_ERROR_NOT_FOUND, factory->EnumAdapters1(1, &adapter));
-  SetNoAdapter();
-  EXPECT_EQ(DXGI_ERROR_NOT_FOUND, factory->EnumAdapters1(0, &adapter));
-  EXPECT_EQ(nullptr, adapter);
-  factory->Release();
 }
 
 TEST(Graphics, RefusesOrFaultsAHardwareDeviceAsConfigured) {
@@ -245,13 +195,4 @@ TEST(Process, CanBeOpenedOnlyWhenItIsThereAndLetsUs) {
   RemoveProcess(7000);
   EXPECT_EQ(nullptr, OpenProcess(PROCESS_QUERY_INFORMATION, FALSE, 7000));
   EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
-}
-
-TEST(GdiPlus, StartsInVersion1Only) {
-  ULONG_PTR token = 0;
-  Gdiplus::GdiplusStartupInput input;
-  EXPECT_EQ(Gdiplus::Ok, Gdiplus::GdiplusStartup(&token, &input, nullptr));
-  EXPECT_NE(0u, token);
-  input.GdiplusVersion = 9;
-  EXPECT_EQ(Gdiplus::UnsupportedGdiplusVersion, Gdiplus::GdiplusStartup(&token, &input, nullptr));
 }

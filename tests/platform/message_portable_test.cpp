@@ -6,13 +6,6 @@
 namespace qx::test {
 namespace {
 
-struct Event {
-  HANDLE handle = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  ~Event() { CloseHandle(handle); }
-  void Set() { SetEvent(handle); }
-  void Wait() { WaitForSingleObject(handle, INFINITE); }
-};
-
 UINT next() {
   MSG message{};
   GetMessageW(&message, nullptr, 0, 0);
@@ -37,7 +30,7 @@ TEST(Messages, PostedComeFirstThenPaintingThenTimers) {
   window.Show();
   drain(window);
   ASSERT_TRUE(SetTimer(window, 7, 10, nullptr));
-  Event never;
+  TestEvent never;
   // The timer is due afterwards.
   WaitForSingleObject(never.handle, 40);
   InvalidateRect(window, nullptr, FALSE);
@@ -133,16 +126,9 @@ TEST(Painting, RequestsBecomeOnePaint) {
   drain(window);
   UpdateWindow(window);
   EXPECT_EQ(window.paints, before + 1) << "nothing is left to paint";
-}
-
-TEST(Painting, UpdateWindowPaintsBeforeItReturns) {
-  TestWindow window({50, 50, 250, 250});
-  window.Show();
-  drain(window);
-  const int before = window.paints;
   InvalidateRect(window, nullptr, FALSE);
   UpdateWindow(window);
-  EXPECT_EQ(window.paints, before + 1);
+  EXPECT_EQ(window.paints, before + 2) << "it paints before it returns";
 }
 
 TEST(Painting, HiddenWindowsPaintWhenShown) {
@@ -156,64 +142,85 @@ TEST(Painting, HiddenWindowsPaintWhenShown) {
   EXPECT_EQ(window.paints, 1);
 }
 
-// A thread with a window that hangs until it is told to go on, and then answers.
-class AnsweringThread {
- public:
-  AnsweringThread() : m_thread([this] { run(); }) { m_ready.Wait(); }
-  ~AnsweringThread() {
-    GoOn();
-    PostMessageW(m_window, WM_QUIT, 0, 0);
-  }
+DWORD waitFor(DWORD kinds, DWORD flags, DWORD milliseconds = 0, HANDLE handle = nullptr) {
+  return MsgWaitForMultipleObjectsEx(handle ? 1 : 0, &handle, milliseconds, kinds, flags);
+}
 
-  HWND window() const { return m_window; }
-  void GoOn() { m_go.Set(); }
+UINT peeked(UINT flags) {
+  MSG message{};
+  return PeekMessageW(&message, nullptr, 0, 0, flags) ? message.message : WM_NULL;
+}
 
-  static constexpr UINT kDouble = WM_USER + 1;   // answers with twice the number
-  static constexpr UINT kAskBack = WM_USER + 2;  // and whether this window answered, in time
-  int calls = 0;
+TEST(WaitingForMessages, SeesNewsOrAllThatThereIs) {
+  TestWindow window({50, 50, 150, 150});
+  while (peeked(PM_REMOVE) != WM_NULL) continue;
+  TestEvent event;
+  const auto both = [&](DWORD kinds, DWORD flags) {
+    return waitFor(kinds, flags, 0, event.handle);
+  };
+  PostMessageW(window, WM_USER, 0, 0);
+  EXPECT_EQ(both(QS_SENDMESSAGE, MWMO_INPUTAVAILABLE), DWORD{WAIT_TIMEOUT});
+  EXPECT_EQ(both(QS_ALLINPUT, 0), WAIT_OBJECT_0 + 1);
+  EXPECT_EQ(peeked(PM_NOREMOVE), UINT{WM_USER});
+  EXPECT_EQ(both(QS_POSTMESSAGE, 0), DWORD{WAIT_TIMEOUT}) << "seen, if not taken";
+  EXPECT_EQ(both(QS_POSTMESSAGE, MWMO_INPUTAVAILABLE), WAIT_OBJECT_0 + 1);
+  event.Set();
+  EXPECT_EQ(both(QS_POSTMESSAGE, MWMO_INPUTAVAILABLE), WAIT_OBJECT_0);
 
- private:
-  static LRESULT CALLBACK procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    switch (message) {
-      case kDouble:
-        ++reinterpret_cast<AnsweringThread*>(lParam)->calls;
-        return static_cast<LRESULT>(wParam * 2);
-      case kAskBack: {
-        DWORD_PTR answer = 0;
-        return SendMessageTimeoutW(reinterpret_cast<HWND>(wParam), WM_USER, 0, 0, SMTO_NORMAL, 50,
-                                   &answer) != 0;
-      }
-      default:
-        return DefWindowProcW(window, message, wParam, lParam);
-    }
-  }
+  window.Show();
+  InvalidateRect(window, nullptr, FALSE);
+  EXPECT_EQ(waitFor(QS_PAINT, MWMO_INPUTAVAILABLE), WAIT_OBJECT_0);
+  EXPECT_EQ(peeked(PM_REMOVE | PM_QS_PAINT), UINT{WM_PAINT}) << "not the one that was first";
+  UpdateWindow(window);
+  EXPECT_EQ(peeked(PM_REMOVE | PM_QS_PAINT), UINT{WM_NULL});
+  EXPECT_EQ(peeked(PM_REMOVE | PM_QS_POSTMESSAGE), UINT{WM_USER});
+  SetTimer(window, 1, 10, nullptr);
+  EXPECT_EQ(waitFor(QS_TIMER, MWMO_INPUTAVAILABLE, INFINITE), WAIT_OBJECT_0);
+  EXPECT_EQ(peeked(PM_NOREMOVE), UINT{WM_TIMER});
+  EXPECT_EQ(peeked(PM_REMOVE), UINT{WM_TIMER});
+}
 
-  void run() {
-    WNDCLASSEXW description{};
-    description.cbSize = sizeof(description);
-    description.lpfnWndProc = &procedure;
-    description.lpszClassName = L"AnsweringWindow";
-    RegisterClassExW(&description);
-    m_window = CreateWindowExW(0, L"AnsweringWindow", L"", WS_POPUP, 0, 0, 9, 9, nullptr, nullptr,
-                               nullptr, nullptr);
-    m_ready.Set();
-    m_go.Wait();
-    MSG message{};
-    while (GetMessageW(&message, nullptr, 0, 0)) DispatchMessageW(&message);
-    DestroyWindow(m_window);
-  }
+TEST(WaitingForMessages, LooksAtSentOnesAlone) {
+  TestWindow window({0, 0, 50, 50});
+  PostMessageW(window, WM_USER + 1, 0, 0);
+  TestThread sender([&] { SendMessageW(window, WM_USER + 2, 0, 0); });
+  EXPECT_EQ(waitFor(QS_SENDMESSAGE, MWMO_INPUTAVAILABLE, INFINITE), WAIT_OBJECT_0);
+  EXPECT_TRUE(window.noted.empty()) << "the wait itself answers nothing";
+  EXPECT_EQ(peeked(PM_NOREMOVE | PM_QS_SENDMESSAGE), UINT{WM_NULL});
+  EXPECT_EQ(window.noted, std::vector<UINT>{WM_USER + 2});
+  EXPECT_EQ(peeked(PM_REMOVE), WM_USER + 1u);
+  EXPECT_EQ(waitFor(QS_ALLINPUT, 0, INFINITE, sender.handle()), WAIT_OBJECT_0);
+}
 
-  Event m_ready;
-  Event m_go;
-  HWND m_window = nullptr;
-  TestThread m_thread;  // ends first
-};
+TEST(WaitingForMessages, GivesAThreadAQueue) {
+  TestEvent ready;
+  UINT came = WM_NULL;
+  TestThread thread([&] {
+    waitFor(QS_SENDMESSAGE, 0);
+    ready.Set();
+    waitFor(QS_POSTMESSAGE, MWMO_INPUTAVAILABLE, INFINITE);
+    came = peeked(PM_REMOVE);
+  });
+  ready.Wait();
+  ASSERT_TRUE(PostThreadMessageW(thread.id(), WM_USER, 0, 0));
+  thread.Join();
+  EXPECT_EQ(came, UINT{WM_USER});
+}
 
 TEST(SentMessages, WaitForAThreadThatHangsNoLongerThanTheySay) {
-  AnsweringThread other;
+  TestEvent go;
+  int calls = 0;
+  WindowThread other(
+      [&](TestWindow& window) {
+        window.onMessage = [&](UINT, WPARAM number, LPARAM) {
+          ++calls;
+          return static_cast<LRESULT>(number * 2);
+        };
+      },
+      [&](TestWindow&) { go.Wait(); });
   const auto send = [&](WPARAM number, UINT milliseconds, DWORD_PTR* result) {
-    return SendMessageTimeoutW(other.window(), AnsweringThread::kDouble, number,
-                               reinterpret_cast<LPARAM>(&other), SMTO_BLOCK, milliseconds, result);
+    return SendMessageTimeoutW(other.handle(), WM_USER, number, 0, SMTO_BLOCK, milliseconds,
+                               result);
   };
   DWORD_PTR result = 0;
   SetLastError(0);
@@ -221,21 +228,25 @@ TEST(SentMessages, WaitForAThreadThatHangsNoLongerThanTheySay) {
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_TIMEOUT));
   EXPECT_EQ(result, 0u);
   EXPECT_FALSE(send(1, 1, nullptr));
-  other.GoOn();
+  go.Set();
   EXPECT_TRUE(send(21, 20000, &result));
   EXPECT_EQ(result, 42u);
-  EXPECT_EQ(other.calls, 1) << "what nobody waits for any more does not arrive";
+  EXPECT_EQ(calls, 1) << "what nobody waits for any more does not arrive";
+  EXPECT_EQ(SendMessageW(other.handle(), WM_USER, 4, 0), 8);
 }
 
 TEST(SentMessages, ReachASenderUnlessItIsBlocked) {
-  AnsweringThread other;
-  other.GoOn();
   TestWindow own({0, 0, 50, 50});
+  // Answers whether it got an answer itself, in time.
+  WindowThread other([&](TestWindow& window) {
+    window.onMessage = [&](UINT, WPARAM, LPARAM) {
+      DWORD_PTR answer = 0;
+      return SendMessageTimeoutW(own, WM_USER, 0, 0, SMTO_NORMAL, 50, &answer);
+    };
+  });
   const auto answered = [&](UINT flags) {
     DWORD_PTR result = 7;
-    EXPECT_TRUE(SendMessageTimeoutW(other.window(), AnsweringThread::kAskBack,
-                                    reinterpret_cast<WPARAM>(own.handle()), 0, flags, 20000,
-                                    &result));
+    EXPECT_TRUE(SendMessageTimeoutW(other.handle(), WM_USER, 0, 0, flags, 20000, &result));
     return result == 1;
   };
   EXPECT_TRUE(answered(SMTO_NORMAL));

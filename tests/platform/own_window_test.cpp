@@ -18,122 +18,55 @@ class OwnWindowTest : public DesktopTest {};
 // Keeps a WindowThread busy for wParam milliseconds.
 constexpr UINT kBusy = WM_USER + 1;
 
-// A window on a thread of its own that handles messages until WM_QUIT.
-class WindowThread {
- public:
-  explicit WindowThread(UINT timer = 0)
-      : m_thread([this, timer] {
-          TestWindow window({10, 10, 60, 60}, kRed);
-          m_window = &window;
-          m_threadId = GetCurrentThreadId();
-          if (timer) SetTimer(window, 1, timer, nullptr);
-          SetEvent(m_ready);
-          MSG message{};
-          while (GetMessageW(&message, nullptr, 0, 0) > 0) {
-            timers += message.message == WM_TIMER;
-            if (message.message == kBusy) Spend(std::chrono::milliseconds(message.wParam));
-            DispatchMessageW(&message);
-          }
-        }) {
-    WaitForSingleObject(m_ready, INFINITE);
-  }
-  ~WindowThread() {
-    PostThreadMessageW(m_threadId, WM_QUIT, 0, 0);
-    m_thread.Join();
-    CloseHandle(m_ready);
-  }
-  HWND window() const { return m_window->handle(); }
-  // Only while the thread waits.
-  int paints() const { return m_window->paints; }
-  const std::vector<UINT>& noted() const { return m_window->noted; }
-  void OnPaint(std::function<void()> call) { m_window->onPaint = std::move(call); }
-
-  int timers = 0;
-
- private:
-  TestWindow* m_window = nullptr;
-  DWORD m_threadId = 0;
-  HANDLE m_ready = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  TestThread m_thread;
-};
+// The thread has a timer when `timer` is not 0.
+WindowThread::Step withTimer(UINT timer) {
+  return [timer](TestWindow& window) {
+    window.onMessage = [](UINT message, WPARAM milliseconds, LPARAM) -> LRESULT {
+      if (message == kBusy) Spend(std::chrono::milliseconds(milliseconds));
+      return 0;
+    };
+    if (timer) SetTimer(window, 1, timer, nullptr);
+  };
+}
 
 TEST_F(OwnWindowTest, TimersKeepToTheClock) {
   OwnClock();
-  WindowThread thread(30);
+  WindowThread thread(withTimer(30));
+  WindowThread fast(withTimer(1));
   Advance(29ms);
-  EXPECT_EQ(thread.timers, 0);
+  EXPECT_EQ(thread->timers, 0);
   Advance(1ms);
-  EXPECT_EQ(thread.timers, 1);
+  EXPECT_EQ(thread->timers, 1);
+  EXPECT_EQ(fast->timers, 3) << "ten milliseconds are the least";
   Advance(300ms);
-  EXPECT_EQ(thread.timers, 11);
-}
-
-TEST_F(OwnWindowTest, ALateThreadGetsOneTimerMessage) {
-  OwnClock();
-  WindowThread thread(30);
-  PostMessageW(thread.window(), kBusy, 100, 0);
-  Advance(100ms);
-  EXPECT_EQ(thread.timers, 1);
-  Advance(29ms);
-  EXPECT_EQ(thread.timers, 1);
+  EXPECT_EQ(thread->timers, 11);
+  PostMessageW(thread.handle(), kBusy, 100, 0);
+  Advance(119ms);
+  EXPECT_EQ(thread->timers, 12) << "a late thread gets one message";
   Advance(1ms);
-  EXPECT_EQ(thread.timers, 2);
-}
-
-TEST_F(OwnWindowTest, TimersAreNeverFasterThanTenMilliseconds) {
-  OwnClock();
-  WindowThread thread(1);
-  Advance(100ms);
-  EXPECT_EQ(thread.timers, 10);
+  EXPECT_EQ(thread->timers, 13);
 }
 
 TEST_F(OwnWindowTest, ShownFromAnotherThreadItPaintsOnItsOwn) {
   OwnClock();
-  WindowThread thread;
-  ShowWindow(thread.window(), SW_SHOW);
+  WindowThread thread(withTimer(0));
+  ShowWindow(thread.handle(), SW_SHOW);
   Settle();
-  EXPECT_EQ(thread.paints(), 1);
+  EXPECT_EQ(thread->paints, 1);
   EXPECT_EQ(screenAt(20, 20), kRedPixel);
-  InvalidateRect(thread.window(), nullptr, FALSE);
-  RedrawWindow(thread.window(), nullptr, nullptr, RDW_INVALIDATE);
+  InvalidateRect(thread.handle(), nullptr, FALSE);
+  RedrawWindow(thread.handle(), nullptr, nullptr, RDW_INVALIDATE);
   Settle();
-  EXPECT_GE(thread.paints(), 2);
-  EXPECT_EQ(RedrawCount(thread.window()), 2u);
-  // Sent, not posted: it is painted when the call returns. The thread is busy, so
-  // that it doesn't paint before.
-  const int before = thread.paints();
-  PostMessageW(thread.window(), kBusy, 10, 0);
-  Settle();
-  RedrawWindow(thread.window(), nullptr, nullptr, RDW_INVALIDATE);
-  UpdateWindow(thread.window());
-  EXPECT_EQ(thread.paints(), before + 1);
-}
-
-TEST_F(OwnWindowTest, ThreadsThatWaitForEachOtherAnswer) {
-  OwnClock();
-  TestWindow ours({100, 10, 150, 60}, kGreen);
-  ours.Show();
-  InvalidateRect(ours, nullptr, FALSE);
-  WindowThread thread;
-  int seen = 0;
-  thread.OnPaint([&] {
-    UpdateWindow(ours);
-    seen = ours.paints;
-  });
-  // Busy, so that it doesn't paint before we wait for it.
-  PostMessageW(thread.window(), kBusy, 10, 0);
-  Settle();
-  ShowWindow(thread.window(), SW_SHOWNA);
-  UpdateWindow(thread.window());
-  EXPECT_EQ(seen, 2);
+  EXPECT_GE(thread->paints, 2);
+  EXPECT_EQ(RedrawCount(thread.handle()), 2u);
 }
 
 TEST_F(OwnWindowTest, GoesWithAnOwnerOfAnotherProgram) {
   OwnClock();
   const HWND owner = open({.rect = {100, 10, 150, 60}});
   const LedgerSnapshot before = Snapshot();
-  WindowThread thread(30);
-  const HWND owned = thread.window();
+  WindowThread thread(withTimer(30));
+  const HWND owned = thread.handle();
   SetWindowLongPtrW(owned, GWLP_HWNDPARENT, reinterpret_cast<LONG_PTR>(owner));
   EXPECT_EQ(LibraryWindows()[0].owner, owner);
   // The thread is busy, and gets to its messages only when the owner has gone.
@@ -145,7 +78,7 @@ TEST_F(OwnWindowTest, GoesWithAnOwnerOfAnotherProgram) {
   EXPECT_FALSE(GetWindow(owned, GW_OWNER));
   Advance(100ms);
   EXPECT_FALSE(IsWindow(owned));
-  EXPECT_EQ(thread.noted(), (std::vector<UINT>{kBusy, WM_DESTROY, WM_NCDESTROY}));
+  EXPECT_EQ(thread->noted, (std::vector<UINT>{kBusy, WM_DESTROY, WM_NCDESTROY}));
   EXPECT_EQ(Difference(before).find("timer"), std::string::npos);
 }
 
@@ -260,22 +193,6 @@ TEST_F(OwnWindowTest, GrowsWithWhatItPaints) {
   EXPECT_EQ(screenAt(80, 69), kDesktopPixel);
 }
 
-TEST_F(OwnWindowTest, IsSeenByTheTestAsItIs) {
-  open({.rect = {0, 0, 10, 10}});
-  TestWindow window({10, 20, 60, 70}, kRed, WS_EX_LAYERED | WS_EX_TOOLWINDOW);
-  SetLayeredWindowAttributes(window, RGB(255, 255, 255), 128, LWA_COLORKEY | LWA_ALPHA);
-  SetWindowPos(window, HWND_TOPMOST, 0, 0, 0, 0, SWP_NOSIZE | SWP_NOMOVE);
-  open({.rect = {0, 0, 10, 10}});
-  const std::vector<WindowState> own = LibraryWindows(TestWindow::kClass);
-  ASSERT_EQ(own.size(), 1u);
-  EXPECT_EQ(own[0].handle, window.handle());
-  EXPECT_EQ(own[0].rect.bottom, 70);
-  EXPECT_FALSE(own[0].visible);
-  EXPECT_EQ(own[0].zPosition, 0);
-  EXPECT_EQ(own[0].colorKey, RGB(255, 255, 255));
-  EXPECT_EQ(own[0].alpha, 128);
-}
-
 TEST_F(OwnWindowTest, MisuseIsNoted) {
   const auto noted = [](const std::string& call) {
     const std::vector<std::string> all = TakeMisuses();
@@ -306,20 +223,6 @@ TEST_F(OwnWindowTest, MisuseIsNoted) {
   DeleteDC(memory);
   DeleteObject(bitmap);
   EXPECT_TRUE(noted("DeleteObject")) << "twice";
-}
-
-TEST_F(OwnWindowTest, WhatIsHandedOutIsInTheLedger) {
-  const LedgerSnapshot before = Snapshot();
-  {
-    TestWindow window({0, 0, 10, 10});
-    SetTimer(window, 1, 10, nullptr);
-    const std::string held = Difference(before);
-    EXPECT_NE(held.find("window of CreateWindowExW"), std::string::npos) << held;
-    EXPECT_NE(held.find("timer of SetTimer"), std::string::npos) << held;
-    TestBitmap bitmap(3, 3);
-    EXPECT_NE(Difference(before).find("bitmap of CreateCompatibleBitmap"), std::string::npos);
-  }
-  EXPECT_EQ(Difference(before), "");
 }
 
 }  // namespace

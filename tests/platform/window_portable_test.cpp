@@ -237,13 +237,31 @@ TEST(Windows, StaleHandlesAreRefused) {
   SetLastError(0);
   EXPECT_FALSE(GetDC(handle));
   EXPECT_FALSE(SetWindowPos(handle, HWND_TOP, 0, 0, 1, 1, 0));
+  EXPECT_FALSE(ShowWindowAsync(handle, SW_SHOW));
+  EXPECT_FALSE(IsHungAppWindow(handle));
+  EXPECT_FALSE(IsHungAppWindow(nullptr));
+  // A style of 0 is told from none.
+  TestWindow plain({0, 0, 50, 50});
+  SetLastError(0);
+  EXPECT_EQ(GetWindowLongPtrW(plain, GWL_EXSTYLE), 0);
+  EXPECT_EQ(GetLastError(), 0u);
+  EXPECT_EQ(GetWindowLongPtrW(handle, GWL_EXSTYLE), 0);
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_WINDOW_HANDLE));
 }
 
 TEST(Windows, LayeredAttributesNeedTheStyle) {
   TestWindow window({0, 0, 50, 50});
   EXPECT_FALSE(SetLayeredWindowAttributes(window, 0, 128, LWA_ALPHA));
   SetWindowLongPtrW(window, GWL_EXSTYLE, WS_EX_LAYERED);
-  EXPECT_TRUE(SetLayeredWindowAttributes(window, 0, 128, LWA_ALPHA));
+  COLORREF key = 0;
+  BYTE alpha = 0;
+  DWORD flags = 0;
+  EXPECT_FALSE(GetLayeredWindowAttributes(window, &key, &alpha, &flags)) << "none are set";
+  EXPECT_TRUE(SetLayeredWindowAttributes(window, RGB(1, 2, 3), 128, LWA_ALPHA | LWA_COLORKEY));
+  EXPECT_TRUE(GetLayeredWindowAttributes(window, &key, &alpha, &flags));
+  EXPECT_EQ(key, RGB(1, 2, 3));
+  EXPECT_EQ(alpha, 128);
+  EXPECT_EQ(flags, static_cast<DWORD>(LWA_ALPHA | LWA_COLORKEY));
 }
 
 TEST(Windows, UnknownClassesAndSecondRegistrationsAreRefused) {
