@@ -52,6 +52,7 @@ class PromptFrame {
   struct Wish {
     Place place;
     Look look;
+    bool placed = false;  // it follows a window
     bool visible = true;
     bool topmost = false;
     bool operator==(const Wish&) const = default;

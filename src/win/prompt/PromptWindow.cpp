@@ -56,7 +56,7 @@ void Arrange(HWND window, HWND target, const PromptFrame::Wish& before,
   }
   // No style at all means that it could not be read.
   const LONG_PTR style = GetWindowLongPtrW(window, GWL_STYLE);
-  if (style != 0 && (style & WS_MAXIMIZE) == 0) {
+  if (wish.placed && style != 0 && (style & WS_MAXIMIZE) == 0) {
     SetWindowLongPtrW(window, GWL_STYLE, style | WS_MAXIMIZE);
   }
   const PromptFrame::Place& place = wish.place;
@@ -108,6 +108,7 @@ void PromptWindow::UpdatePosition(bool show, const RECT& rectDesktop, const RECT
       show != wish.visible) {
     wish.place = ToPlace(rectDesktop, rectWindow, GetWidth());
     wish.visible = show;
+    wish.placed = true;
     m_rectDesktop = rectDesktop;
     m_rectWindow = rectWindow;
   }
