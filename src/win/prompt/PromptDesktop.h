@@ -14,20 +14,19 @@ namespace qx {
 // White is its transparent colour.
 //
 // Order of calls: constructor, SetPromptWindowInfo, Start, then any, Stop. One
-// share, not started twice. Start and Stop come from the owner of the share, the
-// others from any thread but the frame's own.
+// share, not started twice. All calls come from one thread, the share's capture thread.
+// Only Start and Stop wait for the frame's thread: what the others ask for happens a
+// little later.
 class PromptDesktop {
  public:
   // `monitor` in pixels of the virtual screen. With `show` false the window is
   // there and can't be seen.
   PromptDesktop(const RECT& monitor, bool show);
-  PromptDesktop(const PromptDesktop&) = delete;
-  PromptDesktop& operator=(const PromptDesktop&) = delete;
-  ~PromptDesktop() { Stop(); }
 
   // Returns when the window is up (true) or can't be (false).
   bool Start();
-  // Returns when window and thread are gone. Does nothing when not started.
+  // Returns when window and thread are gone, or after kPatienceMs. Does nothing when not
+  // started.
   void Stop() { m_frame.Stop(); }
 
   void Show(bool show);
@@ -36,21 +35,10 @@ class PromptDesktop {
 
   // Null while there is no window.
   HWND GetHwnd() const { return m_frame.GetHwnd(); }
-  COLORREF GetColor() const { return m_frame.GetColor(); }
-  std::int32_t GetWidth() const { return m_frame.GetWidth(); }
+  COLORREF GetColor() const { return m_frame.Asked().look.color; }
+  std::int32_t GetWidth() const { return m_frame.Asked().look.width; }
 
  private:
-  struct Position {
-    std::int32_t x;
-    std::int32_t y;
-    std::int32_t width;
-    std::int32_t height;
-    bool operator==(const Position&) const = default;
-  };
-
-  void live();
-
-  Position m_position;  // the thread's until Start has returned
   PromptFrame m_frame;
 };
 

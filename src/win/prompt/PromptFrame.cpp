@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <utility>
 
+#include "win/util/Clock.h"
+#include "win/util/Errand.h"
 #include "win/util/Utils.h"
+#include "win/util/Wait.h"
 
 namespace qx {
 namespace {
@@ -13,66 +16,104 @@ constexpr COLORREF kTransparentColor = RGB(255, 255, 255);
 constexpr BYTE kAlpha = 128;
 // How long a wait may last when the system loses what ends it.
 constexpr DWORD kPollMs = 10;
+// Has the thread look at what is wished.
+constexpr UINT kWake = WM_APP;
 
-COLORREF ToColor(const IScreenCapture::PromptWindowInfo& info) {
+PromptFrame::Look ToLook(const IScreenCapture::PromptWindowInfo& info, bool painted) {
   const auto channel = [](std::int32_t value, int shift) {
     return static_cast<COLORREF>(value) << shift;
   };
-  return channel(info.r, 0) | channel(info.g, 8) | channel(info.b, 16);
+  return {painted, channel(info.r, 0) | channel(info.g, 8) | channel(info.b, 16), info.width};
 }
 
 }  // namespace
 
-PromptFrame::PromptFrame(const Kind& kind, bool show) : m_kind(kind), m_show(show) {
-  const IScreenCapture::PromptWindowInfo defaults;
-  m_color = ToColor(defaults);
-  m_width = defaults.width;
-}
+PromptFrame::PromptFrame(const Kind& kind, const Place& place, bool painted)
+    : m_asked{.place = place, .look = ToLook({}, painted)},
+      m_life(std::make_shared<Life>(kind, m_asked)) {}
 
-bool PromptFrame::Start(std::function<void()> life) {
-  m_stateChanged = KernelHandle(CreateEventW(nullptr, FALSE, FALSE, nullptr));
-  if (!m_stateChanged) {
+bool PromptFrame::Start(std::function<void(Life&)> life) {
+  m_life->m_phaseChanged = KernelHandle(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+  if (!m_life->m_phaseChanged) {
     return false;
   }
-  m_running = true;
-  m_state = State::Starting;
-  const auto body = [this, life = std::move(life)] {
+  m_life->m_phase = Life::Phase::Starting;
+  const auto body = [state = m_life, life = std::move(life)] {
     // Whoever waits for the thread must hear of its end, whatever ends it.
-    struct EndReport {
-      PromptFrame& frame;
-      ~EndReport() {
-        frame.m_hwnd = nullptr;
-        frame.enterState(State::Ended);
-      }
-    } const endReport{*this};
-    life();
+    struct End {
+      Life& life;
+      ~End() { life.end(); }
+    } const end{*state};
+    life(*state);
   };
   if (!m_thread.Start(body)) {
-    m_state = State::NotStarted;
     return false;
   }
   // The time-out is for an event that the system failed to set.
-  while (m_state == State::Starting) {
-    WaitForSingleObject(m_stateChanged.Get(), kPollMs);
+  while (m_life->m_phase == Life::Phase::Starting) {
+    static_cast<void>(WaitAnswering(m_life->m_phaseChanged.Get(), kPollMs));
   }
-  return m_state == State::Up;
+  return m_life->m_phase == Life::Phase::Up;
 }
 
 void PromptFrame::Stop() {
   if (!m_thread.IsStarted()) {
     return;
   }
-  m_running = false;
+  const std::int64_t end = MonotonicMicros() + std::int64_t{kPatienceMs} * 1000;
+  const auto left = [end] {
+    return static_cast<DWORD>(std::max<std::int64_t>((end - MonotonicMicros()) / 1000, 0));
+  };
+  m_life->m_stopping = true;
   // To the thread, since the window may be gone, and its handle somebody else's by now.
-  // A lost message is sent again: the thread must end, or the share never would.
-  while (m_state != State::Ended) {
+  // A message can get lost, so it is sent again.
+  while (m_life->m_phase != Life::Phase::Down && left() > 0) {
     PostThreadMessageW(m_thread.Id(), WM_QUIT, 0, 0);
-    WaitForSingleObject(m_stateChanged.Get(), kPollMs);
+    static_cast<void>(WaitAnswering(m_life->m_phaseChanged.Get(), std::min(kPollMs, left())));
   }
-  m_thread.Join();
+  if (!m_thread.JoinWithin(left())) {
+    QX_LOG_WARN("{} is still waiting for another window", m_life->m_kind.logName);
+  }
 }
 
-HWND PromptFrame::Open(std::int32_t x, std::int32_t y, std::int32_t width, std::int32_t height) {
+void PromptFrame::Ask(const Wish& wish) {
+  if (wish == m_asked && !m_owesWake) {
+    return;
+  }
+  m_asked = wish;
+  {
+    const std::lock_guard lock(m_life->m_mutex);
+    m_life->m_wish = wish;
+  }
+  m_owesWake = GetHwnd() && !PostThreadMessageW(m_thread.Id(), kWake, 0, 0);
+}
+
+void PromptFrame::AskForLook(const IScreenCapture::PromptWindowInfo& info) {
+  Wish wish = m_asked;
+  wish.look = ToLook(info, wish.look.painted);
+  Ask(wish);
+}
+
+HWND PromptFrame::GetHwnd() const { return m_thread.IsStarted() ? m_life->GetWindow() : nullptr; }
+
+void PromptFrame::Life::enter(Phase phase) {
+  m_phase = phase;
+  SetEvent(m_phaseChanged.Get());
+}
+
+// What is left of the window goes with the thread, but this may go before.
+void PromptFrame::Life::end() {
+  if (const HWND last = m_window.exchange(nullptr)) {
+    SetWindowLongPtrW(last, GWLP_USERDATA, 0);
+  }
+  enter(Phase::Down);
+}
+
+HWND PromptFrame::Life::Open() {
+  {
+    const std::lock_guard lock(m_mutex);
+    m_present = m_wish;
+  }
   WNDCLASSEXW windowClass = {};
   windowClass.cbSize = sizeof(windowClass);
   windowClass.style = CS_HREDRAW | CS_VREDRAW;
@@ -82,14 +123,16 @@ HWND PromptFrame::Open(std::int32_t x, std::int32_t y, std::int32_t width, std::
   // From the second share on the class is there, and this fails.
   static_cast<void>(RegisterClassExW(&windowClass));
 
+  const Place& place = m_present.place;
   const HWND window =
-      CreateWindowExW(WS_EX_TOOLWINDOW, m_kind.className, kTitle, WS_POPUP, x, y, width, height,
-                      nullptr, nullptr, windowClass.hInstance, nullptr);
-  if (!window) {
-    return nullptr;
-  }
-  if (!attachTo(window)) {
-    DestroyWindow(window);
+      CreateWindowExW(WS_EX_TOOLWINDOW, m_kind.className, kTitle, WS_POPUP, place.x, place.y,
+                      place.width, place.height, nullptr, nullptr, windowClass.hInstance, nullptr);
+  if (!window || !attachTo(window)) {
+    if (window) {
+      DestroyWindow(window);
+    }
+    // Start needs to know no more.
+    enter(Phase::Down);
     return nullptr;
   }
   SetWindowLongPtrW(window, GWL_EXSTYLE,
@@ -99,58 +142,52 @@ HWND PromptFrame::Open(std::int32_t x, std::int32_t y, std::int32_t width, std::
 }
 
 // A window that doesn't know its frame could neither paint nor tell of its end.
-bool PromptFrame::attachTo(HWND window) {
+bool PromptFrame::Life::attachTo(HWND window) {
   const auto self = reinterpret_cast<LONG_PTR>(this);
   SetWindowLongPtrW(window, GWLP_USERDATA, self);
   if (GetWindowLongPtrW(window, GWLP_USERDATA) != self) {
     return false;
   }
-  m_hwnd = window;
+  m_window = window;
   return true;
 }
 
 // Ends at WM_QUIT, and at an error, which would only come again.
-void PromptFrame::Serve() {
-  enterState(State::Up);
+void PromptFrame::Life::Serve(const Arrange& arrange) {
   MSG message = {};
-  while (m_running && GetMessageW(&message, nullptr, 0, 0) > 0) {
+  while (!m_stopping && GetMessageW(&message, nullptr, 0, 0) > 0) {
+    // Whatever woke the thread: a wake that got lost is made good by the next message.
+    fulfil(arrange);
     TranslateMessage(&message);
     DispatchMessageW(&message);
   }
 }
 
-void PromptFrame::enterState(State state) {
-  m_state = state;
-  SetEvent(m_stateChanged.Get());
-}
-
-void PromptFrame::SetShow(bool show) {
-  m_show = show;
-  invalidate();
-}
-
-void PromptFrame::SetLook(const IScreenCapture::PromptWindowInfo& info) {
-  m_width = info.width;
-  m_color = ToColor(info);
-  invalidate();
-}
-
-// A null window would stand for all windows of the desktop.
-void PromptFrame::invalidate() {
-  if (const HWND window = m_hwnd) {
+void PromptFrame::Life::fulfil(const Arrange& arrange) {
+  const Wish before = m_present;
+  {
+    const std::lock_guard lock(m_mutex);
+    m_present = m_wish;
+  }
+  const HWND window = m_window;
+  if (!window || m_present == before) {
+    return;
+  }
+  if (m_present.look != before.look) {
     InvalidateRect(window, nullptr, FALSE);
   }
+  arrange(window, before, m_present);
 }
 
-LRESULT CALLBACK PromptFrame::windowProcedure(HWND window, UINT message, WPARAM wParam,
-                                              LPARAM lParam) noexcept {
+LRESULT CALLBACK PromptFrame::Life::windowProcedure(HWND window, UINT message, WPARAM wParam,
+                                                    LPARAM lParam) noexcept {
   if (message == WM_PAINT || message == WM_NCDESTROY) {
-    const auto self = reinterpret_cast<PromptFrame*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+    const auto self = reinterpret_cast<Life*>(GetWindowLongPtrW(window, GWLP_USERDATA));
     if (self && message == WM_PAINT && self->paint(window)) {
       return 0;
     }
     if (self && message == WM_NCDESTROY) {
-      self->m_hwnd = nullptr;
+      self->m_window = nullptr;
       PostQuitMessage(0);
     }
   }
@@ -159,25 +196,24 @@ LRESULT CALLBACK PromptFrame::windowProcedure(HWND window, UINT message, WPARAM 
 
 // False when the default procedure is to finish: it also validates a window that
 // could not be painted, so that WM_PAINT does not come for ever.
-bool PromptFrame::paint(HWND window) {
+bool PromptFrame::Life::paint(HWND window) {
   PAINTSTRUCT paintStruct;
   const HDC dc = BeginPaint(window, &paintStruct);
   if (!dc) {
     return false;
   }
-  const bool show = m_show;
   const GdiBrush white(CreateSolidBrush(kTransparentColor));
   RECT client = {};
   GetClientRect(window, &client);
   FillRect(dc, &client, white.Get());
-  if (show) {
+  if (m_present.look.painted) {
     paintStrips(dc, client);
   }
   EndPaint(window, &paintStruct);
-  return show;
+  return m_present.look.painted;
 }
 
-void PromptFrame::paintStrips(HDC dc, const RECT& client) {
+void PromptFrame::Life::paintStrips(HDC dc, const RECT& client) {
   if (IsRectEmpty(&client) && m_kind.emptyClientLog.Allow()) {
     QX_LOG_ERROR("{} GetClient Error: left = {}, top = {}, right = {}, bottom = {}", m_kind.logName,
                  static_cast<std::int32_t>(client.left), static_cast<std::int32_t>(client.top),
@@ -185,8 +221,8 @@ void PromptFrame::paintStrips(HDC dc, const RECT& client) {
   }
   const LONG longerSide =
       std::max<LONG>({client.right - client.left, client.bottom - client.top, 0});
-  const LONG width = std::clamp<LONG>(m_width, 0, longerSide);
-  const GdiBrush brush(CreateSolidBrush(m_color));
+  const LONG width = std::clamp<LONG>(m_present.look.width, 0, longerSide);
+  const GdiBrush brush(CreateSolidBrush(m_present.look.color));
   const RECT strips[] = {
       {client.left, client.top, client.right, client.top + width},
       {client.left, client.bottom - width, client.right, client.bottom},

@@ -38,80 +38,100 @@ void SetOwner(HWND window, HWND owner) {
   SetWindowLongPtrW(window, GWLP_HWNDPARENT, reinterpret_cast<LONG_PTR>(owner));
 }
 
-}  // namespace
-
-PromptWindow::PromptWindow(HWND target, bool show) : m_target(target), m_frame(kKind, show) {}
-
-bool PromptWindow::Start() {
-  return m_frame.Start([this] { live(); });
+// Where the frame lies around `window`, cut at the edges of `desktop`.
+PromptFrame::Place ToPlace(const RECT& desktop, const RECT& window, std::int32_t width) {
+  const RECT outer = Grown(window, width);
+  RECT clipped = {};
+  static_cast<void>(WindowsUtil::RectsIntersect(desktop, outer, clipped));
+  if (IsRectEmpty(&desktop) || IsRectEmpty(&outer) || IsRectEmpty(&clipped)) {
+    LogEmptyPlace(desktop, outer, clipped);
+  }
+  return {clipped.left, clipped.top, clipped.right - clipped.left, clipped.bottom - clipped.top};
 }
 
-// From the moment that the target owns the window it can take it along.
-void PromptWindow::live() {
-  const HWND window = m_frame.Open(0, 0, 0, 0);
+void Arrange(HWND window, HWND target, const PromptFrame::Wish& before,
+             const PromptFrame::Wish& wish) {
+  if (wish.topmost != before.topmost) {
+    SetWindowPos(window, HWND_TOPMOST, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE);
+  }
+  // No style at all means that it could not be read.
+  const LONG_PTR style = GetWindowLongPtrW(window, GWL_STYLE);
+  if (wish.placed && style != 0 && (style & WS_MAXIMIZE) == 0) {
+    SetWindowLongPtrW(window, GWL_STYLE, style | WS_MAXIMIZE);
+  }
+  const PromptFrame::Place& place = wish.place;
+  if (place != before.place) {
+    MoveWindow(window, place.x, place.y, place.width, place.height, TRUE);
+  }
+  if (wish.visible != before.visible) {
+    SetOwner(window, nullptr);
+    ShowWindow(window, wish.visible ? SW_SHOW : SW_HIDE);
+    SetOwner(window, target);
+  }
+}
+
+void Live(PromptFrame::Life& life, HWND target) {
+  const HWND window = life.Open();
   if (!window) {
     return;
   }
   ShowWindow(window, SW_SHOW);
   UpdateWindow(window);
-  SetOwner(window, m_target);
-  SetWindowPos(window, m_target, 0, 0, 0, 0, SWP_NOSIZE | SWP_NOMOVE | SWP_NOOWNERZORDER);
-  m_frame.Serve();
+  life.EnterUp();
+  // From here on the target shares its input with the frame, and can take it along.
+  SetOwner(window, target);
+  SetWindowPos(window, target, 0, 0, 0, 0, SWP_NOSIZE | SWP_NOMOVE | SWP_NOOWNERZORDER);
+  life.Serve([target](HWND frame, const PromptFrame::Wish& before, const PromptFrame::Wish& wish) {
+    Arrange(frame, target, before, wish);
+  });
   // Off the screen now; the system destroys it with the thread.
-  if (const HWND last = m_frame.TakeWindow()) {
+  if (const HWND last = life.GetWindow()) {
+    SetOwner(last, nullptr);
     CloseWindow(last);
   }
 }
 
-void PromptWindow::Stop() {
-  if (const HWND window = m_frame.GetHwnd()) {
-    SetOwner(window, nullptr);
-  }
-  m_frame.Stop();
+}  // namespace
+
+PromptWindow::PromptWindow(HWND target, bool show) : m_target(target), m_frame(kKind, {}, show) {}
+
+bool PromptWindow::Start() {
+  return m_frame.Start([target = m_target](PromptFrame::Life& life) { Live(life, target); });
 }
 
 void PromptWindow::UpdatePosition(bool show, const RECT& rectDesktop, const RECT& rectWindow) {
-  const HWND window = m_frame.GetHwnd();
-  if (!window) {
+  if (!m_frame.GetHwnd()) {
     return;
   }
-  // No style at all means that it could not be read. To write it makes the system wait
-  // for the frame's thread, twice: too much for every frame of a share.
-  const LONG_PTR style = GetWindowLongPtrW(window, GWL_STYLE);
-  if (style != 0 && (style & WS_MAXIMIZE) == 0) {
-    SetWindowLongPtrW(window, GWL_STYLE, style | WS_MAXIMIZE);
+  PromptFrame::Wish wish = m_frame.Asked();
+  if (!EqualRect(&rectDesktop, &m_rectDesktop) || !EqualRect(&rectWindow, &m_rectWindow) ||
+      show != wish.visible) {
+    wish.place = ToPlace(rectDesktop, rectWindow, GetWidth());
+    wish.visible = show;
+    wish.placed = true;
+    m_rectDesktop = rectDesktop;
+    m_rectWindow = rectWindow;
   }
-  if (EqualRect(&rectDesktop, &m_rectDesktop) && EqualRect(&rectWindow, &m_rectWindow) &&
-      show == m_shown) {
-    return;
-  }
-  const RECT outer = Grown(rectWindow, m_frame.GetWidth());
-  RECT clipped = {};
-  static_cast<void>(WindowsUtil::RectsIntersect(rectDesktop, outer, clipped));
-  if (IsRectEmpty(&rectDesktop) || IsRectEmpty(&outer) || IsRectEmpty(&clipped)) {
-    LogEmptyPlace(rectDesktop, outer, clipped);
-  }
-  MoveWindow(window, clipped.left, clipped.top, clipped.right - clipped.left,
-             clipped.bottom - clipped.top, TRUE);
-  m_rectDesktop = rectDesktop;
-  m_rectWindow = rectWindow;
-  if (show != m_shown) {
-    SetOwner(window, nullptr);
-    ShowWindow(window, show ? SW_SHOW : SW_HIDE);
-    SetOwner(window, m_target);
-    m_shown = show;
-  }
+  m_frame.Ask(wish);
+}
+
+void PromptWindow::SetTopmost() {
+  PromptFrame::Wish wish = m_frame.Asked();
+  wish.topmost = true;
+  m_frame.Ask(wish);
 }
 
 void PromptWindow::ShowPrompt(bool show) {
   QX_TRACE("PromptWindow::ShowPrompt");
   QX_LOG_INFO("Set Prompt Window State:{}", show ? "Show" : "Hide");
-  m_frame.SetShow(show);
+  PromptFrame::Wish wish = m_frame.Asked();
+  wish.look.painted = show;
+  m_frame.Ask(wish);
 }
 
 void PromptWindow::SetPromptWindowInfo(const IScreenCapture::PromptWindowInfo& info) {
   QX_TRACE("PromptWindow::SetPromptWindowInfo");
-  m_frame.SetLook(info);
+  m_frame.AskForLook(info);
 }
 
 }  // namespace qx

@@ -14,26 +14,26 @@ namespace qx {
 // that it goes up and down with it. White is its transparent colour.
 //
 // Order of calls: constructor, SetPromptWindowInfo, Start, then any, Stop. One
-// target, not started twice. All calls come from the capture thread, never from the
-// frame's own.
+// target, not started twice. All calls come from one thread, the share's capture thread.
+// Only Start and Stop wait for the frame's thread: what the others ask for happens a
+// little later, and when the target hangs and takes the frame's thread along, much later.
 class PromptWindow {
  public:
   // With `show` false the window is there and can't be seen.
   PromptWindow(HWND target, bool show);
-  PromptWindow(const PromptWindow&) = delete;
-  PromptWindow& operator=(const PromptWindow&) = delete;
-  ~PromptWindow() { Stop(); }
 
   // Returns when the window is up (true) or can't be (false). It has no size yet.
   bool Start();
   // Returns when window and thread are gone, also when the target took the window
-  // along. Does nothing when not started.
-  void Stop();
+  // along, or after kPatienceMs. Does nothing when not started.
+  void Stop() { m_frame.Stop(); }
 
   // Follows the target: the frame lies around `rectWindow`, cut at the edges of
   // `rectDesktop`, both in pixels of the virtual screen. Does nothing when neither
   // these nor `show` have changed.
   void UpdatePosition(bool show, const RECT& rectDesktop, const RECT& rectWindow);
+  // Puts the frame above all windows that are not topmost.
+  void SetTopmost();
   // Whether the frame is painted. Hiding the window is UpdatePosition's.
   void ShowPrompt(bool show);
   // A new thickness moves the frame when UpdatePosition next finds a change.
@@ -41,14 +41,11 @@ class PromptWindow {
 
   // Null while there is no window.
   HWND GetHwnd() const { return m_frame.GetHwnd(); }
-  COLORREF GetColor() const { return m_frame.GetColor(); }
-  std::int32_t GetWidth() const { return m_frame.GetWidth(); }
+  COLORREF GetColor() const { return m_frame.Asked().look.color; }
+  std::int32_t GetWidth() const { return m_frame.Asked().look.width; }
 
  private:
-  void live();
-
   const HWND m_target;
-  bool m_shown = true;  // what the last ShowWindow did
   RECT m_rectDesktop = {};
   RECT m_rectWindow = {};
   PromptFrame m_frame;

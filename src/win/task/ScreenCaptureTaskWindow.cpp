@@ -349,7 +349,7 @@ void ScreenCaptureTaskWindow::openPrompt() {
     return;
   }
   if (GetWindowLongPtrW(m_window, GWL_EXSTYLE) & WS_EX_TOPMOST) {
-    SetWindowPos(prompt->GetHwnd(), HWND_TOPMOST, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE);
+    prompt->SetTopmost();
   }
   m_promptWindow = std::move(prompt);
 }
