@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <iterator>
+#include <utility>
 
 namespace qx {
 
@@ -19,17 +20,40 @@ LogInstance::LogInstance() noexcept : m_clock(&StandardMillis) {}
 
 void LogInstance::Log(const char* module, int level, const char* file, int line,
                       const char* message) noexcept {
-  const Callback callback = m_logCallback;
-  if (!callback) {
+  if (!HasCallback()) {
     return;
   }
   try {
     fmt::memory_buffer text;
     fmt::format_to(std::back_inserter(text), "[{}]: {}", module, message);
     text.push_back('\0');
-    callback(level, file, line, text.data());
+    deliver(level, file, line, text.data());
   } catch (...) {
     // A message that can't be delivered is no reason to end a share.
+  }
+}
+
+void LogInstance::deliver(int level, const char* file, int line, const char* text) noexcept {
+  try {
+    if (DeferredLog* const deferred = DeferredLog::t_innermost) {
+      deferred->m_messages.push_back({level, file, line, text});
+    } else if (const Callback callback = m_logCallback) {
+      callback(level, file, line, text);
+    }
+  } catch (...) {
+    // As above.
+  }
+}
+
+thread_local DeferredLog* DeferredLog::t_innermost = nullptr;
+
+DeferredLog::DeferredLog() noexcept : m_outer(std::exchange(t_innermost, this)) {}
+
+DeferredLog::~DeferredLog() {
+  t_innermost = m_outer;
+  for (const Message& message : m_messages) {
+    LogInstance::Instance().deliver(message.level, message.file, message.line,
+                                    message.text.c_str());
   }
 }
 

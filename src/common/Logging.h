@@ -4,6 +4,8 @@
 
 #include <atomic>
 #include <cstdint>
+#include <string>
+#include <vector>
 
 #include "common/Singleton.h"
 
@@ -51,10 +53,39 @@ class LogInstance : public Singleton<LogInstance> {
 
  private:
   friend class Singleton<LogInstance>;
+  friend class DeferredLog;
   LogInstance() noexcept;
+
+  void deliver(int level, const char* file, int line, const char* text) noexcept;
 
   std::atomic<Callback> m_logCallback = nullptr;
   std::atomic<Clock> m_clock;
+};
+
+// While this object lives, messages of its thread wait; then they go to the callback in
+// their order. For a scope that holds a lock, and declared before it: the callback may
+// wait for a thread of the host that is waiting for that very lock.
+class DeferredLog {
+ public:
+  DeferredLog() noexcept;
+  DeferredLog(const DeferredLog&) = delete;
+  DeferredLog& operator=(const DeferredLog&) = delete;
+  ~DeferredLog();
+
+ private:
+  friend class LogInstance;
+
+  struct Message {
+    int level;
+    const char* file;
+    int line;
+    std::string text;
+  };
+
+  static thread_local DeferredLog* t_innermost;
+
+  std::vector<Message> m_messages;
+  DeferredLog* const m_outer;
 };
 
 // The body of the log statements below.

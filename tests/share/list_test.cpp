@@ -3,6 +3,8 @@
 #include <objbase.h>
 
 #include <algorithm>
+#include <functional>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -10,6 +12,7 @@
 #include <vector>
 
 #include "platform/control/Ledger.h"
+#include "tests/share/AllocationHook.h"
 #include "tests/share/ShareTest.h"
 
 namespace qx::test {
@@ -17,6 +20,7 @@ namespace {
 
 using namespace vwin::control;
 
+using DesktopInfo = IScreenCapture::DesktopInfo;
 using WindowInfo = IScreenCapture::WindowInfo;
 using Ids = std::vector<int>;
 
@@ -264,17 +268,6 @@ TEST_F(WindowListTest, IdsAreThoseOfTheLastListThatWasNotEmpty) {
   EXPECT_STREQ(capture.GetWindowTitle(idOf(unlisted)), L"Unlisted");
 }
 
-TEST_F(WindowListTest, OfThousandsOfWindows) {
-  std::vector<WindowList::Window> expected;
-  for (int i = 0; i < 2000; ++i) {
-    const std::wstring title = L"Window " + std::to_wstring(i);
-    const HWND window = OpenWindow({.title = title, .rect = {i, 0, i + 40, 1}});
-    expected.push_back({idOf(window), 7000, L"", title, {i, 0, i + 40, 1}});
-  }
-  std::reverse(expected.begin(), expected.end());
-  EXPECT_EQ(list().windows, expected);
-}
-
 TEST_F(WindowListTest, AskedForInsideItsCallback) {
   struct Host {
     ScreenCapture* capture;
@@ -340,23 +333,77 @@ TEST_F(WindowListTest, AsyncListsOverlapEachWithItsOwnArray) {
   EXPECT_EQ(HeldModules(), 0);
 }
 
-TEST_F(WindowListTest, WithoutAThreadTheCallbackComesEmptyOnTheCallers) {
+// What a host counts of both kinds of list.
+struct Calls {
+  int count = 0;
+  int items = 0;
+  bool throws = false;
+
+  template <typename Info>
+  static void Take(const Info*, const int& items, void* user) {
+    auto& self = *static_cast<Calls*>(user);
+    ++self.count;
+    self.items = items;
+    if (self.throws) {
+      throw 1;
+    }
+  }
+};
+
+TEST_F(WindowListTest, EveryCallbackComesOnceWhateverIsLacking) {
+  const std::function<void(Calls&)> forms[] = {
+      [&](Calls& calls) { capture.GetWindowList(Calls::Take<WindowInfo>, &calls); },
+      [&](Calls& calls) { capture.GetWindowListAsync(Calls::Take<WindowInfo>, &calls); },
+      [&](Calls& calls) { capture.GetDesktopList(Calls::Take<DesktopInfo>, &calls); },
+      [&](Calls& calls) { capture.GetDesktopListAsync(Calls::Take<DesktopInfo>, &calls); }};
   OpenWindow({.title = L"Window"});
-  for (const char* const function : {"_beginthreadex", "GetModuleHandleExW"}) {
-    FailNth(function, 1);
-    WindowList list;
-    capture.GetWindowListAsync(WindowList::Take, &list);
-    EXPECT_EQ(list.calls, 1) << function;
-    EXPECT_TRUE(list.isNull) << function;
-    EXPECT_EQ(list.thread, GetCurrentThreadId());
-    EXPECT_EQ(log.Count("can't start a thread"), 1) << log.Dump();
-    EXPECT_EQ(HeldModules(), 0) << function;
-    log.Forget();
+  for (std::size_t form = 0; form < std::size(forms); ++form) {
+    SCOPED_TRACE(form);
+    for (const std::size_t size : {1, 33, 65, 129, 257, 100000}) {
+      Calls calls;
+      int failed = 0;
+      {
+        const FailLargeAllocations noMemory(size);
+        forms[form](calls);
+        Settle();
+        failed = noMemory.failed();
+      }
+      EXPECT_EQ(calls.count, 1) << "without blocks of " << size;
+      EXPECT_EQ(calls.items, failed > 0 ? 0 : 1) << "without blocks of " << size;
+      EXPECT_TRUE(failed > 0 || size > 1);
+    }
+    const bool async = form % 2 == 1;
+    for (const char* const function : {"_beginthreadex", "GetModuleHandleExW"}) {
+      Calls calls;
+      FailNth(function, 1);
+      forms[form](calls);
+      Settle();
+      ClearFaults();
+      EXPECT_EQ(calls.count, 1) << function;
+      EXPECT_EQ(calls.items, async ? 0 : 1) << function;
+    }
+    Calls calls = {.throws = true};
+    forms[form](calls);
+    Settle();
+    EXPECT_EQ(calls.count, 1);
+    EXPECT_EQ(HeldModules(), 0);
   }
   ResetCounts();
   capture.GetWindowList(nullptr, nullptr);
   capture.GetWindowListAsync(nullptr, nullptr);
+  capture.GetDesktopListAsync(nullptr, nullptr);
   EXPECT_EQ(Count("EnumWindows") + Count("_beginthreadex"), 0u) << "nobody to tell";
+}
+
+TEST_F(WindowListTest, HungWindowsCostNoTime) {
+  const HWND window = OpenWindow({.title = L"Hung", .rect = {0, 0, 50, 60}});
+  HangAll();
+  const auto start = Now();
+  EXPECT_EQ(list().ids(), ids(window));
+  EXPECT_STREQ(capture.GetWindowTitle(idOf(window)), L"Hung");
+  EXPECT_EQ(Now() - start, 0ms);
+  capture.GetWindowIcon(idOf(window));
+  EXPECT_EQ(Now() - start, 400ms) << "until the system knows";
 }
 
 TEST_F(WindowListTest, OutlivesTheObjectThatWasAsked) {
@@ -382,9 +429,9 @@ TEST_F(WindowListTest, LeavesOutAWindowThatDiesMeanwhile) {
       {idOf(first), 7000, L"notes", L"First", {0, 0, 50, 60}},
       {idOf(last), 7000, L"notes", L"Last", {0, 0, 50, 50}}};
   for (const char* const function :
-       {"IsWindowVisible", "GetClassNameW", "GetWindowTextW", "GetWindowLongPtrW", "GetWindowRect",
-        "IsIconic", "GetWindowThreadProcessId", "OpenProcess", "QueryFullProcessImageNameW",
-        "IsZoomed", "DwmGetWindowAttribute"}) {
+       {"IsWindowVisible", "GetClassNameW", "InternalGetWindowText", "GetWindowLongPtrW",
+        "GetWindowRect", "IsIconic", "GetWindowThreadProcessId", "OpenProcess",
+        "QueryFullProcessImageNameW", "IsZoomed", "DwmGetWindowAttribute"}) {
     const HWND dying = OpenWindow({.title = L"Dying"});
     ToTop(first);
     bool died = false;

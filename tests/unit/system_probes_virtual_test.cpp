@@ -177,13 +177,5 @@ TEST(Graphics, OneFaultKeepsTheProcessOffTheDriver) {
   EXPECT_EQ(Count("D3D11CreateDevice"), 1u);
 }
 
-TEST(Graphics, LeaveToUseTheMagnifier) {
-  EXPECT_TRUE(CanUseMagCapture());
-  SetCanUseMagCapture(false);
-  EXPECT_FALSE(CanUseMagCapture());
-  SetCanUseMagCapture(true);
-  EXPECT_TRUE(CanUseMagCapture());
-}
-
 }  // namespace
 }  // namespace qx

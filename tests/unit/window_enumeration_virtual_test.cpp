@@ -112,59 +112,47 @@ TEST(EnumTopLevelWindows, OtherVirtualDesktopsNeedCom) {
   EXPECT_TRUE(IsWindowOnCurrentVirtualDesktop(away));
 }
 
-TEST(CaptureRect, EveryStateOfAWindow) {
+struct CaptureRectRow {
+  vwin::Version version;
+  RECT normal, minimised;
+  LONG inset;  // of a maximised window
+};
+class CaptureRect : public testing::TestWithParam<CaptureRectRow> {};
+
+TEST_P(CaptureRect, EveryStateOfAWindow) {
   const test::LogRecorder log;
+  SetVersion(GetParam().version);
   const HWND window = OpenWindow({.rect = {100, 100, 500, 400}, .invisibleFrame = {7, 0, 7, 7}});
   RECT rect = {};
   EXPECT_TRUE(GetCaptureRect(window, rect));
-  EXPECT_EQ(rect, (RECT{107, 100, 493, 393}));
+  EXPECT_EQ(rect, GetParam().normal);
   Minimise(window);
   EXPECT_TRUE(GetCaptureRect(window, rect));
-  EXPECT_EQ(rect, (RECT{100, 100, 500, 400})) << "where it will be restored to";
-  Restore(window);
-  Maximise(window);
-  RECT whole = {};
-  GetWindowRect(window, &whole);
-  EXPECT_TRUE(GetCaptureRect(window, rect));
-  EXPECT_EQ(rect, (RECT{whole.left + 8, whole.top + 8, whole.right - 8, whole.bottom - 8}));
-
-  FailNth("GetWindowRect", 1, {1400, 0});
-  EXPECT_FALSE(GetCaptureRect(window, rect));
-  EXPECT_TRUE(log.Has(5, "GetWindowRect for zoomed window error,code = 1400")) << log.Dump();
-  Minimise(window);
+  EXPECT_EQ(rect, GetParam().minimised) << "where it will be restored to";
   FailNth("GetWindowPlacement", 1, {1400, 0});
   EXPECT_FALSE(GetCaptureRect(window, rect));
   EXPECT_TRUE(log.Has(5, "GetWindowPlacement error,code = 1400")) << log.Dump();
-  Close(window);
-  EXPECT_FALSE(GetCaptureRect(window, rect));
-  EXPECT_EQ(log.Count("DwmGetWindowAttribute failed,code = -"), 1) << log.Dump();
-}
-
-TEST(CaptureRect, OnWindows11) {
-  SetVersion(kWindows11);
-  const HWND window = OpenWindow({});
+  Restore(window);
   Maximise(window);
-  RECT whole = {};
-  GetWindowRect(window, &whole);
-  RECT rect = {};
+  GetWindowRect(window, &rect);
+  const LONG inset = GetParam().inset;
+  const RECT zoomed = {rect.left + inset, rect.top + inset, rect.right - inset,
+                       rect.bottom - inset};
   EXPECT_TRUE(GetCaptureRect(window, rect));
-  EXPECT_EQ(rect, (RECT{whole.left + 11, whole.top + 11, whole.right - 11, whole.bottom - 11}));
-}
-
-TEST(CaptureRect, OnWindows7) {
-  const test::LogRecorder log;
-  SetVersion(kWindows7);
-  const HWND window = OpenWindow({.rect = {100, 100, 500, 400}, .invisibleFrame = {7, 0, 7, 7}});
-  RECT rect = {};
-  EXPECT_TRUE(GetCaptureRect(window, rect));
-  EXPECT_EQ(rect, (RECT{100, 100, 500, 400}));
-  Minimise(window);
-  EXPECT_TRUE(GetCaptureRect(window, rect));
-  EXPECT_EQ(rect, (RECT{100, 100, 500, 400}));
+  EXPECT_EQ(rect, zoomed);
+  FailNth("GetWindowRect", 1, {1400, 0});
+  EXPECT_FALSE(GetCaptureRect(window, rect));
+  EXPECT_EQ(log.Count("error,code = 1400"), 2) << log.Dump();
   Close(window);
   EXPECT_FALSE(GetCaptureRect(window, rect));
-  EXPECT_TRUE(log.Has(5, "GetWindowRect error,code = 1400")) << log.Dump();
 }
+
+constexpr RECT kBounds = {100, 100, 500, 400};
+INSTANTIATE_TEST_SUITE_P(
+    Versions, CaptureRect,
+    testing::Values(CaptureRectRow{kWindows7, kBounds, kBounds, 0},
+                    CaptureRectRow{kWindows10, {107, 100, 493, 393}, kBounds, 8},
+                    CaptureRectRow{kWindows11, {107, 100, 493, 393}, kBounds, 11}));
 
 TEST(IsWindowObscured, FivePointsDecide) {
   const HWND window = OpenWindow({.rect = {100, 100, 200, 200}});
@@ -197,13 +185,11 @@ TEST(IsWindowObscured, CloakIsGuessedOnWindows8) {
   OpenWindow({.rect = {0, 0, 500, 500}});
   EXPECT_FALSE(IsWindowObscured(window, true));
   SetExStyle(window, WS_EX_NOREDIRECTIONBITMAP);
-  EXPECT_TRUE(IsWindowObscured(window, true));
-  SetStyle(window, WS_POPUP | WS_VISIBLE | WS_BORDER);
-  EXPECT_TRUE(IsWindowObscured(window, true)) << "half a caption is none";
-  SetStyle(window, WS_POPUP | WS_VISIBLE | WS_CAPTION);
-  EXPECT_FALSE(IsWindowObscured(window, true));
-  SetStyle(window, WS_POPUP | WS_VISIBLE | WS_THICKFRAME);
-  EXPECT_FALSE(IsWindowObscured(window, true));
+  for (const auto& [style, obscured] :
+       {std::pair{0u, true}, {WS_BORDER, true}, {WS_CAPTION, false}, {WS_THICKFRAME, false}}) {
+    SetStyle(window, WS_POPUP | WS_VISIBLE | style);
+    EXPECT_EQ(IsWindowObscured(window, true), obscured) << "half a caption is none: " << style;
+  }
 }
 
 TEST(GetWindowsAbove, WhatCoversARectangle) {
@@ -219,6 +205,12 @@ TEST(GetWindowsAbove, WhatCoversARectangle) {
   Windows above;
   EXPECT_TRUE(GetWindowsAbove(window, rect, above));
   EXPECT_EQ(above, (Windows{second, first}));
+
+  above.clear();
+  const HWND closing = OpenWindow({.visible = false});
+  AtNth("FindWindowExW", 2, [closing] { Close(closing); });
+  EXPECT_TRUE(GetWindowsAbove(window, rect, above));
+  EXPECT_EQ(above, (Windows{second, first})) << "nothing is lost behind a window that closes";
 
   above.clear();
   EXPECT_TRUE(GetWindowsAbove(second, rect, above)) << "nothing above";
@@ -293,19 +285,33 @@ TEST(TrackWindow, TailOfTheTitle) {
   AddProcess(7000, L"C:\\Office\\Slides.exe");
   const HWND window = OpenWindow({.className = L"Show"});
   const TrackWindowRule rule = {.className = "Show", .processName = "Slides"};
-  const auto finds = [&](const wchar_t* title) {
+  for (const auto& [title, found] : std::initializer_list<std::pair<std::wstring, bool>>{
+           {L"Slides - Show", true},
+           {L"Slides  -  [Show]", true},
+           {L"A - B  -  Show", true},  // the long separator goes first
+           {L"A - Show  -  B", false},
+           {L"A - B - Show", false},  // the first one of a kind
+           {L"Slides - show", false},
+           {L"Show", false},
+           {L"", false}}) {
     SetTitle(window, title);
-    return FindTrackWindow(rule, L"Show") == window;
-  };
-  EXPECT_TRUE(finds(L"Slides - Show"));
-  EXPECT_TRUE(finds(L"Slides - [Show]"));
-  EXPECT_TRUE(finds(L"Slides  -  [Show]"));
-  EXPECT_TRUE(finds(L"A - B  -  Show")) << "the long separator goes first";
-  EXPECT_FALSE(finds(L"A - Show  -  B"));
-  EXPECT_FALSE(finds(L"A - B - Show")) << "the first one of a kind";
-  EXPECT_FALSE(finds(L"Slides - show"));
-  EXPECT_FALSE(finds(L"Show"));
-  EXPECT_FALSE(finds(L""));
+    EXPECT_EQ(FindTrackWindow(rule, L"Show") == window, found) << testing::PrintToString(title);
+  }
+}
+
+TEST(TrackWindow, IsFoundBehindOneThatClosesMeanwhile) {
+  AddProcess(7000, L"C:\\Office\\Slides.exe");
+  const HWND show = OpenWindow({.className = L"Show"});
+  for (const char* const function : {"FindWindowExA", "GetWindowThreadProcessId", "OpenProcess",
+                                     "QueryFullProcessImageNameA", "InternalGetWindowText"}) {
+    SetTitle(show, L"A - Show");
+    const HWND closing = OpenWindow({.title = L"B - Other", .className = L"Show"});
+    AtNth(function, function == std::string("FindWindowExA") ? 2 : 1,
+          [closing] { Close(closing); });
+    EXPECT_EQ(FindTrackWindow({.className = "Show", .processName = "Slides"}, L"Show"), show)
+        << function;
+    EXPECT_FALSE(IsWindow(closing)) << function;
+  }
 }
 
 TEST(Monitors, Rectangles) {
@@ -391,34 +397,6 @@ TEST(DesktopListing, MonitorsInOrder) {
   ShareListManager::Instance().GetDesktopList(nullptr, &list);
   ShareListManager::Instance().GetDesktopListAsync(nullptr, &list);
   EXPECT_EQ(list.calls, 3);
-}
-
-TEST(DesktopListing, AsyncCallsBackOnAThreadOfItsOwnAndInAnyCase) {
-  const test::LogRecorder log;
-  struct Waiter : DesktopList {
-    HANDLE done = nullptr;
-  };
-  Waiter list;
-  const KernelHandle done(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-  list.done = done.Get();
-  ShareListManager::Instance().GetDesktopListAsync(
-      [](const IScreenCapture::DesktopInfo* desktops, const int& count, void* user) {
-        auto& waiter = *static_cast<Waiter*>(user);
-        DesktopList::Take(desktops, count, static_cast<DesktopList*>(&waiter));
-        SetEvent(waiter.done);
-      },
-      &list);
-  ASSERT_EQ(WaitForSingleObject(done.Get(), 30000), WAIT_OBJECT_0);
-  EXPECT_EQ(list.desktops.size(), 1u);
-  EXPECT_NE(list.thread, GetCurrentThreadId());
-  EXPECT_TRUE(log.Has(3, "start new thread to get window list")) << log.Dump();
-
-  DesktopList failed;
-  FailNth("_beginthreadex", 1);
-  ShareListManager::Instance().GetDesktopListAsync(DesktopList::Take, &failed);
-  EXPECT_EQ(failed.calls, 1);
-  EXPECT_TRUE(failed.isNull);
-  EXPECT_EQ(log.Count("can't start a thread"), 1) << log.Dump();
 }
 
 }  // namespace

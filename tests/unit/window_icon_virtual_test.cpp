@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -99,21 +100,17 @@ TEST_F(WindowIcon, TheFirstSourceThatHasOneDecides) {
   EXPECT_EQ(Said(log), upTo(5));
 
   OpenWindow({.parent = window, .processId = 8000});
-  SetProgramIcon(L"C:\\Apps\\content.exe", OnePixel(0xFF000005));
-  EXPECT_EQ(PixelsOf(window), Pixels{0xFF000005});
-  EXPECT_EQ(Said(log), upTo(5));
-  SetClassIcon(window, OnePixel(0xFF000004));
-  EXPECT_EQ(PixelsOf(window), Pixels{0xFF000004});
-  EXPECT_EQ(Said(log), upTo(4));
-  SetWindowIcon(window, IconKind::kSmall2, OnePixel(0xFF000003));
-  EXPECT_EQ(PixelsOf(window), Pixels{0xFF000003});
-  EXPECT_EQ(Said(log), upTo(3));
-  SetWindowIcon(window, IconKind::kSmall, OnePixel(0xFF000002));
-  EXPECT_EQ(PixelsOf(window), Pixels{0xFF000002});
-  EXPECT_EQ(Said(log), upTo(2));
-  SetWindowIcon(window, IconKind::kBig, OnePixel(0xFF000001));
-  EXPECT_EQ(PixelsOf(window), Pixels{0xFF000001});
-  EXPECT_EQ(Said(log), upTo(1));
+  const std::function<void()> sources[] = {
+      [&] { SetWindowIcon(window, IconKind::kBig, OnePixel(0xFF000001)); },
+      [&] { SetWindowIcon(window, IconKind::kSmall, OnePixel(0xFF000002)); },
+      [&] { SetWindowIcon(window, IconKind::kSmall2, OnePixel(0xFF000003)); },
+      [&] { SetClassIcon(window, OnePixel(0xFF000004)); },
+      [&] { SetProgramIcon(L"C:\\Apps\\content.exe", OnePixel(0xFF000005)); }};
+  for (std::uint32_t source = 5; source >= 1; --source) {
+    sources[source - 1]();
+    EXPECT_EQ(PixelsOf(window), Pixels{0xFF000000 + source});
+    EXPECT_EQ(Said(log), upTo(source));
+  }
 
   FailNth("LoadIconW", 1);
   Close(window);
@@ -122,7 +119,7 @@ TEST_F(WindowIcon, TheFirstSourceThatHasOneDecides) {
   EXPECT_EQ(IconOf(window).width, 32) << "a closed window still has the system's";
 }
 
-TEST_F(WindowIcon, AWindowThatHangsCosts400Milliseconds) {
+TEST_F(WindowIcon, AWindowThatHangsCosts400MillisecondsUntilTheSystemKnows) {
   SetWindowIcon(window, IconKind::kBig, OnePixel(0xFF000001));
   SetWindowIcon(window, IconKind::kSmall, OnePixel(0xFF000002));
   SetClassIcon(window, OnePixel(0xFF000004));
@@ -132,14 +129,33 @@ TEST_F(WindowIcon, AWindowThatHangsCosts400Milliseconds) {
     return Now() - start;
   };
   EXPECT_EQ(cost(0xFF000001), 0ms);
-  Hang(window);
-  EXPECT_EQ(cost(0xFF000004), 400ms);
   AnswerAfter(window, 199ms);
   EXPECT_EQ(cost(0xFF000001), 199ms);
   SetWindowIcon(window, IconKind::kBig, nullptr);
   EXPECT_EQ(cost(0xFF000004), 399ms) << "too slow for the second question";
   AnswerAfter(window, 90ms);
   EXPECT_EQ(cost(0xFF000002), 180ms);
+  HangAll();
+  EXPECT_EQ(cost(0xFF000004), 400ms);
+  Advance(10s);
+  EXPECT_EQ(cost(0xFF000004), 0ms);
+}
+
+TEST_F(WindowIcon, AProgramOnADeadDriveCosts200Milliseconds) {
+  SetProgramIcon(L"C:\\Apps\\content.exe", OnePixel(0xFF000005));
+  const HWND frame = OpenFrame({8000});
+  const LedgerSnapshot before = Snapshot();
+  BlockShellIcons();
+  const auto start = Now();
+  EXPECT_EQ(IconOf(frame).width, 32) << "the system's own";
+  EXPECT_EQ(Now() - start, 200ms);
+  EXPECT_NE(Difference(before), "") << "the search is still under way";
+  ReleaseShellIcons();
+  Settle();
+  EXPECT_EQ(Difference(before), "") << "the icon that came too late is destroyed";
+  BlockShellIcons(199ms);
+  EXPECT_EQ(PixelsOf(frame), Pixels{0xFF000005});
+  ReleaseShellIcons();
 }
 
 TEST_F(WindowIcon, AlphaIsTheIconsOwnOrThatOfTheMask) {

@@ -38,12 +38,6 @@ void StartGdiplus() {
   }
 }
 
-// Holds the lists themselves, since a list may still be made on a thread when the
-// object that started it is gone.
-ShareListManager::WindowFilter ExcludedBy(std::shared_ptr<const FilterWindowManager> manager) {
-  return [manager = std::move(manager)](HWND window) { return manager->IsExcludedWindow(window); };
-}
-
 void LogWindowPosition(HWND window) {
   RECT rect = {};
   if (!GetWindowRect(window, &rect)) {
@@ -165,14 +159,13 @@ void ScreenCaptureImpl::GetDesktopThumbnailAllAsync(int /*width*/, int /*height*
 
 void ScreenCaptureImpl::GetWindowList(IScreenCapture::WindowListCallback callback, void* user) {
   QX_TRACE("ScreenCaptureImpl::GetWindowList");
-  ShareListManager::Instance().GetWindowList(callback, user, ExcludedBy(m_filterWindowManager));
+  ShareListManager::Instance().GetWindowList(callback, user, m_filterWindowManager);
 }
 
 void ScreenCaptureImpl::GetWindowListAsync(IScreenCapture::WindowListCallback callback,
                                            void* user) {
   QX_TRACE("ScreenCaptureImpl::GetWindowListAsync");
-  ShareListManager::Instance().GetWindowListAsync(callback, user,
-                                                  ExcludedBy(m_filterWindowManager));
+  ShareListManager::Instance().GetWindowListAsync(callback, user, m_filterWindowManager);
 }
 
 const char* ScreenCaptureImpl::GetWindowThumbnail(int /*id*/, int /*width*/, int /*height*/) {

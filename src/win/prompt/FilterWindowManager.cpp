@@ -13,6 +13,7 @@
 
 #include "common/Logging.h"
 #include "win/util/Utils.h"
+#include "win/util/WindowHelpers.h"
 
 namespace qx {
 
@@ -44,8 +45,7 @@ class WindowTitle {
  public:
   explicit WindowTitle(HWND window) {
     wchar_t wide[kUnits];
-    const int length = std::max(GetWindowTextW(window, wide, kUnits), 0);
-    m_length = WideToUtf8({wide, static_cast<std::size_t>(length)}, m_text);
+    m_length = WideToUtf8({wide, WindowsUtil::ReadWindowTitle(window, wide)}, m_text);
   }
   std::string_view Get() const { return {m_text, m_length}; }
 

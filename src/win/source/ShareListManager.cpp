@@ -1,10 +1,12 @@
 #include "win/source/ShareListManager.h"
 
 #include <algorithm>
+#include <exception>
 #include <utility>
 
 #include "common/DataUrl.h"
 #include "common/Logging.h"
+#include "win/prompt/FilterWindowManager.h"
 #include "win/source/WindowEnumeration.h"
 #include "win/source/WindowIcon.h"
 #include "win/util/Thread.h"
@@ -63,12 +65,32 @@ std::vector<WindowInfo> PublicForm(const std::vector<ShareWindowRecord>& records
   return windows;
 }
 
+template <typename Item, typename Callback>
+void Deliver(const std::vector<Item>& list, Callback callback, void* user) {
+  callback(list.empty() ? nullptr : list.data(), static_cast<int>(list.size()), user);
+}
+
+// Logs what `work` throws, so that the host still gets its callback.
+template <typename Work>
+void RunClosed(Work work) {
+  try {
+    work();
+  } catch (const std::exception& error) {
+    QX_LOG_ERROR("a list failed:{}", error.what());
+  } catch (...) {
+    QX_LOG_ERROR("a list failed");
+  }
+}
+
 // Runs `list` on a new thread. Without one the host still gets its callback.
 template <typename Callback, typename List>
 void ListOnThread(Callback callback, void* user, List list) {
-  const bool started = Thread::RunDetached([list = std::move(list)] {
-    QX_LOG_INFO("start new thread to get window list");
-    list();
+  bool started = false;
+  RunClosed([&] {
+    started = Thread::RunDetached([list = std::move(list)] {
+      QX_LOG_INFO("start new thread to get window list");
+      list();
+    });
   });
   if (!started) {
     callback(nullptr, 0, user);
@@ -81,16 +103,9 @@ void ShareListManager::GetDesktopList(IScreenCapture::DesktopListCallback callba
   if (!callback) {
     return;
   }
-  const std::vector<DesktopInfo> desktops = ListDesktops();
-  if (desktops.empty()) {
-    callback(nullptr, 0, user);
-    return;
-  }
-  {
-    const std::lock_guard lock(m_desktopListMutex);
-    m_desktopList = desktops;
-  }
-  callback(desktops.data(), static_cast<int>(desktops.size()), user);
+  std::vector<DesktopInfo> desktops;
+  RunClosed([&] { desktops = ListDesktops(); });
+  Deliver(desktops, callback, user);
 }
 
 void ShareListManager::GetDesktopListAsync(IScreenCapture::DesktopListCallback callback,
@@ -102,26 +117,26 @@ void ShareListManager::GetDesktopListAsync(IScreenCapture::DesktopListCallback c
 }
 
 void ShareListManager::GetWindowList(IScreenCapture::WindowListCallback callback, void* user,
-                                     const WindowFilter& filter) {
+                                     const Filter& filter) {
   if (!callback) {
     return;
   }
-  const auto records =
-      std::make_shared<const std::vector<ShareWindowRecord>>(ListShareWindows(filter));
-  if (records->empty()) {
-    callback(nullptr, 0, user);
-    return;
-  }
-  {
-    const std::lock_guard lock(m_windowListMutex);
-    m_windowList = records;
-  }
-  const std::vector<WindowInfo> windows = PublicForm(*records);
-  callback(windows.data(), static_cast<int>(windows.size()), user);
+  WindowList records;
+  std::vector<WindowInfo> windows;
+  RunClosed([&] {
+    records = std::make_shared<const std::vector<ShareWindowRecord>>(
+        ListShareWindows([&](HWND window) { return filter->IsExcludedWindow(window); }));
+    windows = PublicForm(*records);
+    if (!windows.empty()) {
+      const std::lock_guard lock(m_windowListMutex);
+      m_windowList = records;
+    }
+  });
+  Deliver(windows, callback, user);
 }
 
 void ShareListManager::GetWindowListAsync(IScreenCapture::WindowListCallback callback, void* user,
-                                          WindowFilter filter) {
+                                          Filter filter) {
   if (!callback) {
     return;
   }

@@ -4,7 +4,6 @@
 #include <windows.h>
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -15,12 +14,14 @@
 
 namespace qx {
 
-// What can be shared. Keeps the last list that was not empty, since the ids that
-// a host passes later are those of a list.
+class FilterWindowManager;
+
+// What can be shared. Keeps the last list of windows that was not empty, since the ids
+// that a host passes later are those of a list.
 //
-// Callbacks run without any lock held. What they receive is valid during the
-// call only; an empty list is a null array and count 0. A null callback does
-// nothing.
+// A callback comes once, without any lock held. What it receives is valid during the
+// call only; an empty list, and one that could not be made, is a null array and count 0.
+// A null callback does nothing.
 class ShareListManager : public Singleton<ShareListManager> {
  public:
   // On the calling thread, before this returns.
@@ -29,14 +30,13 @@ class ShareListManager : public Singleton<ShareListManager> {
   // on this one, so that it always comes.
   void GetDesktopListAsync(IScreenCapture::DesktopListCallback callback, void* user);
 
-  // True leaves a window out of a list.
-  using WindowFilter = std::function<bool(HWND)>;
+  // Whose excluded windows are left out. Held, since a list may still be made on a thread
+  // when the object that started it is gone.
+  using Filter = std::shared_ptr<const FilterWindowManager>;
 
-  // As above. `filter` must be set; the async form asks a copy on its thread.
-  void GetWindowList(IScreenCapture::WindowListCallback callback, void* user,
-                     const WindowFilter& filter);
-  void GetWindowListAsync(IScreenCapture::WindowListCallback callback, void* user,
-                          WindowFilter filter);
+  // As above. `filter` must be set.
+  void GetWindowList(IScreenCapture::WindowListCallback callback, void* user, const Filter& filter);
+  void GetWindowListAsync(IScreenCapture::WindowListCallback callback, void* user, Filter filter);
 
   // The icon of a listed window as a data URL; empty for an id that is not in the
   // list and for a window without one. Never null; valid until the next call.
@@ -57,8 +57,6 @@ class ShareListManager : public Singleton<ShareListManager> {
   HWND findWindow(std::int32_t id);
 
   // Each mutex is held for a copy only, and never while another one is.
-  std::vector<IScreenCapture::DesktopInfo> m_desktopList;
-  std::mutex m_desktopListMutex;
   WindowList m_windowList;
   std::mutex m_windowListMutex;
 

@@ -50,7 +50,7 @@ class ClassName {
 
 bool HasTitle(HWND window) {
   wchar_t text[260];
-  return GetWindowTextW(window, text, static_cast<int>(std::size(text))) > 0;
+  return ReadWindowTitle(window, text) > 0;
 }
 
 bool IsHiddenStoreAppWindow(HWND window, std::wstring_view className) {
@@ -229,16 +229,24 @@ bool GetWindowsAbove(HWND window, RECT rect, std::vector<HWND>& out) {
     return false;
   }
   const HWND desktop = GetDesktopWindow();
-  HWND above = nullptr;
-  while ((above = FindWindowExW(desktop, above, nullptr, nullptr)) != nullptr && above != window) {
+  const auto covers = [&](HWND above) {
     RECT aboveRect = {};
     RECT overlap = {};
-    if (GetWindow(above, GW_OWNER) != window && IsWindowVisible(above) &&
-        GetWindowRect(above, &aboveRect) && IntersectRect(&overlap, &aboveRect, &rect) &&
-        !IsWindowObscured(above, true)) {
-      out.push_back(above);
-    }
-  }
+    return GetWindow(above, GW_OWNER) != window && IsWindowVisible(above) &&
+           GetWindowRect(above, &aboveRect) && IntersectRect(&overlap, &aboveRect, &rect) &&
+           !IsWindowObscured(above, true);
+  };
+  ForEachWindowBehind(
+      [&](HWND above) { return FindWindowExW(desktop, above, nullptr, nullptr); },
+      [&](HWND above) {
+        if (above == window) {
+          return false;
+        }
+        if (covers(above) && std::find(out.begin(), out.end(), above) == out.end()) {
+          out.push_back(above);
+        }
+        return true;
+      });
   return true;
 }
 

@@ -1,14 +1,18 @@
 #include "win/source/WindowIcon.h"
 
+#include <objbase.h>
 // After windows.h.
 #include <shellapi.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
+#include <memory>
+#include <utility>
 
 #include "common/Logging.h"
 #include "win/source/PngImage.h"
+#include "win/util/Errand.h"
 #include "win/util/PictureInfo.h"
 #include "win/util/WindowHelpers.h"
 
@@ -30,6 +34,9 @@ struct IconPixels {
 };
 
 HICON AskWindow(HWND window, WPARAM kind, UINT timeLimit) {
+  if (IsHungAppWindow(window)) {
+    return nullptr;  // known to the system: the time would be wasted
+  }
   DWORD_PTR icon = 0;
   // Only the icon counts: it stays 0 when nobody answers.
   SendMessageTimeoutW(window, WM_GETICON, kind, 0, SMTO_BLOCK, timeLimit, &icon);
@@ -63,34 +70,66 @@ IconHandle FindIcon(HWND window) {
   return Borrowed(LoadIconW(nullptr, IDI_APPLICATION));
 }
 
-IconHandle GetProgramIcon(const wchar_t* path) {
-  SHFILEINFOW info = {};
-  if (!SHGetFileInfoW(path, 0, &info, sizeof(info), SHGFI_ICON | SHGFI_SMALLICON)) {
-    QX_LOG_INFO("SHGetFileInfo error:");
-  }
-  return IconHandle(info.hIcon);
-}
+// Looks for the icon of a program on a thread of its own: the shell waits for the drive
+// that holds the file, which may be on a network that is gone. Says nothing meanwhile,
+// since a host may log under a lock that its waiting thread holds.
+class ProgramIconSearch {
+ public:
+  explicit ProgramIconSearch(std::vector<HWND> windows) : m_windows(std::move(windows)) {}
 
-IconHandle GetProcessIcon(HWND window) {
-  DWORD processId = 0;
-  GetWindowThreadProcessId(window, &processId);
-  if (processId == 0) {
-    QX_LOG_INFO("GetWindowThreadProcessId error:");
+  void Run() {
+    // The shell wants it; without, it still finds most icons.
+    const HRESULT com = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    for (const HWND window : m_windows) {
+      m_icon = iconOf(window);
+      if (m_icon) {
+        break;
+      }
+    }
+    if (SUCCEEDED(com)) {
+      CoUninitialize();
+    }
+  }
+
+  // After Run.
+  IconHandle TakeIcon() { return std::move(m_icon); }
+  const std::vector<const char*>& Failures() const { return m_failures; }
+
+ private:
+  IconHandle fail(const char* what) {
+    m_failures.push_back(what);
     return {};
   }
-  const KernelHandle process(OpenProcess(PROCESS_QUERY_INFORMATION, FALSE, processId));
-  if (!process) {
-    QX_LOG_INFO("PROCESS_QUERY_INFORMATION error:");
-    return {};
+
+  IconHandle iconOf(HWND window) {
+    DWORD processId = 0;
+    GetWindowThreadProcessId(window, &processId);
+    if (processId == 0) {
+      return fail("GetWindowThreadProcessId error:");
+    }
+    const KernelHandle process(OpenProcess(PROCESS_QUERY_INFORMATION, FALSE, processId));
+    if (!process) {
+      return fail("PROCESS_QUERY_INFORMATION error:");
+    }
+    wchar_t path[2048] = {};
+    DWORD length = static_cast<DWORD>(std::size(path));
+    if (!QueryFullProcessImageNameW(process.Get(), 0, path, &length)) {
+      return fail("QueryFullProcessImageNameW error:");
+    }
+    if (length == 0) {
+      return {};
+    }
+    SHFILEINFOW info = {};
+    if (!SHGetFileInfoW(path, 0, &info, sizeof(info), SHGFI_ICON | SHGFI_SMALLICON)) {
+      return fail("SHGetFileInfo error:");
+    }
+    return IconHandle(info.hIcon);
   }
-  wchar_t path[2048] = {};
-  DWORD length = static_cast<DWORD>(std::size(path));
-  if (!QueryFullProcessImageNameW(process.Get(), 0, path, &length)) {
-    QX_LOG_INFO("QueryFullProcessImageNameW error:");
-    return {};
-  }
-  return length > 0 ? GetProgramIcon(path) : IconHandle();
-}
+
+  const std::vector<HWND> m_windows;
+  IconHandle m_icon;
+  std::vector<const char*> m_failures;
+};
 
 // False unless all rows could be read.
 bool ReadPixels(HDC dc, HBITMAP bitmap, IconPixels& out) {
@@ -162,12 +201,19 @@ IconHandle GetChildProcessWindowIcon(HWND window) {
   }
   std::vector<HWND> children;
   EnumChildWindowHandles(window, children);
-  for (const HWND child : children) {
-    if (IconHandle icon = GetProcessIcon(child)) {
-      return icon;
-    }
+  if (children.empty()) {
+    return {};
   }
-  return {};
+  // An icon that comes too late goes with the search, when that ends.
+  const auto search = std::make_shared<ProgramIconSearch>(std::move(children));
+  if (!RunWithin(kPatienceMs, [search] { search->Run(); })) {
+    QX_LOG_INFO("no icon of a child's program in {} ms", static_cast<std::uint32_t>(kPatienceMs));
+    return {};
+  }
+  for (const char* const failure : search->Failures()) {
+    QX_LOG_INFO(failure);
+  }
+  return search->TakeIcon();
 }
 
 bool GetWindowIcon(HWND window, std::vector<std::uint8_t>& png) {

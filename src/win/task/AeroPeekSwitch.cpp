@@ -23,6 +23,7 @@ std::uint32_t g_savedValue = 0;
 }  // namespace
 
 void AeroPeekSwitch::TurnOff() {
+  const DeferredLog afterTheLock;
   const std::lock_guard lock(g_mutex);
   if (m_turnedOff) {
     return;
@@ -44,6 +45,7 @@ void AeroPeekSwitch::TurnOff() {
 }
 
 void AeroPeekSwitch::PutBack() {
+  const DeferredLog afterTheLock;
   const std::lock_guard lock(g_mutex);
   if (!m_turnedOff) {
     return;

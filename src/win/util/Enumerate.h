@@ -65,4 +65,22 @@ void ForEachMonitor(Visit visit) {
   visitor.Rethrow();
 }
 
+// A walk by `behind`, which answers the window of a kind that stands behind another one,
+// and the first for null. What stands behind a window that closed meanwhile can't be
+// found: then the walk starts over, and `visit` sees some windows again.
+template <typename Behind, typename Visit>
+void ForEachWindowBehind(Behind behind, Visit visit) {
+  // More than a session has: windows that close or change places all the time must not
+  // keep anybody here.
+  constexpr int kMostSteps = 65536;
+  HWND window = nullptr;
+  for (int step = 0; step < kMostSteps; ++step) {
+    const HWND next = behind(window);
+    if (next ? !visit(next) : !window || IsWindow(window)) {
+      return;
+    }
+    window = next;
+  }
+}
+
 }  // namespace qx

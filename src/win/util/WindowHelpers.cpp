@@ -116,7 +116,8 @@ std::string GetWindowProcessName(HWND window) {
 }
 
 std::size_t ReadWindowTitle(HWND window, std::span<wchar_t> text) {
-  const int answer = GetWindowTextW(window, text.data(), static_cast<int>(text.size()));
+  // GetWindowTextW waits for the thread of a window of this process.
+  const int answer = InternalGetWindowText(window, text.data(), static_cast<int>(text.size()));
   const auto length = static_cast<std::size_t>(std::max(answer, 0));
   // The system cuts between UTF-16 units.
   const bool cut = length + 1 == text.size();
@@ -170,13 +171,19 @@ HWND FindTrackWindow(const TrackWindowRule& rule, const std::wstring& title) {
     if (className.empty()) {
       continue;
     }
-    HWND window = nullptr;
-    while ((window = FindWindowExA(nullptr, window, className.c_str(), nullptr)) != nullptr) {
-      if (HasStyles(window, rule) &&
-          _stricmp(GetWindowProcessName(window).c_str(), rule.processName.c_str()) == 0 &&
-          (title.empty() || TitleEndsIn(window, title))) {
-        return window;
-      }
+    HWND found = nullptr;
+    ForEachWindowBehind(
+        [&](HWND window) { return FindWindowExA(nullptr, window, className.c_str(), nullptr); },
+        [&](HWND window) {
+          if (HasStyles(window, rule) &&
+              _stricmp(GetWindowProcessName(window).c_str(), rule.processName.c_str()) == 0 &&
+              (title.empty() || TitleEndsIn(window, title))) {
+            found = window;
+          }
+          return !found;
+        });
+    if (found) {
+      return found;
     }
   }
   return nullptr;

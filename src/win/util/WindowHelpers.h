@@ -33,8 +33,8 @@ std::basic_string_view<Char> ProcessNameOf(std::basic_string_view<Char> path) {
   return path.substr(0, path.rfind(Char{'.'}));
 }
 
-// The present title, as far as it and a NUL fit into `text`, and never half of a
-// character. Answers its length.
+// The present title as the system knows it, without asking the window: as far as it and
+// a NUL fit into `text`, and never half of a character. Answers its length.
 std::size_t ReadWindowTitle(HWND window, std::span<wchar_t> text);
 // The same of at most 259 characters. `title` is always 2048 long, with NULs behind
 // the text. Always true.

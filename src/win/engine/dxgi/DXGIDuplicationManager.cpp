@@ -116,6 +116,7 @@ bool CreateDXGIDuplication(HMONITOR monitor, DXGIDuplication& out) {
 DXGIDuplicationManager::Record DXGIDuplicationManager::GetDXGIDuplication(HMONITOR monitor,
                                                                           const void* owner,
                                                                           DuplicationUse use) {
+  const DeferredLog afterTheLock;
   const std::lock_guard lock(m_mutex);
   if (const auto found = m_duplications.find(monitor); found != m_duplications.end()) {
     Entry& entry = found->second;
@@ -147,6 +148,7 @@ DXGIDuplicationManager::Record DXGIDuplicationManager::GetDXGIDuplication(HMONIT
 
 void DXGIDuplicationManager::ReleaseDXGIDuplication(HMONITOR monitor, const void* owner,
                                                     DuplicationUse use) {
+  const DeferredLog afterTheLock;
   const std::lock_guard lock(m_mutex);
   const auto found = m_duplications.find(monitor);
   if (found == m_duplications.end() || found->second.owner != owner || found->second.use != use) {
