@@ -16,6 +16,7 @@ DWORD_PTR WINAPI SHGetFileInfoW(LPCWSTR path, DWORD, SHFILEINFOW* info, UINT siz
     ledger::Misuse(lock, "SHGetFileInfoW: virtual Windows gives only small icons");
     return 0;
   }
+  icons::WaitForShell(lock);
   const auto icon = icons::Find(lock, icons::OfProgram(lock, path));
   if (!icon) return SetLastError(ERROR_FILE_NOT_FOUND), 0;
   *info = {};

@@ -8,6 +8,7 @@
 #include "platform/model/Faults.h"
 #include "platform/model/Ledger.h"
 #include "platform/model/MessageQueue.h"
+#include "platform/model/SentMessages.h"
 
 using namespace vwin;
 
@@ -48,13 +49,20 @@ HWND WINAPI GetForegroundWindow() {
 BOOL WINAPI BringWindowToTop(HWND handle) {
   VWIN_CALL(BringWindowToTop);
   if (fault) return SetLastError(fault->win32), FALSE;
-  Lock lock;
-  const auto window = FindOrSetError(lock, handle);
-  if (!window) return FALSE;
-  desktop::Place(lock, *window, HWND_TOP);
-  if (!window->isChild() && desktop::MayChooseForeground(lock))
-    desktop::Get(lock).foreground = handle;
-  return TRUE;
+  bool chooses = false;
+  {
+    Lock lock;
+    const auto window = FindOrSetError(lock, handle);
+    if (!window) return FALSE;
+    chooses = !window->isChild() && desktop::MayChooseForeground(lock);
+  }
+  const auto raise = [&](Lock& lock, Window& window) {
+    desktop::Place(lock, window, HWND_TOP);
+    if (chooses) desktop::Get(lock).foreground = handle;
+  };
+  const auto activation =
+      chooses ? messages::Activation::kTakesForeground : messages::Activation::kNone;
+  return AsOwnerOrSetError(handle, raise, activation);
 }
 
 BOOL WINAPI AttachThreadInput(DWORD thread, DWORD to, BOOL attach) {

@@ -1,11 +1,14 @@
 // user32: messages and timers.
 #include <windows.h>
 
+#include <vector>
+
 #include "platform/model/Desktop.h"
 #include "platform/model/Faults.h"
 #include "platform/model/Ledger.h"
 #include "platform/model/MessageQueue.h"
 #include "platform/model/OwnWindows.h"
+#include "platform/model/SentMessages.h"
 
 using namespace vwin;
 
@@ -18,6 +21,44 @@ BOOL WINAPI GetMessageW(LPMSG message, HWND window, UINT first, UINT last) {
   }
   *message = messages::WaitForMessage({window, first, last});
   return message->message != WM_QUIT;
+}
+
+BOOL WINAPI PeekMessageW(LPMSG message, HWND window, UINT first, UINT last, UINT flags) {
+  VWIN_CALL_INFALLIBLE(PeekMessageW);
+  Lock lock;
+  if (window && !desktop::FindWindow(lock, window))
+    return SetLastError(ERROR_INVALID_WINDOW_HANDLE), FALSE;
+  const UINT kinds = flags >> 16 ? flags >> 16 : QS_ALLINPUT;
+  const auto next =
+      messages::NextMessage(lock, {window, first, last}, kinds, (flags & PM_REMOVE) != 0);
+  if (next) *message = *next;
+  return next.has_value();
+}
+
+DWORD WINAPI MsgWaitForMultipleObjectsEx(DWORD count, const HANDLE* handles, DWORD milliseconds,
+                                         DWORD wakeMask, DWORD flags) {
+  VWIN_CALL(MsgWaitForMultipleObjectsEx);
+  if (fault) return SetLastError(fault->win32), WAIT_FAILED;
+  // One place is the queue's.
+  if (count >= MAXIMUM_WAIT_OBJECTS || (count > 0 && !handles) ||
+      (flags & ~DWORD{MWMO_INPUTAVAILABLE}))
+    return SetLastError(ERROR_INVALID_PARAMETER), WAIT_FAILED;
+  const DWORD result =
+      messages::WaitForAny(std::vector<HANDLE>(handles, handles + count), milliseconds, wakeMask,
+                           (flags & MWMO_INPUTAVAILABLE) != 0);
+  if (result == WAIT_FAILED) {
+    Lock lock;
+    ledger::Misuse(lock, "MsgWaitForMultipleObjectsEx: nothing to wait for has this handle");
+    SetLastError(ERROR_INVALID_HANDLE);
+  }
+  return result;
+}
+
+BOOL WINAPI IsHungAppWindow(HWND handle) {
+  VWIN_CALL_INFALLIBLE(IsHungAppWindow);
+  Lock lock;
+  const auto window = desktop::FindWindow(lock, handle);
+  return window && messages::IsHung(lock, *window);
 }
 
 BOOL WINAPI TranslateMessage(const MSG*) {
@@ -46,6 +87,16 @@ LRESULT WINAPI DispatchMessageW(const MSG* message) {
     }
   }
   return messages::Send(message->hwnd, message->message, message->wParam, message->lParam);
+}
+
+LRESULT WINAPI SendMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  VWIN_CALL(SendMessageW);
+  if (fault) return SetLastError(fault->win32), 0;
+  LRESULT answer = 0;
+  if (messages::SendWithin({}, window, message, wParam, lParam, answer) !=
+      messages::Outcome::kAnswered)
+    SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+  return answer;
 }
 
 LRESULT WINAPI SendMessageTimeoutW(HWND window, UINT message, WPARAM wParam, LPARAM lParam,

@@ -1,12 +1,13 @@
 // user32: device contexts of windows, painting, printing.
 #include <windows.h>
 
+#include "platform/api/user32.h"
 #include "platform/model/Desktop.h"
 #include "platform/model/Faults.h"
 #include "platform/model/Gdi.h"
 #include "platform/model/Ledger.h"
-#include "platform/model/MessageQueue.h"
 #include "platform/model/OwnWindows.h"
+#include "platform/model/SentMessages.h"
 
 using namespace vwin;
 
@@ -94,13 +95,14 @@ BOOL WINAPI PrintWindow(HWND handle, HDC dcHandle, UINT flags) {
   VWIN_CALL(PrintWindow);
   if (fault) return SetLastError(fault->win32), FALSE;
   if (flags & ~UINT{PW_RENDERFULLCONTENT}) return SetLastError(ERROR_INVALID_PARAMETER), FALSE;
-  Lock lock;
-  const auto window = desktop::FindWindow(lock, handle);
-  if (!window) return SetLastError(ERROR_INVALID_WINDOW_HANDLE), FALSE;
-  const auto dc = gdi::FindDC(lock, dcHandle);
-  if (!dc || !gdi::DrawWholeWindow(lock, *dc, *window))
-    return SetLastError(ERROR_INVALID_HANDLE), FALSE;
-  return TRUE;
+  bool drawn = false;
+  const auto print = [&](Lock& lock, Window& window) {
+    const auto dc = gdi::FindDC(lock, dcHandle);
+    drawn = dc && gdi::DrawWholeWindow(lock, *dc, window);
+  };
+  if (!AsOwnerOrSetError(handle, print)) return FALSE;
+  if (!drawn) SetLastError(ERROR_INVALID_HANDLE);
+  return drawn;
 }
 
 int WINAPI FillRect(HDC handle, const RECT* rect, HBRUSH brush) {

@@ -21,19 +21,38 @@ bool hasStyle(HWND handle, DWORD bit) {
   return window && (window->style & bit) != 0;
 }
 
-// Both forms of a function that tells a text of a window: cuts it to what fits with
-// its end, and returns the length without the end.
+// Cuts a text to what fits with its end, and returns the length without the end.
 template <typename Char>
-int giveText(const std::optional<Fault>& fault, HWND handle, std::wstring Window::*member, Char* to,
-             int size) {
-  if (fault) return SetLastError(fault->win32), 0;
-  Lock lock;
-  const auto window = FindOrSetError(lock, handle);
-  if (!window || !to || size <= 0) return 0;
-  const auto& text = FromWide<Char>((*window).*member);
+int giveText(const std::wstring& wide, Char* to, int size) {
+  if (!to || size <= 0) return 0;
+  const auto& text = FromWide<Char>(wide);
   const std::size_t length = std::min(text.size(), static_cast<std::size_t>(size) - 1);
   *std::copy_n(text.begin(), length, to) = Char{};
   return static_cast<int>(length);
+}
+
+template <typename Char>
+int giveKnownText(const std::optional<Fault>& fault, HWND handle, std::wstring Window::*member,
+                  Char* to, int size) {
+  if (fault) return SetLastError(fault->win32), 0;
+  Lock lock;
+  const auto window = FindOrSetError(lock, handle);
+  return window ? giveText((*window).*member, to, size) : 0;
+}
+
+// A window of the own process is asked for its title, another one's is known.
+template <typename Char>
+int giveTitle(const std::optional<Fault>& fault, HWND handle, Char* to, int size) {
+  if (fault) return SetLastError(fault->win32), 0;
+  std::wstring title;
+  const auto read = [&](Lock&, Window& window) { title = window.title; };
+  {
+    Lock lock;
+    const auto window = FindOrSetError(lock, handle);
+    if (!window) return 0;
+    if (!window->windowClass) return giveText(window->title, to, size);
+  }
+  return AsOwnerOrSetError(handle, read) ? giveText(title, to, size) : 0;
 }
 
 BOOL enumerate(const std::vector<HWND>& windows, WNDENUMPROC callback, LPARAM data) {
@@ -148,22 +167,27 @@ BOOL WINAPI GetWindowPlacement(HWND handle, WINDOWPLACEMENT* placement) {
 
 int WINAPI GetClassNameW(HWND handle, LPWSTR text, int size) {
   VWIN_CALL(GetClassNameW);
-  return giveText(fault, handle, &Window::className, text, size);
+  return giveKnownText(fault, handle, &Window::className, text, size);
 }
 
 int WINAPI GetClassNameA(HWND handle, LPSTR text, int size) {
   VWIN_CALL(GetClassNameA);
-  return giveText(fault, handle, &Window::className, text, size);
+  return giveKnownText(fault, handle, &Window::className, text, size);
 }
 
 int WINAPI GetWindowTextW(HWND handle, LPWSTR text, int size) {
   VWIN_CALL(GetWindowTextW);
-  return giveText(fault, handle, &Window::title, text, size);
+  return giveTitle(fault, handle, text, size);
 }
 
 int WINAPI GetWindowTextA(HWND handle, LPSTR text, int size) {
   VWIN_CALL(GetWindowTextA);
-  return giveText(fault, handle, &Window::title, text, size);
+  return giveTitle(fault, handle, text, size);
+}
+
+int WINAPI InternalGetWindowText(HWND handle, LPWSTR text, int size) {
+  VWIN_CALL(InternalGetWindowText);
+  return giveKnownText(fault, handle, &Window::title, text, size);
 }
 
 HWND WINAPI GetWindow(HWND handle, UINT command) {

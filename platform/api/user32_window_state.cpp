@@ -25,6 +25,36 @@ void change(Lock& lock, Window& window, int x, int y, int width, int height, UIN
   if (!(flags & SWP_NOSIZE) || !(flags & SWP_NOMOVE)) desktop::SetRect(lock, window, rect);
 }
 
+bool isActivating(int command) {
+  return command == SW_SHOWNORMAL || command == SW_SHOWMINIMIZED || command == SW_MAXIMIZE ||
+         command == SW_SHOW || command == SW_RESTORE;
+}
+
+void show(Lock& lock, Window& window, int command) {
+  if (command == SW_HIDE) return desktop::SetVisible(lock, window, false);
+  if (command == SW_MINIMIZE || command == SW_SHOWMINIMIZED || command == SW_SHOWMINNOACTIVE)
+    desktop::Minimise(lock, window);
+  if (command == SW_MAXIMIZE) desktop::Maximise(lock, window);
+  if (command == SW_SHOWNORMAL || command == SW_RESTORE || command == SW_SHOWNOACTIVATE)
+    desktop::Restore(lock, window);
+  desktop::SetVisible(lock, window, true);
+  if (isActivating(command) && command != SW_SHOWMINIMIZED) desktop::Place(lock, window, HWND_TOP);
+}
+
+// What SetWindowPos does to a window. False for a window `after` that is no sibling.
+bool change(Lock& lock, Window& window, HWND after, const RECT& to, UINT flags) {
+  if (!(flags & SWP_NOZORDER) && !desktop::Place(lock, window, after)) return false;
+  change(lock, window, to.left, to.top, to.right, to.bottom, flags);
+  if (flags & SWP_SHOWWINDOW) desktop::SetVisible(lock, window, true);
+  if (flags & SWP_HIDEWINDOW) desktop::SetVisible(lock, window, false);
+  return true;
+}
+
+messages::Activation activationOf(const Window& window, bool activates) {
+  return activates && !window.isChild() ? messages::Activation::kTakesForeground
+                                        : messages::Activation::kNone;
+}
+
 }  // namespace
 
 ATOM WINAPI RegisterClassExW(const WNDCLASSEXW* description) {
@@ -69,7 +99,7 @@ HWND WINAPI CreateWindowExW(DWORD exStyle, LPCWSTR className, LPCWSTR title, DWO
 }
 
 BOOL WINAPI DestroyWindow(HWND handle) {
-  VWIN_CALL_INFALLIBLE(DestroyWindow);
+  VWIN_CALL_WAITING(DestroyWindow);
   {
     Lock lock;
     if (!FindOrSetError(lock, handle)) return FALSE;
@@ -79,98 +109,99 @@ BOOL WINAPI DestroyWindow(HWND handle) {
 }
 
 BOOL WINAPI ShowWindow(HWND handle, int command) {
-  VWIN_CALL_INFALLIBLE(ShowWindow);
-  Lock lock;
-  const auto window = FindOrSetError(lock, handle);
-  if (!window) return FALSE;
-  const bool wasVisible = (window->style & WS_VISIBLE) != 0;
-  bool activates = false;
-  switch (command) {
-    case SW_HIDE:
-      desktop::SetVisible(lock, *window, false);
-      return wasVisible;
-    case SW_MINIMIZE:
-    case SW_SHOWMINIMIZED:
-    case SW_SHOWMINNOACTIVE:
-      desktop::Minimise(lock, *window);
-      break;
-    case SW_MAXIMIZE:
-      desktop::Maximise(lock, *window);
-      activates = true;
-      break;
-    case SW_SHOWNORMAL:
-    case SW_RESTORE:
-      desktop::Restore(lock, *window);
-      activates = true;
-      break;
-    case SW_SHOWNOACTIVATE:
-      desktop::Restore(lock, *window);
-      break;
-    case SW_SHOW:
-      activates = true;
-      break;
-    case SW_SHOWNA:
-      break;
-    default:
-      return SetLastError(ERROR_INVALID_PARAMETER), wasVisible;
+  VWIN_CALL_WAITING(ShowWindow);
+  messages::Activation activation;
+  bool wasVisible = false;
+  {
+    Lock lock;
+    const auto window = FindOrSetError(lock, handle);
+    if (!window) return FALSE;
+    wasVisible = (window->style & WS_VISIBLE) != 0;
+    activation = activationOf(*window, isActivating(command));
   }
-  desktop::SetVisible(lock, *window, true);
-  if (activates) desktop::Place(lock, *window, HWND_TOP);
-  return wasVisible;
+  if (command < SW_HIDE || command > SW_RESTORE)
+    return SetLastError(ERROR_INVALID_PARAMETER), wasVisible;
+  const auto showNow = [&](Lock& lock, Window& window) {
+    wasVisible = (window.style & WS_VISIBLE) != 0;
+    show(lock, window, command);
+  };
+  return AsOwnerOrSetError(handle, showNow, activation) && wasVisible;
+}
+
+BOOL WINAPI ShowWindowAsync(HWND handle, int command) {
+  VWIN_CALL(ShowWindowAsync);
+  if (fault) return SetLastError(fault->win32), FALSE;
+  messages::Activation activation;
+  {
+    Lock lock;
+    const auto window = FindOrSetError(lock, handle);
+    if (!window) return FALSE;
+    activation = activationOf(*window, isActivating(command));
+  }
+  if (command < SW_HIDE || command > SW_RESTORE)
+    return SetLastError(ERROR_INVALID_PARAMETER), FALSE;
+  const auto showThen = [command](Lock& lock, Window& window) { show(lock, window, command); };
+  return messages::AsOwnerLater(handle, showThen, activation);
 }
 
 BOOL WINAPI SetWindowPos(HWND handle, HWND after, int x, int y, int width, int height, UINT flags) {
   VWIN_CALL(SetWindowPos);
   if (fault) return SetLastError(fault->win32), FALSE;
-  Lock lock;
-  const auto window = FindOrSetError(lock, handle);
-  if (!window) return FALSE;
-  if (!(flags & SWP_NOZORDER) && !desktop::Place(lock, *window, after))
-    return SetLastError(ERROR_INVALID_WINDOW_HANDLE), FALSE;
-  change(lock, *window, x, y, width, height, flags);
-  if (flags & SWP_SHOWWINDOW) desktop::SetVisible(lock, *window, true);
-  if (flags & SWP_HIDEWINDOW) desktop::SetVisible(lock, *window, false);
-  return TRUE;
+  messages::Activation activation;
+  {
+    Lock lock;
+    const auto window = FindOrSetError(lock, handle);
+    if (!window) return FALSE;
+    activation = activationOf(*window, !(flags & (SWP_NOACTIVATE | SWP_HIDEWINDOW)));
+  }
+  const RECT to = {x, y, width, height};
+  if (flags & SWP_ASYNCWINDOWPOS) {
+    const auto changeThen = [=](Lock& lock, Window& window) {
+      change(lock, window, after, to, flags);
+    };
+    return messages::AsOwnerLater(handle, changeThen, activation);
+  }
+  bool placed = false;
+  const auto changeNow = [&](Lock& lock, Window& window) {
+    placed = change(lock, window, after, to, flags);
+  };
+  if (!AsOwnerOrSetError(handle, changeNow, activation)) return FALSE;
+  if (!placed) SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+  return placed;
 }
 
 BOOL WINAPI MoveWindow(HWND handle, int x, int y, int width, int height, BOOL) {
   VWIN_CALL(MoveWindow);
   if (fault) return SetLastError(fault->win32), FALSE;
-  Lock lock;
-  const auto window = FindOrSetError(lock, handle);
-  if (!window) return FALSE;
-  change(lock, *window, x, y, width, height, 0);
-  return TRUE;
+  return AsOwnerOrSetError(
+      handle, [&](Lock& lock, Window& window) { change(lock, window, x, y, width, height, 0); });
 }
 
 BOOL WINAPI CloseWindow(HWND handle) {
   VWIN_CALL(CloseWindow);
   if (fault) return SetLastError(fault->win32), FALSE;
-  Lock lock;
-  const auto window = FindOrSetError(lock, handle);
-  if (!window) return FALSE;
-  desktop::Minimise(lock, *window);
-  desktop::SetVisible(lock, *window, true);
-  return TRUE;
+  return AsOwnerOrSetError(handle,
+                           [](Lock& lock, Window& window) { show(lock, window, SW_MINIMIZE); });
 }
 
 LONG_PTR WINAPI SetWindowLongPtrW(HWND handle, int index, LONG_PTR value) {
   VWIN_CALL(SetWindowLongPtrW);
   if (fault) return SetLastError(fault->win32), 0;
+  LONG_PTR previous = 0;
+  if (index == GWL_STYLE || index == GWL_EXSTYLE) {
+    // The owner is told before and after.
+    AsOwnerOrSetError(handle, [&](Lock& lock, Window& window) {
+      previous = index == GWL_STYLE ? window.style : window.exStyle;
+      if (index == GWL_EXSTYLE) return desktop::SetExStyle(lock, window, static_cast<DWORD>(value));
+      window.style = static_cast<DWORD>(value);
+      scheduler::Changed();
+    });
+    return previous;
+  }
   Lock lock;
   const auto window = FindOrSetError(lock, handle);
   if (!window) return 0;
-  LONG_PTR previous = 0;
   switch (index) {
-    case GWL_STYLE:
-      previous = window->style;
-      window->style = static_cast<DWORD>(value);
-      scheduler::Changed();
-      return previous;
-    case GWL_EXSTYLE:
-      previous = window->exStyle;
-      desktop::SetExStyle(lock, *window, static_cast<DWORD>(value));
-      return previous;
     case GWLP_HWNDPARENT: {
       const auto owner = reinterpret_cast<HWND>(value);
       const auto found = owner ? FindOrSetError(lock, owner) : nullptr;
@@ -189,6 +220,19 @@ LONG_PTR WINAPI SetWindowLongPtrW(HWND handle, int index, LONG_PTR value) {
     default:
       return SetLastError(ERROR_INVALID_INDEX), 0;
   }
+}
+
+BOOL WINAPI GetLayeredWindowAttributes(HWND handle, COLORREF* key, BYTE* alpha, DWORD* flags) {
+  VWIN_CALL(GetLayeredWindowAttributes);
+  if (fault) return SetLastError(fault->win32), FALSE;
+  Lock lock;
+  const auto window = FindOrSetError(lock, handle);
+  if (!window || !window->isLayered() || !window->layered) return FALSE;
+  const LayeredAttributes& set = *window->layered;
+  if (key) *key = set.key ? ToColor(*set.key) : 0;
+  if (alpha) *alpha = set.alpha.value_or(0);
+  if (flags) *flags = (set.key ? LWA_COLORKEY : 0u) | (set.alpha ? LWA_ALPHA : 0u);
+  return TRUE;
 }
 
 BOOL WINAPI SetLayeredWindowAttributes(HWND handle, COLORREF key, BYTE alpha, DWORD flags) {

@@ -26,6 +26,36 @@ Monitor& monitorOf(Lock& lock, HMONITOR handle) {
   return *monitor;
 }
 
+void setAnswer(Lock& lock, Window& window, std::optional<Micros> answersAfter) {
+  window.answersAfter = answersAfter;
+  window.answersSince = scheduler::Now(lock);
+  if (answersAfter) {
+    for (const auto& change : std::exchange(window.whenItAnswers, {})) change(lock, window);
+  }
+  scheduler::Changed();
+}
+
+void setAnswerOfOne(HWND handle, std::optional<Micros> answersAfter) {
+  Lock lock;
+  Window& window = windowOf(lock, handle);
+  if (window.windowClass) throw std::invalid_argument("not another program's window");
+  setAnswer(lock, window, answersAfter);
+}
+
+void collectPrograms(const Window& parent, std::vector<Window*>& found) {
+  for (const auto& window : parent.children) {
+    if (!window->windowClass) found.push_back(window.get());
+    collectPrograms(*window, found);
+  }
+}
+
+void setAnswerOfAll(std::optional<Micros> answersAfter) {
+  Lock lock;
+  std::vector<Window*> windows;  // first: what they were asked may change the order
+  collectPrograms(*desktop::Get(lock).root, windows);
+  for (Window* const window : windows) setAnswer(lock, *window, answersAfter);
+}
+
 // Runs a paint callback without the lock, on a picture of its own.
 void paintAnew(HWND handle, const std::function<void(Surface&)>& paint) {
   Surface surface;
@@ -321,6 +351,14 @@ void SetLayered(HWND handle, std::optional<COLORREF> key, std::optional<std::uin
   attributes.alpha = alpha;
   desktop::SetLayered(lock, window, attributes);
 }
+
+void AnswerAfter(HWND handle, std::chrono::milliseconds delay) {
+  setAnswerOfOne(handle, Micros{delay.count()} * 1000);
+}
+
+void Hang(HWND handle) { setAnswerOfOne(handle, std::nullopt); }
+void HangAll() { setAnswerOfAll(std::nullopt); }
+void AnswerAll() { setAnswerOfAll(0); }
 
 void Fill(HWND handle, const RECT& rect, COLORREF color) {
   Lock lock;

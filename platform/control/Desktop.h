@@ -15,6 +15,7 @@
 
 #include <windows.h>
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -130,6 +131,15 @@ void SetExStyle(HWND window, DWORD exStyle);
 void SetCloaked(HWND window, bool cloaked);
 // As SetLayeredWindowAttributes; adds WS_EX_LAYERED.
 void SetLayered(HWND window, std::optional<COLORREF> key, std::optional<std::uint8_t> alpha);
+
+// How another program's window answers messages and calls that have its thread do
+// something: at once unless set. A change concerns those who wait as well: their time
+// counts from then on.
+void AnswerAfter(HWND window, std::chrono::milliseconds delay);
+void Hang(HWND window);  // until AnswerAfter; what it is asked without waiting comes then
+// All windows of other programs that there are, children too.
+void HangAll();
+void AnswerAll();  // at once
 
 // Draw on a window; `rect` and the canvas count from the window's top left.
 void Fill(HWND window, const RECT& rect, COLORREF color);

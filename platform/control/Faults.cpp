@@ -18,6 +18,11 @@ void AtNth(const std::string& function, std::uint64_t n, std::function<void()> a
   faults::AtNth(function, n, std::move(action));
 }
 
+void OnNthCall(std::uint64_t n, std::function<void()> action) {
+  faults::OnNthCall(n, std::move(action));
+}
+bool ActionRan() { return faults::ActionRan(); }
+
 void LogCalls(bool on) { faults::LogCalls(on); }
 std::vector<LoggedCall> LoggedCalls() { return faults::LoggedCalls(); }
 

@@ -32,13 +32,19 @@ void FailNth(const std::string& function, std::uint64_t n, Fault fault = kOutOfM
 void FailNthOfAll(std::uint64_t n, Fault fault = kOutOfMemory);
 // The function whose call was made to fail since ClearFaults; nothing when none was.
 std::optional<std::string> InjectedInto();
-// Forgets all plans, those of AtNth too.
+// Forgets all plans and actions.
 void ClearFaults();
 
 // Runs `action` at the start of the n-th call (from 1) from now on, once, on the
 // thread that calls and without a lock: for what happens in the middle of a tick.
 // It may use every control but those that move time.
 void AtNth(const std::string& function, std::uint64_t n, std::function<void()> action);
+
+// The same at the n-th of all calls that can fail or wait for another thread: raised one
+// by one, it meets every one. Calls in the action don't count.
+void OnNthCall(std::uint64_t n, std::function<void()> action);
+// Whether it came to that since ClearFaults.
+bool ActionRan();
 
 // Switching the log on or off empties it. Calls are in the order in which they began.
 void LogCalls(bool on);

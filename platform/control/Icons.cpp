@@ -50,13 +50,13 @@ void SetProgramIcon(const std::wstring& path, HICON icon) {
   TheMachine(lock).programIcons[path] = icon;
 }
 
-void AnswerAfter(HWND window, std::chrono::milliseconds delay) {
-  changeWindow(window,
-               [&](Window& changed) { changed.answersAfter = Micros{delay.count()} * 1000; });
+void BlockShellIcons(std::optional<std::chrono::milliseconds> delay) {
+  Lock lock;
+  TheMachine(lock).shellTakes =
+      delay ? std::optional<Micros>(Micros{delay->count()} * 1000) : std::nullopt;
+  scheduler::Changed();
 }
 
-void Hang(HWND window) {
-  changeWindow(window, [](Window& changed) { changed.answersAfter = std::nullopt; });
-}
+void ReleaseShellIcons() { BlockShellIcons(std::chrono::milliseconds{0}); }
 
 }  // namespace vwin::control

@@ -1,10 +1,8 @@
-// The test side of icons: what other programs show, and how they answer when they are
-// asked.
+// The test side of icons: what other programs show.
 //
 //   const HICON red = MakeIcon({2, 1, {0xFFFF0000, 0x80FF0000}});
 //   SetWindowIcon(editor, IconKind::kSmall, red);
 //   SetProgramIcon(L"C:\\Apps\\notes.exe", red);
-//   AnswerAfter(editor, 150ms);
 //
 // Windows have no icons unless they are given some; a program file that a process
 // runs from has the system's. All icons stay the machine's.
@@ -14,6 +12,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -41,8 +40,9 @@ void SetClassIcon(HWND window, HICON icon);
 // The small icon of a file. It exists from now on.
 void SetProgramIcon(const std::wstring& path, HICON icon);
 
-// How another program's window answers messages: at once unless set.
-void AnswerAfter(HWND window, std::chrono::milliseconds delay);
-void Hang(HWND window);  // until AnswerAfter
+// The shell takes so long for each icon of a file, as on a slow network drive; without a
+// time until ReleaseShellIcons, which lets go who waits.
+void BlockShellIcons(std::optional<std::chrono::milliseconds> delay = std::nullopt);
+void ReleaseShellIcons();
 
 }  // namespace vwin::control

@@ -30,6 +30,7 @@ FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name);
 // -------------------------------------------------- events, waiting, threads, locks
 
 #define INFINITE 0xFFFFFFFF
+#define MAXIMUM_WAIT_OBJECTS 64
 #define WAIT_OBJECT_0 ((DWORD)0)
 #define WAIT_TIMEOUT 258
 #define WAIT_FAILED ((DWORD)0xFFFFFFFF)

@@ -72,6 +72,7 @@
 #define SWP_SHOWWINDOW 0x0040
 #define SWP_HIDEWINDOW 0x0080
 #define SWP_NOOWNERZORDER 0x0200
+#define SWP_ASYNCWINDOWPOS 0x4000
 
 #define HWND_TOP ((HWND)0)
 #define HWND_BOTTOM ((HWND)1)
@@ -96,6 +97,7 @@
 #define WM_NULL 0x0000
 #define WM_CREATE 0x0001
 #define WM_DESTROY 0x0002
+#define WM_ACTIVATE 0x0006
 #define WM_PAINT 0x000F
 #define WM_CLOSE 0x0010
 #define WM_QUIT 0x0012
@@ -110,6 +112,32 @@
 #define ICON_SMALL 0
 #define ICON_BIG 1
 #define ICON_SMALL2 2
+
+#define WA_INACTIVE 0
+
+// Kinds of messages to wait or look for.
+#define QS_KEY 0x0001
+#define QS_MOUSEMOVE 0x0002
+#define QS_MOUSEBUTTON 0x0004
+#define QS_POSTMESSAGE 0x0008
+#define QS_TIMER 0x0010
+#define QS_PAINT 0x0020
+#define QS_SENDMESSAGE 0x0040
+#define QS_HOTKEY 0x0080
+#define QS_RAWINPUT 0x0400
+#define QS_INPUT (QS_MOUSEMOVE | QS_MOUSEBUTTON | QS_KEY | QS_RAWINPUT)
+#define QS_ALLEVENTS (QS_INPUT | QS_POSTMESSAGE | QS_TIMER | QS_PAINT | QS_HOTKEY)
+#define QS_ALLINPUT (QS_ALLEVENTS | QS_SENDMESSAGE)
+
+#define PM_NOREMOVE 0x0000
+#define PM_REMOVE 0x0001
+#define PM_NOYIELD 0x0002
+#define PM_QS_INPUT (QS_INPUT << 16)
+#define PM_QS_POSTMESSAGE ((QS_POSTMESSAGE | QS_HOTKEY | QS_TIMER) << 16)
+#define PM_QS_PAINT (QS_PAINT << 16)
+#define PM_QS_SENDMESSAGE (QS_SENDMESSAGE << 16)
+
+#define MWMO_INPUTAVAILABLE 0x0004
 
 #define SMTO_NORMAL 0x0000
 #define SMTO_BLOCK 0x0001
@@ -258,6 +286,7 @@ int WINAPI GetClassNameW(HWND window, LPWSTR text, int size);
 int WINAPI GetClassNameA(HWND window, LPSTR text, int size);
 int WINAPI GetWindowTextW(HWND window, LPWSTR text, int size);
 int WINAPI GetWindowTextA(HWND window, LPSTR text, int size);
+int WINAPI InternalGetWindowText(HWND window, LPWSTR text, int size);
 HWND WINAPI GetWindow(HWND window, UINT command);
 HWND WINAPI GetParent(HWND window);
 LONG_PTR WINAPI GetWindowLongPtrW(HWND window, int index);
@@ -277,19 +306,28 @@ HWND WINAPI CreateWindowExW(DWORD exStyle, LPCWSTR className, LPCWSTR title, DWO
                             HINSTANCE instance, LPVOID parameter);
 BOOL WINAPI DestroyWindow(HWND window);
 BOOL WINAPI ShowWindow(HWND window, int command);
+BOOL WINAPI ShowWindowAsync(HWND window, int command);
 BOOL WINAPI SetWindowPos(HWND window, HWND after, int x, int y, int width, int height, UINT flags);
 BOOL WINAPI MoveWindow(HWND window, int x, int y, int width, int height, BOOL repaint);
 // Minimises.
 BOOL WINAPI CloseWindow(HWND window);
 BOOL WINAPI SetLayeredWindowAttributes(HWND window, COLORREF key, BYTE alpha, DWORD flags);
+// The three results may be null.
+BOOL WINAPI GetLayeredWindowAttributes(HWND window, COLORREF* key, BYTE* alpha, DWORD* flags);
 HWND WINAPI SetFocus(HWND window);
 HWND WINAPI GetForegroundWindow();
 BOOL WINAPI BringWindowToTop(HWND window);
 BOOL WINAPI AttachThreadInput(DWORD thread, DWORD to, BOOL attach);
 
 BOOL WINAPI GetMessageW(LPMSG message, HWND window, UINT first, UINT last);
+BOOL WINAPI PeekMessageW(LPMSG message, HWND window, UINT first, UINT last, UINT flags);
+// WAIT_OBJECT_0 + `count` for messages.
+DWORD WINAPI MsgWaitForMultipleObjectsEx(DWORD count, const HANDLE* handles, DWORD milliseconds,
+                                         DWORD wakeMask, DWORD flags);
+BOOL WINAPI IsHungAppWindow(HWND window);
 BOOL WINAPI TranslateMessage(const MSG* message);
 LRESULT WINAPI DispatchMessageW(const MSG* message);
+LRESULT WINAPI SendMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 // 0 without an answer within the time. `result` may be null.
 LRESULT WINAPI SendMessageTimeoutW(HWND window, UINT message, WPARAM wParam, LPARAM lParam,
                                    UINT flags, UINT milliseconds, PDWORD_PTR result);

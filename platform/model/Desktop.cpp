@@ -254,5 +254,34 @@ bool MayChooseForeground(Lock& lock) {
   });
 }
 
+namespace {
+
+void collectInputs(const Window& parent, std::vector<std::pair<std::uint32_t, std::uint32_t>>& to) {
+  for (const auto& window : parent.children) {
+    const Window* const other = window->isChild() ? window->parent : window->owner;
+    if (other && other->parent && other->threadId != window->threadId)
+      to.emplace_back(window->threadId, other->threadId);
+    collectInputs(*window, to);
+  }
+}
+
+}  // namespace
+
+bool ShareInput(Lock& lock, std::uint32_t a, std::uint32_t b) {
+  auto pairs = Get(lock).attachedInputs;
+  collectInputs(*Get(lock).root, pairs);
+  std::vector<std::uint32_t> reached{a};
+  const auto isReached = [&](std::uint32_t thread) {
+    return std::find(reached.begin(), reached.end(), thread) != reached.end();
+  };
+  for (std::size_t i = 0; i < reached.size(); ++i) {
+    for (const auto& [one, other] : pairs) {
+      if (one == reached[i] && !isReached(other)) reached.push_back(other);
+      if (other == reached[i] && !isReached(one)) reached.push_back(one);
+    }
+  }
+  return isReached(b);
+}
+
 }  // namespace desktop
 }  // namespace vwin

@@ -99,10 +99,12 @@ struct Window : Object {
   std::function<void(Surface&)> paint;  // draws another program's window anew
 
   // Of another program's window: its icons by ICON_SMALL, ICON_BIG, ICON_SMALL2, its
-  // class's, and how long it takes to answer a message; nothing when it hangs.
+  // class's, and how long it takes to answer; nothing when it hangs.
   std::array<HICON, 3> icons{};
   HICON classIcon = nullptr;
   std::optional<Micros> answersAfter = 0;
+  Micros answersSince = 0;  // in this way
+  std::vector<std::function<void(Lock&, Window&)>> whenItAnswers;
 
   RECT invalid{};  // bounds of what is to be painted, in client coordinates
   bool eraseInvalid = false;
@@ -208,6 +210,9 @@ HWND Foreground(Lock& lock);
 // Whether the system lets the calling thread choose: when its process has the
 // foreground, nobody has, or its input is attached to the foreground's thread.
 bool MayChooseForeground(Lock& lock);
+// Whether two threads share their input: attached by a call, or by a window of one that
+// is a child of the other's or owned by it, or by threads between them.
+bool ShareInput(Lock& lock, std::uint32_t a, std::uint32_t b);
 
 // --------------------------------------------------------------------- cursor
 

@@ -21,8 +21,8 @@ struct Plan {
 
 // What a test does in the middle of somebody's work.
 struct Interruption {
-  std::string function;
-  std::uint64_t left;  // calls until it is due
+  std::string function;  // empty: every step
+  std::uint64_t left;    // calls until it is due
   std::function<void()> action;
 };
 
@@ -33,6 +33,7 @@ struct State {
   std::vector<CallSite*> sites;
   std::vector<Plan> plans;
   std::vector<Interruption> interruptions;
+  bool actionRan = false;  // one at a step
   bool logs = false;
   std::vector<faults::LoggedCall> log;
 };
@@ -59,12 +60,26 @@ std::optional<Fault> Meet(Plan& plan, const CallSite& site) {
   return plan.fault;
 }
 
+// The calling thread runs an action at a step.
+thread_local bool inAction = false;
+
+std::function<void()> asStep(std::function<void()> action) {
+  return [action = std::move(action)] {
+    inAction = true;
+    action();
+    inAction = false;
+  };
+}
+
 // Takes out what is due at this call.
 std::vector<std::function<void()>> takeDue(State& state, const CallSite& site) {
   std::vector<std::function<void()>> due;
   std::erase_if(state.interruptions, [&](Interruption& interruption) {
-    if (interruption.function != site.name() || --interruption.left > 0) return false;
-    due.push_back(std::move(interruption.action));
+    const bool atStep = interruption.function.empty();
+    const bool meets = atStep ? site.isStep() && !inAction : interruption.function == site.name();
+    if (!meets || --interruption.left > 0) return false;
+    state.actionRan = state.actionRan || atStep;
+    due.push_back(atStep ? asStep(std::move(interruption.action)) : std::move(interruption.action));
     return true;
   });
   return due;
@@ -89,7 +104,7 @@ std::optional<Fault> CallSite::Enter() {
   }
   if (state.logs) state.log.push_back({m_name, scheduler::CurrentThreadId()});
   std::optional<Fault> result;
-  if (m_canFail) {
+  if (canFail() && !inAction) {
     for (Plan& plan : state.plans) {
       const std::optional<Fault> fault = Meet(plan, *this);
       if (fault && !result) result = fault;
@@ -140,6 +155,7 @@ void Clear() {
   std::scoped_lock lock(TheState().mutex);
   TheState().plans.clear();
   TheState().interruptions.clear();
+  TheState().actionRan = false;
   UpdateWatching(TheState());
 }
 
@@ -148,6 +164,13 @@ void AtNth(const std::string& function, std::uint64_t n, std::function<void()> a
   std::scoped_lock lock(state.mutex);
   state.interruptions.push_back({function, n, std::move(action)});
   UpdateWatching(state);
+}
+
+void OnNthCall(std::uint64_t n, std::function<void()> action) { AtNth({}, n, std::move(action)); }
+
+bool ActionRan() {
+  std::scoped_lock lock(TheState().mutex);
+  return TheState().actionRan;
 }
 
 void LogCalls(bool on) {

@@ -5,7 +5,8 @@
 //   VWIN_CALL(BitBlt);                       // counts; `fault` is set when this call is to fail
 //   if (fault) return SetLastError(fault->win32), FALSE;
 //
-// and one that cannot fail on Windows with VWIN_CALL_INFALLIBLE(GetLastError).
+// and one that cannot fail on Windows with VWIN_CALL_INFALLIBLE(GetLastError), or with
+// VWIN_CALL_WAITING(ShowWindow) when it can wait for another thread.
 #pragma once
 
 #include <atomic>
@@ -29,30 +30,38 @@ enum class Repeat { kOnce, kOnward };
 // first call.
 class CallSite {
  public:
-  constexpr CallSite(const char* name, bool canFail) : m_name(name), m_canFail(canFail) {}
+  enum class Kind { kCanFail, kWaits, kInfallible };
+
+  constexpr CallSite(const char* name, Kind kind) : m_name(name), m_kind(kind) {}
 
   // Counts the call and answers whether it has to fail. Cheap when nothing is
   // to be injected or logged: two atomic operations. Takes no lock of the machine.
   std::optional<Fault> Enter();
 
   const char* name() const { return m_name; }
-  bool canFail() const { return m_canFail; }
+  bool canFail() const { return m_kind == Kind::kCanFail; }
+  // Counted by OnNthCall.
+  bool isStep() const { return m_kind != Kind::kInfallible; }
   std::uint64_t count() const { return m_count.load(std::memory_order_relaxed); }
   void reset() { m_count.store(0, std::memory_order_relaxed); }
 
  private:
   const char* m_name;
-  bool m_canFail;
+  Kind m_kind;
   std::atomic<bool> m_registered{false};
   std::atomic<std::uint64_t> m_count{0};
 };
 
-#define VWIN_CALL(function)                          \
-  static ::vwin::CallSite vwinSite(#function, true); \
+#define VWIN_CALL(function)                                                      \
+  static ::vwin::CallSite vwinSite(#function, ::vwin::CallSite::Kind::kCanFail); \
   const std::optional<::vwin::Fault> fault = vwinSite.Enter()
 
-#define VWIN_CALL_INFALLIBLE(function)                \
-  static ::vwin::CallSite vwinSite(#function, false); \
+#define VWIN_CALL_WAITING(function)                                            \
+  static ::vwin::CallSite vwinSite(#function, ::vwin::CallSite::Kind::kWaits); \
+  (void)vwinSite.Enter()
+
+#define VWIN_CALL_INFALLIBLE(function)                                              \
+  static ::vwin::CallSite vwinSite(#function, ::vwin::CallSite::Kind::kInfallible); \
   (void)vwinSite.Enter()
 
 // The test side; reached through control/Faults.h, where it is explained.
@@ -70,6 +79,8 @@ void FailNthOfAll(std::uint64_t n, Fault fault);
 std::optional<std::string> InjectedInto();
 void Clear();
 void AtNth(const std::string& function, std::uint64_t n, std::function<void()> action);
+void OnNthCall(std::uint64_t n, std::function<void()> action);
+bool ActionRan();
 void LogCalls(bool on);
 std::vector<LoggedCall> LoggedCalls();
 

@@ -99,6 +99,17 @@ HICON OfProgram(Lock& lock, const std::wstring& path) {
   return runs(lock, path) ? generic : nullptr;
 }
 
+void WaitForShell(Lock& lock) {
+  const Micros asked = scheduler::Now(lock);
+  for (;;) {
+    const std::optional<Micros> takes = TheMachine(lock).shellTakes;
+    if (takes && asked + *takes <= scheduler::Now(lock)) return;
+    scheduler::WaitUntil(
+        lock, "SHGetFileInfoW", [&] { return TheMachine(lock).shellTakes != takes; },
+        takes ? std::optional<Micros>(asked + *takes) : std::nullopt);
+  }
+}
+
 ICONINFO Describe(Lock& lock, const Icon& icon) {
   ICONINFO info{};
   info.fIcon = !icon.isCursor;

@@ -44,6 +44,8 @@ HICON Application(Lock& lock);
 // The small icon of a program file: its own, or the system's when it has none. Null
 // when there is no such file.
 HICON OfProgram(Lock& lock, const std::wstring& path);
+// For as long as the shell takes; nobody is answered meanwhile.
+void WaitForShell(Lock& lock);
 
 // Copies of an icon's bitmaps, the caller's of GetIconInfo.
 ICONINFO Describe(Lock& lock, const Icon& icon);

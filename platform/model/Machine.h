@@ -78,6 +78,7 @@ struct Machine {
   std::uint32_t ownProcessId = 4000;
   std::map<std::uint32_t, Process> processes{{4000, {L"C:\\host\\host.exe"}}};
   std::map<std::wstring, HICON> programIcons;  // by the path of the file
+  std::optional<Micros> shellTakes = 0;        // to give one; nothing: it hangs
 
   std::map<RegistryPath, RegistryValues> registry{
       {{0x80000001, "software\\microsoft\\windows\\dwm"},

@@ -1,53 +1,23 @@
 #include "platform/model/MessageQueue.h"
 
 #include <algorithm>
-#include <deque>
 #include <map>
 #include <memory>
-#include <optional>
 #include <utility>
 #include <vector>
 
 #include "platform/model/Ledger.h"
+#include "platform/model/Queues.h"
 #include "platform/model/Rects.h"
+#include "platform/model/Threads.h"
 
 namespace vwin::messages {
 namespace {
-
-struct Timer {
-  HWND window;
-  UINT_PTR id;
-  Micros due;
-  Micros period;
-  TIMERPROC callback;
-};
-
-struct SentMessage {
-  HWND window;
-  UINT message;
-  WPARAM wParam;
-  LPARAM lParam;
-  std::function<void()> work = {};  // instead of a message
-  LRESULT result = 0;
-  enum class State { kOpen, kAnswered, kLost } state = State::kOpen;
-
-  bool isOpen() const { return state == State::kOpen; }
-};
-
-struct Queue {
-  std::deque<MSG> posted;
-  std::deque<std::shared_ptr<SentMessage>> sent;
-  std::vector<Timer> timers;
-  UINT_PTR lastThreadTimer = 0;
-  std::optional<WPARAM> quit;  // exit code of PostQuitMessage
-};
 
 std::map<std::uint32_t, Queue>& queuesOfAll(Lock&) {
   static auto* const queues = new std::map<std::uint32_t, Queue>;
   return *queues;
 }
-
-Queue& queueOf(Lock& lock, std::uint32_t threadId) { return queuesOfAll(lock)[threadId]; }
 
 std::uintptr_t ledgerKey(HWND window, UINT_PTR id) {
   return reinterpret_cast<std::uintptr_t>(window) * 31 + static_cast<std::uintptr_t>(id);
@@ -75,16 +45,21 @@ MSG stamped(Lock& lock, HWND window, UINT message, WPARAM wParam, LPARAM lParam)
   return made;
 }
 
-const Window* windowToPaint(const Window& parent, std::uint32_t threadId, const Filter& filter) {
+const Window* paintBelow(const Window& parent, std::uint32_t threadId, const Filter& filter) {
   for (const auto& window : parent.children) {
     if (!(window->style & WS_VISIBLE) || window->isMinimised()) continue;
     const bool ours = window->threadId == threadId && window->windowClass;
     if (ours && !IsEmpty(window->invalid) && (!filter.window || filter.window == window->handle)) {
       return window.get();
     }
-    if (const Window* below = windowToPaint(*window, threadId, filter)) return below;
+    if (const Window* below = paintBelow(*window, threadId, filter)) return below;
   }
   return nullptr;
+}
+
+const Window* windowToPaint(Lock& lock, std::uint32_t threadId, const Filter& filter) {
+  if (!inRange(filter, WM_PAINT)) return nullptr;
+  return paintBelow(*desktop::Get(lock).root, threadId, filter);
 }
 
 std::deque<MSG>::iterator nextPosted(Queue& queue, const Filter& filter) {
@@ -103,40 +78,33 @@ std::vector<Timer>::iterator nextTimer(Queue& queue, const Filter& filter) {
   return best;
 }
 
-std::optional<MSG> takeTimer(Lock& lock, Queue& queue, const Filter& filter) {
+std::optional<Micros> nextDue(Queue& queue, const Filter& filter) {
+  const auto next = nextTimer(queue, filter);
+  return next == queue.timers.end() ? std::nullopt : std::optional<Micros>(next->due);
+}
+
+std::optional<MSG> timerMessage(Lock& lock, Queue& queue, const Filter& filter, bool take) {
   const auto timer = nextTimer(queue, filter);
   const Micros now = scheduler::Now(lock);
   if (timer == queue.timers.end() || timer->due > now) return std::nullopt;
-  // A thread that was late gets one message, not one for each missed period.
-  timer->due += timer->period;
-  if (timer->due <= now) timer->due = now + timer->period;
+  if (take) {
+    // A thread that was late gets one message, not one for each missed period.
+    timer->due += timer->period;
+    if (timer->due <= now) timer->due = now + timer->period;
+  }
   return stamped(lock, timer->window, WM_TIMER, timer->id,
                  reinterpret_cast<LPARAM>(timer->callback));
 }
 
-WNDPROC procedureOf(Lock& lock, HWND window) {
-  const auto found = desktop::FindWindow(lock, window);
-  return found && found->windowClass ? found->windowClass->procedure : nullptr;
-}
-
-// Answers one sent message of the calling thread; the lock is open meanwhile.
-void answerOne(Lock& lock, Queue& queue) {
-  const std::shared_ptr<SentMessage> sent = queue.sent.front();
-  queue.sent.pop_front();
-  auto state = SentMessage::State::kLost;
-  if (sent->work) {
-    lock.native().unlock();
-    sent->work();
-    lock.native().lock();
-  } else if (const WNDPROC procedure = procedureOf(lock, sent->window)) {
-    lock.native().unlock();
-    const LRESULT result = procedure(sent->window, sent->message, sent->wParam, sent->lParam);
-    lock.native().lock();
-    sent->result = result;
-    state = SentMessage::State::kAnswered;
-  }
-  sent->state = state;
-  scheduler::Changed();
+// Painting and timers are always news: whoever sees them has to take them.
+bool input(Lock& lock, Queue& queue, std::uint32_t threadId, UINT kinds, bool seenAsWell) {
+  UINT there = queue.unseen;
+  if (seenAsWell && !queue.sent.empty()) there |= QS_SENDMESSAGE;
+  if (seenAsWell && (!queue.posted.empty() || queue.quit)) there |= QS_POSTMESSAGE;
+  if (there & kinds) return true;
+  if ((kinds & QS_PAINT) && windowToPaint(lock, threadId, {})) return true;
+  const auto due = kinds & QS_TIMER ? nextDue(queue, {}) : std::nullopt;
+  return due && *due <= scheduler::Now(lock);
 }
 
 // Takes out what is there for certain windows, null being the thread itself.
@@ -155,98 +123,102 @@ void drop(Lock& lock, Queue& queue, const std::function<bool(HWND)>& concerns) {
   scheduler::Changed();
 }
 
-// Waits until `done` or the deadline, which is false, and answers what is sent to the
-// calling thread meanwhile unless it is `blocked`.
-bool waitForAnswer(Lock& lock, const std::function<bool()>& done, std::optional<Micros> deadline,
-                   bool blocked) {
-  Queue& own = queueOf(lock, scheduler::CurrentThreadId());
-  while (!done()) {
-    const bool ready = scheduler::WaitUntil(
-        lock, "an answer to a sent message",
-        [&] { return done() || (!blocked && !own.sent.empty()); }, deadline);
-    if (!ready) return false;
-    // Two threads that send to each other answer while they wait.
-    if (!done()) answerOne(lock, own);
-  }
-  return true;
-}
-
-// To a window of this process. A receiver that is late doesn't get the message any more.
-Outcome sendToOwn(Lock& lock, const Window& window, const SentMessage& message,
-                  std::optional<Micros> deadline, bool blocked, LRESULT& result) {
-  if (window.threadId == scheduler::CurrentThreadId()) {
-    const WNDPROC procedure = window.windowClass->procedure;
-    lock.native().unlock();
-    result = procedure(message.window, message.message, message.wParam, message.lParam);
-    lock.native().lock();
-    return Outcome::kAnswered;
-  }
-  const auto sent = std::make_shared<SentMessage>(message);
-  queueOf(lock, window.threadId).sent.push_back(sent);
-  scheduler::Changed();
-  if (!waitForAnswer(
-          lock, [&] { return !sent->isOpen(); }, deadline, blocked)) {
-    std::erase(queueOf(lock, window.threadId).sent, sent);
-    return Outcome::kTimedOut;
-  }
-  if (sent->state == SentMessage::State::kLost) return Outcome::kNoWindow;
-  result = sent->result;
-  return Outcome::kAnswered;
-}
-
-// To a window of another program, which knows nothing but its icons.
-Outcome sendToOther(Lock& lock, const std::shared_ptr<const Window>& window,
-                    const SentMessage& message, Micros deadline, const Patience& patience,
-                    LRESULT& result) {
-  const std::optional<Micros> takes = window->answersAfter;
-  if (!takes && patience.abortIfHung) return Outcome::kTimedOut;
-  const Micros answer = takes ? scheduler::Now(lock) + *takes : deadline + 1;
-  const bool gone = waitForAnswer(
-      lock, [&] { return !desktop::FindWindow(lock, message.window); }, std::min(answer, deadline),
-      patience.blocked);
-  if (gone) return Outcome::kNoWindow;
-  if (answer > deadline) return Outcome::kTimedOut;
-  const bool asksForIcon = message.message == WM_GETICON && message.wParam < window->icons.size();
-  result = asksForIcon ? reinterpret_cast<LRESULT>(window->icons[message.wParam]) : 0;
-  return Outcome::kAnswered;
-}
-
 }  // namespace
+
+Queue& QueueOf(Lock& lock, std::uint32_t threadId) { return queuesOfAll(lock)[threadId]; }
+
+void Queue::Arrived(Lock& lock, UINT kind) {
+  unseen |= kind;
+  if (!waitsSince) waitsSince = scheduler::Now(lock);
+  scheduler::Changed();
+}
+
+void Queue::LookedAt(Lock& lock, UINT kinds) {
+  unseen &= ~kinds;
+  waitsSince.reset();
+  if (!sent.empty() || !posted.empty()) waitsSince = scheduler::Now(lock);
+}
+
+std::optional<MSG> NextMessage(Lock& lock, const Filter& filter, UINT kinds, bool take) {
+  const std::uint32_t self = scheduler::CurrentThreadId();
+  Queue& queue = QueueOf(lock, self);
+  queue.LookedAt(lock, kinds | QS_SENDMESSAGE);
+  while (!queue.sent.empty()) AnswerOne(lock, queue);
+  if (kinds & QS_POSTMESSAGE) {
+    if (const auto posted = nextPosted(queue, filter); posted != queue.posted.end()) {
+      const MSG message = *posted;
+      if (take) queue.posted.erase(posted);
+      return message;
+    }
+    if (const auto code = queue.quit) {
+      if (take) queue.quit.reset();
+      return stamped(lock, nullptr, WM_QUIT, *code, 0);
+    }
+  }
+  if (kinds & QS_PAINT) {
+    if (const Window* window = windowToPaint(lock, self, filter))
+      return stamped(lock, window->handle, WM_PAINT, 0, 0);
+  }
+  if (kinds & QS_TIMER) return timerMessage(lock, queue, filter, take);
+  return std::nullopt;
+}
 
 MSG WaitForMessage(const Filter& filter) {
   Lock lock;
   const std::uint32_t self = scheduler::CurrentThreadId();
-  Queue& queue = queueOf(lock, self);
-  const Window& root = *desktop::Get(lock).root;
-  const auto toPaint = [&] {
-    return inRange(filter, WM_PAINT) ? windowToPaint(root, self, filter) : nullptr;
-  };
+  Queue& queue = QueueOf(lock, self);
   for (;;) {
-    if (!queue.sent.empty()) {
-      answerOne(lock, queue);
-      continue;
-    }
-    if (const auto posted = nextPosted(queue, filter); posted != queue.posted.end()) {
-      const MSG message = *posted;
-      queue.posted.erase(posted);
-      return message;
-    }
-    if (const auto code = std::exchange(queue.quit, std::nullopt))
-      return stamped(lock, nullptr, WM_QUIT, *code, 0);
-    if (const Window* window = toPaint()) return stamped(lock, window->handle, WM_PAINT, 0, 0);
-    if (const auto timer = takeTimer(lock, queue, filter)) return *timer;
-
-    const auto next = nextTimer(queue, filter);
-    const auto deadline =
-        next == queue.timers.end() ? std::nullopt : std::optional<Micros>(next->due);
+    if (const auto message = NextMessage(lock, filter, QS_ALLINPUT, true)) return *message;
     scheduler::WaitUntil(
         lock, "GetMessageW",
         [&] {
           return !queue.sent.empty() || nextPosted(queue, filter) != queue.posted.end() ||
-                 toPaint() != nullptr;
+                 windowToPaint(lock, self, filter) != nullptr;
         },
-        deadline);
+        nextDue(queue, filter));
   }
+}
+
+DWORD WaitForAny(const std::vector<HANDLE>& handles, DWORD milliseconds, UINT kinds,
+                 bool seenAsWell) {
+  std::shared_ptr<Waitable> found;
+  DWORD result = WAIT_TIMEOUT;
+  {
+    Lock lock;
+    std::vector<std::shared_ptr<Waitable>> objects;
+    for (const HANDLE handle : handles) {
+      objects.push_back(threads::FindWaitable(lock, handle));
+      if (!objects.back()) return WAIT_FAILED;
+    }
+    const std::uint32_t self = scheduler::CurrentThreadId();
+    Queue& queue = QueueOf(lock, self);
+    const auto signalled = [&] {
+      return std::find_if(objects.begin(), objects.end(),
+                          [](const auto& object) { return object->Signalled(); });
+    };
+    const auto hasInput = [&] { return input(lock, queue, self, kinds, seenAsWell); };
+    const std::optional<Micros> limit = threads::Deadline(lock, milliseconds);
+    for (;;) {
+      if (const auto first = signalled(); first != objects.end()) {
+        found = *first;
+        result = WAIT_OBJECT_0 + static_cast<DWORD>(first - objects.begin());
+        break;
+      }
+      if (hasInput()) {
+        queue.LookedAt(lock, kinds);
+        return WAIT_OBJECT_0 + static_cast<DWORD>(objects.size());
+      }
+      if (limit && *limit <= scheduler::Now(lock)) break;
+      std::optional<Micros> until = kinds & QS_TIMER ? nextDue(queue, {}) : std::nullopt;
+      if (limit && (!until || *limit < *until)) until = limit;
+      scheduler::WaitUntil(
+          lock, "MsgWaitForMultipleObjectsEx",
+          [&] { return signalled() != objects.end() || hasInput(); }, until);
+    }
+    if (found) found->Taken();
+  }
+  if (found) threads::Join(*found);
+  return result;
 }
 
 bool Post(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
@@ -259,63 +231,30 @@ bool Post(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     if (!found->windowClass) return true;
     thread = found->threadId;
   }
-  queueOf(lock, thread).posted.push_back(stamped(lock, window, message, wParam, lParam));
-  scheduler::Changed();
+  Queue& queue = QueueOf(lock, thread);
+  queue.posted.push_back(stamped(lock, window, message, wParam, lParam));
+  queue.Arrived(lock, QS_POSTMESSAGE);
   return true;
 }
 
 bool PostToThread(std::uint32_t threadId, UINT message, WPARAM wParam, LPARAM lParam) {
   Lock lock;
   if (!HasQueue(lock, threadId)) return false;
-  queueOf(lock, threadId).posted.push_back(stamped(lock, nullptr, message, wParam, lParam));
-  scheduler::Changed();
+  Queue& queue = QueueOf(lock, threadId);
+  queue.posted.push_back(stamped(lock, nullptr, message, wParam, lParam));
+  queue.Arrived(lock, QS_POSTMESSAGE);
   return true;
 }
 
-void OpenQueue(Lock& lock) { queueOf(lock, scheduler::CurrentThreadId()); }
+void OpenQueue(Lock& lock) { QueueOf(lock, scheduler::CurrentThreadId()); }
 
 bool HasQueue(Lock& lock, std::uint32_t threadId) { return queuesOfAll(lock).contains(threadId); }
 
 void PostQuit(WPARAM exitCode) {
   Lock lock;
-  queueOf(lock, scheduler::CurrentThreadId()).quit = exitCode;
-}
-
-void RunLater(Lock& lock, const Window& window, std::function<void()> work) {
-  queueOf(lock, window.threadId)
-      .sent.push_back(std::make_shared<SentMessage>(
-          SentMessage{window.handle, WM_NULL, 0, 0, std::move(work)}));
-  scheduler::Changed();
-}
-
-LRESULT Send(HWND handle, UINT message, WPARAM wParam, LPARAM lParam) {
-  Lock lock;
-  const auto window = desktop::FindWindow(lock, handle);
-  LRESULT result = 0;
-  if (window && window->windowClass)
-    sendToOwn(lock, *window, {handle, message, wParam, lParam}, std::nullopt, false, result);
-  return result;
-}
-
-Outcome SendWithin(const Patience& patience, HWND handle, UINT message, WPARAM wParam,
-                   LPARAM lParam, LRESULT& result) {
-  Lock lock;
-  const auto window = desktop::FindWindow(lock, handle);
-  if (!window) return Outcome::kNoWindow;
-  const SentMessage sent{handle, message, wParam, lParam};
-  const std::uint32_t limit = patience.milliseconds == 0 ? INFINITE : patience.milliseconds;
-  const Micros deadline = scheduler::Now(lock) + Micros{limit} * 1000;
-  return window->windowClass ? sendToOwn(lock, *window, sent, deadline, patience.blocked, result)
-                             : sendToOther(lock, window, sent, deadline, patience, result);
-}
-
-void UpdateNow(HWND window) {
-  {
-    Lock lock;
-    const auto found = desktop::FindWindow(lock, window);
-    if (!found || !found->isVisible() || found->isMinimised() || IsEmpty(found->invalid)) return;
-  }
-  Send(window, WM_PAINT, 0, 0);
+  Queue& queue = QueueOf(lock, scheduler::CurrentThreadId());
+  queue.quit = exitCode;
+  queue.unseen |= QS_POSTMESSAGE;
 }
 
 UINT_PTR StartTimer(HWND window, UINT_PTR id, UINT milliseconds, TIMERPROC callback) {
@@ -325,7 +264,7 @@ UINT_PTR StartTimer(HWND window, UINT_PTR id, UINT milliseconds, TIMERPROC callb
     const auto found = desktop::FindWindow(lock, window);
     if (!found || !found->windowClass || found->threadId != self) return 0;
   }
-  Queue& queue = queueOf(lock, self);
+  Queue& queue = QueueOf(lock, self);
   const auto known = std::find_if(queue.timers.begin(), queue.timers.end(),
                                   [&](const Timer& t) { return t.window == window && t.id == id; });
   const Micros period =
@@ -343,7 +282,7 @@ UINT_PTR StartTimer(HWND window, UINT_PTR id, UINT milliseconds, TIMERPROC callb
 
 bool StopTimer(HWND window, UINT_PTR id) {
   Lock lock;
-  Queue& queue = queueOf(lock, scheduler::CurrentThreadId());
+  Queue& queue = QueueOf(lock, scheduler::CurrentThreadId());
   const auto known = std::find_if(queue.timers.begin(), queue.timers.end(),
                                   [&](const Timer& t) { return t.window == window && t.id == id; });
   if (known == queue.timers.end()) return false;
@@ -353,11 +292,11 @@ bool StopTimer(HWND window, UINT_PTR id) {
 }
 
 void Forget(Lock& lock, HWND window, std::uint32_t threadId) {
-  drop(lock, queueOf(lock, threadId), [&](HWND receiver) { return receiver == window; });
+  drop(lock, QueueOf(lock, threadId), [&](HWND receiver) { return receiver == window; });
 }
 
 void ForgetThread(Lock& lock, std::uint32_t threadId) {
-  drop(lock, queueOf(lock, threadId), [](HWND) { return true; });
+  drop(lock, QueueOf(lock, threadId), [](HWND) { return true; });
   queuesOfAll(lock).erase(threadId);
 }
 

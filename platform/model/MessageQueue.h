@@ -1,14 +1,15 @@
-// Message queues, one for each thread that owns windows or asks for messages:
-// sent and posted messages, painting and timers.
+// Message queues, one for each thread that owns windows or asks for messages: what
+// the thread takes from it. Who sends is in SentMessages.h.
 //
-// None of these functions is called with the machine's lock held: they run window
-// procedures.
+// None of these functions is called with the machine's lock held, unless it takes one:
+// they run window procedures.
 #pragma once
 
 #include <windows.h>
 
 #include <cstdint>
-#include <functional>
+#include <optional>
+#include <vector>
 
 #include "platform/model/Desktop.h"
 #include "platform/model/Scheduler.h"
@@ -22,9 +23,16 @@ struct Filter {
   UINT last = 0;
 };
 
-// Waits for the calling thread's next message, answering sent ones meanwhile:
-// posted messages first, then painting, then timers.
+// The calling thread's next message after all sent ones were answered: posted messages
+// first, then painting, then timers. `kinds` are QS_ bits. The lock is open meanwhile.
+std::optional<MSG> NextMessage(Lock& lock, const Filter& filter, UINT kinds, bool take);
+// Waits for it.
 MSG WaitForMessage(const Filter& filter);
+// Waits for the first handle that is signalled or for messages of certain kinds, which
+// count as one handle more. Messages are news only until the thread has looked for such,
+// by this as well, unless `seenAsWell`. WAIT_FAILED when one is nothing to wait for.
+DWORD WaitForAny(const std::vector<HANDLE>& handles, DWORD milliseconds, UINT kinds,
+                 bool seenAsWell);
 
 // False for a stale window.
 bool Post(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
@@ -37,28 +45,6 @@ void OpenQueue(Lock& lock);
 bool HasQueue(Lock& lock, std::uint32_t threadId);
 // WM_QUIT for the calling thread, after all that is posted.
 void PostQuit(WPARAM exitCode);
-
-// Runs `work` on the window's thread, without the lock, when that next looks at what
-// was sent to it. Never, when the window goes before.
-void RunLater(Lock& lock, const Window& window, std::function<void()> work);
-
-// Runs the window procedure on the window's thread and waits for its answer; 0 for
-// a window without one here.
-LRESULT Send(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-
-// As SendMessageTimeoutW: also to other programs' windows, and with a limit. `result`
-// is set when there was an answer.
-enum class Outcome { kAnswered, kTimedOut, kNoWindow };
-struct Patience {
-  std::uint32_t milliseconds = 0;  // 0 is no limit
-  bool blocked = false;            // messages that are sent to this thread wait meanwhile
-  bool abortIfHung = false;        // no waiting for another program that hangs
-};
-Outcome SendWithin(const Patience& patience, HWND window, UINT message, WPARAM wParam,
-                   LPARAM lParam, LRESULT& result);
-
-// Paints what is invalid before it returns.
-void UpdateNow(HWND window);
 
 // Returns the id, 0 when the window is not the calling thread's. A null window
 // makes a timer of the thread, with an id of its own unless `id` is one already.

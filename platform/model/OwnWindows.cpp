@@ -8,6 +8,7 @@
 #include "platform/model/Machine.h"
 #include "platform/model/MessageQueue.h"
 #include "platform/model/Rects.h"
+#include "platform/model/SentMessages.h"
 
 namespace vwin::own_windows {
 namespace {

@@ -32,12 +32,6 @@ void Run(const std::shared_ptr<ThreadObject>& object, unsigned (*body)(void*), v
   scheduler::WithdrawThread(lock, object->id);
 }
 
-std::shared_ptr<Waitable> FindWaitable(Lock& lock, const void* handle) {
-  const HandleKind kind = handles::KindOf(lock, handle);
-  if (kind != HandleKind::kEvent && kind != HandleKind::kThread) return nullptr;
-  return handles::Get<Waitable>(lock, kind, handle);
-}
-
 }  // namespace
 
 std::optional<Micros> Deadline(Lock& lock, DWORD milliseconds) {
@@ -61,22 +55,35 @@ void* Start(Lock& lock, unsigned (*body)(void*), void* argument, std::uint32_t& 
   return handles::Add(lock, HandleKind::kThread, object, call);
 }
 
-std::optional<bool> Wait(const void* handle, DWORD milliseconds) {
+std::shared_ptr<Waitable> FindWaitable(Lock& lock, const void* handle) {
+  const HandleKind kind = handles::KindOf(lock, handle);
+  if (kind != HandleKind::kEvent && kind != HandleKind::kThread) return nullptr;
+  return handles::Get<Waitable>(lock, kind, handle);
+}
+
+void Join(Waitable& object) {
   std::thread ended;
   {
     Lock lock;
-    const std::shared_ptr<Waitable> object = FindWaitable(lock, handle);
+    if (auto* const thread = dynamic_cast<ThreadObject*>(&object))
+      ended = std::move(thread->thread);
+  }
+  if (ended.joinable()) ended.join();
+}
+
+std::optional<bool> Wait(const void* handle, DWORD milliseconds) {
+  std::shared_ptr<Waitable> object;
+  {
+    Lock lock;
+    object = FindWaitable(lock, handle);
     if (!object) return std::nullopt;
     const bool signalled = scheduler::WaitUntil(
         lock, "WaitForSingleObject", [&] { return object->Signalled(); },
         Deadline(lock, milliseconds));
     if (!signalled) return false;
     object->Taken();
-    if (auto* const thread = dynamic_cast<ThreadObject*>(object.get())) {
-      ended = std::move(thread->thread);
-    }
   }
-  if (ended.joinable()) ended.join();
+  Join(*object);
   return true;
 }
 

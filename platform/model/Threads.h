@@ -6,6 +6,7 @@
 
 #include <windows.h>
 
+#include <memory>
 #include <optional>
 #include <thread>
 
@@ -46,6 +47,11 @@ std::optional<Micros> Deadline(Lock& lock, DWORD milliseconds);
 // Starts a thread of the machine. Null when the system has no more.
 void* Start(Lock& lock, unsigned (*body)(void*), void* argument, std::uint32_t& id,
             const char* call);
+
+// Null for what can't be waited for.
+std::shared_ptr<Waitable> FindWaitable(Lock& lock, const void* handle);
+// After a wait for a thread has succeeded; without the lock.
+void Join(Waitable& object);
 
 // Waits without the lock held by the caller. False after the time-out, nothing when
 // `handle` is not one that can be waited for.
