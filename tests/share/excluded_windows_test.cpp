@@ -171,10 +171,11 @@ TEST_F(WithoutComposition, WindowThatTakesItsStyleBackIsHiddenAgain) {
 
 TEST_F(WithoutComposition, WindowThatCantBeMadeOpaqueIsNotHiddenFromTheUser) {
   capture.AddExcludeWindow(byHandle(secret));
-  FailNth("SetLayeredWindowAttributes", 1);
+  FailNth("SetLayeredWindowAttributes", 1, kOutOfMemory, vwin::Repeat::kOnward);
   start();
   EXPECT_EQ(InjectedInto(), "SetLayeredWindowAttributes");
   EXPECT_EQ(exStyleOf(secret), WS_EX_TOOLWINDOW);
+  ClearFaults();
   EXPECT_TRUE(nextFrameShows(hidden)) << "tried again";
   BYTE alpha = 0;
   EXPECT_TRUE(GetLayeredWindowAttributes(secret, nullptr, &alpha, nullptr));
