@@ -28,20 +28,25 @@ MemoryPicture MakePicture(HDC like, std::int32_t width, std::int32_t height) {
 }  // namespace
 
 bool MemoryCanvas::Prepare(HDC like, std::int32_t width, std::int32_t height) {
-  if (!picture.HasSize(width, height)) {
-    MemoryPicture made = MakePicture(like, width, height);
-    if (!made.pixels) {
-      QX_LOG_LIMITED(LogLevelWarn, "ScreenCaptureEngineGDI has no bitmap of {}x{},last Error:{}",
-                     width, height, static_cast<std::uint32_t>(GetLastError()));
-      return false;
-    }
-    selection.Reset();
-    picture = std::move(made);
+  if (picture.HasSize(width, height)) {
+    return true;
   }
-  if (!selection) {
-    selection = SelectedObject(SelectObject(dc.Get(), picture.bitmap), {dc.Get()});
+  if (!dc) {
+    dc = MemoryDc(CreateCompatibleDC(like));
   }
-  return static_cast<bool>(selection);
+  MemoryPicture made = MakePicture(like, width, height);
+  if (!made.pixels || !SelectObject(dc.Get(), made.bitmap)) {
+    QX_LOG_LIMITED(LogLevelWarn, "ScreenCaptureEngineGDI has no bitmap of {}x{},last Error:{}",
+                   width, height, static_cast<std::uint32_t>(GetLastError()));
+    return false;
+  }
+  picture = std::move(made);
+  return true;
+}
+
+void MemoryCanvas::Reset() {
+  dc.Reset();
+  picture = {};
 }
 
 }  // namespace qx

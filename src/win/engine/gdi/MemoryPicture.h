@@ -19,16 +19,16 @@ struct MemoryPicture {
   }
 };
 
-// What it takes to draw one. Goes in the reverse order: a bitmap can't be deleted while
-// a DC holds it.
+// What it takes to draw one. The DC goes first: a bitmap can't be deleted while a DC
+// holds it, and taking it out could fail.
 struct MemoryCanvas {
+  MemoryPicture picture;  // selected into the DC
   MemoryDc dc;
-  MemoryPicture picture;
-  SelectedObject selection;  // of the picture, while it may be drawn on
 
-  // Makes the picture drawable, a new one if it hasn't this size; `like` is a DC of what
-  // is to be drawn. On failure (logged) nothing must be drawn.
+  // Makes a picture of this size, unless there is one; `like` is a DC of what is to be
+  // drawn. On failure (logged) nothing must be drawn.
   bool Prepare(HDC like, std::int32_t width, std::int32_t height);
+  void Reset();
 };
 
 }  // namespace qx

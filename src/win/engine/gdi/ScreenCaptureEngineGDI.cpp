@@ -44,9 +44,7 @@ void ScreenCaptureEngineGDI::UnInitialize() {
 }
 
 void ScreenCaptureEngineGDI::releaseHandles() {
-  m_canvas.selection.Reset();
-  m_canvas.picture = {};
-  m_canvas.dc.Reset();
+  m_canvas.Reset();
   // One that waits is kept: another one would wait as well.
   if (!IsWaiting()) {
     m_printer.reset();
@@ -101,7 +99,7 @@ bool ScreenCaptureEngineGDI::copyDesktop(const RECT& rect, ScreenCaptureFrame& f
 
 bool ScreenCaptureEngineGDI::printWindow(const RECT& rect, ScreenCaptureFrame& frame,
                                          CaptureResult& result) {
-  if (!m_printer->Dc() || m_printer->IsWaiting()) {
+  if (m_printer->IsWaiting()) {
     return false;
   }
   if (!m_printer->Prepare(m_screenDC.Get(), rect.right - rect.left, rect.bottom - rect.top)) {

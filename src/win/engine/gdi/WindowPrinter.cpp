@@ -55,8 +55,7 @@ bool WindowPrinter::Prepare(HDC like, std::int32_t width, std::int32_t height) {
     return true;
   }
   if (canvas.picture.pixels.use_count() > 1) {
-    canvas.selection.Reset();
-    canvas.picture = {};
+    canvas.Reset();
   }
   return canvas.Prepare(like, width, height);
 }
@@ -76,9 +75,8 @@ bool WindowPrinter::Print() {
 
 const MemoryPicture& WindowPrinter::Take() {
   GdiFlush();  // the system may still be drawing
-  m_job->canvas.selection.Reset();
-  std::swap(m_job->canvas.picture, m_shown);
-  return m_shown;
+  std::swap(m_job->canvas, m_shown);
+  return m_shown.picture;
 }
 
 }  // namespace qx

@@ -20,7 +20,7 @@ class WindowPrinter {
   // `like` is a DC of the window.
   WindowPrinter(HWND window, HDC like);
 
-  // The DC that is drawn on, for what is to be added to a picture. Null: nothing works.
+  // The DC of the picture that is drawn, for what is to be added to it.
   HDC Dc() const;
 
   // Whether the window has yet to answer. Call nothing else meanwhile.
@@ -40,7 +40,7 @@ class WindowPrinter {
   struct Job;
 
   const std::shared_ptr<Job> m_job;  // the errand's as well; it alone touches it under way
-  MemoryPicture m_shown;
+  MemoryCanvas m_shown;
   bool m_late = false;  // nobody waited for the end of the last run
   Errand m_errand;
 };
