@@ -1,5 +1,4 @@
-// Settings that reach a running share, and the exclude list, proved by frames,
-// events and the prompt frame.
+// Settings that reach a running share, proved by frames, events and the prompt frame.
 #include "tests/share/ShareTest.h"
 
 namespace qx::test {
@@ -102,104 +101,6 @@ TEST_F(ShareTest, LivingConfigurationSetsTheWholeRecord) {
   host.Forget();
   Advance(1s);
   EXPECT_EQ(host.FrameCount(), 4);
-}
-
-// Without desktop composition the GDI engine makes excluded windows layered,
-// which a plain copy of the screen leaves out.
-class WithoutComposition : public ShareTest {
- protected:
-  WithoutComposition() {
-    SetVersion(kWindows7);
-    SetComposition(false);
-  }
-
-  static FilterWindowInfo byHandle(HWND window) {
-    FilterWindowInfo info;
-    info.window = window;
-    return info;
-  }
-
-  const HWND under = OpenWindow({.rect = {0, 0, 100, 100}, .color = RGB(50, 60, 70)});
-  const HWND secret = OpenWindow(
-      {.title = L"Secret", .rect = {20, 20, 80, 80}, .color = RGB(250, 0, 0), .processId = 8000});
-  const std::vector<Patch> hidden = {{0, 0, 100, 100, 0x323C46}};
-  const std::vector<Patch> shown = {{0, 0, 100, 100, 0x323C46}, {20, 20, 80, 80, 0xFA0000}};
-};
-
-TEST_F(WithoutComposition, ExcludedWindowNeverShowsAndGetsItsStyleBack) {
-  capture.AddExcludeWindow(byHandle(secret));
-  start();
-  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, hidden));
-  EXPECT_TRUE(GetWindowLongPtrW(secret, GWL_EXSTYLE) & WS_EX_LAYERED);
-
-  capture.AddIncludeWindow(byHandle(secret));
-  EXPECT_TRUE(nextFrameShows(shown)) << "include beats exclude";
-  EXPECT_FALSE(GetWindowLongPtrW(secret, GWL_EXSTYLE) & WS_EX_LAYERED);
-  EXPECT_GE(RedrawCount(secret), 1u);
-
-  capture.ClearIncludeWindows();
-  EXPECT_TRUE(nextFrameShows(hidden));
-  capture.ShareStop();
-  EXPECT_FALSE(GetWindowLongPtrW(secret, GWL_EXSTYLE) & WS_EX_LAYERED);
-}
-
-TEST_F(WithoutComposition, ChangesOfTheListShowAtTheNextFrame) {
-  start();
-  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, shown));
-  FilterWindowInfo process;
-  process.type = 1;
-  process.processId = 8000;
-  process.titleRule = 1;
-  std::snprintf(process.title, sizeof(process.title), "%s", "Secret");
-  capture.SetExcludeWindows(&process, 1);
-  EXPECT_TRUE(nextFrameShows(hidden));
-  SetTitle(secret, L"Public");
-  EXPECT_TRUE(nextFrameShows(shown));
-  SetTitle(secret, L"Secret");
-  EXPECT_TRUE(nextFrameShows(hidden));
-  capture.SetExcludeWindows(nullptr, 3);
-  capture.SetExcludeWindows(&process, -5);
-  capture.SetIncludeWindows(&process, -5);
-  EXPECT_TRUE(nextFrameShows(hidden)) << "null and negative counts harm nothing";
-  capture.RemoveExcludeWindow(process);
-  EXPECT_TRUE(nextFrameShows(shown));
-}
-
-TEST_F(WithoutComposition, FilteringCanBeTurnedOffDuringAShare) {
-  capture.AddExcludeWindow(byHandle(secret));
-  start();
-  EXPECT_TRUE(nextFrameShows(hidden));
-  capture.EnableFilterWindowWhenShareDesktop(false);
-  tick();
-  EXPECT_TRUE(nextFrameShows(shown));
-  EXPECT_FALSE(GetWindowLongPtrW(secret, GWL_EXSTYLE) & WS_EX_LAYERED);
-}
-
-TEST_F(WithoutComposition, WindowThatIsLayeredByItselfKeepsItsStyle) {
-  SetLayered(secret, std::nullopt, std::uint8_t{255});
-  capture.AddExcludeWindow(byHandle(secret));
-  start();
-  tick(2);
-  capture.ShareStop();
-  EXPECT_TRUE(GetWindowLongPtrW(secret, GWL_EXSTYLE) & WS_EX_LAYERED);
-}
-
-TEST_F(WithoutComposition, StylesComeBackHoweverTheShareEnds) {
-  capture.AddExcludeWindow(byHandle(secret));
-  {
-    ScreenCapture other;
-    other.EnablePromptWindow(false);
-    other.AddExcludeWindow(byHandle(secret));
-    ASSERT_TRUE(other.ShareDesktop(&context, idOf(monitor()), &host, error));
-    Settle();
-    EXPECT_TRUE(GetWindowLongPtrW(secret, GWL_EXSTYLE) & WS_EX_LAYERED);
-  }
-  EXPECT_FALSE(GetWindowLongPtrW(secret, GWL_EXSTYLE) & WS_EX_LAYERED) << "object destroyed";
-
-  start();
-  Close(secret);
-  EXPECT_TRUE(nextFrameShows(hidden)) << "a window that died on the list";
-  capture.ShareStop();
 }
 
 }  // namespace

@@ -228,6 +228,41 @@ TEST_F(WindowShareTest, CoveringWindowsAreCutOutUnlessIncluded) {
   EXPECT_TRUE(isLayered(glass)) << "as it was";
 }
 
+// The window prints itself, which takes as long as its thread likes.
+TEST_F(WindowShareTest, WindowThatDoesNotAnswerPausesTheShareUntilItDoes) {
+  startWindow();
+  ASSERT_EQ(host.Engines(), (std::vector<int>{5}));
+  host.Forget();
+  Hang(window);
+  Advance(60s);
+  EXPECT_EQ(host.Events(), (Events{"pause 1"})) << "the engine is kept";
+  AnswerAfter(window, 0ms);
+  Advance(2s);
+  EXPECT_EQ(host.Count("resume"), 1);
+  EXPECT_GT(host.FrameCount(), 20);
+  EXPECT_TRUE(showsWindow());
+
+  AnswerAfter(window, 300ms);
+  host.Forget();
+  Advance(2s);
+  EXPECT_GE(host.FrameCount(), 4) << "what comes late is shown";
+  EXPECT_TRUE(showsWindow());
+}
+
+TEST_F(WindowShareTest, ShareOfAWindowThatDoesNotAnswerEndsAllTheSame) {
+  const LedgerSnapshot before = Snapshot();
+  startWindow();
+  Hang(window);
+  Advance(1s);
+  const auto asked = Now();
+  capture.ShareStop();
+  EXPECT_LE(Now() - asked, 450ms);
+  AnswerAfter(window, 0ms);
+  Settle();
+  EXPECT_EQ(Difference(before), "");
+  EXPECT_TRUE(Misuses().empty());
+}
+
 TEST_F(WindowShareTest, RaisesTheWindowWhenItMay) {
   const HWND cover = OpenWindow({.rect = {60, 40, 90, 70}});
   const auto isCovered = [&] {

@@ -242,21 +242,6 @@ TEST(Windows, TextsAndProcesses) {
   EXPECT_TRUE(AreWindowsOfCurrentProcess({OpenWindow({.processId = GetCurrentProcessId()})}));
 }
 
-TEST(Windows, Layering) {
-  const HWND window = OpenWindow({.exStyle = WS_EX_TOOLWINDOW});
-  EXPECT_FALSE(IsLayeredWindow(window));
-  SetWindowLayered(window, true);
-  EXPECT_TRUE(IsLayeredWindow(window));
-  const std::uint64_t redraws = RedrawCount(window);
-  SetWindowLayered(window, false);
-  EXPECT_FALSE(IsLayeredWindow(window));
-  EXPECT_EQ(GetWindowLongPtrW(window, GWL_EXSTYLE), WS_EX_TOOLWINDOW);
-  EXPECT_EQ(RedrawCount(window), redraws + 1);
-  Close(window);
-  SetWindowLayered(window, true);
-  EXPECT_FALSE(IsLayeredWindow(window));
-}
-
 TEST(TrackWindow, IsFoundByClassStyleAndProcess) {
   AddProcess(7000, L"C:\\Office\\Slides.exe");
   AddProcess(7001, L"C:\\Office\\Other.exe");

@@ -25,7 +25,8 @@ enum class CaptureResult : std::uint8_t {
 };
 
 // Replaces what is in `windows` by those to keep out of a picture of the rectangle.
-// The caller keeps the vector, so that a picture takes no memory.
+// The caller keeps the vector, so that a picture takes no memory. Left alone when the
+// windows can't be told at present: the last list stays in force.
 using FilterWindowProvider = std::function<void(const RECT& rect, std::vector<HWND>& windows)>;
 using EngineChangedCallback = std::function<void(CaptureEngineType)>;
 
@@ -73,6 +74,10 @@ class ScreenCaptureEngine {
   // Whether pictures are taken of the desktop, so that what covers a window
   // shows; false when a window draws itself, wherever it lies.
   virtual bool IsDesktopBased() const = 0;
+
+  // Whether the shared window has yet to answer; no capture can succeed meanwhile, and
+  // that is no fault of the engine.
+  virtual bool IsWaiting() const { return false; }
 
  protected:
   HMONITOR m_source = nullptr;

@@ -194,6 +194,11 @@ bool ScreenCaptureEngineProxy::IsDesktopBased() const {
   return !engine || engine->IsDesktopBased();
 }
 
+bool ScreenCaptureEngineProxy::IsWaiting() const {
+  const ScreenCaptureEngine* const engine = currentEngine();
+  return engine && engine->IsWaiting();
+}
+
 void ScreenCaptureEngineProxy::SetSource(HMONITOR source) {
   if (ScreenCaptureEngine* const engine = currentEngine()) {
     engine->SetSource(source);
@@ -301,8 +306,10 @@ void ScreenCaptureEngineProxy::handleFailure(CaptureResult result) {
     case CaptureResult::Failed:
       break;
   }
-  ++m_failCounter;
-  onCaptureFailed();
+  if (!IsWaiting()) {
+    ++m_failCounter;
+    onCaptureFailed();
+  }
 }
 
 void ScreenCaptureEngineProxy::onCaptureFailed() {

@@ -45,7 +45,8 @@ struct EngineProxySettings {
 // at failures 3, 6 and 9 in a row and given up at 10; one that is lost, or that
 // gives black pictures as only the magnifier does, is given up at once. What is
 // given up is gone for good, the next one starts, and `engineChanged` is told,
-// on the calling thread. With no engine left every capture fails.
+// on the calling thread. With no engine left every capture fails. Failures while
+// the shared window doesn't answer don't count.
 //
 // Engines that can't show include windows are passed over in a window share
 // while there are any, and come back when there are none.
@@ -72,6 +73,7 @@ class ScreenCaptureEngineProxy : public ScreenCaptureEngine {
   // The present engine only; the next one starts with the settings' value.
   void SetDynamicCheck(bool check) override;
   bool IsDesktopBased() const override;
+  bool IsWaiting() const override;
 
  private:
   struct Entry {

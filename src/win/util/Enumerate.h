@@ -15,14 +15,16 @@ template <typename Visit>
 struct Visitor {
   Visit& visit;
   std::exception_ptr failure = nullptr;
+  bool ended = false;  // by the visit
 
   BOOL operator()(auto handle) noexcept {
     try {
-      return visit(handle) ? TRUE : FALSE;
+      ended = !visit(handle);
     } catch (...) {
       failure = std::current_exception();
-      return FALSE;
+      ended = true;
     }
+    return ended ? FALSE : TRUE;
   }
 
   static BOOL CALLBACK OnWindow(HWND window, LPARAM self) {
@@ -42,12 +44,13 @@ struct Visitor {
 
 }  // namespace detail
 
-// Topmost first.
+// Topmost first. False when the system failed: then windows may be missing.
 template <typename Visit>
-void ForEachTopLevelWindow(Visit visit) {
+bool ForEachTopLevelWindow(Visit visit) {
   detail::Visitor<Visit> visitor{visit};
-  EnumWindows(&detail::Visitor<Visit>::OnWindow, visitor.AsParameter());
+  const BOOL complete = EnumWindows(&detail::Visitor<Visit>::OnWindow, visitor.AsParameter());
   visitor.Rethrow();
+  return complete || visitor.ended;
 }
 
 // All descendants.

@@ -131,23 +131,13 @@ bool GetWindowTitle(HWND window, std::wstring& title) {
   return true;
 }
 
-bool IsLayeredWindow(HWND window) {
-  return IsWindow(window) && HasAllBitsOf(StyleOf(window, GWL_EXSTYLE), WS_EX_LAYERED);
-}
-
-void SetWindowLayered(HWND window, bool layered) {
-  if (!IsWindow(window)) {
-    return;
+std::optional<std::uint32_t> ReadStyle(HWND window, int index) {
+  SetLastError(ERROR_SUCCESS);
+  const LONG_PTR style = GetWindowLongPtrW(window, index);
+  if (style == 0 && GetLastError() != ERROR_SUCCESS) {
+    return std::nullopt;
   }
-  const LONG_PTR exStyle = GetWindowLongPtrW(window, GWL_EXSTYLE);
-  if (layered) {
-    SetWindowLongPtrW(window, GWL_EXSTYLE, exStyle | WS_EX_LAYERED);
-    SetLayeredWindowAttributes(window, 0, 255, LWA_ALPHA);
-  } else {
-    SetWindowLongPtrW(window, GWL_EXSTYLE, exStyle & ~LONG_PTR{WS_EX_LAYERED});
-    RedrawWindow(window, nullptr, nullptr,
-                 RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN | RDW_FRAME);
-  }
+  return static_cast<std::uint32_t>(style);
 }
 
 bool AreWindowsOfCurrentProcess(const std::vector<HWND>& windows) {

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -40,13 +41,13 @@ std::size_t ReadWindowTitle(HWND window, std::span<wchar_t> text);
 // the text. Always true.
 bool GetWindowTitle(HWND window, std::wstring& title);
 
-// GWL_STYLE or GWL_EXSTYLE.
+// GWL_STYLE or GWL_EXSTYLE. Nothing when the system doesn't tell, which is not a style
+// of 0: who writes styles must know.
+std::optional<std::uint32_t> ReadStyle(HWND window, int index);
+// The same for those who only look: 0 when the system doesn't tell.
 inline std::uint32_t StyleOf(HWND window, int index) {
-  return static_cast<std::uint32_t>(GetWindowLongPtrW(window, index));
+  return ReadStyle(window, index).value_or(0);
 }
-bool IsLayeredWindow(HWND window);
-// Makes the window layered and opaque, or plain again and repainted.
-void SetWindowLayered(HWND window, bool layered);
 
 // True for an empty list.
 bool AreWindowsOfCurrentProcess(const std::vector<HWND>& windows);

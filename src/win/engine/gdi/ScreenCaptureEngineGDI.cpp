@@ -1,37 +1,13 @@
 #include "win/engine/gdi/ScreenCaptureEngineGDI.h"
 
-#include <algorithm>
 #include <limits>
-#include <memory>
 #include <utility>
 
 #include "common/Logging.h"
-#include "win/util/PictureInfo.h"
 #include "win/util/SystemProbes.h"
-#include "win/util/WindowHelpers.h"
 
 namespace qx {
 namespace {
-
-// Asks for what a window shows through the compositor. Not in older headers.
-constexpr UINT kPrintFullContent = 2;
-
-bool Contains(const std::vector<HWND>& windows, HWND window) {
-  return std::find(windows.begin(), windows.end(), window) != windows.end();
-}
-
-// The window is not ours, and nobody else would give its style back: a call that
-// failed gets a second chance.
-bool MakePlain(HWND window) {
-  constexpr int kAttempts = 2;
-  for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    WindowsUtil::SetWindowLayered(window, false);
-    if (!WindowsUtil::IsLayeredWindow(window)) {
-      return true;
-    }
-  }
-  return false;
-}
 
 bool MakeRect(std::int32_t x, std::int32_t y, std::int32_t width, std::int32_t height, RECT& rect) {
   constexpr std::int64_t kMax = std::numeric_limits<std::int32_t>::max();
@@ -54,19 +30,25 @@ bool ScreenCaptureEngineGDI::Initialize() {
   releaseHandles();
   const HWND source = m_window ? m_window : GetDesktopWindow();
   m_screenDC = WindowDc(GetDC(source), {source});
-  m_memoryDC = MemoryDc(CreateCompatibleDC(m_screenDC.Get()));
+  if (m_bitBlt) {
+    m_canvas.dc = MemoryDc(CreateCompatibleDC(m_screenDC.Get()));
+  } else if (!m_printer) {
+    m_printer = std::make_unique<WindowPrinter>(m_window, m_screenDC.Get());
+  }
   return true;
 }
 
 void ScreenCaptureEngineGDI::UnInitialize() {
-  clearLayeredWindows();
+  m_marks.Clear();
   releaseHandles();
 }
 
 void ScreenCaptureEngineGDI::releaseHandles() {
-  // A bitmap can't be deleted while a DC holds it.
-  m_memoryDC.Reset();
-  m_pixels.reset();
+  m_canvas.Reset();
+  // One that waits is kept: another one would wait as well.
+  if (!IsWaiting()) {
+    m_printer.reset();
+  }
   m_screenDC.Reset();
 }
 
@@ -80,114 +62,78 @@ bool ScreenCaptureEngineGDI::Capture(std::int32_t x, std::int32_t y, std::int32_
                                      CaptureResult& result) {
   result = CaptureResult::Failed;
   RECT rect;
-  if (!MakeRect(x, y, width, height, rect) || !m_memoryDC) {
+  if (!MakeRect(x, y, width, height, rect) || !m_screenDC) {
     return false;
   }
-  if (!resizePicture(width, height)) {
-    QX_LOG_LIMITED(LogLevelWarn, "resize buffer failed, use last");
-    return frame.Buffer() != nullptr;
-  }
-  const bool drawn = m_bitBlt ? copyDesktop(rect) : printWindow();
-  if (m_showCursor) {
-    drawCursor(rect);
-  }
-  GdiFlush();  // the system may still be drawing
-  frame.Adopt(static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height), m_pixels);
-  if (drawn) {
-    result = CaptureResult::Success;
-  }
-  return drawn;
+  return m_bitBlt ? copyDesktop(rect, frame, result) : printWindow(rect, frame, result);
 }
 
-// On failure the old bitmap stays selected, and is not to be drawn to: its size
-// is not the one asked for.
-bool ScreenCaptureEngineGDI::resizePicture(std::int32_t width, std::int32_t height) {
-  if (m_pixels && width == m_width && height == m_height) {
-    return true;
-  }
-  if (!ScreenCaptureFrame::CanHold(static_cast<std::uint32_t>(width),
-                                   static_cast<std::uint32_t>(height))) {
+bool ScreenCaptureEngineGDI::useLast(const ScreenCaptureFrame& frame) {
+  QX_LOG_LIMITED(LogLevelWarn, "resize buffer failed, use last");
+  return frame.Buffer() != nullptr;
+}
+
+bool ScreenCaptureEngineGDI::copyDesktop(const RECT& rect, ScreenCaptureFrame& frame,
+                                         CaptureResult& result) {
+  if (!m_canvas.dc) {
     return false;
   }
-  const BITMAPINFO info = PictureInfo(width, height);
-  void* pixels = nullptr;
-  auto bitmap = std::make_shared<GdiBitmap>(
-      CreateDIBSection(m_screenDC.Get(), &info, DIB_RGB_COLORS, &pixels, nullptr, 0));
-  if (!*bitmap || !SelectObject(m_memoryDC.Get(), bitmap->Get())) {
-    QX_LOG_LIMITED(LogLevelWarn, "ScreenCaptureEngineGDI has no bitmap of {}x{},last Error:{}",
-                   width, height, static_cast<std::uint32_t>(GetLastError()));
+  const std::int32_t width = rect.right - rect.left;
+  const std::int32_t height = rect.bottom - rect.top;
+  if (!m_canvas.Prepare(m_screenDC.Get(), width, height)) {
+    return useLast(frame);
+  }
+  hideWindows(rect);
+  // Without CAPTUREBLT: that would bring layered windows in.
+  const bool copied = BitBlt(m_canvas.dc.Get(), 0, 0, width, height, m_screenDC.Get(), rect.left,
+                             rect.top, SRCCOPY);
+  if (!copied) {
+    QX_LOG_WARN("BitBlt failed,last Error:{}", static_cast<std::uint32_t>(GetLastError()));
+  }
+  drawCursor(m_canvas.dc.Get(), rect);
+  GdiFlush();  // the system may still be drawing
+  show(m_canvas.picture, frame);
+  result = copied ? CaptureResult::Success : CaptureResult::Failed;
+  return copied;
+}
+
+bool ScreenCaptureEngineGDI::printWindow(const RECT& rect, ScreenCaptureFrame& frame,
+                                         CaptureResult& result) {
+  if (m_printer->IsWaiting()) {
     return false;
   }
-  m_pixels = {std::move(bitmap), static_cast<std::uint8_t*>(pixels)};
-  m_width = width;
-  m_height = height;
+  if (!m_printer->Prepare(m_screenDC.Get(), rect.right - rect.left, rect.bottom - rect.top)) {
+    return useLast(frame);
+  }
+  if (!m_printer->Print()) {
+    return false;
+  }
+  drawCursor(m_printer->Dc(), rect);
+  show(m_printer->Take(), frame);
+  result = CaptureResult::Success;
   return true;
 }
 
-bool ScreenCaptureEngineGDI::copyDesktop(const RECT& rect) {
-  updateLayeredWindows(rect);
-  // Without CAPTUREBLT: that would bring layered windows in.
-  if (BitBlt(m_memoryDC.Get(), 0, 0, m_width, m_height, m_screenDC.Get(), rect.left, rect.top,
-             SRCCOPY)) {
-    return true;
-  }
-  QX_LOG_WARN("BitBlt failed,last Error:{}", static_cast<std::uint32_t>(GetLastError()));
-  return false;
+void ScreenCaptureEngineGDI::show(const MemoryPicture& picture, ScreenCaptureFrame& frame) {
+  frame.Adopt(static_cast<std::uint32_t>(picture.width), static_cast<std::uint32_t>(picture.height),
+              picture.pixels);
 }
 
-bool ScreenCaptureEngineGDI::printWindow() {
-  if (WindowsUtil::IsWindows10OrGreater()) {
-    if (PrintWindow(m_window, m_memoryDC.Get(), kPrintFullContent)) {
-      return true;
-    }
-    QX_LOG_WARN("PrintWindow in Windows 10 failed,last Error:{}",
-                static_cast<std::uint32_t>(GetLastError()));
-  }
-  if (PrintWindow(m_window, m_memoryDC.Get(), 0)) {
-    return true;
-  }
-  QX_LOG_WARN("PrintWindow failed,last Error:{}", static_cast<std::uint32_t>(GetLastError()));
-  return false;
-}
-
-void ScreenCaptureEngineGDI::drawCursor(const RECT& rect) {
+void ScreenCaptureEngineGDI::drawCursor(HDC dc, const RECT& rect) const {
   CURSORINFO cursor = {};
   cursor.cbSize = sizeof(cursor);
-  if (!GetCursorInfo(&cursor) || !(cursor.flags & CURSOR_SHOWING) ||
+  if (!m_showCursor || !GetCursorInfo(&cursor) || !(cursor.flags & CURSOR_SHOWING) ||
       !PtInRect(&rect, cursor.ptScreenPos)) {
     return;
   }
-  DrawIcon(m_memoryDC.Get(), cursor.ptScreenPos.x - rect.left, cursor.ptScreenPos.y - rect.top,
-           cursor.hCursor);
+  DrawIcon(dc, cursor.ptScreenPos.x - rect.left, cursor.ptScreenPos.y - rect.top, cursor.hCursor);
 }
 
-void ScreenCaptureEngineGDI::updateLayeredWindows(const RECT& rect) {
-  if (WindowsUtil::IsDwmCompositionEnabled() || !m_filterWindows) {
-    return;
+void ScreenCaptureEngineGDI::hideWindows(const RECT& rect) {
+  if (m_filterWindows && !WindowsUtil::IsDwmCompositionEnabled()) {
+    m_filterWindows(rect, m_hiddenWindows);
+    m_marks.Hide(m_hiddenWindows);
   }
-  m_filterWindows(rect, m_hiddenWindows);
-  std::erase_if(m_layeredWindows, [&](HWND window) {
-    return !Contains(m_hiddenWindows, window) && MakePlain(window);
-  });
-  for (const HWND window : m_hiddenWindows) {
-    // A window that is layered by itself stays out of the copy and out of our hands.
-    if (!Contains(m_layeredWindows, window) && !WindowsUtil::IsLayeredWindow(window)) {
-      // Recorded first, so that it is given back whatever happens.
-      m_layeredWindows.push_back(window);
-      WindowsUtil::SetWindowLayered(window, true);
-    }
-  }
-}
-
-void ScreenCaptureEngineGDI::clearLayeredWindows() {
-  for (const HWND window : m_layeredWindows) {
-    if (!MakePlain(window)) {
-      QX_LOG_WARN("window {:#08x} stays layered,last Error:{}",
-                  reinterpret_cast<std::uintptr_t>(window),
-                  static_cast<std::uint32_t>(GetLastError()));
-    }
-  }
-  m_layeredWindows.clear();
 }
 
 }  // namespace qx

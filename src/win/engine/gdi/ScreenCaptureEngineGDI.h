@@ -1,10 +1,14 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "win/engine/ScreenCaptureEngine.h"
 #include "win/engine/ScreenCaptureFrame.h"
+#include "win/engine/gdi/LayeredMarks.h"
+#include "win/engine/gdi/MemoryPicture.h"
+#include "win/engine/gdi/WindowPrinter.h"
 #include "win/util/Handles.h"
 
 namespace qx {
@@ -25,35 +29,32 @@ class ScreenCaptureEngineGDI : public ScreenCaptureEngine {
 
   // Always true. What the system refuses here shows in the captures.
   bool Initialize() override;
-  // Also makes the windows plain again that this engine made layered.
+  // Also lets go of the windows that this engine wants layered.
   void UnInitialize() override;
   CaptureEngineType GetEngineType() const override;
   // For a printing window the rectangle's position only places the cursor.
   bool Capture(std::int32_t x, std::int32_t y, std::int32_t width, std::int32_t height,
                ScreenCaptureFrame& frame, CaptureResult& result) override;
   bool IsDesktopBased() const override { return m_bitBlt; }
+  bool IsWaiting() const override { return m_printer && m_printer->IsWaiting(); }
 
  private:
   void releaseHandles();
-  bool resizePicture(std::int32_t width, std::int32_t height);
-  bool copyDesktop(const RECT& rect);
-  bool printWindow();
-  void drawCursor(const RECT& rect);
-  void updateLayeredWindows(const RECT& rect);
-  void clearLayeredWindows();
+  bool copyDesktop(const RECT& rect, ScreenCaptureFrame& frame, CaptureResult& result);
+  bool printWindow(const RECT& rect, ScreenCaptureFrame& frame, CaptureResult& result);
+  void drawCursor(HDC dc, const RECT& rect) const;
+  void hideWindows(const RECT& rect);
+  static bool useLast(const ScreenCaptureFrame& frame);
+  static void show(const MemoryPicture& picture, ScreenCaptureFrame& frame);
 
   const HWND m_window;
   const bool m_bitBlt;
   const FilterWindowProvider m_filterWindows;
   WindowDc m_screenDC;
-  // The memory of a bitmap that lives as long as this or a frame that shows it. Selected
-  // into m_memoryDC, so it goes after that.
-  ScreenCaptureFrame::Pixels m_pixels;
-  MemoryDc m_memoryDC;
-  std::int32_t m_width = 0;  // of the bitmap
-  std::int32_t m_height = 0;
-  std::vector<HWND> m_hiddenWindows;   // as of the last capture
-  std::vector<HWND> m_layeredWindows;  // those that this engine has made layered
+  MemoryCanvas m_canvas;                     // copies of the desktop
+  std::unique_ptr<WindowPrinter> m_printer;  // when the window prints itself
+  std::vector<HWND> m_hiddenWindows;         // as of the last capture
+  LayeredMarks m_marks;
 };
 
 }  // namespace qx

@@ -1,0 +1,208 @@
+// Windows that are kept out of a copy of the screen by their style, which they get back.
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tests/share/ShareTest.h"
+
+namespace qx::test {
+namespace {
+
+using namespace vwin::control;
+using FilterWindowInfo = IScreenCapture::FilterWindowInfo;
+
+// Without desktop composition the GDI engine makes excluded windows layered,
+// which a plain copy of the screen leaves out.
+class WithoutComposition : public ShareTest {
+ protected:
+  WithoutComposition() {
+    SetVersion(kWindows7);
+    SetComposition(false);
+  }
+
+  static FilterWindowInfo byHandle(HWND window) {
+    FilterWindowInfo info;
+    info.window = window;
+    return info;
+  }
+
+  static LONG_PTR exStyleOf(HWND window) { return GetWindowLongPtrW(window, GWL_EXSTYLE); }
+  static bool isLayered(HWND window) { return (exStyleOf(window) & WS_EX_LAYERED) != 0; }
+
+  const HWND under = OpenWindow({.rect = {0, 0, 100, 100}, .color = RGB(50, 60, 70)});
+  const HWND secret = OpenWindow({.title = L"Secret",
+                                  .rect = {20, 20, 80, 80},
+                                  .color = RGB(250, 0, 0),
+                                  .exStyle = WS_EX_TOOLWINDOW,
+                                  .processId = 8000});
+  const std::vector<Patch> hidden = {{0, 0, 100, 100, 0x323C46}};
+  const std::vector<Patch> shown = {{0, 0, 100, 100, 0x323C46}, {20, 20, 80, 80, 0xFA0000}};
+};
+
+TEST_F(WithoutComposition, ExcludedWindowNeverShowsAndGetsItsStyleBack) {
+  capture.AddExcludeWindow(byHandle(secret));
+  start();
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, hidden));
+  EXPECT_TRUE(isLayered(secret));
+
+  capture.AddIncludeWindow(byHandle(secret));
+  EXPECT_TRUE(nextFrameShows(shown)) << "include beats exclude";
+  EXPECT_FALSE(isLayered(secret));
+  EXPECT_GE(RedrawCount(secret), 1u);
+
+  capture.ClearIncludeWindows();
+  EXPECT_TRUE(nextFrameShows(hidden));
+  capture.ShareStop();
+  EXPECT_FALSE(isLayered(secret));
+}
+
+TEST_F(WithoutComposition, ChangesOfTheListShowAtTheNextFrame) {
+  start();
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, shown));
+  FilterWindowInfo process;
+  process.type = 1;
+  process.processId = 8000;
+  process.titleRule = 1;
+  std::snprintf(process.title, sizeof(process.title), "%s", "Secret");
+  capture.SetExcludeWindows(&process, 1);
+  EXPECT_TRUE(nextFrameShows(hidden));
+  SetTitle(secret, L"Public");
+  EXPECT_TRUE(nextFrameShows(shown));
+  SetTitle(secret, L"Secret");
+  EXPECT_TRUE(nextFrameShows(hidden));
+  capture.SetExcludeWindows(nullptr, 3);
+  capture.SetExcludeWindows(&process, -5);
+  capture.SetIncludeWindows(&process, -5);
+  EXPECT_TRUE(nextFrameShows(hidden)) << "null and negative counts harm nothing";
+  capture.RemoveExcludeWindow(process);
+  EXPECT_TRUE(nextFrameShows(shown));
+}
+
+TEST_F(WithoutComposition, FilteringCanBeTurnedOffDuringAShare) {
+  capture.AddExcludeWindow(byHandle(secret));
+  start();
+  EXPECT_TRUE(nextFrameShows(hidden));
+  capture.EnableFilterWindowWhenShareDesktop(false);
+  tick();
+  EXPECT_TRUE(nextFrameShows(shown));
+  EXPECT_FALSE(isLayered(secret));
+}
+
+TEST_F(WithoutComposition, WindowThatIsLayeredByItselfKeepsItsStyle) {
+  SetLayered(secret, std::nullopt, std::uint8_t{255});
+  capture.AddExcludeWindow(byHandle(secret));
+  start();
+  tick(2);
+  capture.ShareStop();
+  EXPECT_TRUE(isLayered(secret));
+}
+
+TEST_F(WithoutComposition, StylesComeBackHoweverTheShareEnds) {
+  capture.AddExcludeWindow(byHandle(secret));
+  {
+    ScreenCapture other;
+    other.EnablePromptWindow(false);
+    other.AddExcludeWindow(byHandle(secret));
+    ASSERT_TRUE(other.ShareDesktop(&context, idOf(monitor()), &host, error));
+    Settle();
+    EXPECT_TRUE(isLayered(secret));
+  }
+  EXPECT_FALSE(isLayered(secret)) << "object destroyed";
+
+  start();
+  Close(secret);
+  EXPECT_TRUE(nextFrameShows(hidden)) << "a window that died on the list";
+  capture.ShareStop();
+}
+
+// Whichever style the system doesn't tell: no window loses or keeps a wrong one.
+TEST_F(WithoutComposition, StylesThatCantBeReadAreNotWritten) {
+  const HWND glass = OpenWindow({.rect = {100, 20, 140, 60}, .exStyle = WS_EX_TOOLWINDOW});
+  SetLayered(glass, std::nullopt, std::uint8_t{200});
+  const LONG_PTR plainStyle = exStyleOf(secret);
+  const LONG_PTR glassStyle = exStyleOf(glass);
+  capture.AddExcludeWindow(byHandle(secret));
+  capture.AddExcludeWindow(byHandle(glass));
+  int call = 1;
+  for (;; ++call) {
+    ASSERT_LT(call, 500);
+    FailNth("GetWindowLongPtrW", static_cast<std::uint64_t>(call));
+    start();
+    tick();
+    capture.ShareStop();
+    const bool injected = InjectedInto().has_value();
+    ClearFaults();
+    if (!injected) {
+      break;
+    }
+    ASSERT_EQ(exStyleOf(secret), plainStyle) << "call " << call;
+    ASSERT_EQ(exStyleOf(glass), glassStyle) << "call " << call;
+  }
+  EXPECT_GT(call, 5);
+}
+
+TEST_F(WithoutComposition, WindowStaysHiddenUntilTheLastShareThatHidesItEnds) {
+  capture.AddExcludeWindow(byHandle(secret));
+  start();
+  {
+    ShareRecorder otherHost(nullptr);
+    ScreenCapture other;
+    other.EnablePromptWindow(false);
+    other.AddExcludeWindow(byHandle(secret));
+    ASSERT_TRUE(other.ShareDesktop(nullptr, idOf(monitor()), &otherHost, error));
+    Settle();
+    other.ShareStop();
+  }
+  EXPECT_TRUE(isLayered(secret)) << "not even for a moment";
+  EXPECT_TRUE(nextFrameShows(hidden));
+  capture.ShareStop();
+  EXPECT_EQ(exStyleOf(secret), WS_EX_TOOLWINDOW);
+}
+
+TEST_F(WithoutComposition, WindowThatTakesItsStyleBackIsHiddenAgain) {
+  capture.AddExcludeWindow(byHandle(secret));
+  start();
+  SetExStyle(secret, WS_EX_TOOLWINDOW);
+  EXPECT_TRUE(nextFrameShows(hidden));
+  capture.ShareStop();
+  EXPECT_EQ(exStyleOf(secret), WS_EX_TOOLWINDOW);
+}
+
+TEST_F(WithoutComposition, WindowThatCantBeMadeOpaqueIsNotHiddenFromTheUser) {
+  capture.AddExcludeWindow(byHandle(secret));
+  FailNth("SetLayeredWindowAttributes", 1, kOutOfMemory, vwin::Repeat::kOnward);
+  start();
+  EXPECT_EQ(InjectedInto(), "SetLayeredWindowAttributes");
+  EXPECT_EQ(exStyleOf(secret), WS_EX_TOOLWINDOW);
+  ClearFaults();
+  EXPECT_TRUE(nextFrameShows(hidden)) << "tried again";
+  BYTE alpha = 0;
+  EXPECT_TRUE(GetLayeredWindowAttributes(secret, nullptr, &alpha, nullptr));
+  EXPECT_EQ(alpha, 255);
+}
+
+TEST_F(WithoutComposition, HungWindowHoldsUpNeitherOthersNorTheShare) {
+  const HWND other = OpenWindow({.rect = {100, 100, 120, 120}, .color = RGB(0, 0, 250)});
+  capture.AddExcludeWindow(byHandle(secret));
+  capture.AddExcludeWindow(byHandle(other));
+  Hang(secret);
+  ASSERT_TRUE(share(monitor())) << log.Dump();
+  Advance(300ms);
+  EXPECT_TRUE(isLayered(other));
+  EXPECT_FALSE(isLayered(secret));
+  host.Forget();
+  Advance(2s);
+  EXPECT_GE(host.FrameCount(), 28) << "one wait for all";
+  const auto before = Now();
+  capture.ShareStop();
+  EXPECT_LE(Now() - before, 250ms);
+  EXPECT_FALSE(isLayered(other));
+  AnswerAfter(secret, 0ms);
+  Settle();
+  EXPECT_EQ(exStyleOf(secret), WS_EX_TOOLWINDOW) << "given late, and taken back";
+  EXPECT_GE(RedrawCount(secret), 1u);
+}
+
+}  // namespace
+}  // namespace qx::test
