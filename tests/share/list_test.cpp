@@ -400,9 +400,8 @@ TEST_F(WindowListTest, HungWindowsCostNoTime) {
   const auto start = Now();
   EXPECT_EQ(list().ids(), ids(window));
   EXPECT_STREQ(capture.GetWindowTitle(idOf(window)), L"Hung");
+  EXPECT_STRNE(capture.GetWindowIcon(idOf(window)), "") << "the system's own";
   EXPECT_EQ(Now() - start, 0ms);
-  capture.GetWindowIcon(idOf(window));
-  EXPECT_EQ(Now() - start, 400ms) << "until the system knows";
 }
 
 TEST_F(WindowListTest, OutlivesTheObjectThatWasAsked) {
