@@ -180,15 +180,14 @@ TEST_F(WindowListTest, AnOwnersTitleWillDo) {
 }
 
 TEST_F(WindowListTest, CoveredTopmostWindowsAreLeftOut) {
-  const HWND plain = OpenWindow({.title = L"Plain", .rect = {0, 0, 100, 100}});
-  const HWND topmost =
-      OpenWindow({.title = L"Topmost", .rect = {0, 0, 100, 100}, .exStyle = WS_EX_TOPMOST});
-  const HWND cover =
-      OpenWindow({.title = L"Cover", .rect = {0, 0, 100, 100}, .exStyle = WS_EX_TOPMOST});
+  const RECT rect = {0, 0, 100, 100};
+  const HWND plain = OpenWindow({.title = L"Plain", .rect = rect});
+  const HWND topmost = OpenWindow({.title = L"Topmost", .rect = rect, .exStyle = WS_EX_TOPMOST});
+  const HWND cover = OpenWindow({.title = L"Cover", .rect = rect, .exStyle = WS_EX_TOPMOST});
   EXPECT_EQ(list().ids(), ids(cover, plain));
   SetRect(cover, {2, 0, 100, 100});
   EXPECT_EQ(list().ids(), ids(cover, topmost, plain)) << "a corner shows";
-  SetRect(cover, {0, 0, 100, 100});
+  SetRect(cover, rect);
   SetTopmost(topmost, false);
   EXPECT_EQ(list().ids(), ids(cover, topmost, plain)) << "no matter for other windows";
 }
@@ -401,9 +400,8 @@ TEST_F(WindowListTest, HungWindowsCostNoTime) {
   const auto start = Now();
   EXPECT_EQ(list().ids(), ids(window));
   EXPECT_STREQ(capture.GetWindowTitle(idOf(window)), L"Hung");
+  EXPECT_STRNE(capture.GetWindowIcon(idOf(window)), "") << "the system's own";
   EXPECT_EQ(Now() - start, 0ms);
-  capture.GetWindowIcon(idOf(window));
-  EXPECT_EQ(Now() - start, 400ms) << "until the system knows";
 }
 
 TEST_F(WindowListTest, OutlivesTheObjectThatWasAsked) {

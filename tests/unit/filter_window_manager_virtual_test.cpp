@@ -2,12 +2,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <string>
 
 #include "platform/control/Desktop.h"
 #include "platform/control/Faults.h"
 #include "tests/support/ShareRecorder.h"
 #include "win/prompt/FilterWindowManager.h"
+#include "win/util/Thread.h"
 
 namespace qx {
 namespace {
@@ -71,6 +73,14 @@ TEST_F(FilterWindowManagerTest, Matching) {
   strange.type = 2;
   strange.window = notes;
   EXPECT_FALSE(matches(strange, notes));
+}
+
+TEST_F(FilterWindowManagerTest, SeveralRulesForOneProcess) {
+  manager.SetExcludeWindows({ByProcess(7100, 1, "Other"), ByProcess(7100, 1, title)});
+  EXPECT_TRUE(manager.IsExcludedWindow(notes));
+  EXPECT_FALSE(manager.IsExcludedWindow(untitled));
+  manager.AddExcludeWindow(ByProcess(7100, 2, "Other"));
+  EXPECT_TRUE(manager.IsExcludedWindow(untitled));
 }
 
 TEST_F(FilterWindowManagerTest, LongTitles) {
@@ -160,6 +170,27 @@ TEST_F(FilterWindowManagerTest, QuestionsAskTheSystemOnceAndOnlyWhenNeeded) {
   EXPECT_EQ(Count("InternalGetWindowText"), 1u);
   EXPECT_TRUE(manager.IsExcludedWindow(other));
   EXPECT_EQ(Count("GetWindowThreadProcessId"), 1u);
+}
+
+TEST_F(FilterWindowManagerTest, ChangesShowWhileOtherThreadsAsk) {
+  manager.AddIncludeWindow(ByWindow(notes));
+  std::atomic<bool> done = false;
+  std::atomic<int> wrong = 0;
+  Thread reader;
+  ASSERT_TRUE(reader.Start([&] {
+    while (!done) {
+      wrong += manager.IsIncludedWindow(notes) && manager.NeedIncludeWindow() ? 0 : 1;
+    }
+  }));
+  for (int i = 0; i < 200; ++i) {
+    manager.AddIncludeWindow(ByWindow(other));
+    EXPECT_TRUE(manager.IsIncludedWindow(other));
+    manager.RemoveIncludeWindow(ByWindow(other));
+    EXPECT_FALSE(manager.IsIncludedWindow(other));
+  }
+  done = true;
+  reader.Join();
+  EXPECT_EQ(wrong, 0) << "an entry that stays is always seen";
 }
 
 }  // namespace

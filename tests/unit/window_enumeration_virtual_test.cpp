@@ -12,7 +12,6 @@
 #include "tests/support/ShareRecorder.h"
 #include "win/source/ShareListManager.h"
 #include "win/source/WindowEnumeration.h"
-#include "win/util/Handles.h"
 #include "win/util/Utils.h"
 #include "win/util/WindowHelpers.h"
 
@@ -342,46 +341,32 @@ TEST(Monitors, WindowInOneOfThem) {
   EXPECT_FALSE(IsWindowInOneMonitor(child, StyleOf(child, GWL_STYLE), monitor));
 }
 
-struct DesktopList {
-  int calls = 0;
-  bool isNull = false;
-  DWORD thread = 0;
-  std::vector<IScreenCapture::DesktopInfo> desktops;
-
-  static void Take(const IScreenCapture::DesktopInfo* desktops, const int& count, void* user) {
-    auto& self = *static_cast<DesktopList*>(user);
-    ++self.calls;
-    self.isNull = desktops == nullptr;
-    self.thread = GetCurrentThreadId();
-    self.desktops.assign(desktops, desktops + count);
-  }
-};
-
 TEST(DesktopListing, MonitorsInOrder) {
+  using Desktops = std::vector<IScreenCapture::DesktopInfo>;
+  const auto list = [] {
+    Desktops desktops;
+    ShareListManager::Instance().GetDesktopList(
+        [](const IScreenCapture::DesktopInfo* infos, const int& count, void* user) {
+          EXPECT_EQ(infos == nullptr, count == 0);
+          static_cast<Desktops*>(user)->assign(infos, infos + count);
+        },
+        &desktops);
+    return desktops;
+  };
   const HMONITOR second = AddMonitor({-800, 100, 0, 700});
-  DesktopList list;
-  ShareListManager::Instance().GetDesktopList(DesktopList::Take, &list);
-  ASSERT_EQ(list.desktops.size(), 2u);
-  EXPECT_EQ(list.desktops[0].isPrimary, 1);
-  const IScreenCapture::DesktopInfo& info = list.desktops[1];
+  const Desktops desktops = list();
+  ASSERT_EQ(desktops.size(), 2u);
+  EXPECT_EQ(desktops[0].isPrimary, 1);
+  const IScreenCapture::DesktopInfo& info = desktops[1];
   EXPECT_EQ(info.id, HandleToId(second));
   EXPECT_EQ(info.handle, info.id);
   EXPECT_EQ(info.isPrimary, 0);
-  EXPECT_EQ(info.x, -800);
-  EXPECT_EQ(info.y, 100);
-  EXPECT_EQ(info.width, 800);
-  EXPECT_EQ(info.height, 600);
-
+  EXPECT_EQ((RECT{info.x, info.y, info.x + info.width, info.y + info.height}),
+            (RECT{-800, 100, 0, 700}));
   FailNth("GetMonitorInfoW", 1);
-  ShareListManager::Instance().GetDesktopList(DesktopList::Take, &list);
-  EXPECT_EQ(list.desktops.size(), 1u);
+  EXPECT_EQ(list().size(), 1u);
   FailNth("GetMonitorInfoW", 1, kOutOfMemory, Repeat::kOnward);
-  ShareListManager::Instance().GetDesktopList(DesktopList::Take, &list);
-  EXPECT_TRUE(list.isNull);
-  EXPECT_EQ(list.calls, 3);
-  ShareListManager::Instance().GetDesktopList(nullptr, &list);
-  ShareListManager::Instance().GetDesktopListAsync(nullptr, &list);
-  EXPECT_EQ(list.calls, 3);
+  EXPECT_TRUE(list().empty());
 }
 
 }  // namespace
