@@ -114,30 +114,6 @@ TEST(OwnedClock, StopsAtEveryDeadlineOnTheWay) {
   CloseHandle(stop);
 }
 
-TEST(OwnedClock, KeepsABusyThreadBusyWhileTheOthersKeepTheirTime) {
-  Diary diary;
-  const HANDLE stop = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  {
-    TestThread busy([&] {
-      if (WaitForSingleObject(stop, 10) == DWORD{WAIT_TIMEOUT}) {
-        diary.Note("begin");
-        Spend(100ms);
-        diary.Note("end");
-      }
-      WaitForSingleObject(stop, INFINITE);
-    });
-    TestThread punctual([&] {
-      while (WaitForSingleObject(stop, 40) == DWORD{WAIT_TIMEOUT}) diary.Note("tick");
-    });
-    Advance(20ms);
-    EXPECT_EQ(Lines{"begin 10"}, diary.Lines());
-    Advance(95ms);
-    EXPECT_EQ((Lines{"tick 40", "tick 80", "end 110"}), diary.Lines());
-    SetEvent(stop);
-  }
-  CloseHandle(stop);
-}
-
 TEST(OwnedClock, MovesByItselfWhenTheTestsOwnThreadWaits) {
   OwnClock();
   const microseconds start = Now();

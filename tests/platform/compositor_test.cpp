@@ -110,19 +110,6 @@ TEST_F(CompositorTest, WithoutCompositionLayeredWindowsAreLeftOut) {
   EXPECT_EQ(screenAt(10, 10, SRCCOPY | CAPTUREBLT), kRedPixel);
 }
 
-TEST_F(CompositorTest, SecureDesktopCannotBeRead) {
-  TestBitmap picture(10, 10);
-  CURSORINFO cursor{};
-  cursor.cbSize = sizeof(cursor);
-  SetSecureDesktop(true);
-  SetLastError(0);
-  EXPECT_FALSE(picture.CopyScreen(0, 0));
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_ACCESS_DENIED));
-  EXPECT_FALSE(GetCursorInfo(&cursor));
-  SetSecureDesktop(false);
-  EXPECT_TRUE(picture.CopyScreen(0, 0));
-}
-
 TEST_F(CompositorTest, PrintWindowDrawsWhatIsCovered) {
   const HWND window = open({.rect = {-20, 10, 30, 40}, .color = kRed});
   Fill(window, {0, 0, 1, 1}, RGB(1, 2, 3));

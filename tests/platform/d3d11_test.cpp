@@ -387,38 +387,6 @@ TEST_F(D3D11Test, CopiesWhatFits) {
   EXPECT_EQ(seen.At(0, 2), Noise(0, 2));
 }
 
-TEST_F(D3D11Test, RefusesWhatCantBe) {
-  ID3D11Device& device = *m_card.device.Get();
-  using Desc = D3D11_TEXTURE2D_DESC;
-  ComPtr<ID3D11Texture2D> made;
-  const auto texture = [&](const std::function<void(Desc&)>& change) {
-    Desc desc = Card::Describe(2, 2);
-    change(desc);
-    return device.CreateTexture2D(&desc, nullptr, made.Put());
-  };
-  EXPECT_EQ(texture([](Desc& d) { d.Width = 0; }), E_INVALIDARG);
-  EXPECT_EQ(texture([](Desc& d) { d.Height = 16385; }), E_INVALIDARG);
-  EXPECT_EQ(texture([](Desc& d) { d.Usage = D3D11_USAGE_STAGING; }), E_INVALIDARG);
-  EXPECT_EQ(texture([](Desc& d) { d.CPUAccessFlags = D3D11_CPU_ACCESS_READ; }), E_INVALIDARG);
-  EXPECT_EQ(texture([](Desc& d) {
-              d.Usage = D3D11_USAGE_IMMUTABLE;
-              d.BindFlags = D3D11_BIND_SHADER_RESOURCE;
-            }),
-            E_INVALIDARG)
-      << "for ever without content";
-  ASSERT_EQ(texture([](Desc& d) { d.BindFlags = D3D11_BIND_SHADER_RESOURCE; }), S_OK);
-  ComPtr<ID3D11RenderTargetView> target;
-  EXPECT_EQ(device.CreateRenderTargetView(made.Get(), nullptr, target.Put()), E_INVALIDARG);
-  D3D11_SHADER_RESOURCE_VIEW_DESC second{};
-  second.ViewDimension = D3D11_SRV_DIMENSION_TEXTURE2D;
-  second.Texture2D = {1, 1};
-  ComPtr<ID3D11ShaderResourceView> view;
-  EXPECT_EQ(device.CreateShaderResourceView(made.Get(), &second, view.Put()), E_INVALIDARG);
-  EXPECT_TRUE(TakeMisuses().empty());
-  EXPECT_EQ(texture([](Desc& d) { d.MipLevels = 2; }), E_NOTIMPL);
-  EXPECT_EQ(TakeMisuses().size(), 1u) << "Windows would make it";
-}
-
 TEST_F(D3D11Test, TakesOnlyWholeShadersOfTheirStage) {
   ID3D11Device& device = *m_card.device.Get();
   ComPtr<ID3D11VertexShader> vertexShader;

@@ -159,19 +159,6 @@ TEST(Ledger, NeverHandsOutAClosedHandleAgain) {
   }
 }
 
-TEST(Ledger, GivesEverySecondHandleANegativeNumber) {
-  std::vector<HANDLE> events;
-  int negative = 0;
-  for (int i = 0; i < 8; ++i) {
-    events.push_back(NewEvent());
-    const auto bits = reinterpret_cast<std::intptr_t>(events.back());
-    EXPECT_EQ(bits, static_cast<std::int32_t>(bits)) << "32 bits, sign-extended";
-    negative += bits < 0 ? 1 : 0;
-  }
-  EXPECT_EQ(4, negative);
-  for (const HANDLE event : events) EXPECT_TRUE(CloseHandle(event));
-}
-
 TEST(Ledger, SeesAnObjectReleasedTooOftenOrUsedAfterwards) {
   IDXGIFactory1* factory = nullptr;
   (void)CreateDXGIFactory1(IID_IDXGIFactory1, reinterpret_cast<void**>(&factory));

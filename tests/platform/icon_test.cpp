@@ -88,16 +88,5 @@ TEST(Icons, WithoutColoursHaveAMaskOfTwiceTheirHeight) {
   EXPECT_EQ(sizeOf(info.hbmMask).bmHeight, 10);
 }
 
-TEST(Icons, CursorsAreIconsWithAHotSpot) {
-  SetCursorShape(CursorPicture{2, 1, 1, 0, {0xFF102030, 0x00000000}});
-  CURSORINFO cursor{};
-  cursor.cbSize = sizeof(cursor);
-  ASSERT_TRUE(GetCursorInfo(&cursor));
-  Info info(cursor.hCursor);
-  EXPECT_FALSE(info.fIcon);
-  EXPECT_EQ(info.xHotspot, 1u);
-  EXPECT_EQ(sizeOf(info.hbmColor).bmWidth, 2);
-}
-
 }  // namespace
 }  // namespace qx::test

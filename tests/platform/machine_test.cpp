@@ -1,17 +1,12 @@
 // What virtual Windows answers when a test configures the machine.
 #include "platform/control/Machine.h"
 
-#include <d3d11.h>
 #include <gtest/gtest.h>
-#include <shobjidl.h>
-#include <virtual_windows.h>
 #include <windows.h>
 #include <wtsapi32.h>
 
 #include <cstdint>
 
-#include "platform/control/Desktop.h"
-#include "platform/control/Graphics.h"
 #include "platform/model/Modules.h"
 
 namespace {
@@ -49,11 +44,6 @@ int SessionFlags() {
   const int flags = bytes == 0 ? -1 : record->Data.WTSInfoExLevel1.SessionFlags;
   WTSFreeMemory(buffer);
   return flags;
-}
-
-HRESULT MakeDevice(D3D_DRIVER_TYPE type, ID3D11Device** device) {
-  return D3D11CreateDevice(nullptr, type, nullptr, 0, nullptr, 0, D3D11_SDK_VERSION, device,
-                           nullptr, nullptr);
 }
 
 }  // namespace
@@ -101,51 +91,6 @@ TEST(Session, TellsALockInTheWayOfItsVersion) {
   SetSessionQuery(SessionQuery::kFails, 7022);
   EXPECT_EQ(-1, SessionFlags());
   EXPECT_EQ(7022u, GetLastError());
-}
-
-TEST(Graphics, RefusesOrFaultsAHardwareDeviceAsConfigured) {
-  ID3D11Device* device = nullptr;
-  SetD3DResult(E_FAIL);
-  EXPECT_EQ(E_FAIL, MakeDevice(D3D_DRIVER_TYPE_HARDWARE, &device));
-  SetD3DFault(0xC0000005);
-  try {
-    (void)MakeDevice(D3D_DRIVER_TYPE_HARDWARE, &device);
-    ADD_FAILURE() << "no exception";
-  } catch (const vwin::StructuredException& exception) {
-    EXPECT_EQ(0xC0000005u, exception.code);
-  }
-  SetNoAdapter();
-  EXPECT_EQ(nullptr, device);
-  ASSERT_EQ(S_OK, MakeDevice(D3D_DRIVER_TYPE_WARP, &device)) << "needs no card";
-  EXPECT_EQ(D3D_FEATURE_LEVEL_11_0, device->GetFeatureLevel());
-  device->Release();
-}
-
-TEST(VirtualDesktopManager, NeedsComAndWindows10) {
-  const HWND window = OpenWindow({});
-  IVirtualDesktopManager* manager = nullptr;
-  const auto make = [&] {
-    return CoCreateInstance(CLSID_VirtualDesktopManager, nullptr, CLSCTX_ALL,
-                            IID_IVirtualDesktopManager, reinterpret_cast<void**>(&manager));
-  };
-  EXPECT_EQ(CO_E_NOTINITIALIZED, make());
-  ASSERT_EQ(S_OK, CoInitializeEx(nullptr, COINIT_MULTITHREADED));
-  ASSERT_EQ(S_OK, make());
-  BOOL current = FALSE;
-  EXPECT_EQ(S_OK, manager->IsWindowOnCurrentVirtualDesktop(window, &current));
-  EXPECT_TRUE(current);
-  SetOnOtherVirtualDesktop(window, true);
-  EXPECT_EQ(S_OK, manager->IsWindowOnCurrentVirtualDesktop(window, &current));
-  EXPECT_FALSE(current);
-  EXPECT_EQ(TYPE_E_ELEMENTNOTFOUND, manager->IsWindowOnCurrentVirtualDesktop(nullptr, &current));
-  manager->Release();
-
-  SetVirtualDesktopManager(false);
-  EXPECT_EQ(REGDB_E_CLASSNOTREG, make());
-  SetVirtualDesktopManager(true);
-  SetVersion(kWindows81);
-  EXPECT_EQ(REGDB_E_CLASSNOTREG, make());
-  CoUninitialize();
 }
 
 TEST(Registry, ChecksTheRightsOfAKey) {

@@ -101,12 +101,5 @@ TEST_F(MonitorTest, NothingIsOutsideOfThem) {
   EXPECT_EQ(picture.At(59, 110), 0u);
 }
 
-TEST_F(MonitorTest, AnEmptyMonitorShowsNothing) {
-  const HMONITOR monitor = AddMonitor({200, 0, 300, 100});
-  SetMonitorRect(monitor, {200, 0, 200, 0});
-  EXPECT_EQ(infoOf(monitor).rcMonitor.right, 200);
-  EXPECT_EQ(screenAt(250, 50), 0u);
-}
-
 }  // namespace
 }  // namespace qx::test

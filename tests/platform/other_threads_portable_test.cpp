@@ -14,8 +14,8 @@ void setLong(HWND window, int index, LONG_PTR more) {
   SetWindowLongPtrW(window, index, GetWindowLongPtrW(window, index) | more);
 }
 
-// The owner sends to a window of the caller before it handles messages: only a caller
-// that waits, and answers meanwhile, lets it go on.
+// The owner sends to a window of the caller before it handles messages, and answers none
+// itself: only a caller that waits, and answers meanwhile, lets it go on.
 TEST(OtherThreads, AreWaitedForByCallsThatTellTheWindow) {
   const TestBitmap picture(10, 10);
   wchar_t text[16] = {};
@@ -48,7 +48,7 @@ TEST(OtherThreads, AreWaitedForByCallsThatTellTheWindow) {
         [&](TestWindow&) {
           go.Wait();
           DWORD_PTR result = 0;
-          answered = SendMessageTimeoutW(ours, WM_USER, 0, 0, SMTO_NORMAL, 5000, &result) != 0;
+          answered = SendMessageTimeoutW(ours, WM_USER, 0, 0, SMTO_BLOCK, 5000, &result) != 0;
         });
     go.Set();
     call(other.handle());

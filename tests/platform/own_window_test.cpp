@@ -41,7 +41,7 @@ TEST_F(OwnWindowTest, TimersKeepToTheClock) {
   Advance(300ms);
   EXPECT_EQ(thread->timers, 11);
   PostMessageW(thread.handle(), kBusy, 100, 0);
-  Advance(119ms);
+  Advance(129ms);
   EXPECT_EQ(thread->timers, 12) << "a late thread gets one message";
   Advance(1ms);
   EXPECT_EQ(thread->timers, 13);
@@ -87,7 +87,7 @@ TEST_F(OwnWindowTest, GoesWithItsThread) {
   const HWND owned = open({.rect = {100, 10, 150, 60}});
   const LedgerSnapshot before = Snapshot();
   std::unique_ptr<TestWindow> window;
-  TestThread thread([&] {
+  auto thread = std::make_unique<TestThread>([&] {
     window = std::make_unique<TestWindow>(RECT{10, 10, 60, 60});
     SetOwner(owned, *window);
     SetTimer(*window, 1, 10, nullptr);
@@ -98,7 +98,7 @@ TEST_F(OwnWindowTest, GoesWithItsThread) {
   Settle();
   // Whoever waits for an answer does not wait for ever.
   UpdateWindow(*window);
-  thread.Join();
+  thread.reset();
   EXPECT_FALSE(IsWindow(*window));
   EXPECT_FALSE(IsWindow(owned));
   EXPECT_TRUE(window->noted.empty()) << "there is nobody to tell";
