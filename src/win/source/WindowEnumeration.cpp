@@ -130,15 +130,21 @@ void EnumMonitorHandles(std::vector<HMONITOR>& monitors) {
   });
 }
 
-void EnumTopLevelWindows(std::vector<HWND>& windows, EnumMode mode) {
-  windows.clear();
-  ForEachTopLevelWindow([&](HWND window) {
+bool EnumTopLevelWindows(std::vector<HWND>& windows, EnumMode mode) {
+  const std::size_t before = windows.size();
+  const bool complete = ForEachTopLevelWindow([&](HWND window) {
     if (IsOffered(window, mode)) {
       windows.push_back(window);
     }
     return true;
   });
+  if (!complete) {
+    windows.resize(before);
+    return false;
+  }
+  windows.erase(windows.begin(), windows.begin() + static_cast<std::ptrdiff_t>(before));
   FilterWindowsByVirtualDesktop(windows);
+  return true;
 }
 
 void FilterWindowsByVirtualDesktop(std::vector<HWND>& windows) {

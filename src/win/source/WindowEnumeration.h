@@ -17,8 +17,8 @@ enum class EnumMode {
 };
 
 // Visible top-level windows of the current virtual desktop, topmost first.
-// Replaces the contents of `windows`.
-void EnumTopLevelWindows(std::vector<HWND>& windows, EnumMode mode);
+// Replaces the contents of `windows`; false, and they stay, when the system does not tell.
+bool EnumTopLevelWindows(std::vector<HWND>& windows, EnumMode mode);
 
 // Takes out what is on another virtual desktop, and the host windows of
 // thumbnails. Does nothing where virtual desktops can't be asked about, as on a

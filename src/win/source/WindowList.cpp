@@ -97,7 +97,9 @@ std::optional<ShareWindowRecord> Describe(HWND window, const std::function<bool(
 
 std::vector<ShareWindowRecord> ListShareWindows(const std::function<bool(HWND)>& filter) {
   std::vector<HWND> windows;
-  WindowsUtil::EnumTopLevelWindows(windows, WindowsUtil::EnumMode::ShareCandidates);
+  // Without an answer there is nothing to offer.
+  static_cast<void>(
+      WindowsUtil::EnumTopLevelWindows(windows, WindowsUtil::EnumMode::ShareCandidates));
   std::vector<ShareWindowRecord> records;
   records.reserve(windows.size());
   for (const HWND window : windows) {

@@ -198,13 +198,15 @@ bool ScreenCaptureTaskDesktop::updateMonitorInfo() {
 }
 
 // The frame around the monitor and what the host excludes. A window on both
-// lists stays in the picture.
+// lists stays in the picture. As long as the system does not tell what windows there
+// are, those of the last answer count.
 void ScreenCaptureTaskDesktop::listExcludedWindows(std::vector<HWND>& excluded) {
+  static_cast<void>(WindowsUtil::EnumTopLevelWindows(m_topLevelWindows,
+                                                     WindowsUtil::EnumMode::VisibleNotMinimized));
   excluded.clear();
   if (const HWND prompt = m_promptDesktop ? m_promptDesktop->GetHwnd() : nullptr) {
     excluded.push_back(prompt);
   }
-  WindowsUtil::EnumTopLevelWindows(m_topLevelWindows, WindowsUtil::EnumMode::VisibleNotMinimized);
   for (const HWND window : m_topLevelWindows) {
     if (filterWindowManager().IsIncludedWindow(window)) {
       QX_LOG_LIMITED(LogLevelInfo, "include Window {:#08x} when capture",
