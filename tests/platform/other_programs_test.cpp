@@ -88,6 +88,7 @@ TEST_F(ProgramTest, AnswersPromptlySlowlyOrNever) {
 
 TEST_F(ProgramTest, IsWaitedForUntilItAnswersOrGoes) {
   const TestBitmap picture(10, 10);
+  TestWindow own({0, 0, 50, 50});
   const std::vector<Call> calls = {
       [](HWND w) { return ShowWindow(w, SW_MINIMIZE); },
       [](HWND w) { return SetWindowPos(w, nullptr, 5, 5, 0, 0, SWP_NOSIZE | SWP_NOZORDER); },
@@ -102,7 +103,12 @@ TEST_F(ProgramTest, IsWaitedForUntilItAnswersOrGoes) {
     const HWND window = open({.exStyle = WS_EX_TOOLWINDOW});
     Hang(window);
     {
-      TestThread release(after(30ms, [&] { AnswerAfter(window, 0ms); }));
+      TestThread release(after(30ms, [&] {
+        DWORD_PTR result = 0;
+        EXPECT_TRUE(SendMessageTimeoutW(own, WM_USER, 0, 0, SMTO_BLOCK, 20, &result))
+            << i << " does not answer meanwhile";
+        AnswerAfter(window, 0ms);
+      }));
       EXPECT_EQ(timeOf([&] { EXPECT_TRUE(calls[i](window)) << i; }), 30ms) << i;
     }
     HangAll();
@@ -210,18 +216,25 @@ TEST_F(ProgramTest, HangsAtTheCallThatATestChooses) {
     GetWindowRect(window, &rect);
   };
   std::vector<std::uint64_t> seen;
+  const auto note = [&] {
+    seen.push_back(Count("GetWindowRect") * 10 + Count("ShowWindow"));
+    calls();
+  };
   for (std::uint64_t n = 1;; ++n) {
     ClearFaults();
     ResetCounts();
-    OnNthCall(n, [&] {
-      seen.push_back(Count("GetWindowRect") * 10 + Count("ShowWindow"));
-      calls();
-    });
+    OnNthCall(n, note);
     calls();
     if (!ActionRan()) break;
   }
-  ClearFaults();
   EXPECT_EQ(seen, (std::vector<std::uint64_t>{10, 11, 21}));
+  ClearFaults();
+  ResetCounts();
+  OnNthCall(1, calls);
+  OnNthCall(3, note);
+  calls();
+  EXPECT_EQ(seen.back(), 42u) << "calls in an action are no steps";
+  ClearFaults();
 }
 
 TEST_F(ProgramTest, TheShellMayTakeLong) {
