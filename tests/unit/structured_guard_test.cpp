@@ -62,7 +62,7 @@ TEST(StructuredGuard, EachThreadHasItsOwn) {
       }
     });
   };
-  for (int i = 0; i < 100; ++i) {
+  for (int i = 0; i < 20; ++i) {
     inside = 0;
     bool other = true;
     std::thread thread([&] { other = run(true); });
