@@ -99,6 +99,8 @@ std::uint32_t screenAt(int x, int y, std::uint32_t expected, DWORD operation = S
   std::uint32_t color = TestBitmap::kUntouched;
   for (int attempt = 0; attempt < kAttempts && color != expected; ++attempt) {
     if (attempt > 0) Sleep(10);
+    MSG message;
+    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
     if (!picture.CopyScreen(x, y, operation)) return TestBitmap::kUntouched;
     color = picture.At(0, 0) & 0x00FFFFFF;
   }
