@@ -70,12 +70,32 @@ start_display() {
   export DISPLAY=:$number
 }
 
-# start_wine win7|win10 WIDTHxHEIGHT: a display and a Wine of our own that says
+# use_wine10 ARGUMENT...: starts the script again, with these arguments, so that the
+# programs of Wine are those of build/wine10-root. What is mounted for that ends with
+# the mount namespace, and so with the script and Wine.
+use_wine10() {
+  local folder=$root/build/wine10-root bin=$root/build/wine10-bin name
+  if [ -z "${QX_WINE10-}" ]; then
+    scripts/setup wine10
+    QX_WINE10=yes exec unshare --mount "scripts/$(basename "$0")" "$@"
+  fi
+  mkdir -p "$bin" "$folder$root"
+  mount --rbind /dev "$folder/dev"
+  mount --rbind /proc "$folder/proc"
+  mount --bind /tmp "$folder/tmp"
+  mount --bind "$root" "$folder$root"
+  for name in wine wineboot winecfg wineserver; do
+    ln -sf ../../scripts/wine10 "$bin/$name"
+  done
+  PATH=$bin:$PATH
+}
+
+# start_wine win7|win10|win11 WIDTHxHEIGHT: a display and a Wine of our own that says
 # it is that version. Ends with the script.
 start_wine() {
   trap stop_wine EXIT
   stop_wine
-  export WINEPREFIX=$root/build/wine WINEARCH=win64 WINEDEBUG=-all
+  export WINEPREFIX=$root/build/wine${QX_WINE10:+10} WINEARCH=win64 WINEDEBUG=-all
   export WINEDLLOVERRIDES="mscoree,mshtml="
   # Direct3D draws with Mesa on the processor here, whose anisotropic filter blurs even
   # a picture of equal size, which no graphics card does. Without it Wine filters

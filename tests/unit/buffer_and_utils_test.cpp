@@ -10,7 +10,6 @@
 #include "common/BufferYUVI420.h"
 #include "tests/support/ShareRecorder.h"
 #include "win/util/Handles.h"
-#include "win/util/StructuredGuard.h"
 #include "win/util/Utils.h"
 
 namespace {
@@ -131,24 +130,6 @@ TEST(Utils, IdsAreSignExtended) {
   EXPECT_EQ(HandleToId(high), -2);
   EXPECT_EQ(IdToHandle<HWND>(-2), high);
   EXPECT_EQ(HandleToId(IdToHandle<HMONITOR>(0x00010001)), 0x00010001);
-}
-
-TEST(StructuredGuard, FaultsEndInTheGuardAndExceptionsPass) {
-  int reached = 0;
-  EXPECT_TRUE(RunGuarded([&] { reached = 1; }));
-  EXPECT_FALSE(RunGuarded([&] {
-    reached = 2;
-    RaiseException(0xC0000005, 0, 0, nullptr);
-    reached = 3;
-  }));
-  EXPECT_EQ(reached, 2);
-  bool inner = true;
-  EXPECT_TRUE(RunGuarded([&] {
-    inner = RunGuarded([] { RaiseException(0xC0000094, 0, 0, nullptr); });
-  })) << "the innermost guard takes it";
-  EXPECT_FALSE(inner);
-  EXPECT_THROW(RunGuarded([] { throw 5; }), int);
-  EXPECT_FALSE(RunGuarded([] { RaiseException(0xC0000005, 0, 0, nullptr); })) << "after a throw";
 }
 
 struct CountingPolicy {

@@ -1,89 +1,50 @@
 #include "win/util/StructuredGuard.h"
 
-#if defined(_MSC_VER)
+#if defined(_WIN32)
 
 #include <windows.h>
 
-namespace qx {
-
-bool RunGuarded(GuardedCall call, void* context) {
-  constexpr DWORD kCppException = 0xE06D7363;
-  __try {
-    call(context);
-    return true;
-  } __except (GetExceptionCode() == kCppException ? EXCEPTION_CONTINUE_SEARCH
-                                                  : EXCEPTION_EXECUTE_HANDLER) {
-    return false;
-  }
-}
-
-}  // namespace qx
-
-#elif defined(__MINGW32__)
-
-#include <windows.h>
-
-// This compiler has no __try. A vectored handler sees an exception before anybody
-// else; it puts the thread back to where RunGuarded captured its registers.
+// MinGW's g++ has no __try: cmake/mingw-clang compiles this file there. Nothing but a
+// call may stand in the __try, since clang covers no fault of the function itself.
 namespace qx {
 
 namespace {
 
-struct Frame {
-  CONTEXT registers;
-  Frame* outer;
-  volatile bool faulted;
-};
-
-thread_local Frame* t_innermost = nullptr;
-
-bool IsFault(DWORD code) {
-  constexpr DWORD kNameThread = 0x406D1388;
-  // Faults have the severity of an error and no customer bit. C++ exceptions
-  // have that bit, and what debuggers are told is no error.
-  return (code >> 28) == 0xC || code == kNameThread;
+// Asked only when nobody inside of the guarded call handles the exception. What it
+// refuses:
+// - C++ exceptions, which our callers catch: other compilers' and MinGW's own.
+// - Breakpoints and single steps, which are for a debugger.
+// - A stack overflow: the thread would go on without its guard page, and the next
+//   one would end the process with no trace.
+// An exception that can't be continued is taken too, for the guard continues none.
+int Filter(DWORD code) {
+  constexpr DWORD kMsvcException = 0xE06D7363;
+  constexpr DWORD kGccThrow = 0x20474343;
+  constexpr DWORD kGccUnwind = 0x21474343;
+  constexpr DWORD kGccForcedUnwind = 0x22474343;
+  switch (code) {
+    case kMsvcException:
+    case kGccThrow:
+    case kGccUnwind:
+    case kGccForcedUnwind:
+    case EXCEPTION_BREAKPOINT:
+    case EXCEPTION_SINGLE_STEP:
+    case EXCEPTION_STACK_OVERFLOW:
+      return EXCEPTION_CONTINUE_SEARCH;
+    default:
+      return EXCEPTION_EXECUTE_HANDLER;
+  }
 }
-
-LONG CALLBACK ReturnToFrame(EXCEPTION_POINTERS* exception) {
-  Frame* const frame = t_innermost;
-  if (!frame || !IsFault(exception->ExceptionRecord->ExceptionCode)) {
-    return EXCEPTION_CONTINUE_SEARCH;
-  }
-  frame->faulted = true;
-  *exception->ContextRecord = frame->registers;
-  return EXCEPTION_CONTINUE_EXECUTION;
-}
-
-class Scope {
- public:
-  explicit Scope(Frame& frame) : m_handler(AddVectoredExceptionHandler(1, ReturnToFrame)) {
-    frame.outer = t_innermost;
-    frame.faulted = false;
-    t_innermost = &frame;
-  }
-  Scope(const Scope&) = delete;
-  Scope& operator=(const Scope&) = delete;
-  ~Scope() {
-    t_innermost = t_innermost->outer;
-    RemoveVectoredExceptionHandler(m_handler);
-  }
-
- private:
-  void* m_handler;
-};
 
 }  // namespace
 
-// Not to be inlined: between the capture and the end of the call this function
-// keeps nothing in registers that the restored ones would not have.
-[[gnu::noinline]] bool RunGuarded(GuardedCall call, void* context) {
-  Frame frame;
-  const Scope scope(frame);
-  RtlCaptureContext(&frame.registers);
-  if (!frame.faulted) {
+bool RunGuarded(GuardedCall call, void* context) {
+  __try {
     call(context);
+    return true;
+  } __except (Filter(GetExceptionCode())) {
+    return false;
   }
-  return !frame.faulted;
 }
 
 }  // namespace qx
