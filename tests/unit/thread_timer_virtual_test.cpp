@@ -2,7 +2,7 @@
 // waits of the timer end on whole milliseconds of it.
 #include <gtest/gtest.h>
 
-#include <array>
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cmath>
@@ -197,31 +197,19 @@ TEST_F(ThreadTimerTest, ThrowingTaskGoesOn) {
   EXPECT_TRUE(log.Has(5, "a timer task threw")) << log.Dump();
 }
 
-TEST_F(ThreadTimerTest, OthersWaitForTheRunInProgressAndNoLonger) {
-  // Each run takes five intervals, so the timer never sleeps.
-  int count = 0;
-  KernelHandle third(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-  const std::int32_t id = timer.AddPeriodicTask(0, 10, [&] {
-    if (++count == 3) {
-      SetEvent(third.Get());
-    }
-    Sleep(50);  // the clock moves on when all others wait too
-  });
-  std::array<std::int64_t, 3> returned = {};
-  std::array<Thread, 3> others;
-  for (std::size_t i = 0; i < others.size(); ++i) {
-    ASSERT_TRUE(others[i].Start([&, i] {
-      WaitForSingleObject(third.Get(), INFINITE);
-      timer.SetInterval(id, 10);
-      returned[i] = elapsedMs();
-    }));
-  }
-  Advance(600ms);
-  for (Thread& other : others) {
-    other.Join();
-  }
-  EXPECT_GE(count, 10);
-  EXPECT_EQ(returned, (std::array<std::int64_t, 3>{150, 150, 150})) << "the end of the third run";
+TEST_F(ThreadTimerTest, NobodyButRunWaitsForTheRunInProgress) {
+  const std::int32_t id = addRecorder(100, {500ms});
+  Settle();
+  const std::int32_t other = timer.AddTask(1000, 1000, false, [this] { runs.push_back(-1); });
+  timer.SetInterval(id, 50);
+  timer.RunSoon(other);
+  timer.RunSoon(other);
+  EXPECT_EQ(elapsedMs(), 0);
+  EXPECT_EQ(runs, Times{0});
+  EXPECT_TRUE(timer.Run([this] { runs.push_back(-2); }));
+  EXPECT_EQ(elapsedMs(), 500);
+  EXPECT_EQ(std::count(runs.begin(), runs.end(), -1), 1) << "once, as soon as it can be";
+  EXPECT_EQ(std::count(runs.begin(), runs.end(), -2), 1);
 }
 
 TEST_F(ThreadTimerTest, RemovedAndStoppedTasksLetGoOfWhatTheyHold) {
@@ -239,24 +227,15 @@ TEST_F(ThreadTimerTest, RemovedAndStoppedTasksLetGoOfWhatTheyHold) {
   EXPECT_EQ(*second, 4);
 }
 
-TEST_F(ThreadTimerTest, TaskRemovedDuringItsRunIsGoneWhenRemoveTaskReturns) {
-  const KernelHandle running(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-  auto held = std::make_shared<int>(0);
-  const std::weak_ptr<int> watched = held;
-  const std::int32_t id = timer.AddPeriodicTask(10, 10, [held = std::move(held), &running] {
-    SetEvent(running.Get());
-    Sleep(50);
-  });
-  bool isGone = false;
-  Thread other;
-  ASSERT_TRUE(other.Start([&] {
-    WaitForSingleObject(running.Get(), INFINITE);
-    timer.RemoveTask(id);
-    isGone = watched.expired();
-  }));
-  Advance(100ms);
-  other.Join();
-  EXPECT_TRUE(isGone);
+TEST_F(ThreadTimerTest, LastOfAllComesTheFarewell) {
+  ThreadTimer other;
+  Times order;
+  ASSERT_TRUE(other.Start([&] { order.push_back(other.IsCurrent() ? 2 : 0); }));
+  other.AddTask(0, 0, true, [&] { order.push_back(1); });
+  Settle();
+  other.Stop();
+  EXPECT_EQ(order, (Times{1, 2}));
+  EXPECT_FALSE(other.Run([&] { order.push_back(3); }));
 }
 
 }  // namespace
