@@ -42,8 +42,8 @@ ScreenCaptureTask::ScreenCaptureTask(std::shared_ptr<FilterWindowManager> filter
       m_pause(m_timer, [this] { sendKeepLiveFrame(); }) {
   m_timer.AddTask(0.0, 0.0, true, [] { SetCurrentThreadName("SC-CaptureThread"); });
   m_wishTask = m_timer.AddTask(kSeldomMs, kSeldomMs, false, [this] {
-    if (isRunning()) {
-      carryOutWishes();
+    if (isRunning() && carryOutWishes()) {
+      m_timer.RunSoon(m_captureTimerTask);
     }
   });
   m_hasThread = m_timer.Start([this] { leave(); });
@@ -65,9 +65,12 @@ bool ScreenCaptureTask::Start(ShareListenerWrapper* listener, bool showPrompt) {
   m_listener = listener;
   bool prepared = false;
   const bool ran = m_timer.Run([&] {
-    carryOutWishes();
+    static_cast<void>(carryOutWishes());
     m_pause.SetListener(listener);
     m_delivery.Begin(listener, m_settings.limit);
+    // Here already, so that the first tick needs no memory.
+    m_captureTimerTask =
+        m_timer.AddTask(kSeldomMs, IntervalMs(m_settings.fps), false, [this] { tick(); });
     prepared = prepare();
   });
   if (!ran || !prepared) {
@@ -81,15 +84,9 @@ bool ScreenCaptureTask::Start(ShareListenerWrapper* listener, bool showPrompt) {
 }
 
 void ScreenCaptureTask::BeginCapture() {
-  static_cast<void>(m_timer.Run([this] {
-    if (!isRunning() || m_captureTimerTask != ThreadTimer::kNoTask) {
-      return;
-    }
-    carryOutWishes();
-    m_captureTimerTask =
-        m_timer.AddPeriodicTask(0.0, IntervalMs(m_settings.fps), [this] { tick(); });
-    onBegun();
-  }));
+  if (isRunning()) {
+    m_timer.RunSoon(m_captureTimerTask);
+  }
 }
 
 void ScreenCaptureTask::Stop() {
@@ -246,7 +243,11 @@ void ScreenCaptureTask::runTick() {
   }
   const std::uint64_t now = SystemMillis();
   const SlowTickWarning slowTickWarning(now);
-  carryOutWishes();
+  if (!m_begun) {
+    onBegun();
+    m_begun = true;
+  }
+  static_cast<void>(carryOutWishes());
   if (m_nextCaptureTime > now) {
     return;
   }
@@ -255,20 +256,21 @@ void ScreenCaptureTask::runTick() {
   }
 }
 
-void ScreenCaptureTask::carryOutWishes() {
+// True when there is another engine now.
+bool ScreenCaptureTask::carryOutWishes() {
   ShareWishes wishes;
   if (!m_wishes.Take(wishes)) {
-    return;
+    return false;
   }
   const std::int32_t oldFps = m_settings.fps;
   m_settings = wishes.settings;
   m_pause.SetInvoked(m_settings.pauseInvoked);
-  if (m_captureTimerTask != ThreadTimer::kNoTask && m_settings.fps != oldFps) {
+  if (!isRunning()) {
+    return false;
+  }
+  if (m_settings.fps != oldFps) {
     m_timer.SetInterval(m_captureTimerTask, IntervalMs(m_settings.fps));
     QX_LOG_INFO("update thread timer: {}ms", IntervalMs(m_settings.fps));
-  }
-  if (!isRunning()) {
-    return;
   }
   if (wishes.newLook || wishes.showPrompt) {
     changePrompt(wishes);
@@ -276,17 +278,18 @@ void ScreenCaptureTask::carryOutWishes() {
   if (wishes.raise) {
     raise();
   }
-  carryOutEngineWishes(wishes);
+  // Without an engine there is nothing more to do: the next one starts from the settings.
+  const bool rebuilt = m_engine && (wishes.rebuildForFilter || wishes.rebuildForConfig);
+  if (rebuilt) {
+    rebuildEngine(wishes);
+  }
+  if (m_engine) {
+    changeEngine(wishes);
+  }
+  return rebuilt;
 }
 
-// Without an engine there is nothing to do: the next one starts from the settings.
-void ScreenCaptureTask::carryOutEngineWishes(const ShareWishes& wishes) {
-  if (!m_engine) {
-    return;
-  }
-  if ((wishes.rebuildForFilter || wishes.rebuildForConfig) && !rebuildEngine(wishes)) {
-    return;
-  }
+void ScreenCaptureTask::changeEngine(const ShareWishes& wishes) {
   if (m_settings.showCursor != m_engineShowsCursor) {
     m_engine->ShowCursor(m_settings.showCursor);
     m_engineShowsCursor = m_settings.showCursor;
@@ -296,7 +299,7 @@ void ScreenCaptureTask::carryOutEngineWishes(const ShareWishes& wishes) {
   }
 }
 
-bool ScreenCaptureTask::rebuildEngine(const ShareWishes& wishes) {
+void ScreenCaptureTask::rebuildEngine(const ShareWishes& wishes) {
   if (wishes.rebuildForFilter) {
     QX_LOG_INFO("need recreate capture engine");
   }
@@ -304,9 +307,7 @@ bool ScreenCaptureTask::rebuildEngine(const ShareWishes& wishes) {
     QX_LOG_INFO("need recreate capture engine by update config");
   }
   destroyEngine();
-  const bool created = createEngine();
-  m_timer.RunSoon(m_captureTimerTask);
-  return created;
+  static_cast<void>(createEngine());  // the next tick tries again
 }
 
 bool ScreenCaptureTask::ensureEngine(std::uint64_t nowMs) {

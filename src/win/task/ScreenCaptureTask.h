@@ -104,7 +104,7 @@ class ScreenCaptureTask {
   // Gives the prompt frame what was set for it.
   virtual void changePrompt(const ShareWishes& wishes) = 0;
   virtual std::unique_ptr<ScreenCaptureEngineProxy> makeEngine() = 0;
-  // The ticks have begun.
+  // The ticks begin.
   virtual void onBegun() {}
   // Drops what surround made.
   virtual void release() = 0;
@@ -155,9 +155,9 @@ class ScreenCaptureTask {
   void reportEngine();
   void tick();
   void runTick();
-  void carryOutWishes();
-  void carryOutEngineWishes(const ShareWishes& wishes);
-  bool rebuildEngine(const ShareWishes& wishes);
+  bool carryOutWishes();
+  void changeEngine(const ShareWishes& wishes);
+  void rebuildEngine(const ShareWishes& wishes);
   bool ensureEngine(std::uint64_t nowMs);
   void sendKeepLiveFrame();
   void leave();
@@ -185,6 +185,7 @@ class ScreenCaptureTask {
   CaptureEngineType m_engineType = IScreenCapture::CaptureEngineNone;  // last one in use
   std::int32_t m_captureTimerTask = ThreadTimer::kNoTask;
   std::uint64_t m_nextCaptureTime = 0;
+  bool m_begun = false;
 };
 
 // A kind of task as it is made: its thread has ended before any part of it goes.
