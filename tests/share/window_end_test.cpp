@@ -1,4 +1,6 @@
 // How a window share ends, what it survives, and what it leaves behind.
+#include <utility>
+
 #include "tests/share/WindowShareTest.h"
 
 namespace qx::test {
@@ -62,16 +64,16 @@ TEST_F(WindowShareTest, WindowThatDiesInsideATick) {
       Settle();
       MoveTo(target, 50, 50);  // so that the frame moves as well
       settleMove();
-      bool came = false;
-      AtNth(call, static_cast<std::uint64_t>(nth), [&] {
-        came = true;
-        Close(target);
-      });
+      bool closed = false;
+      const auto close = [&] {
+        if (!std::exchange(closed, true)) {
+          Close(target);
+        }
+      };
+      AtNth(call, static_cast<std::uint64_t>(nth), close);
       tick(2);
-      interrupted += came;
-      if (!came) {
-        Close(target);
-      }
+      interrupted += closed;
+      close();
       tick(2);
       EXPECT_EQ(host.Events().back(), "stop") << call << nth << log.Dump();
       EXPECT_EQ(host.Count("stop"), 1);
