@@ -99,12 +99,16 @@ std::uint32_t screenAt(int x, int y, std::uint32_t expected, DWORD operation = S
   std::uint32_t color = TestBitmap::kUntouched;
   for (int attempt = 0; attempt < kAttempts && color != expected; ++attempt) {
     if (attempt > 0) Sleep(10);
-    MSG message;
-    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
     if (!picture.CopyScreen(x, y, operation)) return TestBitmap::kUntouched;
     color = picture.At(0, 0) & 0x00FFFFFF;
   }
   return color;
+}
+
+// A system that keeps no picture of covered windows tells them to paint only later.
+void repaint(const TestWindow& window) {
+  InvalidateRect(window, nullptr, FALSE);
+  UpdateWindow(window);
 }
 
 TEST(Screen, ShowsWindowsFromTheBottomToTheTop) {
@@ -121,9 +125,7 @@ TEST(Screen, ShowsWindowsFromTheBottomToTheTop) {
   EXPECT_EQ(screenAt(249, 249, kGreenPixel), kGreenPixel);
 
   ShowWindow(high, SW_HIDE);
-  // A system that keeps no picture of covered windows tells it to paint only later.
-  InvalidateRect(low, nullptr, FALSE);
-  UpdateWindow(low);
+  repaint(low);
   EXPECT_EQ(screenAt(160, 160, kRedPixel), kRedPixel);
 }
 
@@ -133,6 +135,7 @@ TEST(Screen, LetsThroughAWindowsKeyColour) {
   ASSERT_TRUE(SetLayeredWindowAttributes(high, kGreen, 255, LWA_COLORKEY | LWA_ALPHA));
   low.Show();
   high.Show();
+  repaint(low);
   EXPECT_EQ(screenAt(125, 125, kRedPixel, SRCCOPY | CAPTUREBLT), kRedPixel);
 }
 
