@@ -60,18 +60,16 @@ void PromptFrame::Stop() {
   if (!m_thread.IsStarted()) {
     return;
   }
-  const std::int64_t end = MonotonicMicros() + std::int64_t{kPatienceMs} * 1000;
-  const auto left = [end] {
-    return static_cast<DWORD>(std::max<std::int64_t>((end - MonotonicMicros()) / 1000, 0));
-  };
+  const Deadline deadline(kPatienceMs);
   m_life->m_stopping = true;
   // To the thread, since the window may be gone, and its handle somebody else's by now.
   // A message can get lost, so it is sent again.
-  while (m_life->m_phase != Life::Phase::Down && left() > 0) {
+  while (m_life->m_phase != Life::Phase::Down && deadline.MillisLeft() > 0) {
     PostThreadMessageW(m_thread.Id(), WM_QUIT, 0, 0);
-    static_cast<void>(WaitAnswering(m_life->m_phaseChanged.Get(), std::min(kPollMs, left())));
+    static_cast<void>(WaitAnswering(m_life->m_phaseChanged.Get(),
+                                    std::min<DWORD>(kPollMs, deadline.MillisLeft())));
   }
-  if (!m_thread.JoinWithin(left())) {
+  if (!m_thread.JoinWithin(deadline.MillisLeft())) {
     QX_LOG_WARN("{} is still waiting for another window", m_life->m_kind.logName);
   }
 }

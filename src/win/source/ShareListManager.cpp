@@ -1,7 +1,6 @@
 #include "win/source/ShareListManager.h"
 
 #include <algorithm>
-#include <exception>
 #include <utility>
 
 #include "common/DataUrl.h"
@@ -9,6 +8,7 @@
 #include "win/prompt/FilterWindowManager.h"
 #include "win/source/WindowEnumeration.h"
 #include "win/source/WindowIcon.h"
+#include "win/util/RunClosed.h"
 #include "win/util/Thread.h"
 #include "win/util/Utils.h"
 #include "win/util/WindowHelpers.h"
@@ -70,23 +70,13 @@ void Deliver(const std::vector<Item>& list, Callback callback, void* user) {
   callback(list.empty() ? nullptr : list.data(), static_cast<int>(list.size()), user);
 }
 
-// Logs what `work` throws, so that the host still gets its callback.
-template <typename Work>
-void RunClosed(Work work) {
-  try {
-    work();
-  } catch (const std::exception& error) {
-    QX_LOG_ERROR("a list failed:{}", error.what());
-  } catch (...) {
-    QX_LOG_ERROR("a list failed");
-  }
-}
+constexpr char kListFailed[] = "a list failed";
 
 // Runs `list` on a new thread. Without one the host still gets its callback.
 template <typename Callback, typename List>
 void ListOnThread(Callback callback, void* user, List list) {
   bool started = false;
-  RunClosed([&] {
+  RunClosed(kListFailed, [&] {
     started = Thread::RunDetached([list = std::move(list)] {
       QX_LOG_INFO("start new thread to get window list");
       list();
@@ -104,7 +94,7 @@ void ShareListManager::GetDesktopList(IScreenCapture::DesktopListCallback callba
     return;
   }
   std::vector<DesktopInfo> desktops;
-  RunClosed([&] { desktops = ListDesktops(); });
+  RunClosed(kListFailed, [&] { desktops = ListDesktops(); });
   Deliver(desktops, callback, user);
 }
 
@@ -123,7 +113,7 @@ void ShareListManager::GetWindowList(IScreenCapture::WindowListCallback callback
   }
   WindowList records;
   std::vector<WindowInfo> windows;
-  RunClosed([&] {
+  RunClosed(kListFailed, [&] {
     records = std::make_shared<const std::vector<ShareWindowRecord>>(
         ListShareWindows([&](HWND window) { return filter->IsExcludedWindow(window); }));
     windows = PublicForm(*records);

@@ -4,6 +4,7 @@
 
 #include "common/Logging.h"
 #include "win/util/Clock.h"
+#include "win/util/RunClosed.h"
 #include "win/util/SystemProbes.h"
 #include "win/util/Utils.h"
 
@@ -108,11 +109,7 @@ void ScreenCaptureTask::endThread() {
 
 // The last that the capture thread does.
 void ScreenCaptureTask::leave() {
-  try {
-    release();
-  } catch (...) {
-    QX_LOG_ERROR("the end of a share met an exception");
-  }
+  RunClosed("the end of a share met an exception", [this] { release(); });
   destroyEngine();
 }
 

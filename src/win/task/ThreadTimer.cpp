@@ -4,14 +4,13 @@
 
 #include <algorithm>
 #include <atomic>
-#include <exception>
 #include <limits>
 #include <optional>
 #include <utility>
 
-#include "common/Logging.h"
 #include "win/util/Clock.h"
 #include "win/util/Handles.h"
+#include "win/util/RunClosed.h"
 #include "win/util/Wait.h"
 
 namespace qx {
@@ -231,13 +230,7 @@ void ThreadTimer::runNextTask() {
 }
 
 void ThreadTimer::runFunction(const Function& function) {
-  try {
-    function();
-  } catch (const std::exception& error) {
-    QX_LOG_ERROR("a timer task threw:{}", error.what());
-  } catch (...) {
-    QX_LOG_ERROR("a timer task threw");
-  }
+  RunClosed("a timer task threw", function);
 }
 
 void ThreadTimer::wait(std::int64_t micros) {

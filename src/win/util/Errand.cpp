@@ -1,10 +1,10 @@
 #include "win/util/Errand.h"
 
 #include <atomic>
-#include <exception>
 #include <utility>
 
 #include "common/Logging.h"
+#include "win/util/RunClosed.h"
 #include "win/util/Wait.h"
 
 namespace qx {
@@ -25,13 +25,7 @@ struct Errand::State {
       if (ending) {
         return;
       }
-      try {
-        work();
-      } catch (const std::exception& error) {
-        QX_LOG_ERROR("an errand ended by an exception:{}", error.what());
-      } catch (...) {
-        QX_LOG_ERROR("an errand ended by an exception");
-      }
+      RunClosed("an errand ended by an exception", work);
       underWay = false;
       SetEvent(done.Get());
       if (ending) {

@@ -3,10 +3,10 @@
 #include <process.h>
 
 #include <cerrno>
-#include <exception>
 #include <utility>
 
 #include "common/Logging.h"
+#include "win/util/RunClosed.h"
 #include "win/util/Wait.h"
 
 namespace qx {
@@ -23,13 +23,7 @@ struct Launch {
 unsigned __stdcall Enter(void* argument) {
   std::unique_ptr<Launch> launch(static_cast<Launch*>(argument));
   *launch->id = GetCurrentThreadId();
-  try {
-    launch->body();
-  } catch (const std::exception& error) {
-    QX_LOG_ERROR("a thread ended by an exception:{}", error.what());
-  } catch (...) {
-    QX_LOG_ERROR("a thread ended by an exception");
-  }
+  RunClosed("a thread ended by an exception", launch->body);
   // Ids are used again for other threads.
   *launch->id = 0;
   const HMODULE library = launch->library.Release();

@@ -1,8 +1,5 @@
 #include "win/util/Wait.h"
 
-#include <algorithm>
-#include <cstdint>
-
 #include "win/util/Clock.h"
 
 namespace qx {
@@ -24,7 +21,7 @@ void AnswerSentMessages() {
 
 bool WaitAnswering(HANDLE object, DWORD milliseconds) {
   const bool endless = milliseconds == INFINITE;
-  const std::int64_t end = MonotonicMicros() + std::int64_t{milliseconds} * 1000;
+  const Deadline deadline(milliseconds);
   DWORD left = milliseconds;
   for (;;) {
     const DWORD answer = WaitOnce(object, left);
@@ -38,11 +35,10 @@ bool WaitAnswering(HANDLE object, DWORD milliseconds) {
       Sleep(1);
     }
     if (!endless) {
-      const std::int64_t rest = end - MonotonicMicros();
-      if (rest <= 0) {
+      left = deadline.MillisLeft();
+      if (left == 0) {
         return WaitForSingleObject(object, 0) == WAIT_OBJECT_0;
       }
-      left = static_cast<DWORD>(std::min<std::int64_t>((rest + 999) / 1000, milliseconds));
     }
   }
 }

@@ -1,7 +1,6 @@
 #include "win/engine/gdi/LayeredMarks.h"
 
 #include <algorithm>
-#include <exception>
 #include <list>
 #include <mutex>
 #include <optional>
@@ -9,6 +8,7 @@
 #include "common/Logging.h"
 #include "win/util/Clock.h"
 #include "win/util/Errand.h"
+#include "win/util/RunClosed.h"
 #include "win/util/Thread.h"
 #include "win/util/WindowHelpers.h"
 
@@ -58,12 +58,6 @@ bool MakeLayered(HWND window) {
   }
   // Without attributes the user would not see it either.
   return SetLayeredWindowAttributes(window, 0, 255, LWA_ALPHA) || !MakePlain(window);
-}
-
-std::uint32_t MillisUntil(std::int64_t end) {
-  const std::int64_t left = end - MonotonicMicros();
-  return static_cast<std::uint32_t>(
-      std::max<std::int64_t>((left + kMicrosPerMilli - 1) / kMicrosPerMilli, 0));
 }
 
 }  // namespace
@@ -268,16 +262,15 @@ void LayeredMarks::want(HWND window) {
 }
 
 void LayeredMarks::settlePending(std::uint32_t milliseconds) {
-  const std::int64_t end = MonotonicMicros() + milliseconds * kMicrosPerMilli;
+  const Deadline deadline(milliseconds);
   std::list<Thread> threads;
   const auto settleOnThread = [&](HWND window) {
-    try {
-      return threads.emplace_back().Start(
+    bool started = false;
+    RunClosed("no thread for a window's style", [&] {
+      started = threads.emplace_back().Start(
           [registry = m_registry, window] { registry->Settle(window); });
-    } catch (const std::exception& error) {
-      QX_LOG_ERROR("no thread for a window's style:{}", error.what());
-      return false;
-    }
+    });
+    return started;
   };
   for (const HWND window : m_pending) {
     if (settleOnThread(window)) {
@@ -285,8 +278,8 @@ void LayeredMarks::settlePending(std::uint32_t milliseconds) {
     }
     // Only a window that answers can be changed from here.
     DWORD_PTR answer = 0;
-    if (!IsWindow(window) ||
-        SendMessageTimeoutW(window, WM_NULL, 0, 0, SMTO_ABORTIFHUNG, MillisUntil(end), &answer)) {
+    if (!IsWindow(window) || SendMessageTimeoutW(window, WM_NULL, 0, 0, SMTO_ABORTIFHUNG,
+                                                 deadline.MillisLeft(), &answer)) {
       m_registry->Settle(window);
     } else {
       m_registry->GiveUp(window);
@@ -294,7 +287,7 @@ void LayeredMarks::settlePending(std::uint32_t milliseconds) {
   }
   m_pending.clear();
   for (Thread& thread : threads) {
-    static_cast<void>(thread.JoinWithin(MillisUntil(end)));
+    static_cast<void>(thread.JoinWithin(deadline.MillisLeft()));
   }
 }
 
