@@ -2,6 +2,7 @@
 // src/win/util may include this header, for its virtual bodies.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 namespace vwin {
@@ -11,5 +12,10 @@ namespace vwin {
 struct StructuredException {
   uint32_t code;
 };
+
+// Redirects the function of the stand-in whose address is in `function`; what runs it as
+// it was is stored there before. False, and nothing has changed, for one that can't be
+// redirected, or is already.
+bool Redirect(std::atomic<void*>& function, void* detour);
 
 }  // namespace vwin
