@@ -1,6 +1,7 @@
 // The ordinary host: one thread, with windows on it. It shares a window of its own, and
 // the library's calls for that window need this very thread.
 #include <gtest/gtest.h>
+#include <process.h>
 #include <qx-screen-capture.h>
 #include <windows.h>
 
@@ -33,16 +34,33 @@ LRESULT CALLBACK procedure(HWND window, UINT message, WPARAM wParam, LPARAM lPar
   return DefWindowProcW(window, message, wParam, lParam);
 }
 
+HWND openWindow() {
+  WNDCLASSEXW description = {};
+  description.cbSize = sizeof(description);
+  description.lpfnWndProc = &procedure;
+  description.lpszClassName = L"OneThreadHost";
+  RegisterClassExW(&description);
+  return CreateWindowExW(0, L"OneThreadHost", L"Own window", WS_POPUP | WS_VISIBLE, 40, 40, 160,
+                         120, nullptr, nullptr, nullptr, nullptr);
+}
+
+unsigned WINAPI runOnThread(void* work) {
+  (*static_cast<std::function<void()>*>(work))();
+  return 0;
+}
+
+// On a thread of its own, which has ended when this returns.
+void onThread(std::function<void()> work) {
+  const auto thread =
+      reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, &runOnThread, &work, 0, nullptr));
+  ASSERT_NE(thread, nullptr);
+  WaitForSingleObject(thread, INFINITE);
+  CloseHandle(thread);
+}
+
 class OneThreadHost : public testing::Test {
  protected:
   OneThreadHost() {
-    WNDCLASSEXW description = {};
-    description.cbSize = sizeof(description);
-    description.lpfnWndProc = &procedure;
-    description.lpszClassName = L"OneThreadHost";
-    RegisterClassExW(&description);
-    window = CreateWindowExW(0, L"OneThreadHost", L"Own window", WS_POPUP | WS_VISIBLE, 40, 40, 160,
-                             120, nullptr, nullptr, nullptr, nullptr);
     capture.SetCaptureFPS(30);
     IScreenCapture::ScreenCaptureConfig config;
     config.MovedWindowStableKeepMinDuration = 20;
@@ -50,7 +68,9 @@ class OneThreadHost : public testing::Test {
   }
   ~OneThreadHost() override {
     onUserMessage = nullptr;
-    DestroyWindow(window);
+    if (IsWindow(window)) {
+      DestroyWindow(window);
+    }
   }
 
   // False where the system does not tell where its windows are.
@@ -82,7 +102,7 @@ class OneThreadHost : public testing::Test {
 
   LogRecorder log;
   ShareRecorder host;
-  HWND window = nullptr;
+  HWND window = openWindow();
   ScreenCapture capture;
 };
 
@@ -132,6 +152,36 @@ TEST_F(OneThreadHost, IsAskedWhileItWaitsForTheEnd) {
   capture.ShareStop();
   CloseHandle(inside);
   EXPECT_GE(answers, 1);
+}
+
+TEST_F(OneThreadHost, MayEndItsThreadWhileItShares) {
+  DestroyWindow(window);
+  bool started = false;
+  onThread([&] {
+    window = openWindow();
+    started = share();
+    if (started) {
+      EXPECT_TRUE(handleMessagesUntil("frame", 2));
+    }
+    host.Forget();
+  });
+  if (!started) {
+    GTEST_SKIP() << "windows can't be shared here";
+  }
+  // The window has gone with its thread.
+  EXPECT_TRUE(host.WaitFor("stop", 1)) << log.Dump();
+  capture.ShareStop();
+  EXPECT_FALSE(IsWindow(window));
+
+  onThread([&] {
+    IScreenCapture::ShareError error = IScreenCapture::ShareErrorNone;
+    const HMONITOR monitor = MonitorFromWindow(GetDesktopWindow(), MONITOR_DEFAULTTOPRIMARY);
+    const auto id = static_cast<int>(reinterpret_cast<std::intptr_t>(monitor));
+    EXPECT_TRUE(capture.ShareDesktop(nullptr, id, &host, error)) << error;
+    host.Forget();
+  });
+  EXPECT_TRUE(host.WaitFor("frame", 2)) << log.Dump();
+  onThread([&] { capture.ShareStop(); });
 }
 
 }  // namespace

@@ -1,5 +1,8 @@
-// Every call that a share makes fails once, one after the other. Whatever it is: no
-// crash, no hang, nothing left behind, and the next share is as good as new.
+// Every call that a share makes fails once, one after the other, and at every one of them
+// all windows of other programs stop answering. Whatever it is: no crash, no hang, nothing
+// left behind, and the next share is as good as new.
+#include <algorithm>
+#include <cstdio>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -26,11 +29,11 @@ struct Scenario {
 // The calls are dealt out to so many tests, which run side by side.
 constexpr int kShares = 6;
 
-class FaultSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
+class CallSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
  protected:
   static constexpr std::uint32_t kWindowColor = 0x0A141E;
 
-  FaultSweep() {
+  CallSweep() {
     OwnClock();
     SetVersion(scenario().version);
     SetComposition(scenario().composition);
@@ -139,6 +142,10 @@ class FaultSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
   // and comes back.
   void windowShare(ScreenCapture& capture, ShareRecorder& host) {
     capture.SetCaptureFPS(5);
+    const auto ignore = [](const IScreenCapture::WindowInfo*, const int&, void*) {};
+    capture.GetWindowList(ignore, nullptr);
+    capture.GetWindowTitle(idOf(shared));
+    capture.GetWindowIcon(idOf(shared));
     IScreenCapture::ShareError error = {};
     if (!started(capture.ShareWindow(nullptr, idOf(shared), &host, error), error, host)) {
       return;
@@ -163,6 +170,8 @@ class FaultSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
     capture.ShareResume();
     Advance(2500ms);
     capture.ShareStop();
+    AnswerAll();
+    Settle();
     EXPECT_FALSE(GetWindowLongPtrW(cover, GWL_EXSTYLE) & WS_EX_LAYERED);
     Close(cover);
     SetRect(shared, {20, 10, 40, 30});
@@ -209,12 +218,21 @@ class FaultSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
     return text.str();
   }
 
+  // What a share left behind after something happened to its n-th call.
+  void expectAsBefore(const LedgerSnapshot& ledger, const std::string& windows,
+                      const std::string& after) {
+    EXPECT_EQ(foreignWindows(), windows) << after;
+    EXPECT_EQ(Difference(ledger), "") << after;
+    EXPECT_TRUE(Misuses().empty()) << after << ": " << Misuses().front();
+    goodShare(after);
+  }
+
   HWND secret;
   HWND glass;  // layered by itself, and too clear to be seen
   HWND shared;
 };
 
-TEST_P(FaultSweep, EveryCallFailsOnceAndTheShareSurvivesOrReports) {
+TEST_P(CallSweep, EveryCallFailsOnceAndTheShareSurvivesOrReports) {
   {
     ShareRecorder host(nullptr);
     wholeShare(host);
@@ -225,11 +243,10 @@ TEST_P(FaultSweep, EveryCallFailsOnceAndTheShareSurvivesOrReports) {
     }
     goodShare("before the sweep");
   }
-  const int first = std::get<1>(GetParam());
-  int call = first;
-  for (;; call += kShares) {
+  int call = std::get<1>(GetParam());
+  for (; !HasFailure(); call += kShares) {
     ASSERT_LT(call, 20000);
-    const LedgerSnapshot before = Snapshot();
+    const LedgerSnapshot ledger = Snapshot();
     const std::string windows = foreignWindows();
     ShareRecorder host(nullptr);
     FailNthOfAll(static_cast<std::uint64_t>(call));
@@ -244,19 +261,49 @@ TEST_P(FaultSweep, EveryCallFailsOnceAndTheShareSurvivesOrReports) {
     if (host.Count("start") == 1 && host.Count("stop") == 0) {
       EXPECT_GT(host.FrameCount(), 5) << "neither frames nor OnStop " << after;
     }
-    EXPECT_EQ(foreignWindows(), windows) << after;
-    EXPECT_EQ(Difference(before), "") << after;
-    EXPECT_TRUE(Misuses().empty()) << after << ": " << Misuses().front();
-    goodShare(after);
-    if (HasFailure()) {
-      break;
-    }
+    expectAsBefore(ledger, windows, after);
   }
   EXPECT_GT(call, 200) << "the sweep went through the whole share";
 }
 
+TEST_P(CallSweep, WindowsHangAtEveryCallAndTheShareCostsABoundedTime) {
+  const auto timeOf = [this](ShareRecorder& host) {
+    const auto begin = Now();
+    wholeShare(host);
+    return Now() - begin;
+  };
+  ShareRecorder undisturbed(nullptr);
+  const auto usual = timeOf(undisturbed);
+  // An icon of the window and of its program, a start, a running second, and a stop.
+  constexpr auto kPatience = 5 * std::chrono::milliseconds(200);
+  auto most = usual;
+  int call = std::get<1>(GetParam());
+  for (; !HasFailure(); call += kShares) {
+    ASSERT_LT(call, 20000);
+    const LedgerSnapshot ledger = Snapshot();
+    const std::string windows = foreignWindows();
+    ShareRecorder host(nullptr);
+    OnNthCall(static_cast<std::uint64_t>(call), &HangAll);
+    const auto took = timeOf(host);
+    const bool hung = ActionRan();
+    ClearFaults();
+    if (!hung) {
+      break;
+    }
+    AnswerAll();
+    Settle();
+    const std::string after = "after a hang at call " + std::to_string(call);
+    EXPECT_LE(took, usual + kPatience) << after;
+    most = std::max(most, took);
+    expectAsBefore(ledger, windows, after);
+  }
+  std::printf("hung windows cost at most %lld ms\n",
+              static_cast<long long>((most - usual).count() / 1000));
+  EXPECT_GT(call, 200) << "the sweep went through the whole share";
+}
+
 INSTANTIATE_TEST_SUITE_P(
-    Machines, FaultSweep,
+    Machines, CallSweep,
     testing::Combine(
         testing::Values(Scenario{"Windows7ClassicMonitor", Kind::kMonitor, kWindows7, false},
                         Scenario{"Windows7ClassicWindow", Kind::kWindow, kWindows7, false},

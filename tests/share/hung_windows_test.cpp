@@ -47,10 +47,13 @@ TEST_F(HungWindowsTest, SettersReturnAtOnceWhateverAListenerDoes) {
   capture.ShareStop();
   capture.EnablePromptWindow(true);
   host.Forget();
-  host.onEvent = [](const std::string& event) {
+  SRWLOCK hostLock = SRWLOCK_INIT;
+  host.onEvent = [&](const std::string& event) {
     if (event == "firstFrame") {
       Spend(3s);
     }
+    AcquireSRWLockExclusive(&hostLock);
+    ReleaseSRWLockExclusive(&hostLock);
   };
   ASSERT_TRUE(shareWindow(openShared()));
   Settle();
@@ -71,6 +74,12 @@ TEST_F(HungWindowsTest, SettersReturnAtOnceWhateverAListenerDoes) {
   };
   EXPECT_EQ(cost("all setters", setAll), 0);
   Advance(3s);
+  // The listener waits for a lock of the host, which holds it during its calls.
+  AcquireSRWLockExclusive(&hostLock);
+  Advance(1s);
+  EXPECT_EQ(cost("all setters under the host's lock", setAll), 0);
+  ReleaseSRWLockExclusive(&hostLock);
+  Advance(1s);
   host.Forget();
   Advance(1s);
   EXPECT_GE(host.FrameCount(), 29) << "the rate that was set in the first frame";
