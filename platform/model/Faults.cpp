@@ -1,5 +1,7 @@
 #include "platform/model/Faults.h"
 
+#include <windows.h>
+
 #include <algorithm>
 #include <mutex>
 #include <stdexcept>
@@ -99,7 +101,10 @@ std::optional<Fault> CallSite::Enter() {
   if (const auto due = takeDue(state, *this); !due.empty()) {
     UpdateWatching(state);
     lock.unlock();
+    // What others do in the meantime does not show in the caller's last error.
+    const DWORD lastError = GetLastError();
     for (const auto& action : due) action();
+    SetLastError(lastError);
     lock.lock();
   }
   if (state.logs) state.log.push_back({m_name, scheduler::CurrentThreadId()});

@@ -37,13 +37,19 @@ ScreenCaptureFrame::Pixels AllocatePixels(std::uint32_t width, std::uint32_t hei
 }  // namespace
 
 bool ScreenCaptureFrame::Resize(std::uint32_t width, std::uint32_t height) {
-  if (width == m_width && height == m_height) {
+  const bool sameSize = width == m_width && height == m_height;
+  if (sameSize && m_buffer.use_count() == 1) {
+    return true;
+  }
+  if (sameSize && m_otherBuffer.use_count() == 1) {
+    m_buffer.swap(m_otherBuffer);
     return true;
   }
   Pixels buffer = AllocatePixels(width, height);
   if (!buffer) {
     return false;
   }
+  m_otherBuffer = sameSize ? std::move(m_buffer) : nullptr;
   m_buffer = std::move(buffer);
   m_width = width;
   m_height = height;
@@ -59,6 +65,7 @@ bool ScreenCaptureFrame::CanHold(std::uint32_t width, std::uint32_t height) {
 
 void ScreenCaptureFrame::Adopt(std::uint32_t width, std::uint32_t height, Pixels pixels) {
   m_buffer = std::move(pixels);
+  m_otherBuffer.reset();
   m_width = width;
   m_height = height;
 }
@@ -93,6 +100,7 @@ void ScreenCaptureFrame::Reset() {
   m_scaledWidth = 0;
   m_scaledHeight = 0;
   m_buffer.reset();
+  m_otherBuffer.reset();
   m_scaledBuffer.reset();
 }
 

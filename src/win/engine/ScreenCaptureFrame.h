@@ -15,10 +15,9 @@ struct DirtyInfo {
 // A captured picture and, when the processor has to scale, its scaled copy: 32
 // bits a pixel, bytes B, G, R, A, rows from top to bottom without gaps.
 //
-// The blocks are reused from picture to picture while sizes are steady. They are
-// shared: who keeps a reference can go on reading a picture after this object
-// has moved on to another size, and pictures of the same size are written over
-// it. One thread at a time.
+// The blocks are shared: who keeps a reference can go on reading a picture for as long
+// as he likes, and the next one is written elsewhere. While sizes are steady two blocks
+// take turns. One thread at a time.
 class ScreenCaptureFrame {
  public:
   using Pixels = std::shared_ptr<std::uint8_t[]>;
@@ -34,9 +33,9 @@ class ScreenCaptureFrame {
   const DirtyInfo& Dirty() const { return m_dirty; }
   void SetDirty(const DirtyInfo& dirty) { m_dirty = dirty; }
 
-  // Makes room for a picture of this size. Nothing is touched when it has the
-  // size already; a new block is all zero. False without memory, or for a picture
-  // of 2 GiB or more: size and picture stay as they were.
+  // Makes room for a picture of this size that nobody else reads; what is there is an
+  // older picture or zeros. False without memory, or for a picture of 2 GiB or more: size
+  // and picture stay as they were.
   bool Resize(std::uint32_t width, std::uint32_t height);
 
   // Whether a picture of this size is below 2 GiB.
@@ -62,6 +61,7 @@ class ScreenCaptureFrame {
   std::int32_t m_scaledWidth = 0;
   std::int32_t m_scaledHeight = 0;
   Pixels m_buffer;
+  Pixels m_otherBuffer;  // of the same size, or none
   Pixels m_scaledBuffer;
   DirtyInfo m_dirty;
 };

@@ -211,6 +211,10 @@ void FilterWindowManager::ClearIncludeWindows() {
   m_include->Clear();
 }
 
+bool FilterWindowManager::HasExcludeWindows() const {
+  return !m_exclude->Snapshot()->Entries().empty();
+}
+
 bool FilterWindowManager::IsExcludedWindow(HWND window) const {
   return m_exclude->Snapshot()->Match(window);
 }

@@ -36,6 +36,8 @@ class FilterWindowManager {
   void RemoveIncludeWindow(const FilterWindowInfo& window);
   void ClearIncludeWindows();
 
+  bool HasExcludeWindows() const;
+
   // Whether some entry of the list matches the window.
   bool IsExcludedWindow(HWND window) const;
   bool IsIncludedWindow(HWND window) const;

@@ -1,5 +1,6 @@
 #include "win/task/ScreenCaptureTaskDesktop.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <utility>
 
@@ -81,6 +82,8 @@ std::unique_ptr<ScreenCaptureEngineProxy> ScreenCaptureTaskDesktop::makeEngine()
   return std::make_unique<ScreenCaptureEngineProxy>(
       m_monitor, proxySettings([this](const RECT&, std::vector<HWND>& windows) {
         listExcludedWindows(windows);
+        m_excluded = windows;
+        m_leavesOut = true;
       }));
 }
 
@@ -107,14 +110,28 @@ void ScreenCaptureTaskDesktop::captureStep(std::uint64_t nowMs) {
   engine()->SetTargetSize(shot.targetWidth, shot.targetHeight);
   shot.timestamp = SystemMicros();
   auto result = CaptureResult::Failed;
+  m_leavesOut = false;
   if (engine()->Capture(shot.rect.x, shot.rect.y, shot.rect.width, shot.rect.height,
                         delivery().Frame(), result)) {
-    delivery().DeliverCapture(settings(), shot);
+    if (!mayShowExcluded()) {
+      delivery().DeliverCapture(settings(), shot);
+    }
   } else if (result == CaptureResult::NoChange) {
     delivery().DeliverUnchanged(settings(), shot.timestamp);
   } else {
     handleCaptureFailure(nowMs);
   }
+}
+
+// A window may have come into sight after the engine was told what to leave out.
+bool ScreenCaptureTaskDesktop::mayShowExcluded() {
+  if (!m_leavesOut || !filterWindowManager().HasExcludeWindows()) {
+    return false;
+  }
+  listExcludedWindows(m_nowExcluded);
+  return std::any_of(m_nowExcluded.begin(), m_nowExcluded.end(), [this](HWND window) {
+    return std::find(m_excluded.begin(), m_excluded.end(), window) == m_excluded.end();
+  });
 }
 
 void ScreenCaptureTaskDesktop::followRect(const CaptureRect& rect) {

@@ -30,6 +30,7 @@ class ScreenCaptureTaskDesktop : public ScreenCaptureTask {
   void changePrompt(const ShareWishes& wishes) override;
   std::unique_ptr<ScreenCaptureEngineProxy> makeEngine() override;
   void release() override;
+  bool mayShowExcluded();
   void followRect(const CaptureRect& rect);
   void handleCaptureFailure(std::uint64_t nowMs);
   bool updateMonitorRect();
@@ -41,6 +42,9 @@ class ScreenCaptureTaskDesktop : public ScreenCaptureTask {
   RECT m_monitorRect = {};    // pixels of the virtual screen; empty while unknown
   std::unique_ptr<PromptDesktop> m_promptDesktop;
   std::vector<HWND> m_topLevelWindows;  // as of the last capture that asked
+  bool m_leavesOut = false;             // whether the present capture left windows out
+  std::vector<HWND> m_excluded;         // and which
+  std::vector<HWND> m_nowExcluded;
 };
 
 }  // namespace qx

@@ -88,6 +88,8 @@ std::unique_ptr<ScreenCaptureEngineProxy> ScreenCaptureTaskWindow::makeEngine() 
   return std::make_unique<ScreenCaptureEngineProxy>(
       m_window, proxySettings([this](const RECT& rect, std::vector<HWND>& windows) {
         listCoveringWindows(rect, windows);
+        m_coveredBy = windows;
+        m_cutsOut = true;
       }));
 }
 
@@ -161,9 +163,12 @@ bool ScreenCaptureTaskWindow::capture(Shot& shot, WindowCaptureStatus& status) {
   engine()->SetTargetSize(shot.targetWidth, shot.targetHeight);
   shot.timestamp = SystemMicros();
   auto result = CaptureResult::Failed;
+  m_cutsOut = false;
   if (engine()->Capture(shot.rect.x, shot.rect.y, shot.rect.width, shot.rect.height,
                         delivery().Frame(), result)) {
-    delivery().DeliverCapture(settings(), shot);
+    if (!hasChangedMeanwhile()) {
+      delivery().DeliverCapture(settings(), shot);
+    }
     return true;
   }
   QX_LOG_LIMITED(LogLevelError, "ScreenCaptureEngine Capture window failed");
@@ -183,15 +188,36 @@ bool ScreenCaptureTaskWindow::capture(Shot& shot, WindowCaptureStatus& status) {
   }
 }
 
+// A copy of the screen shows what is behind the window when that goes away, or goes below
+// another one, in the middle of a capture.
+bool ScreenCaptureTaskWindow::hasChangedMeanwhile() {
+  if (!engine()->IsDesktopBased()) {
+    return false;
+  }
+  RECT rect = {};
+  if (!readRect(rect) || !EqualRect(&rect, &m_rectWindow) || isOutOfSight()) {
+    return true;
+  }
+  if (!m_cutsOut) {
+    return false;
+  }
+  listCoveringWindows(m_rectCapture, m_nowCoveredBy);
+  return m_nowCoveredBy != m_coveredBy;
+}
+
 // And the style, for the rest of the tick.
 bool ScreenCaptureTaskWindow::readRect(RECT& rect) {
   m_style = WindowsUtil::StyleOf(m_window, GWL_STYLE);
   return WindowsUtil::GetCaptureRect(m_window, m_style, rect);
 }
 
+bool ScreenCaptureTaskWindow::isOutOfSight() const {
+  return !IsWindowVisible(m_window) || WindowsUtil::HasAllBitsOf(m_style, WS_MINIMIZE);
+}
+
 // A window that has just come back still counts: it is given time to draw itself.
 bool ScreenCaptureTaskWindow::isHidden(std::uint64_t nowMs) {
-  if (!IsWindowVisible(m_window) || WindowsUtil::HasAllBitsOf(m_style, WS_MINIMIZE)) {
+  if (isOutOfSight()) {
     m_windowShown = false;
     return true;
   }
@@ -325,7 +351,8 @@ void ScreenCaptureTaskWindow::reportShareRect() {
 }
 
 // Whatever covers the window is kept out, but for what the host wants to show.
-void ScreenCaptureTaskWindow::listCoveringWindows(const RECT& rect, std::vector<HWND>& windows) {
+void ScreenCaptureTaskWindow::listCoveringWindows(const RECT& rect,
+                                                  std::vector<HWND>& windows) const {
   windows.clear();
   if (const HWND prompt = m_promptWindow ? m_promptWindow->GetHwnd() : nullptr) {
     windows.push_back(prompt);

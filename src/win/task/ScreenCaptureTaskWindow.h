@@ -56,17 +56,19 @@ class ScreenCaptureTaskWindow : public ScreenCaptureTask {
 
   bool captureFrame(std::uint64_t nowMs, WindowCaptureStatus& status);
   bool capture(Shot& shot, WindowCaptureStatus& status);
+  bool hasChangedMeanwhile();
   void handleStatus(WindowCaptureStatus status, std::uint64_t nowMs);
   void handleOffScreen();
   void handleEngineFailure(std::uint64_t nowMs);
   void handleWindowGone();
 
   bool readRect(RECT& rect);
+  bool isOutOfSight() const;
   bool isHidden(std::uint64_t nowMs);
   void followWindow(const RECT& rect);
   bool updateDesktopRect(const RECT& rect);
   void reportShareRect();
-  void listCoveringWindows(const RECT& rect, std::vector<HWND>& windows);
+  void listCoveringWindows(const RECT& rect, std::vector<HWND>& windows) const;
 
   void openPrompt();
   void updatePrompt(bool show);
@@ -84,6 +86,9 @@ class ScreenCaptureTaskWindow : public ScreenCaptureTask {
   CaptureRect m_reportedRect = {-1, -1, -1, -1};
   std::unique_ptr<PromptWindow> m_promptWindow;
   std::vector<RECT> m_monitorRects;  // as of the last look
+  bool m_cutsOut = false;            // whether the present capture left out what covers the window
+  std::vector<HWND> m_coveredBy;     // and what that was
+  std::vector<HWND> m_nowCoveredBy;
 
   SlideShowWatch m_slideShow;
   bool m_enablePrompt = true;

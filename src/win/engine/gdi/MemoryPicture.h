@@ -25,6 +25,11 @@ struct MemoryCanvas {
   MemoryPicture picture;  // selected into the DC
   MemoryDc dc;
 
+  // Whether nobody but `frame` shows the picture.
+  bool IsFree(const ScreenCaptureFrame& frame) const {
+    return picture.pixels.use_count() <= (frame.Buffer() == picture.pixels ? 2 : 1);
+  }
+
   // Makes a picture of this size, unless there is one; `like` is a DC of what is to be
   // drawn. On failure (logged) nothing must be drawn.
   bool Prepare(HDC like, std::int32_t width, std::int32_t height);

@@ -45,6 +45,7 @@ void ScreenCaptureEngineGDI::UnInitialize() {
 
 void ScreenCaptureEngineGDI::releaseHandles() {
   m_canvas.Reset();
+  m_otherCanvas.Reset();
   // One that waits is kept: another one would wait as well.
   if (!IsWaiting()) {
     m_printer.reset();
@@ -80,21 +81,28 @@ bool ScreenCaptureEngineGDI::copyDesktop(const RECT& rect, ScreenCaptureFrame& f
   }
   const std::int32_t width = rect.right - rect.left;
   const std::int32_t height = rect.bottom - rect.top;
+  if (!m_canvas.IsFree(frame)) {
+    std::swap(m_canvas, m_otherCanvas);
+  }
+  if (!m_canvas.IsFree(frame)) {
+    m_canvas.Reset();
+  }
   if (!m_canvas.Prepare(m_screenDC.Get(), width, height)) {
-    return useLast(frame);
+    // The last picture may show what is to be left out by now.
+    return !m_filterWindows && useLast(frame);
   }
   hideWindows(rect);
   // Without CAPTUREBLT: that would bring layered windows in.
-  const bool copied = BitBlt(m_canvas.dc.Get(), 0, 0, width, height, m_screenDC.Get(), rect.left,
-                             rect.top, SRCCOPY);
-  if (!copied) {
+  if (!BitBlt(m_canvas.dc.Get(), 0, 0, width, height, m_screenDC.Get(), rect.left, rect.top,
+              SRCCOPY)) {
     QX_LOG_WARN("BitBlt failed,last Error:{}", static_cast<std::uint32_t>(GetLastError()));
+    return false;
   }
   drawCursor(m_canvas.dc.Get(), rect);
   GdiFlush();  // the system may still be drawing
   show(m_canvas.picture, frame);
-  result = copied ? CaptureResult::Success : CaptureResult::Failed;
-  return copied;
+  result = CaptureResult::Success;
+  return true;
 }
 
 bool ScreenCaptureEngineGDI::printWindow(const RECT& rect, ScreenCaptureFrame& frame,

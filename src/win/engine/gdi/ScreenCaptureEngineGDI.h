@@ -17,7 +17,8 @@ namespace qx {
 // copies a rectangle of the desktop, or has one window print itself. Pictures
 // always have the captured size; it never scales and never says NoChange.
 //
-// The picture is drawn where the frame shows it: capturing makes no copy of it.
+// The picture is drawn where the frame shows it: capturing makes no copy of it. One that
+// was delivered is left alone until another one is, since it may be repeated.
 //
 // Without desktop composition it keeps windows out of a copy by making them
 // layered while they are named, since a plain copy leaves layered windows out.
@@ -52,6 +53,7 @@ class ScreenCaptureEngineGDI : public ScreenCaptureEngine {
   const FilterWindowProvider m_filterWindows;
   WindowDc m_screenDC;
   MemoryCanvas m_canvas;                     // copies of the desktop
+  MemoryCanvas m_otherCanvas;                // takes turns with it
   std::unique_ptr<WindowPrinter> m_printer;  // when the window prints itself
   std::vector<HWND> m_hiddenWindows;         // as of the last capture
   LayeredMarks m_marks;
