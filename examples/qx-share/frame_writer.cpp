@@ -10,8 +10,9 @@
 #define STBIW_WINDOWS_UTF8
 #include <stb_image_write.h>
 
-FrameWriter::FrameWriter(const std::string& directory, const std::string& y4mFile, int fps)
-    : m_directory(directory), m_y4mName(y4mFile), m_fps(fps) {
+FrameWriter::FrameWriter(const std::string& directory, const std::string& y4mFile, int fps,
+                         Screen screen)
+    : m_directory(directory), m_y4mName(y4mFile), m_fps(fps), m_screen(std::move(screen)) {
   if (!m_directory.empty()) {
     CreateDirectories(m_directory);
   }
@@ -44,6 +45,9 @@ void FrameWriter::Put(std::uint64_t number, const IScreenCapture::ScreenFrameDat
     }
   }
   CopyFrame(frame, job.picture);
+  if (m_screen && !m_screen(job.beside)) {
+    fail("the screen can't be saved here");
+  }
   const std::scoped_lock lock(m_mutex);
   m_waiting.push_back(std::move(job));
   m_changed.notify_all();
@@ -84,7 +88,7 @@ void FrameWriter::run() {
   }
 }
 
-void FrameWriter::write(const Job& job) {
+void FrameWriter::write(Job& job) {
   if (!m_directory.empty()) {
     writePng(job);
   }
@@ -93,10 +97,13 @@ void FrameWriter::write(const Job& job) {
   }
 }
 
-void FrameWriter::writePng(const Job& job) {
+void FrameWriter::writePng(Job& job) {
   char name[32];
   std::snprintf(name, sizeof name, "frame-%06llu.png", static_cast<unsigned long long>(job.number));
   const std::string path = m_directory + "/" + name;
+  if (job.beside.width > 0) {
+    PutBeside(job.beside, job.picture);
+  }
   const std::vector<std::uint8_t> rgb = ToRgb(job.picture);
   if (stbi_write_png(path.c_str(), job.picture.width, job.picture.height, 3, rgb.data(),
                      job.picture.width * 3) == 0) {

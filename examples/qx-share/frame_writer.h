@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -19,8 +20,10 @@
 class FrameWriter {
  public:
   // An empty path leaves that output out. Creates the directory and the file;
-  // throws std::runtime_error when that fails.
-  FrameWriter(const std::string& directory, const std::string& y4mFile, int fps);
+  // throws std::runtime_error when that fails. `screen`, if there is one, gives a picture
+  // to put beside each frame.
+  using Screen = std::function<bool(Picture&)>;
+  FrameWriter(const std::string& directory, const std::string& y4mFile, int fps, Screen screen);
   FrameWriter(const FrameWriter&) = delete;
   FrameWriter& operator=(const FrameWriter&) = delete;
   // Writes what still waits.
@@ -39,20 +42,22 @@ class FrameWriter {
   struct Job {
     std::uint64_t number = 0;
     Picture picture;
+    Picture beside;
   };
   struct CloseFile {
     void operator()(std::FILE* file) const { std::fclose(file); }
   };
 
   void run();
-  void write(const Job& job);
-  void writePng(const Job& job);
+  void write(Job& job);
+  void writePng(Job& job);
   void writeVideo(const Picture& picture);
   void fail(const std::string& what);
 
   const std::string m_directory;
   const std::string m_y4mName;
   const int m_fps;
+  const Screen m_screen;
   std::unique_ptr<std::FILE, CloseFile> m_y4m;
   int m_videoWidth = 0;  // of the whole video, from its first frame
   int m_videoHeight = 0;

@@ -1,5 +1,6 @@
 // qx-share: a console host of the library. It lists monitors and windows, shares
 // one, and tells, shows or saves what arrives.
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <mutex>
@@ -127,6 +128,36 @@ int RunList(IScreenCapture& capture, const Options& options) {
   return 0;
 }
 
+// A rule for each window on the list that has one of the titles.
+std::vector<IScreenCapture::FilterWindowInfo> RulesFor(const std::vector<WindowSource>& windows,
+                                                       const std::vector<std::string>& titles) {
+  std::vector<IScreenCapture::FilterWindowInfo> rules;
+  for (const WindowSource& window : windows) {
+    if (std::find(titles.begin(), titles.end(), window.title) != titles.end()) {
+      IScreenCapture::FilterWindowInfo rule;
+      rule.type = 1;
+      rule.processId = window.processId;
+      rule.titleRule = 1;
+      window.title.copy(rule.title, sizeof(rule.title) - 1);
+      rules.push_back(rule);
+    }
+  }
+  return rules;
+}
+
+void ApplyFilters(IScreenCapture& capture, const Options& options) {
+  const std::vector<WindowSource> windows = ListWindows(capture);
+  auto excluded = RulesFor(windows, options.excludedTitles);
+  excluded.insert(excluded.end(), options.excluded.begin(), options.excluded.end());
+  capture.SetExcludeWindows(excluded.data(), static_cast<int>(excluded.size()));
+  const auto included = RulesFor(windows, options.includedTitles);
+  capture.SetIncludeWindows(included.data(), static_cast<int>(included.size()));
+}
+
+bool TakeScreenPicture(Picture& picture) {
+  return TakeScreen(picture.bytes, picture.width, picture.height);
+}
+
 void ApplySettings(IScreenCapture& capture, const Options& options) {
   capture.SetCaptureFPS(options.fps);
   capture.SetScreenFrameFormatType(options.format);
@@ -138,7 +169,7 @@ void ApplySettings(IScreenCapture& capture, const Options& options) {
   capture.EnableCaptureCursor(options.cursor);
   capture.EnablePromptWindow(options.prompt);
   capture.EnableFilterWindowWhenShareDesktop(options.filter);
-  capture.SetExcludeWindows(options.excluded.data(), static_cast<int>(options.excluded.size()));
+  ApplyFilters(capture, options);
   IScreenCapture::ScreenCaptureConfig config;
   config.DynamicFrameCallback = options.dynamic;
   config.GetDirtyRectInfo = options.dirty;
@@ -222,7 +253,9 @@ int RunShare(IScreenCapture& capture, const Options& options) {
   }
   std::unique_ptr<FrameWriter> writer;
   if (!options.saveDirectory.empty() || !options.y4mFile.empty()) {
-    writer = std::make_unique<FrameWriter>(options.saveDirectory, options.y4mFile, options.fps);
+    writer = std::make_unique<FrameWriter>(
+        options.saveDirectory, options.y4mFile, options.fps,
+        options.beside ? FrameWriter::Screen(TakeScreenPicture) : nullptr);
   }
   const File eventFile = CreateFileAt(options.eventFile);
   Recorder recorder(options, writer.get(), eventFile.get());

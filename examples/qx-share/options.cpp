@@ -231,9 +231,14 @@ class Parser {
           [](P p, N n) { p.m_options.excluded.push_back(ExcludeProcess(n, p.value(n))); }}},
         {"--exclude-window",
          {kShares, [](P p, N n) { p.m_options.excluded.push_back(ExcludeWindow(n, p.value(n))); }}},
+        {"--exclude-title",
+         {kShares, [](P p, N n) { p.m_options.excludedTitles.push_back(p.text(n, "a title")); }}},
+        {"--include-title",
+         {kShares, [](P p, N n) { p.m_options.includedTitles.push_back(p.text(n, "a title")); }}},
         {"--dynamic", {kShares, [](P p, N) { p.m_options.dynamic = true; }}},
         {"--dirty", {kShares, [](P p, N) { p.m_options.dirty = true; }}},
         {"--save", {kShares, [](P p, N n) { p.m_options.saveDirectory = p.path(n); }}},
+        {"--beside", {kShares, [](P p, N) { p.m_options.beside = true; }}},
         {"--y4m", {kShares, [](P p, N n) { p.m_options.y4mFile = p.path(n); }}},
         {"--events", {kShares, [](P p, N n) { p.m_options.eventFile = p.path(n); }}},
         {"--log", {kShares, [](P p, N n) { p.m_options.logFile = p.path(n); }}},
@@ -251,6 +256,10 @@ class Parser {
     }
     if ((m_options.frames != 0) == (m_options.seconds > 0)) {
       throw WrongUsage(m_arguments.front() + " needs one of --frames and --seconds");
+    }
+    if (m_options.beside && (m_options.saveDirectory.empty() || !m_options.y4mFile.empty() ||
+                             m_options.format != IScreenCapture::ScreenFrameFormatARGB)) {
+      throw WrongUsage("--beside goes with --save and ARGB frames");
     }
     if (!m_options.y4mFile.empty()) {
       if (m_formatGiven && m_options.format != IScreenCapture::ScreenFrameFormatI420) {
@@ -285,11 +294,14 @@ const char* UsageText() {
          "SHARE: (--frames N | --seconds S) [--fps F] [--format argb|i420] [--limit WxH]\n"
          "       [--engines dxgi,wgc,mag,gdi,print] [--wgc-first]\n"
          "       [--no-cursor] [--no-prompt] [--no-filter]\n"
-         "       [--exclude-pid P] [--exclude-window H] [--dynamic] [--dirty]\n"
-         "       [--save DIR] [--y4m FILE] [--json] [--events FILE] [--log FILE]\n"
+         "       [--exclude-pid P] [--exclude-window H] [--exclude-title TITLE]\n"
+         "       [--include-title TITLE] [--dynamic] [--dirty]\n"
+         "       [--save DIR [--beside]] [--y4m FILE] [--json] [--events FILE] [--log FILE]\n"
          "--dirty tells of each frame how many rectangles of the screen have changed and how\n"
          "       large they are together, in percent, where the engine knows. The dxgi engine\n"
          "       gathers them with --no-filter only; without it, it tells of none.\n"
+         "--exclude-title and --include-title take the whole title of a window on the list.\n"
+         "--beside, on virtual Windows only, saves beside each frame what was on the screen.\n"
          "--scene NAME, with any command, on virtual Windows only: what there is to see is\n"
          "       color-cursor, monochrome-cursor, masked-cursor, turned or mode-change\n";
 }

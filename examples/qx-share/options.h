@@ -36,10 +36,13 @@ struct Options {
   bool prompt = true;
   bool filter = true;
   std::vector<IScreenCapture::FilterWindowInfo> excluded;
+  std::vector<std::string> excludedTitles;  // whole titles of windows on the list
+  std::vector<std::string> includedTitles;
   bool dynamic = false;
   bool dirty = false;         // tell how much changed from frame to frame
   bool track = false;         // tell what window the share moved over to
   std::string saveDirectory;  // empty: save nothing
+  bool beside = false;        // save the screen beside each frame
   std::string y4mFile;        // empty: no video
   std::string eventFile;      // empty: no such file
   std::string logFile;        // empty: no log

@@ -74,6 +74,27 @@ void CopyFrame(const IScreenCapture::ScreenFrameData& frame, Picture& picture) {
   });
 }
 
+void PutBeside(const Picture& right, Picture& left) {
+  constexpr int kGap = 16;
+  constexpr std::uint8_t kGround = 24;
+  Picture both;
+  both.width = left.width + kGap + right.width;
+  both.height = std::max(left.height, right.height);
+  const auto rowBytes = [](const Picture& picture) {
+    return static_cast<std::ptrdiff_t>(picture.width) * 4;
+  };
+  both.bytes.assign(static_cast<std::size_t>(rowBytes(both) * both.height), kGround);
+  const auto copy = [&](const Picture& from, int column) {
+    for (std::ptrdiff_t row = 0; row < from.height; ++row) {
+      std::copy_n(from.bytes.begin() + row * rowBytes(from), rowBytes(from),
+                  both.bytes.begin() + row * rowBytes(both) + std::ptrdiff_t{column} * 4);
+    }
+  };
+  copy(left, 0);
+  copy(right, left.width + kGap);
+  left = std::move(both);
+}
+
 std::uint32_t FrameChecksum(const IScreenCapture::ScreenFrameData& frame) {
   std::uint32_t crc = 0xFFFFFFFF;
   VisitRows(frame, [&](const std::uint8_t* row, std::size_t count) {

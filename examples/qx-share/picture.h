@@ -17,6 +17,9 @@ struct Picture {
 // Copies the visible pixels of a frame, reusing the storage of `picture`.
 void CopyFrame(const IScreenCapture::ScreenFrameData& frame, Picture& picture);
 
+// Puts an ARGB picture to the right of another one, on a dark ground.
+void PutBeside(const Picture& right, Picture& left);
+
 // CRC-32 (as in PNG and zip) of the visible pixels of a frame, row by row, for
 // I420 plane by plane. Padding at row ends doesn't count. 0 without pixels.
 std::uint32_t FrameChecksum(const IScreenCapture::ScreenFrameData& frame);

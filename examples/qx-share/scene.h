@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 // What there is to see. On Windows that is the user's own desktop; virtual
 // Windows starts out empty, so a scene is set up there.
@@ -30,6 +31,10 @@ constexpr double kModeChangeSeconds = 2;
 // std::runtime_error.
 std::unique_ptr<Scene> OpenScene(int width, int height, bool lively,
                                  SceneKind kind = SceneKind::Plain);
+
+// What is on the screen now, without the cursor: B, G, R, 0 bytes, rows from top to bottom.
+// False where the system has a desktop of its own.
+bool TakeScreen(std::vector<std::uint8_t>& bytes, int& width, int& height);
 
 // Opens `count` windows with titles, of twenty programs. False where the system has a
 // desktop of its own.

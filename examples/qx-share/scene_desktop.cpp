@@ -9,6 +9,8 @@ std::unique_ptr<Scene> OpenScene(int, int, bool, SceneKind kind) {
   return nullptr;
 }
 
+bool TakeScreen(std::vector<std::uint8_t>&, int&, int&) { return false; }
+
 bool OpenManyWindows(int) { return false; }
 
 bool ChangeScreen() { return false; }

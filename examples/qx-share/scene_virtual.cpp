@@ -244,6 +244,18 @@ std::unique_ptr<Scene> OpenScene(int width, int height, bool lively, SceneKind k
   return std::make_unique<VirtualScene>(width, height, lively, kind);
 }
 
+bool TakeScreen(std::vector<std::uint8_t>& bytes, int& width, int& height) {
+  MONITORINFO info = {};
+  info.cbSize = sizeof(info);
+  GetMonitorInfoW(vwin::control::PrimaryMonitor(), &info);
+  const vwin::control::Picture screen = vwin::control::Screenshot(info.rcMonitor);
+  const auto* const first = reinterpret_cast<const std::uint8_t*>(screen.pixels.data());
+  bytes.assign(first, first + screen.pixels.size() * 4);
+  width = screen.width;
+  height = screen.height;
+  return true;
+}
+
 bool OpenManyWindows(int count) {
   constexpr int kPrograms = 20;
   for (int i = 0; i < count; ++i) {
