@@ -1,0 +1,97 @@
+// Who leaves out what: the table of the README, cell by cell.
+#include <string>
+#include <vector>
+
+#include "tests/share/ShareTest.h"
+
+namespace qx::test {
+namespace {
+
+using namespace vwin::control;
+using FilterWindowInfo = IScreenCapture::FilterWindowInfo;
+
+constexpr auto kDxgi = IScreenCapture::CaptureEngineDXGI;
+constexpr auto kMag = IScreenCapture::CaptureEngineMag;
+constexpr auto kBitBlt = IScreenCapture::CaptureEngineGDIBitBlt;
+constexpr auto kPrint = IScreenCapture::CaptureEngineGDIPrintWindow;
+
+enum class Kind { kMonitor, kWindow };
+
+struct Cell {
+  const char* name;
+  vwin::Version version;
+  bool composition;
+  Kind kind;
+  IScreenCapture::CaptureEngineType engine;
+  bool unwantedShows;  // what is excluded from a monitor's share, or covers a window
+  bool includedShows;
+};
+
+class LeavesOut : public ShareTest, public testing::WithParamInterface<Cell> {
+ protected:
+  LeavesOut() {
+    SetVersion(GetParam().version);
+    SetComposition(GetParam().composition);
+    allowEngines({GetParam().engine});
+  }
+
+  static FilterWindowInfo byHandle(HWND window) {
+    FilterWindowInfo rule;
+    rule.window = window;
+    return rule;
+  }
+};
+
+TEST_P(LeavesOut, WhatTheTableSays) {
+  const Cell& cell = GetParam();
+  const HWND shared = OpenWindow({.rect = {20, 20, 220, 120}, .color = RGB(10, 120, 30)});
+  const HWND unwanted = OpenWindow({.rect = {40, 40, 80, 80}, .color = RGB(250, 0, 0)});
+  const HWND included = OpenWindow({.rect = {120, 40, 160, 80}, .color = RGB(0, 0, 250)});
+  capture.AddExcludeWindow(byHandle(unwanted));
+  capture.AddExcludeWindow(byHandle(included));
+  capture.AddIncludeWindow(byHandle(included));
+  int left = 0;  // of the picture, on the screen
+  int top = 0;
+  if (cell.kind == Kind::kWindow) {
+    left = top = 20;
+    ASSERT_TRUE(capture.ShareWindow(&context, idOf(shared), &host, error)) << log.Dump();
+    Settle();
+  } else {
+    start();
+  }
+  tick(3);
+  ASSERT_EQ(host.Engines(), std::vector<int>{cell.engine}) << log.Dump();
+  std::vector<Patch> patches = {{20 - left, 20 - top, 220 - left, 120 - top, 0x0A781E}};
+  if (cell.unwantedShows) {
+    patches.push_back({40 - left, 40 - top, 80 - left, 80 - top, 0xFA0000});
+  }
+  if (cell.includedShows) {
+    patches.push_back({120 - left, 40 - top, 160 - left, 80 - top, 0x0000FA});
+  }
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, patches));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, LeavesOut,
+    testing::Values(
+        Cell{"Windows7ClassicMonitorGdi", kWindows7, false, Kind::kMonitor, kBitBlt, false, true},
+        Cell{"Windows7MonitorGdi", kWindows7, true, Kind::kMonitor, kBitBlt, true, true},
+        Cell{"Windows8MonitorMag", kWindows8, true, Kind::kMonitor, kMag, false, true},
+        Cell{"Windows81MonitorMag", kWindows81, true, Kind::kMonitor, kMag, false, true},
+        Cell{"Windows81MonitorDxgi", kWindows81, true, Kind::kMonitor, kDxgi, true, true},
+        Cell{"Windows10MonitorMag", kWindows10, true, Kind::kMonitor, kMag, false, true},
+        Cell{"Windows10MonitorDxgi", kWindows10, true, Kind::kMonitor, kDxgi, true, true},
+        Cell{"Windows10MonitorGdi", kWindows10, true, Kind::kMonitor, kBitBlt, true, true},
+        Cell{"Windows11MonitorMag", kWindows11, true, Kind::kMonitor, kMag, false, true},
+        Cell{"Windows7ClassicWindowGdi", kWindows7, false, Kind::kWindow, kBitBlt, false, true},
+        Cell{"Windows7ClassicWindowPrint", kWindows7, false, Kind::kWindow, kPrint, false, false},
+        Cell{"Windows7WindowGdi", kWindows7, true, Kind::kWindow, kBitBlt, true, true},
+        Cell{"Windows8WindowMag", kWindows8, true, Kind::kWindow, kMag, false, true},
+        Cell{"Windows10WindowMag", kWindows10, true, Kind::kWindow, kMag, false, true},
+        Cell{"Windows10WindowPrint", kWindows10, true, Kind::kWindow, kPrint, false, false},
+        Cell{"Windows10WindowGdi", kWindows10, true, Kind::kWindow, kBitBlt, true, true},
+        Cell{"Windows11WindowMag", kWindows11, true, Kind::kWindow, kMag, false, true}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+}  // namespace
+}  // namespace qx::test
