@@ -144,7 +144,7 @@ TEST(Trampoline, MovesInstructionsOrRefuses) {
       {"a jump to the entry", "leads to byte 0", {0xB8, 1, 0, 0, 0, 0x75, 0xF9, 0xC3}},
       {"a jump back behind a return",
        "leads to byte 2",
-       {0x75, 0x05, 0xB8, 1, 0, 0, 0, 0xEB, 0xF9, 0xC3}},
+       {0x75, 0x06, 0xB8, 1, 0, 0, 0, 0xC3, 0xEB, 0xF8, 0xC3}},
       {"a call into it", "leads to byte 4", {0xE8, 0xFF, 0xFF, 0xFF, 0xFF, 0xC3}},
       {"a call that returns into it", "a call returns to byte 2", {0xFF, 0xD0, 0x90, 0x90, 0x90}},
       {"tiny", "ends after 3", {0x31, 0xC0, 0xC3, 0x53, 0x55, 0x57}},
@@ -315,20 +315,20 @@ TEST(InlinePatch, Direct3D9GoesThroughDetours) {
 }
 
 // Functions that fault: in the first instructions, in what these call, and later. They
-// take the address to read.
+// take the address to read. The guard's own frame needs rbp again.
 #define FUNCTION(name, body)                                                        \
   asm(".text\n.p2align 4\n.globl " #name "\n.seh_proc " #name "\n" #name ":\n" body \
       "\n.seh_endproc\n");                                                          \
   extern "C" int name(const int*);
 
 FUNCTION(FaultsEarly,
-         "pushq %rbx\n.seh_pushreg %rbx\n"
+         "pushq %rbp\n.seh_pushreg %rbp\n"
          ".seh_endprologue\n"
-         "movl (%rcx), %ebx\nmovl %ebx, %eax\npopq %rbx\nret")
+         "xorl %ebp, %ebp\nmovl (%rcx), %eax\npopq %rbp\nret")
 FUNCTION(FaultsInACall,
-         "subq $40, %rsp\n.seh_stackalloc 40\n"
+         "pushq %rbp\n.seh_pushreg %rbp\n"
          ".seh_endprologue\n"
-         "call FaultsEarly\naddq $40, %rsp\nret")
+         "xorl %ebp, %ebp\ncall FaultsEarly\npopq %rbp\nret")
 FUNCTION(FaultsLate,
          "movq %rbx, 8(%rsp)\n"
          "subq $40, %rsp\n.seh_stackalloc 40\n.seh_savereg %rbx, 48\n"
