@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <iterator>
 #include <map>
+#include <utility>
 
 #include "platform/model/Ledger.h"
 #include "platform/model/Machine.h"
@@ -37,6 +38,7 @@ struct Module : Object {
   explicit Module(std::string name_) : name(std::move(name_)) {}
   const std::string name;
   int references = 0;
+  bool isPinned = false;
 };
 
 using ModuleMap = std::map<std::string, HMODULE>;
@@ -105,10 +107,17 @@ void AddReference(Lock& lock, HMODULE module, const char* call) {
   ledger::Take(lock, "module", reinterpret_cast<std::uintptr_t>(module), call);
 }
 
+void Pin(Lock& lock, HMODULE module, const char* call) {
+  if (!std::exchange(Get(lock, module)->isPinned, true)) {
+    ledger::Take(lock, "pinned module", reinterpret_cast<std::uintptr_t>(module), call);
+  }
+}
+
 bool Free(Lock& lock, HMODULE module) {
   const std::shared_ptr<Module> object = Get(lock, module);
   if (!object) return false;
   if (object->references == 0) {
+    if (object->isPinned) return true;
     ledger::Misuse(lock, "FreeLibrary: " + object->name + " was not loaded by anybody");
     return true;
   }
