@@ -8,6 +8,7 @@
 #include <iterator>
 #include <map>
 #include <set>
+#include <utility>
 
 #include "platform/model/Ledger.h"
 #include "platform/model/Machine.h"
@@ -49,11 +50,12 @@ struct Module : Object {
   explicit Module(std::string name_) : name(std::move(name_)) {}
   const std::string name;
   int references = 0;
+  bool isPinned = false;
   bool isPresent = true;       // as a file
   bool isLoadedAnyhow = true;  // whoever frees it
   std::set<std::string> missingExports;
 
-  bool isLoaded() const { return isLoadedAnyhow || references > 0; }
+  bool isLoaded() const { return isLoadedAnyhow || isPinned || references > 0; }
 };
 
 using ModuleMap = std::map<std::string, HMODULE>;
@@ -131,10 +133,17 @@ void AddReference(Lock& lock, HMODULE module, const char* call) {
   ledger::Take(lock, "module", reinterpret_cast<std::uintptr_t>(module), call);
 }
 
+void Pin(Lock& lock, HMODULE module, const char* call) {
+  if (!std::exchange(Get(lock, module)->isPinned, true)) {
+    ledger::Take(lock, "pinned module", reinterpret_cast<std::uintptr_t>(module), call);
+  }
+}
+
 bool Free(Lock& lock, HMODULE module) {
   const std::shared_ptr<Module> object = Get(lock, module);
   if (!object) return false;
   if (object->references == 0) {
+    if (object->isPinned) return true;
     ledger::Misuse(lock, "FreeLibrary: " + object->name + " was not loaded by anybody");
     return true;
   }

@@ -24,6 +24,8 @@ HMODULE At(Lock& lock, const void* address);
 // Counts a reference to a module.
 HMODULE Load(Lock& lock, const std::string& name, const char* call);
 void AddReference(Lock& lock, HMODULE module, const char* call);
+// Keeps a module loaded for the process's life, whoever frees it.
+void Pin(Lock& lock, HMODULE module, const char* call);
 // False when `module` is none. A reference too many is a misuse.
 bool Free(Lock& lock, HMODULE module);
 
