@@ -78,6 +78,8 @@
 #define HWND_BOTTOM ((HWND)1)
 #define HWND_TOPMOST ((HWND)(LONG_PTR)-1)
 #define HWND_NOTOPMOST ((HWND)(LONG_PTR)-2)
+// The parent of windows that take messages and nothing else.
+#define HWND_MESSAGE ((HWND)(LONG_PTR)-3)
 
 #define RDW_INVALIDATE 0x0001
 #define RDW_ERASE 0x0004
@@ -170,7 +172,17 @@
 #define MAKEINTRESOURCEW(i) ((LPWSTR)((ULONG_PTR)((WORD)(i))))
 #define IDI_APPLICATION MAKEINTRESOURCEW(32512)
 
+#define IDC_ARROW MAKEINTRESOURCEW(32512)
+
 #define CURSOR_SHOWING 0x00000001
+
+#define IMAGE_CURSOR 2
+#define LR_MONOCHROME 0x00000001
+
+#define DI_MASK 0x0001
+#define DI_IMAGE 0x0002
+#define DI_NORMAL 0x0003
+#define DI_COMPAT 0x0004
 
 // ------------------------------------------------------------------------- records
 
@@ -292,6 +304,7 @@ HWND WINAPI GetParent(HWND window);
 LONG_PTR WINAPI GetWindowLongPtrW(HWND window, int index);
 LONG_PTR WINAPI SetWindowLongPtrW(HWND window, int index, LONG_PTR value);
 BOOL WINAPI EnumWindows(WNDENUMPROC callback, LPARAM data);
+BOOL WINAPI EnumThreadWindows(DWORD thread, WNDENUMPROC callback, LPARAM data);
 BOOL WINAPI EnumChildWindows(HWND parent, WNDENUMPROC callback, LPARAM data);
 HWND WINAPI FindWindowExW(HWND parent, HWND after, LPCWSTR className, LPCWSTR title);
 HWND WINAPI FindWindowExA(HWND parent, HWND after, LPCSTR className, LPCSTR title);
@@ -349,9 +362,16 @@ BOOL WINAPI PrintWindow(HWND window, HDC dc, UINT flags);
 int WINAPI FillRect(HDC dc, const RECT* rect, HBRUSH brush);
 BOOL WINAPI GetCursorInfo(PCURSORINFO info);
 BOOL WINAPI DrawIcon(HDC dc, int x, int y, HICON icon);
+// A size of 0 is the icon's own, without DI_DEFAULTSIZE.
+BOOL WINAPI DrawIconEx(HDC dc, int x, int y, HICON icon, int width, int height, UINT step,
+                       HBRUSH background, UINT flags);
 
 HICON WINAPI LoadIconW(HINSTANCE instance, LPCWSTR name);
 BOOL WINAPI DestroyIcon(HICON icon);
+HCURSOR WINAPI LoadCursorW(HINSTANCE instance, LPCWSTR name);
+BOOL WINAPI DestroyCursor(HCURSOR cursor);
+// Of cursors only, in their own size.
+HANDLE WINAPI CopyImage(HANDLE image, UINT type, int width, int height, UINT flags);
 // Both bitmaps are copies, the caller's. Without colours the mask is twice as high as
 // the icon: what it lets through, and below that what it turns over.
 BOOL WINAPI GetIconInfo(HICON icon, PICONINFO info);

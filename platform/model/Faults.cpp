@@ -1,5 +1,6 @@
 #include "platform/model/Faults.h"
 
+#include <virtual_windows.h>
 #include <windows.h>
 
 #include <algorithm>
@@ -115,6 +116,7 @@ std::optional<Fault> CallSite::Enter() {
       if (fault && !result) result = fault;
     }
   }
+  if (result && result->exception != 0) throw StructuredException{result->exception};
   return result;
 }
 

@@ -4,6 +4,7 @@
 // the library links to are plain functions of the stand-in.
 #pragma once
 
+#include <magnification.h>
 #include <windows.h>
 
 #include <string>
@@ -28,8 +29,18 @@ void Pin(Lock& lock, HMODULE module, const char* call);
 // False when `module` is none. A reference too many is a misuse.
 bool Free(Lock& lock, HMODULE module);
 
-// Null when this version of Windows lacks the export.
+// Null when this version of Windows, or this machine, lacks the export.
 FARPROC Export(Lock& lock, HMODULE module, const std::string& name);
+
+// The same of a module that may not be loaded yet.
+FARPROC SystemExport(Lock& lock, const std::string& module, const std::string& name);
+
+// ------------------------------------------------------------------- the test side
+
+// Each is false when there is no such thing.
+bool Remove(Lock& lock, const std::string& name);
+bool RemoveExport(Lock& lock, const std::string& module, const std::string& name);
+bool LoadForGood(Lock& lock, const std::string& name);
 
 }  // namespace vwin::modules
 
@@ -38,4 +49,9 @@ extern "C" {
 void WINAPI RtlGetNtVersionNumbers(DWORD* major, DWORD* minor, DWORD* build);
 HRESULT WINAPI SetThreadDescription(HANDLE thread, PCWSTR description);
 void WINAPI GetSystemTimePreciseAsFileTime(LPFILETIME time);
+BOOL WINAPI MagInitialize();
+BOOL WINAPI MagUninitialize();
+BOOL WINAPI MagSetWindowSource(HWND window, RECT source);
+BOOL WINAPI MagSetWindowFilterList(HWND window, DWORD mode, int count, HWND* windows);
+BOOL WINAPI MagSetColorEffect(HWND window, MAGCOLOREFFECT* effect);
 }
