@@ -303,6 +303,18 @@ class QX_SCREEN_CAPTURE_API IScreenCapture {
 
   // Whether a monitor share keeps excluded windows out of the picture, as far
   // as the engine in use can. Default true. Rebuilds the engine of a share.
+  //
+  //   engine           excluded windows, or what       included windows
+  //                    covers a shared window
+  //   Mag              left out                        shown
+  //   DXGI             shown                           shown
+  //   GDIBitBlt        shown; left out only without    shown
+  //                    desktop composition
+  //   GDIPrintWindow   left out                        not shown
+  //
+  // An engine that fails gives way to the next one of the share's list, which may
+  // show more: OnCaptureEngineName tells, and SetCaptureEngineConfig says which
+  // engines may be used.
   virtual void EnableFilterWindowWhenShareDesktop(bool enable) = 0;
 
   // The exclude list: windows to keep out of the picture, and out of
