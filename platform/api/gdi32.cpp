@@ -17,9 +17,11 @@ constexpr std::int64_t kMostPixels = std::int64_t{1} << 28;  // of a bitmap
 
 bool isPlainPicture(const BITMAPINFO* info, UINT usage) {
   const BITMAPINFOHEADER* header = info ? &info->bmiHeader : nullptr;
-  return header && header->biSize == sizeof(BITMAPINFOHEADER) && header->biPlanes == 1 &&
-         header->biBitCount == 32 && header->biCompression == BI_RGB && usage == DIB_RGB_COLORS &&
-         header->biWidth > 0 && header->biHeight != 0;
+  // The longer header begins as the shorter one does.
+  return header &&
+         (header->biSize == sizeof(BITMAPINFOHEADER) || header->biSize == sizeof(BITMAPV5HEADER)) &&
+         header->biPlanes == 1 && header->biBitCount == 32 && header->biCompression == BI_RGB &&
+         usage == DIB_RGB_COLORS && header->biWidth > 0 && header->biHeight != 0;
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "platform/model/Desktop.h"
 #include "platform/model/Faults.h"
 #include "platform/model/Gdi.h"
+#include "platform/model/Icons.h"
 #include "platform/model/Machine.h"
 #include "platform/model/Rects.h"
 
@@ -111,15 +112,19 @@ BOOL WINAPI GetCursorInfo(PCURSORINFO info) {
   return TRUE;
 }
 
-BOOL WINAPI DrawIcon(HDC handle, int x, int y, HICON icon) {
+BOOL WINAPI DrawIcon(HDC handle, int x, int y, HICON handleOfIcon) {
   VWIN_CALL(DrawIcon);
   if (fault) return SetLastError(fault->win32), FALSE;
   Lock lock;
-  const auto shape = handles::Get<CursorShape>(lock, HandleKind::kCursor, icon);
-  if (!shape) return SetLastError(ERROR_INVALID_CURSOR_HANDLE), FALSE;
+  const auto shape = handles::Get<CursorShape>(lock, HandleKind::kCursor, handleOfIcon);
+  const auto icon = shape ? std::nullopt : icons::Find(lock, handleOfIcon);
+  if (!shape && !icon) return SetLastError(ERROR_INVALID_CURSOR_HANDLE), FALSE;
   const auto dc = gdi::FindDC(lock, handle);
-  if (!dc || !gdi::DrawCursor(lock, *dc, x, y, *shape))
-    return SetLastError(ERROR_INVALID_HANDLE), FALSE;
+  const auto draw = [&] {
+    return shape ? gdi::DrawCursor(lock, *dc, x, y, *shape)
+                 : icons::Draw(lock, *dc, SizedRect(x, y, icon->width, icon->height), *icon);
+  };
+  if (!dc || !draw()) return SetLastError(ERROR_INVALID_HANDLE), FALSE;
   return TRUE;
 }
 

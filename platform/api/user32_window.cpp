@@ -257,6 +257,19 @@ BOOL WINAPI EnumWindows(WNDENUMPROC callback, LPARAM data) {
   return enumerate(windows, callback, data);
 }
 
+// Without windows that only take messages.
+BOOL WINAPI EnumThreadWindows(DWORD thread, WNDENUMPROC callback, LPARAM data) {
+  VWIN_CALL(EnumThreadWindows);
+  if (fault) return SetLastError(fault->win32), FALSE;
+  std::vector<HWND> windows;
+  {
+    Lock lock;
+    for (const auto& window : desktop::Get(lock).root->children)
+      if (window->threadId == thread) windows.push_back(window->handle);
+  }
+  return enumerate(windows, callback, data);
+}
+
 BOOL WINAPI EnumChildWindows(HWND parent, WNDENUMPROC callback, LPARAM data) {
   VWIN_CALL(EnumChildWindows);
   if (fault) return SetLastError(fault->win32), FALSE;

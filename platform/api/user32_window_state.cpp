@@ -79,8 +79,9 @@ HWND WINAPI CreateWindowExW(DWORD exStyle, LPCWSTR className, LPCWSTR title, DWO
     Lock lock;
     request.windowClass = className ? desktop::FindClass(lock, className) : nullptr;
     if (!request.windowClass) return SetLastError(ERROR_CANNOT_FIND_WND_CLASS), nullptr;
-    const auto above = parent ? FindOrSetError(lock, parent) : nullptr;
-    if (parent && !above) return nullptr;
+    const bool unseen = parent == HWND_MESSAGE;
+    const auto above = parent && !unseen ? FindOrSetError(lock, parent) : nullptr;
+    if (parent && !unseen && !above) return nullptr;
     const bool child = (style & WS_CHILD) != 0;
     if (child && !above) return SetLastError(ERROR_INVALID_WINDOW_HANDLE), nullptr;
     // A child's place counts from its parent's client area.

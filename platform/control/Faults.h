@@ -18,6 +18,10 @@ namespace vwin::control {
 // What a failing call says: out of memory unless a test says otherwise.
 inline constexpr Fault kOutOfMemory{8, static_cast<std::int32_t>(0x8007000E)};
 
+// Calls that raise a structured exception.
+inline constexpr Fault kAccessViolation{0, 0, 0xC0000005};
+inline constexpr Fault kNotImplemented{0, 0, 0x80000100};  // Wine's, of a function without body
+
 using faults::LoggedCall;
 using vwin::Repeat;
 

@@ -18,9 +18,7 @@ void changeWindow(HWND handle, Change change) {
   change(*window);
 }
 
-}  // namespace
-
-HICON MakeIcon(const IconPicture& picture) {
+Icon iconOf(const IconPicture& picture) {
   Icon icon;
   icon.width = picture.width;
   icon.height = picture.height;
@@ -32,8 +30,24 @@ HICON MakeIcon(const IconPicture& picture) {
   if (icon.mask.empty()) icon.mask.resize(maskSize);
   if ((!icon.colors.empty() && icon.colors.size() != size) || icon.mask.size() != maskSize)
     throw std::invalid_argument("an icon without gaps");
+  return icon;
+}
+
+}  // namespace
+
+HICON MakeIcon(const IconPicture& picture) {
+  Icon icon = iconOf(picture);
   Lock lock;
   return icons::Add(lock, std::move(icon));
+}
+
+void SetCursorIcon(const IconPicture& picture, POINT hotspot) {
+  Icon icon = iconOf(picture);
+  icon.hotspot = hotspot;
+  icon.isCursor = true;
+  Lock lock;
+  desktop::Get(lock).cursor.shape = icons::Add(lock, std::move(icon));
+  scheduler::Changed();
 }
 
 void SetWindowIcon(HWND window, IconKind kind, HICON icon) {

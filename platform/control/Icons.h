@@ -31,6 +31,10 @@ struct IconPicture {
 
 HICON MakeIcon(const IconPicture& picture);
 
+// The mouse cursor has this picture from now on, as an icon's: with a mask and without an
+// alpha, or black and white. Duplications don't show it.
+void SetCursorIcon(const IconPicture& picture, POINT hotspot);
+
 // What a window answers to WM_GETICON.
 enum class IconKind { kSmall = ICON_SMALL, kBig = ICON_BIG, kSmall2 = ICON_SMALL2 };
 

@@ -11,7 +11,8 @@ namespace vwin::control {
 
 // What the library keeps for the process's life: the one list of what Difference
 // excuses.
-inline constexpr const char* kKeptForLife[] = {"window class", "module", "GDI+ start"};
+inline constexpr const char* kKeptForLife[] = {"window class", "module", "pinned module",
+                                               "GDI+ start"};
 
 using LedgerSnapshot = std::vector<ledger::Entry>;
 

@@ -8,8 +8,10 @@
 
 // ------------------------------------------------------------- errors and modules
 
+#define GET_MODULE_HANDLE_EX_FLAG_PIN 0x00000001
 #define GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT 0x00000002
 #define GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS 0x00000004
+#define LOAD_LIBRARY_SEARCH_SYSTEM32 0x00000800
 
 extern "C" {
 
@@ -19,6 +21,7 @@ void WINAPI SetLastError(DWORD error);
 HMODULE WINAPI GetModuleHandleA(LPCSTR name);
 BOOL WINAPI GetModuleHandleExW(DWORD flags, LPCWSTR nameOrAddress, HMODULE* module);
 HMODULE WINAPI LoadLibraryA(LPCSTR name);
+HMODULE WINAPI LoadLibraryExW(LPCWSTR name, HANDLE reserved, DWORD flags);
 BOOL WINAPI FreeLibrary(HMODULE module);
 // For threads of _beginthreadex only: what the thread's function has on its stack is
 // destroyed, as it is not on Windows.

@@ -160,6 +160,10 @@ void Compose(Lock& lock, const RECT& area, std::uint32_t* pixels, std::ptrdiff_t
   }
 }
 
+std::uint32_t Blended(std::uint32_t over, std::uint32_t under, std::uint32_t alpha) {
+  return blended(over, under, alpha);
+}
+
 void DrawWindow(Lock&, const Window& window, const RECT& part, std::uint32_t* pixels,
                 std::ptrdiff_t stride) {
   const RECT area = Moved(part, window.rect.left, window.rect.top);

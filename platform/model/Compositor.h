@@ -26,6 +26,9 @@ void Compose(Lock& lock, const RECT& area, std::uint32_t* pixels, std::ptrdiff_t
 void DrawWindow(Lock& lock, const Window& window, const RECT& part, std::uint32_t* pixels,
                 std::ptrdiff_t stride);
 
+// One pixel over another, 0x00RRGGBB both.
+std::uint32_t Blended(std::uint32_t over, std::uint32_t under, std::uint32_t alpha);
+
 // Lays a picture with straight alpha over pixels of a surface, clipped to `clip`.
 void Overlay(Surface& surface, const RECT& clip, int x, int y, const CursorShape& picture);
 

@@ -82,4 +82,9 @@ HCURSOR AddCursor(Lock& lock, CursorShape shape) {
       lock, HandleKind::kCursor, std::make_shared<CursorShape>(std::move(shape)), nullptr));
 }
 
+HCURSOR SharedArrow(Lock& lock) {
+  static const HCURSOR arrow = AddCursor(lock, StandardCursor(CursorKind::kArrow));
+  return arrow;
+}
+
 }  // namespace vwin::desktop

@@ -91,10 +91,12 @@ Desktop* makeDesktop(Lock& lock) {
   desktop->root->style = WS_POPUP | WS_VISIBLE;
   desktop->root->handle =
       static_cast<HWND>(handles::Add(lock, HandleKind::kWindow, desktop->root, nullptr));
+  desktop->messageRoot = std::make_shared<Window>();
+  desktop->messageRoot->className = L"Message";
   enterMonitor(lock, *desktop, kFirstMonitor, kFirstMonitor, true, L"\\\\.\\DISPLAY1");
   desktop->root->rect = kFirstMonitor;
   desktop->cursor.position = {WidthOf(kFirstMonitor) / 2, HeightOf(kFirstMonitor) / 2};
-  desktop->cursor.shape = AddCursor(lock, StandardCursor(CursorKind::kArrow));
+  desktop->cursor.shape = SharedArrow(lock);
   return desktop;
 }
 
@@ -173,8 +175,10 @@ bool SameName(const std::wstring& a, const std::wstring& b) {
 }
 
 std::shared_ptr<const WindowClass> FindClass(Lock& lock, const std::wstring& name) {
-  for (const auto& known : Get(lock).classes) {
-    if (SameName(known->name, name)) return known;
+  const Desktop& desktop = Get(lock);
+  for (const auto* classes : {&desktop.classes, &desktop.systemClasses}) {
+    for (const auto& known : *classes)
+      if (SameName(known->name, name)) return known;
   }
   return nullptr;
 }

@@ -130,7 +130,9 @@ struct Window : Object {
 struct Desktop {
   std::vector<std::shared_ptr<Monitor>> monitors;  // in the order of enumeration
   std::shared_ptr<Window> root;                    // the desktop window; its children are top-level
+  std::shared_ptr<Window> messageRoot;             // parent of windows that are never seen
   std::vector<std::shared_ptr<const WindowClass>> classes;
+  std::vector<std::shared_ptr<const WindowClass>> systemClasses;  // of modules of the system
   Cursor cursor;
   HWND focus = nullptr;
   std::optional<HWND> foreground;  // what somebody chose, null being none
@@ -219,6 +221,7 @@ bool ShareInput(Lock& lock, std::uint32_t a, std::uint32_t b);
 enum class CursorKind { kArrow, kBeam, kCross };
 CursorShape StandardCursor(CursorKind kind);
 HCURSOR AddCursor(Lock& lock, CursorShape shape);
+HCURSOR SharedArrow(Lock& lock);
 
 }  // namespace desktop
 }  // namespace vwin

@@ -1,5 +1,7 @@
 #include "platform/model/Faults.h"
 
+#include <virtual_windows.h>
+
 #include <algorithm>
 #include <mutex>
 #include <stdexcept>
@@ -110,6 +112,7 @@ std::optional<Fault> CallSite::Enter() {
       if (fault && !result) result = fault;
     }
   }
+  if (result && result->exception != 0) throw StructuredException{result->exception};
   return result;
 }
 

@@ -22,6 +22,8 @@ namespace vwin {
 struct Fault {
   std::uint32_t win32;   // for SetLastError
   std::int32_t hresult;  // for functions that answer with an HRESULT
+  // Not 0: the call raises a structured exception with this code instead.
+  std::uint32_t exception = 0;
 };
 
 enum class Repeat { kOnce, kOnward };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "platform/model/Compositor.h"
 #include "platform/model/Ledger.h"
@@ -80,12 +81,14 @@ HDC OpenDC(Lock& lock, Window* window, HWND gotFor, const char* call, std::optio
   return dc->handle;
 }
 
-HDC OpenMemoryDC(Lock& lock) {
+HDC OpenMemoryDC(Lock& lock) { return OpenBitmapDC(lock, stockBitmap(lock), "CreateCompatibleDC"); }
+
+HDC OpenBitmapDC(Lock& lock, std::shared_ptr<Bitmap> bitmap, const char* call) {
   auto dc = std::make_shared<DeviceContext>();
   dc->kind = DeviceContext::Kind::kMemory;
   dc->threadId = scheduler::CurrentThreadId();
-  dc->bitmap = stockBitmap(lock);
-  dc->handle = static_cast<HDC>(handles::Add(lock, HandleKind::kDC, dc, "CreateCompatibleDC"));
+  dc->bitmap = std::move(bitmap);
+  dc->handle = static_cast<HDC>(handles::Add(lock, HandleKind::kDC, dc, call));
   return dc->handle;
 }
 

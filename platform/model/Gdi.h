@@ -56,6 +56,8 @@ std::optional<std::uint32_t> BrushPixel(Lock& lock, HBRUSH brush);
 HDC OpenDC(Lock& lock, Window* window, HWND gotFor, const char* call,
            std::optional<RECT> clip = std::nullopt);
 HDC OpenMemoryDC(Lock& lock);
+// One that has `bitmap`, which needs no handle, selected; `call` is noted in the ledger.
+HDC OpenBitmapDC(Lock& lock, std::shared_ptr<Bitmap> bitmap, const char* call);
 HBITMAP CreateBitmap(Lock& lock, int width, int height, bool monochrome);
 // `bits` is where its pixels are, rows top to bottom, until it is deleted.
 HBITMAP CreateSection(Lock& lock, int width, int height, std::uint32_t*& bits);

@@ -1,12 +1,15 @@
 #include "platform/model/Icons.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <utility>
 
+#include "platform/model/Compositor.h"
 #include "platform/model/Desktop.h"
 #include "platform/model/Gdi.h"
 #include "platform/model/Ledger.h"
 #include "platform/model/Machine.h"
+#include "platform/model/Rects.h"
 
 namespace vwin::icons {
 namespace {
@@ -120,6 +123,48 @@ ICONINFO Describe(Lock& lock, const Icon& icon) {
   if (!icon.colors.empty())
     info.hbmColor = gdi::AddIconBitmap(lock, icon.width, icon.height, icon.colors, false);
   return info;
+}
+
+Icon BlackAndWhite(const Icon& icon) {
+  if (icon.colors.empty()) return icon;
+  constexpr std::uint32_t kHalf = 128;
+  Icon result = icon;
+  result.colors.clear();
+  for (std::size_t i = 0; i < icon.colors.size(); ++i) {
+    const std::uint32_t color = icon.colors[i];
+    const std::uint32_t light =
+        ((color >> 16 & 0xFF) + (color >> 8 & 0xFF) * 2 + (color & 0xFF)) / 4;
+    const bool white = icon.mask[i] == 0 && light >= kHalf;
+    result.mask.push_back(white ? 0x00FFFFFF : 0);
+  }
+  return result;
+}
+
+bool Draw(Lock& lock, const DeviceContext& dc, const RECT& where, const Icon& icon) {
+  const gdi::Target target = gdi::TargetOf(lock, dc);
+  if (!target.surface) return false;
+  const RECT placed = Moved(where, target.origin.x, target.origin.y);
+  const RECT drawn = Overlap(placed, target.clip);
+  const auto at = [&](const std::vector<std::uint32_t>& plane, int x, int y) {
+    const std::int64_t column = std::int64_t{x - placed.left} * icon.width / WidthOf(placed);
+    const std::int64_t row = std::int64_t{y - placed.top} * icon.height / HeightOf(placed);
+    return plane[static_cast<std::size_t>(row * icon.width + column)];
+  };
+  const auto middle = icon.mask.begin() + static_cast<std::ptrdiff_t>(icon.width) * icon.height;
+  const std::vector<std::uint32_t> colors =
+      icon.colors.empty() ? std::vector(middle, icon.mask.end()) : icon.colors;
+  const bool hasAlpha =
+      std::any_of(colors.begin(), colors.end(), [](auto pixel) { return pixel >> 24 != 0; });
+  for (int y = drawn.top; y < drawn.bottom; ++y) {
+    std::uint32_t* const row = target.surface->MutableRow(y);
+    for (int x = drawn.left; x < drawn.right; ++x) {
+      const std::uint32_t color = at(colors, x, y);
+      row[x] = hasAlpha ? compositor::Blended(color & 0x00FFFFFF, row[x], color >> 24)
+                        : (row[x] & at(icon.mask, x, y)) ^ color;
+    }
+  }
+  if (target.monochrome) target.surface->Threshold(drawn);
+  return true;
 }
 
 }  // namespace vwin::icons

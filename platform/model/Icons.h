@@ -16,6 +16,8 @@
 
 namespace vwin {
 
+struct DeviceContext;
+
 // Rows top to bottom without gaps.
 struct Icon : Object {
   int width = 0;
@@ -46,6 +48,11 @@ HICON Application(Lock& lock);
 HICON OfProgram(Lock& lock, const std::wstring& path);
 // For as long as the shell takes; nobody is answered meanwhile.
 void WaitForShell(Lock& lock);
+
+// What CopyImage makes of it for a display of two colours.
+Icon BlackAndWhite(const Icon& icon);
+// Draws it at this place in the DC's coordinates, and as large. False as gdi::Fill.
+bool Draw(Lock& lock, const DeviceContext& dc, const RECT& where, const Icon& icon);
 
 // Copies of an icon's bitmaps, the caller's of GetIconInfo.
 ICONINFO Describe(Lock& lock, const Icon& icon);

@@ -87,12 +87,17 @@ struct Machine {
   std::vector<Adapter> adapters{{0x8086, 0x3E92, L"Virtual Graphics"}};
   HRESULT d3dResult = S_OK;               // of a hardware device
   std::optional<std::uint32_t> d3dFault;  // code of the structured exception
+  HRESULT d3d9DeviceState = S_OK;         // what calls of a Direct3D 9 device answer
   HRESULT duplicateResult = S_OK;
   std::set<HMONITOR> duplicated;                     // a process can duplicate each monitor once
   std::uint32_t desktopSwitches = 0;                 // all duplications are lost with each
   bool blackDuplicates = false;                      // a driver's fault: pictures of zeros
   std::uint32_t duplicateFormat = 87;                // DXGI_FORMAT_B8G8R8A8_UNORM
   std::shared_ptr<const PointerShape> pointerShape;  // instead of the cursor's picture
+
+  bool blackMagnifier = false;               // a driver's fault: pictures of zeros
+  int magnifierStretches = 1;                // calls of StretchRect in a render
+  std::optional<Micros> magnifierTakes = 0;  // to render; nothing: it hangs
 
   bool virtualDesktopManager = true;
   std::set<HWND> onOtherVirtualDesktop;

@@ -1,11 +1,14 @@
 #include "platform/model/Modules.h"
 
+#include <d3d9.h>
 #include <dlfcn.h>
 #include <link.h>
 
 #include <algorithm>
 #include <iterator>
 #include <map>
+#include <set>
+#include <utility>
 
 #include "platform/model/Ledger.h"
 #include "platform/model/Machine.h"
@@ -24,19 +27,35 @@ struct ExportEntry {
   FARPROC function;
 };
 
+template <typename Function>
+FARPROC AsExport(Function* function) {
+  return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(function));
+}
+
 const ExportEntry kExports[] = {
-    {"ntdll.dll", "RtlGetNtVersionNumbers", kEveryVersion,
-     reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&RtlGetNtVersionNumbers))},
-    {"kernel32.dll", "SetThreadDescription", kWindows10Of2016,
-     reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&SetThreadDescription))},
+    {"ntdll.dll", "RtlGetNtVersionNumbers", kEveryVersion, AsExport(&RtlGetNtVersionNumbers)},
+    {"kernel32.dll", "SetThreadDescription", kWindows10Of2016, AsExport(&SetThreadDescription)},
     {"kernel32.dll", "GetSystemTimePreciseAsFileTime", kWindows8,
-     reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&GetSystemTimePreciseAsFileTime))},
+     AsExport(&GetSystemTimePreciseAsFileTime)},
+    {"d3d9.dll", "Direct3DCreate9Ex", kEveryVersion, AsExport(&Direct3DCreate9Ex)},
+    {"magnification.dll", "MagInitialize", kEveryVersion, AsExport(&MagInitialize)},
+    {"magnification.dll", "MagUninitialize", kEveryVersion, AsExport(&MagUninitialize)},
+    {"magnification.dll", "MagSetWindowSource", kEveryVersion, AsExport(&MagSetWindowSource)},
+    {"magnification.dll", "MagSetWindowFilterList", kEveryVersion,
+     AsExport(&MagSetWindowFilterList)},
+    {"magnification.dll", "MagSetColorEffect", kEveryVersion, AsExport(&MagSetColorEffect)},
 };
 
 struct Module : Object {
   explicit Module(std::string name_) : name(std::move(name_)) {}
   const std::string name;
   int references = 0;
+  bool isPinned = false;
+  bool isPresent = true;       // as a file
+  bool isLoadedAnyhow = true;  // whoever frees it
+  std::set<std::string> missingExports;
+
+  bool isLoaded() const { return isLoadedAnyhow || isPinned || references > 0; }
 };
 
 using ModuleMap = std::map<std::string, HMODULE>;
@@ -50,7 +69,11 @@ HMODULE Enter(Lock& lock, ModuleMap& modules, const std::string& name) {
   return module;
 }
 
-// In lower case. The library links to all that are here from the start.
+std::shared_ptr<Module> Get(Lock& lock, HMODULE module) {
+  return handles::Get<Module>(lock, HandleKind::kModule, module);
+}
+
+// In lower case. The library links to the first ones, which are loaded from the start.
 ModuleMap& All(Lock& lock) {
   static ModuleMap* const modules = [&] {
     auto* const map = new ModuleMap;
@@ -59,6 +82,8 @@ ModuleMap& All(Lock& lock) {
           "dwmapi.dll", "wtsapi32.dll", "advapi32.dll", "ole32.dll", "d3d11.dll", "dxgi.dll"}) {
       Enter(lock, *map, name);
     }
+    for (const char* name : {"d3d9.dll", "d3d9on12.dll", "d3d12.dll", "magnification.dll"})
+      Get(lock, Enter(lock, *map, name))->isLoadedAnyhow = false;
     return map;
   }();
   return *modules;
@@ -70,15 +95,18 @@ std::string Normal(const std::string& name) {
   return normal;
 }
 
-std::shared_ptr<Module> Get(Lock& lock, HMODULE module) {
-  return handles::Get<Module>(lock, HandleKind::kModule, module);
+// Null when there is no such file.
+HMODULE Present(Lock& lock, const std::string& name) {
+  const auto module = All(lock).find(Normal(name));
+  return module != All(lock).end() && Get(lock, module->second)->isPresent ? module->second
+                                                                           : nullptr;
 }
 
 }  // namespace
 
 HMODULE Loaded(Lock& lock, const std::string& name) {
-  const auto module = All(lock).find(Normal(name));
-  return module == All(lock).end() ? nullptr : module->second;
+  const HMODULE module = Present(lock, name);
+  return module && Get(lock, module)->isLoaded() ? module : nullptr;
 }
 
 HMODULE Program(Lock& lock) { return Loaded(lock, "host.exe"); }
@@ -95,7 +123,7 @@ HMODULE At(Lock& lock, const void* address) {
 }
 
 HMODULE Load(Lock& lock, const std::string& name, const char* call) {
-  const HMODULE module = Loaded(lock, name);
+  const HMODULE module = Present(lock, name);
   if (module != nullptr) AddReference(lock, module, call);
   return module;
 }
@@ -105,10 +133,17 @@ void AddReference(Lock& lock, HMODULE module, const char* call) {
   ledger::Take(lock, "module", reinterpret_cast<std::uintptr_t>(module), call);
 }
 
+void Pin(Lock& lock, HMODULE module, const char* call) {
+  if (!std::exchange(Get(lock, module)->isPinned, true)) {
+    ledger::Take(lock, "pinned module", reinterpret_cast<std::uintptr_t>(module), call);
+  }
+}
+
 bool Free(Lock& lock, HMODULE module) {
   const std::shared_ptr<Module> object = Get(lock, module);
   if (!object) return false;
   if (object->references == 0) {
+    if (object->isPinned) return true;
     ledger::Misuse(lock, "FreeLibrary: " + object->name + " was not loaded by anybody");
     return true;
   }
@@ -119,11 +154,34 @@ bool Free(Lock& lock, HMODULE module) {
 
 FARPROC Export(Lock& lock, HMODULE module, const std::string& name) {
   const std::shared_ptr<Module> object = Get(lock, module);
-  if (!object) return nullptr;
+  if (!object || object->missingExports.count(name) != 0) return nullptr;
   const auto entry = std::find_if(std::begin(kExports), std::end(kExports), [&](const auto& e) {
     return object->name == e.module && name == e.name && TheMachine(lock).version >= e.since;
   });
   return entry == std::end(kExports) ? nullptr : entry->function;
+}
+
+FARPROC SystemExport(Lock& lock, const std::string& module, const std::string& name) {
+  return Export(lock, Present(lock, module), name);
+}
+
+bool Remove(Lock& lock, const std::string& name) {
+  const HMODULE module = Present(lock, name);
+  if (!module || Get(lock, module)->isLoaded()) return false;
+  Get(lock, module)->isPresent = false;
+  return true;
+}
+
+bool RemoveExport(Lock& lock, const std::string& module, const std::string& name) {
+  if (!SystemExport(lock, module, name)) return false;
+  Get(lock, Present(lock, module))->missingExports.insert(name);
+  return true;
+}
+
+bool LoadForGood(Lock& lock, const std::string& name) {
+  const HMODULE module = Present(lock, name);
+  if (module) Get(lock, module)->isLoadedAnyhow = true;
+  return module != nullptr;
 }
 
 }  // namespace vwin::modules

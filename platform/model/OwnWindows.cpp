@@ -90,7 +90,9 @@ HWND Create(const Request& request) {
     window->rect = request.rect;
     const auto parent = desktop::FindWindow(lock, request.parent);
     const bool child = window->isChild() && parent;
-    window->parent = child ? parent.get() : desktop.root.get();
+    Window* const top =
+        request.parent == HWND_MESSAGE ? desktop.messageRoot.get() : desktop.root.get();
+    window->parent = child ? parent.get() : top;
     if (!child) window->owner = TopLevelOf(parent.get());
     messages::OpenQueue(lock);
     window->surface = Surface(WidthOf(request.rect), HeightOf(request.rect),
@@ -141,8 +143,9 @@ void Remove(Lock& lock, Window& window, std::vector<std::shared_ptr<Window>>& go
 void EndThread(std::uint32_t threadId) {
   std::vector<std::shared_ptr<Window>> gone;
   Lock lock;
-  while (Window* const window = firstOfThread(*desktop::Get(lock).root, threadId))
-    Remove(lock, *window, gone);
+  for (const auto& root : {desktop::Get(lock).root, desktop::Get(lock).messageRoot}) {
+    while (Window* const window = firstOfThread(*root, threadId)) Remove(lock, *window, gone);
+  }
   messages::ForgetThread(lock, threadId);
 }
 

@@ -25,7 +25,7 @@ struct Request {
   DWORD style = 0;
   DWORD exStyle = 0;
   RECT rect{};            // on the virtual screen
-  HWND parent = nullptr;  // the owner of a window without WS_CHILD
+  HWND parent = nullptr;  // the owner of a window without WS_CHILD, or HWND_MESSAGE
   CREATESTRUCTW parameters{};
 };
 // Null when WM_NCCREATE or WM_CREATE refuses.

@@ -148,6 +148,10 @@ TEST(Modules, AreFoundByNameOrByAnAddressInThem) {
   EXPECT_EQ(DWORD{ERROR_MOD_NOT_FOUND}, GetLastError());
   EXPECT_EQ(nullptr, LoadLibraryA("no-such-module.dll"));
   EXPECT_EQ(DWORD{ERROR_MOD_NOT_FOUND}, GetLastError());
+  EXPECT_EQ(kernel, LoadLibraryExW(L"kernel32.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32));
+  EXPECT_TRUE(FreeLibrary(kernel));
+  EXPECT_EQ(nullptr, LoadLibraryExW(L"no-such-module.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32));
+  EXPECT_EQ(DWORD{ERROR_MOD_NOT_FOUND}, GetLastError());
   EXPECT_EQ(nullptr, GetProcAddress(kernel, "NoSuchFunction"));
   EXPECT_EQ(DWORD{ERROR_PROC_NOT_FOUND}, GetLastError());
 
@@ -156,6 +160,20 @@ TEST(Modules, AreFoundByNameOrByAnAddressInThem) {
       GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
       reinterpret_cast<LPCWSTR>(&ToUtf8), &program));
   EXPECT_EQ(GetModuleHandleA(nullptr), program);
+}
+
+TEST(Modules, APinnedOneStays) {
+  constexpr DWORD kPin = GET_MODULE_HANDLE_EX_FLAG_PIN;
+  HMODULE pinned = nullptr;
+  EXPECT_FALSE(GetModuleHandleExW(kPin, L"no-such-module.dll", &pinned));
+  EXPECT_EQ(DWORD{ERROR_MOD_NOT_FOUND}, GetLastError());
+  EXPECT_FALSE(GetModuleHandleExW(kPin | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT, L"gdi32.dll",
+                                  &pinned));
+  EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
+  EXPECT_TRUE(GetModuleHandleExW(kPin, L"gdi32.dll", &pinned));
+  EXPECT_EQ(GetModuleHandleA("gdi32.dll"), pinned);
+  EXPECT_TRUE(FreeLibrary(pinned)) << "one reference too many does no harm";
+  EXPECT_EQ(GetModuleHandleA("gdi32.dll"), pinned);
 }
 
 TEST(Versions, AgreeBetweenTheirTwoSources) {
