@@ -11,6 +11,12 @@ if(WIN32)
   add_library(fmt-header-only INTERFACE)
   target_include_directories(fmt-header-only SYSTEM INTERFACE ${QX_DEPS}/include)
   target_compile_definitions(fmt-header-only INTERFACE FMT_HEADER_ONLY)
+  add_library(zydis STATIC IMPORTED)
+  set_target_properties(zydis PROPERTIES
+    IMPORTED_LOCATION ${QX_DEPS}/lib/libzydis.a
+    INTERFACE_INCLUDE_DIRECTORIES ${QX_DEPS}/include
+    INTERFACE_COMPILE_DEFINITIONS
+      "ZYDIS_STATIC_BUILD;ZYDIS_DISABLE_FORMATTER;ZYDIS_DISABLE_ENCODER")
   add_library(gtest STATIC IMPORTED)
   set_target_properties(gtest PROPERTIES
     IMPORTED_LOCATION ${QX_DEPS}/lib/libgtest.a
