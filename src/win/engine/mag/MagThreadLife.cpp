@@ -65,12 +65,12 @@ bool MagThread::Life::BeginEnd(Ending ending) {
 
 void MagThread::Life::CloseMessageWindow() {
   DWORD_PTR result = 0;
-  bool told =
-      SendMessageTimeoutW(m_messageWindow, WM_CLOSE, 0, 0, SMTO_BLOCK, kPatience, &result) != 0;
-  // It may have been closed by somebody else, and any message can get lost.
-  while (!IsOver() && !told) {
-    told = PostThreadMessageW(m_threadId, WM_QUIT, 0, 0) != FALSE ||
-           WaitAnswering(m_overEvent.Get(), kPollMs);
+  static_cast<void>(
+      SendMessageTimeoutW(m_messageWindow, WM_CLOSE, 0, 0, SMTO_BLOCK, kPatience, &result));
+  // The window may have been closed by somebody else, and any message can get lost.
+  while (!IsOver()) {
+    PostThreadMessageW(m_threadId, WM_QUIT, 0, 0);
+    static_cast<void>(WaitAnswering(m_overEvent.Get(), kPollMs));
   }
 }
 
@@ -181,7 +181,7 @@ void MagThread::Life::serve() {
                  static_cast<std::uint32_t>(GetLastError()));
     return;
   }
-  m_threadId = GetWindowThreadProcessId(m_messageWindow, nullptr);
+  m_threadId = GetCurrentThreadId();
   const bool initialized = Magnification::MagInitialize();
   if (initialized) {
     begin();
@@ -200,11 +200,12 @@ void MagThread::Life::serve() {
   } else {
     QX_LOG_ERROR("MagInitialize failed");
   }
-  if (const HWND window = m_messageWindow.exchange(nullptr)) {
-    DestroyWindow(window);
+  if (IsWindow(m_messageWindow)) {
+    DestroyWindow(m_messageWindow);
   }
 }
 
+// A window that doesn't know its life could neither make others nor end the thread.
 bool MagThread::Life::createMessageWindow() {
   WNDCLASSEXW windowClass = {};
   windowClass.cbSize = sizeof(windowClass);
@@ -215,7 +216,14 @@ bool MagThread::Life::createMessageWindow() {
   static_cast<void>(RegisterClassExW(&windowClass));
   m_messageWindow = CreateWindowExW(0, kMessageClass, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
                                     windowClass.hInstance, this);
-  return m_messageWindow != nullptr;
+  if (!m_messageWindow) {
+    return false;
+  }
+  if (GetWindowLongPtrW(m_messageWindow, GWLP_USERDATA) != reinterpret_cast<LONG_PTR>(this)) {
+    DestroyWindow(m_messageWindow);
+    return false;
+  }
+  return true;
 }
 
 LRESULT CALLBACK MagThread::Life::windowProcedure(HWND window, UINT message, WPARAM wParam,
@@ -238,9 +246,7 @@ bool MagThread::Life::HandleMessage(UINT message, WPARAM wParam, LRESULT& result
   switch (message) {
     case WM_CLOSE:
       QX_LOG_INFO("MagThread receive WM_CLOSE message");
-      if (const HWND window = m_messageWindow.exchange(nullptr)) {
-        DestroyWindow(window);
-      }
+      DestroyWindow(m_messageWindow);
       return true;
     case WM_NCDESTROY:
       QX_LOG_INFO("MagThread receive WM_NCDESTROY message");
@@ -317,12 +323,20 @@ void MagThread::Life::destroyMagWindow(HWND window) {
 }
 
 void MagThread::Life::destroyMagWindows() {
+  std::vector<Entry> last;
+  {
+    const std::lock_guard lock(m_mutex);
+    m_windows.swap(last);
+  }
+  for (const Entry& entry : last) {
+    if (IsWindow(entry.window)) {
+      DestroyWindow(entry.window);
+    }
+  }
+  // Of others nobody knows.
   for (const HWND window : collectMagWindows()) {
     DestroyWindow(window);
   }
-  std::vector<Entry> last;
-  const std::lock_guard lock(m_mutex);
-  m_windows.swap(last);
 }
 
 std::vector<HWND> MagThread::Life::collectMagWindows() const {

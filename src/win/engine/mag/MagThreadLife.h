@@ -27,7 +27,7 @@ class MagThread::Life {
   void WaitWhile(Phase phase) const;
   // From here on no window is made. False when the thread is not up, or must not end.
   bool BeginEnd(Ending ending);
-  // Makes the thread end, after BeginEnd. Returns before it does.
+  // Makes the thread end, after BeginEnd, and waits for its last words.
   void CloseMessageWindow();
   // The thread could not be started.
   void Fail() { end(); }
