@@ -81,7 +81,7 @@ TEST_F(MagShareTest, MagnifiedShareAllocatesNothingPerFrame) {
   exclude({OpenWindow({.rect = {0, 0, 40, 30}}), OpenWindow({.rect = {50, 0, 90, 30}})});
   host.keepPixels = false;
   ScreenCapture::UnregisterLogCallBack();
-  start();
+  startMag();
   ExpectNoAllocations(host);
   EXPECT_EQ(host.Engines(), Engines{});
 }

@@ -347,6 +347,7 @@ TEST_F(ShareTest, LargePicturesAreScaledToTheLimitAndInvalidLimitsYieldNothing) 
 TEST_F(ShareTest, TwoSharesRunSideBySideWithSettingsOfTheirOwn) {
   const HMONITOR second = AddMonitor({320, 0, 480, 100});
   OpenWindow({.rect = {320, 0, 480, 100}, .color = RGB(3, 4, 5)});
+  RemoveModule("Magnification.dll");
   ScreenCapture other;
   other.EnablePromptWindow(false);
   other.EnableCaptureCursor(false);

@@ -196,7 +196,8 @@ void MagThread::Life::serve() {
     });
     QX_LOG_INFO("MagThread recv WM_QUIT message");
     RunClosed("the end of the magnifier windows met an exception", [this] { destroyMagWindows(); });
-    Magnification::MagUninitialize();
+    // What is not ended stays with the process.
+    static_cast<void>(Magnification::MagUninitialize() || Magnification::MagUninitialize());
   } else {
     QX_LOG_ERROR("MagInitialize failed");
   }

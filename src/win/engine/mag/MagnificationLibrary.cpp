@@ -83,7 +83,7 @@ bool LoadMagnificationFunctions() {
 
 bool MagInitialize() { return Initialize()().value_or(false); }
 
-void MagUninitialize() { static_cast<void>(Uninitialize()()); }
+bool MagUninitialize() { return Uninitialize()().value_or(false); }
 
 bool MagSetWindowSource(HWND window, const RECT& source) {
   return SetWindowSource()(window, source).value_or(false);

@@ -21,7 +21,7 @@ constexpr DWORD kExclude = 0;  // MW_FILTERMODE_EXCLUDE
 bool LoadMagnificationFunctions();
 
 bool MagInitialize();
-void MagUninitialize();
+bool MagUninitialize();
 // Draws the rectangle, of the virtual screen, before it returns.
 bool MagSetWindowSource(HWND window, const RECT& source);
 bool MagSetWindowFilterList(HWND window, DWORD mode, DWORD count, HWND* windows);
