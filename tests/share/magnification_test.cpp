@@ -282,6 +282,7 @@ TEST_F(MagShareTest, FaultInTheGraphicsDriverCostsOneShareItsEngine) {
     ClearFaults();
   }
   EXPECT_EQ(log.Count("Direct3DCreate9Ex throw a exception"), 2);
+  EXPECT_FALSE(log.Has(5, "Direct3DCreate9Ex")) << "the structured guard's";
   EXPECT_EQ(log.Count("Exception occurred when create MagWindow"), 1);
   EXPECT_TRUE(log.Has(5, "get stretchRectOriginal failed"));
   startMag();
@@ -293,6 +294,7 @@ TEST_F(MagShareTest, SystemsWithoutAWorkingLibraryAreServedByTheNextEngine) {
   start();
   EXPECT_EQ(host.Engines(), Engines{kGdi});
   EXPECT_TRUE(log.Has(4, "MagInitialize raised an exception")) << log.Dump();
+  EXPECT_FALSE(log.Has(5, "MagInitialize")) << "the structured guard's, not the last resort's";
   EXPECT_TRUE(log.Has(5, "MagThread Initialize failed"));
   EXPECT_TRUE(nextFrameShows({}));
   capture.ShareStop();
