@@ -41,9 +41,6 @@ typedef struct tagBITMAPINFOHEADER {
   DWORD biClrImportant;
 } BITMAPINFOHEADER;
 
-#define LCS_WINDOWS_COLOR_SPACE 0x57696E20
-#define LCS_GM_BUSINESS 1
-
 typedef struct tagCIEXYZ {
   LONG ciexyzX;
   LONG ciexyzY;

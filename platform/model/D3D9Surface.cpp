@@ -33,14 +33,12 @@ std::shared_ptr<Bitmap> bitmapOf(SurfaceContent& content) {
   return bitmap;
 }
 
-// GDI leaves alone the alpha of what it doesn't draw on.
+// What has an alpha of its own, as cursors do, leaves an opaque picture opaque.
 void takeBack(SurfaceContent& content, Bitmap& bitmap) {
   for (int y = 0; y < content.height(); ++y) {
     const std::uint32_t* const drawn = bitmap.surface.MutableRow(y);
     std::uint32_t* const pixels = content.At(0, y);
-    for (int x = 0; x < content.width(); ++x) {
-      if ((pixels[x] & 0x00FFFFFF) != drawn[x]) pixels[x] = drawn[x];
-    }
+    for (int x = 0; x < content.width(); ++x) pixels[x] = (pixels[x] & 0xFF000000) | drawn[x];
   }
 }
 

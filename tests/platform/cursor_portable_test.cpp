@@ -32,7 +32,6 @@ TEST(Cursors, AreDrawnInAnySize) {
   const std::ptrdiff_t whole = changedBy(arrow, 32);
   EXPECT_GT(whole, 20);
   EXPECT_NEAR(static_cast<double>(changedBy(arrow, 64)) / static_cast<double>(whole), 4, 0.6);
-  EXPECT_FALSE(DrawIconEx(nullptr, 0, 0, arrow, 32, 32, 0, nullptr, DI_NORMAL));
 }
 
 TEST(Cursors, ACopyIsTheCallers) {
@@ -59,8 +58,8 @@ TEST(Cursors, BitmapsAreReadWithTheLongHeader) {
   header.bV5Planes = 1;
   header.bV5BitCount = 32;
   header.bV5AlphaMask = 0xFF000000;
-  header.bV5CSType = LCS_WINDOWS_COLOR_SPACE;
-  header.bV5Intent = LCS_GM_BUSINESS;
+  header.bV5CSType = 0x57696E20;  // that of Windows
+  header.bV5Intent = 1;
   std::vector<std::uint32_t> pixels(static_cast<std::size_t>(mask.bmWidth * mask.bmHeight), 7);
   const HDC screen = GetDC(nullptr);
   EXPECT_EQ(GetDIBits(screen, info.hbmMask, 0, static_cast<UINT>(mask.bmHeight), pixels.data(),

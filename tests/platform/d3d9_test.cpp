@@ -1,0 +1,34 @@
+// Direct3D 9: what Windows refuses, and Wine doesn't.
+#include "tests/platform/Direct3D9Test.h"
+
+namespace qx::test {
+namespace {
+
+TEST_F(Direct3D9, RefusesSurfacesThatDoNotFitTheCall) {
+  IDirect3DSurface9* const source = quarters(16, 8);
+  IDirect3DSurface9* const memory = readable(16, 8);
+  for (IDirect3DSurface9* wrong :
+       {readable(15, 8), readable(16, 9), readable(16, 8, D3DFMT_X8R8G8B8), target(16, 8)}) {
+    EXPECT_EQ(m_device->GetRenderTargetData(source, wrong), D3DERR_INVALIDCALL);
+  }
+  EXPECT_EQ(m_device->GetRenderTargetData(memory, readable(16, 8)), D3DERR_INVALIDCALL);
+  EXPECT_EQ(m_device->GetRenderTargetData(nullptr, memory), D3DERR_INVALIDCALL);
+
+  const RECT beyond = {0, 0, 17, 8};
+  IDirect3DSurface9* const other = target(16, 8);
+  const auto stretch = [&](IDirect3DSurface9* from, const RECT* part, IDirect3DSurface9* to) {
+    return m_device->StretchRect(from, part, to, nullptr, D3DTEXF_LINEAR);
+  };
+  EXPECT_EQ(stretch(source, nullptr, source), D3DERR_INVALIDCALL);
+  EXPECT_EQ(stretch(source, &beyond, other), D3DERR_INVALIDCALL);
+  EXPECT_EQ(m_device->ColorFill(memory, nullptr, kRed), D3DERR_INVALIDCALL);
+
+  IDirect3DSurface9* none = nullptr;
+  EXPECT_EQ(
+      m_device->CreateRenderTarget(0, 8, kFormat, D3DMULTISAMPLE_NONE, 0, FALSE, &none, nullptr),
+      D3DERR_INVALIDCALL);
+  EXPECT_FALSE(none);
+}
+
+}  // namespace
+}  // namespace qx::test
