@@ -8,10 +8,12 @@
 #if defined(_WIN32)
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <mutex>
 #include <set>
+#include <utility>
 
 #include "win/util/Trampoline.h"
 
@@ -24,6 +26,8 @@ struct CodeMemoryPolicy {
   void Close(std::uint8_t* memory) const { VirtualFree(memory, 0, MEM_RELEASE); }
 };
 using CodeMemory = Handle<CodeMemoryPolicy>;
+
+using EntryBytes = std::array<std::uint8_t, kJumpSize>;
 
 constexpr std::size_t kPageSize = 0x1000;
 constexpr std::uintptr_t kGranularity = 0x10000;  // of what VirtualAlloc reserves
@@ -181,20 +185,19 @@ class WritableCode {
   bool m_isWritable = false;
 };
 
-// Writes what lies within 16 aligned bytes, all at once. Processors fetch code from whole
-// lines of the cache, which a locked exchange owns: they see all of it or nothing. False
-// when somebody else has changed something there since `expected` was read.
+// Writes what lies within 8 aligned bytes, all at once. False when somebody else has
+// changed something there since `expected` was read.
 bool StoreAtOnce(std::uint8_t* at, const std::uint8_t* bytes, std::size_t size,
                  const std::uint8_t* expected) {
   const std::size_t offset = Address(at) % kStoreSize;
-  auto* const destination = reinterpret_cast<volatile LONG64*>(at - offset);
-  alignas(kStoreSize) LONG64 old[2] = {destination[0], destination[1]};
-  LONG64 wanted[2] = {old[0], old[1]};
-  if (std::memcmp(reinterpret_cast<std::uint8_t*>(old) + offset, expected, size) != 0) {
+  auto* const place = reinterpret_cast<volatile LONG64*>(at - offset);
+  const LONG64 old = *place;
+  LONG64 wanted = old;
+  if (std::memcmp(reinterpret_cast<const std::uint8_t*>(&old) + offset, expected, size) != 0) {
     return false;
   }
-  std::memcpy(reinterpret_cast<std::uint8_t*>(wanted) + offset, bytes, size);
-  return InterlockedCompareExchange128(destination, wanted[1], wanted[0], old) != 0;
+  std::memcpy(reinterpret_cast<std::uint8_t*>(&wanted) + offset, bytes, size);
+  return InterlockedCompareExchange64(place, wanted, old) == old;
 }
 
 void WriteJump(std::uint8_t* jump, std::uintptr_t runsAt, std::uintptr_t target) {
@@ -208,9 +211,10 @@ void WriteJump(std::uint8_t* jump, std::uintptr_t runsAt, std::uintptr_t target)
 // replaces: the system's own modules are built for that. Elsewhere, with short
 // instructions and no room before them, a thread would have to stop just between two
 // of them; stopping all others to look might deadlock, which is worse.
-std::string WriteEntry(std::uint8_t* entry, std::size_t overwritten, const PatchPage& page) {
-  std::uint8_t before[kJumpSize];
-  std::memcpy(before, entry, kJumpSize);
+//
+// `expected` is what the entry held when the trampoline was made of it.
+std::string WriteEntry(std::uint8_t* entry, std::size_t overwritten, const EntryBytes& expected,
+                       const PatchPage& page) {
   const bool isShort = overwritten == kShortJumpSize;
   std::uint8_t* const place = isShort ? entry - kJumpSize : entry;
   std::uint8_t jump[kJumpSize];
@@ -221,13 +225,14 @@ std::string WriteEntry(std::uint8_t* entry, std::size_t overwritten, const Patch
     return LastError("unprotecting the entry");
   }
   if (!isShort) {
-    return StoreAtOnce(entry, jump, kJumpSize, before) ? "" : "the entry has changed meanwhile";
+    return StoreAtOnce(entry, jump, kJumpSize, expected.data()) ? ""
+                                                                : "the entry has changed meanwhile";
   }
   constexpr std::uint8_t kBackOverJump[] = {0xEB, 0x100 - kJumpSize - kShortJumpSize};
   std::uint8_t padding[kJumpSize];
   std::memcpy(padding, place, kJumpSize);
   std::memcpy(place, jump, kJumpSize);
-  if (!StoreAtOnce(entry, kBackOverJump, kShortJumpSize, before)) {
+  if (!StoreAtOnce(entry, kBackOverJump, kShortJumpSize, expected.data())) {
     std::memcpy(place, padding, kJumpSize);
     return "the entry has changed meanwhile";
   }
@@ -245,14 +250,13 @@ std::string RedirectEntry(std::atomic<void*>& function, void* detour) {
   if (redirected.contains(entry)) {
     return "it is redirected already";
   }
-  if (!IsProcessorFeaturePresent(PF_COMPARE_EXCHANGE128)) {
-    return "the processor can't write 16 bytes at once";
-  }
   FunctionCode code;
+  EntryBytes expected{};
   std::size_t overwritten = 0;
   PatchPage page;
   std::string why = ReadFunction(entry, &code);
   if (why.empty()) {
+    std::copy_n(code.bytes.begin(), std::min(code.bytes.size(), expected.size()), expected.begin());
     why = PlanEntry(code, &overwritten);
   }
   if (why.empty()) {
@@ -263,7 +267,7 @@ std::string RedirectEntry(std::atomic<void*>& function, void* detour) {
   }
   const auto known = redirected.insert(entry).first;
   function = page.trampoline();
-  why = WriteEntry(static_cast<std::uint8_t*>(entry), overwritten, page);
+  why = WriteEntry(static_cast<std::uint8_t*>(entry), overwritten, expected, page);
   if (!why.empty()) {
     function = entry;
     redirected.erase(known);

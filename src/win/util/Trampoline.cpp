@@ -237,7 +237,8 @@ std::string PlanEntry(const FunctionCode& function, std::size_t* overwritten) {
   const bool hasRoom = first.length >= kShortJumpSize && EndsInPadding(function.before);
   const bool preferShort = first.length < kJumpSize || !FitsIntoStore(function.address, kJumpSize);
   *overwritten = hasRoom && preferShort ? kShortJumpSize : kJumpSize;
-  return FitsIntoStore(function.address, *overwritten) ? "" : "the entry lies across 16 bytes";
+  return FitsIntoStore(function.address, *overwritten) ? ""
+                                                       : "the entry lies across 8 aligned bytes";
 }
 
 std::string MakeTrampoline(const FunctionCode& function, std::size_t overwritten,

@@ -26,8 +26,9 @@ std::string ReadFunction(const void* entry, FunctionCode* code);
 
 inline constexpr std::size_t kJumpSize = 5;       // with a distance of 32 bits
 inline constexpr std::size_t kShortJumpSize = 2;  // with one of 8 bits
-// Bytes that are written at once have to lie within so many, aligned.
-inline constexpr std::size_t kStoreSize = 16;
+// Bytes that are written at once have to lie within so many, aligned: processors promise
+// no more for code that others run.
+inline constexpr std::size_t kStoreSize = 8;
 
 // How many bytes of the entry a jump to somewhere else takes: kJumpSize, or
 // kShortJumpSize when it goes over a jump that finds room just before the entry.
