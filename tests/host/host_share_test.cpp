@@ -150,7 +150,8 @@ TEST_F(HostShareTest, TellsTheShareInOrderAndNothingAfterStop) {
 }
 
 TEST_F(HostShareTest, FramesShowAWindowInBothFormats) {
-  ColorWindow window({100, 80, 420, 300}, 0xC82878);
+  // A magnifier would add a little to a lesser red.
+  ColorWindow window({100, 80, 420, 300}, 0xFF2878);
   std::atomic<int> shown{0};
   host.onEvent = [&](const std::string& event) {
     if (event != "frame") {
@@ -158,7 +159,7 @@ TEST_F(HostShareTest, FramesShowAWindowInBothFormats) {
     }
     const Frame frame = host.LastFrame();
     if (frame.format == IScreenCapture::ScreenFrameFormatARGB && frame.HasPixels() &&
-        frame.At(110, 90) == 0xC82878 && frame.At(410, 290) == 0xC82878) {
+        frame.At(110, 90) == 0xFF2878 && frame.At(410, 290) == 0xFF2878) {
       shown = 1;
     }
   };
@@ -179,12 +180,12 @@ TEST_F(HostShareTest, FramesShowAWindowInBothFormats) {
   ASSERT_EQ(frame.format, IScreenCapture::ScreenFrameFormatI420);
   ASSERT_EQ(frame.width % 2, 0);
   ASSERT_EQ(frame.height % 2, 0);
-  // 200, 40, 120 in limited-range BT.601, give or take rounding.
+  // 255, 40, 120 in limited-range BT.601, give or take rounding.
   const std::size_t luma = 90 * static_cast<std::size_t>(frame.width) + 110;
   const std::size_t chroma = 45 * static_cast<std::size_t>(frame.width / 2) + 55;
-  EXPECT_NEAR(frame.y.at(luma), 99, 2);
-  EXPECT_NEAR(frame.u.at(chroma), 139, 2);
-  EXPECT_NEAR(frame.v.at(chroma), 193, 2);
+  EXPECT_NEAR(frame.y.at(luma), 113, 2);
+  EXPECT_NEAR(frame.u.at(chroma), 131, 2);
+  EXPECT_NEAR(frame.v.at(chroma), 217, 2);
 }
 
 TEST_F(HostShareTest, TwoSharesRunSideBySide) {

@@ -1,6 +1,7 @@
 // Memory: none is taken per frame, and a lack of it ends nothing.
 #include "tests/share/AllocationHook.h"
 #include "tests/share/DxgiShareTest.h"
+#include "tests/share/MagShareTest.h"
 #include "tests/share/WindowShareTest.h"
 
 namespace qx::test {
@@ -68,6 +69,21 @@ TEST_F(WindowShareTest, SteadyWindowShareAllocatesNothingPerFrame) {
   Resize(window, 120, 90);
   settleMove();
   EXPECT_GT(allocations.count(), 0) << "a new size takes memory, or nothing is being counted";
+}
+
+TEST_F(MagShareTest, MagnifiedShareAllocatesNothingPerFrame) {
+  AddMonitor({320, 0, 400, 100});
+  IScreenCapture::ScreenCaptureConfig config;
+  config.scDynamicCheck = false;
+  config.scNewMouseCaptureWay = true;
+  capture.SetScreenCaptureConfig(config);
+  capture.EnableCaptureCursor(true);
+  exclude({OpenWindow({.rect = {0, 0, 40, 30}}), OpenWindow({.rect = {50, 0, 90, 30}})});
+  host.keepPixels = false;
+  ScreenCapture::UnregisterLogCallBack();
+  startMag();
+  ExpectNoAllocations(host);
+  EXPECT_EQ(host.Engines(), Engines{});
 }
 
 TEST_F(DxgiShareTest, AllocatesNothingPerFrameNorWhenNothingChanges) {

@@ -1,4 +1,5 @@
 // Shares that duplicate the desktop: what their frames show, and when they come.
+#include "platform/control/Modules.h"
 #include "tests/share/DxgiShareTest.h"
 
 namespace qx::test {
@@ -290,6 +291,7 @@ TEST_F(DxgiCursor, ComesAndGoesWithItsSettingAndItsMonitor) {
 TEST_F(DxgiShareTest, EachMonitorIsDuplicatedOnceAndASecondShareOfOneCopiesTheScreen) {
   const HMONITOR second = AddMonitor({320, 0, 480, 100});
   OpenWindow({.rect = {310, 0, 480, 100}, .color = RGB(3, 4, 5)});
+  RemoveModule("Magnification.dll");
   int context2 = 0;
   ShareRecorder host2(&context2);
   ScreenCapture capture2;

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "platform/control/Graphics.h"
+#include "platform/control/Modules.h"
 #include "tests/share/ShareTest.h"
 
 namespace qx::test {
@@ -149,10 +150,11 @@ TEST_F(ShareTest, OnlyAnEngineForWindowsAllowedMeansNoMonitorShare) {
 
   allowEngines({});
   start();
-  EXPECT_EQ(host.Engines(), std::vector<int>{2});
+  EXPECT_EQ(host.Engines(), std::vector<int>{1});
 }
 
 TEST_F(ShareTest, EnginesThatCannotStartAreNamedBeforeTheOneThatTakesOver) {
+  RemoveModule("Magnification.dll");
   allowEngines({});
   SetDuplicateFormat(DXGI_FORMAT_R16G16B16A16_FLOAT);
   start();
@@ -345,6 +347,7 @@ TEST_F(ShareTest, LargePicturesAreScaledToTheLimitAndInvalidLimitsYieldNothing) 
 TEST_F(ShareTest, TwoSharesRunSideBySideWithSettingsOfTheirOwn) {
   const HMONITOR second = AddMonitor({320, 0, 480, 100});
   OpenWindow({.rect = {320, 0, 480, 100}, .color = RGB(3, 4, 5)});
+  RemoveModule("Magnification.dll");
   ScreenCapture other;
   other.EnablePromptWindow(false);
   other.EnableCaptureCursor(false);
@@ -373,6 +376,7 @@ struct Machine {
   const char* name;
   vwin::Version version;
   bool composition;
+  bool magnifier;
   int engine;
 };
 
@@ -382,19 +386,26 @@ TEST_P(EveryMachine, SharesAMonitor) {
   SetVersion(GetParam().version);
   SetComposition(GetParam().composition);
   OpenWindow({.rect = {10, 10, 60, 60}, .color = RGB(11, 22, 33)});
+  if (!GetParam().magnifier) {
+    RemoveModule("Magnification.dll");
+  }
   allowEngines({});
   start();
   EXPECT_EQ(host.Engines(), std::vector<int>{GetParam().engine});
-  EXPECT_TRUE(nextFrameShows({{10, 10, 60, 60, 0x0B1621}}));
+  tick();
+  // A magnifier's pictures are a little redder.
+  const std::uint32_t redder = GetParam().magnifier ? 0x010000 : 0;
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground + redder, {{10, 10, 60, 60, 0x0B1621 + redder}}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Versions, EveryMachine,
-                         testing::Values(Machine{"Windows7Classic", kWindows7, false, 4},
-                                         Machine{"Windows7", kWindows7, true, 4},
-                                         Machine{"Windows8", kWindows8, true, 4},
-                                         Machine{"Windows81", kWindows81, true, 2},
-                                         Machine{"Windows10", kWindows10, true, 2},
-                                         Machine{"Windows11", kWindows11, true, 2}),
+                         testing::Values(Machine{"Windows7Classic", kWindows7, false, false, 4},
+                                         Machine{"Windows7", kWindows7, true, false, 4},
+                                         Machine{"Windows8", kWindows8, true, false, 4},
+                                         Machine{"Windows81", kWindows81, true, false, 2},
+                                         Machine{"Windows10", kWindows10, true, false, 2},
+                                         Machine{"Windows11", kWindows11, true, false, 2},
+                                         Machine{"Windows10Magnifier", kWindows10, true, true, 1}),
                          [](const auto& test) { return test.param.name; });
 
 }  // namespace

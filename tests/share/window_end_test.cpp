@@ -1,6 +1,7 @@
 // How a window share ends, what it survives, and what it leaves behind.
 #include <utility>
 
+#include "platform/control/Modules.h"
 #include "tests/share/WindowShareTest.h"
 
 namespace qx::test {
@@ -159,6 +160,7 @@ TEST_F(WindowShareTest, ListsAndTwoSharesSideBySide) {
   };
   startWindow();
   EXPECT_EQ(listed, 1);
+  RemoveModule("Magnification.dll");
   ScreenCapture monitorShare;
   monitorShare.EnablePromptWindow(false);
   monitorShare.EnableCaptureCursor(false);

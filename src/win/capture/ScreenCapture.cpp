@@ -293,7 +293,7 @@ void ScreenCapture::GetCaptureRect(CaptureRect& rect) {
 
 void ScreenCapture::EnableScreenShareD3D12CompatibleFix() {
   QX_TRACE("ScreenCapture::EnableScreenShareD3D12CompatibleFix");
-  qx::Direct3D9Hook::Instance().EnableCompatibleFix();
+  qx::Direct3D9Hook::Instance().EnableD3D12CompatibleFix();
 }
 
 void ScreenCapture::RegisterLogCallback(LogCallback callback) {

@@ -20,8 +20,10 @@ const EngineFactories& EngineFactories::Default() {
       .wgcWindow = [](HWND, FilterWindowProvider, bool, bool) -> Engine {
         return std::make_unique<ScreenCaptureEngineWGC>();
       },
-      .mag = [](HMONITOR, FilterWindowProvider, bool, bool, bool) -> Engine {
-        return std::make_unique<ScreenCaptureEngineMag>();
+      .mag = [](HMONITOR monitor, FilterWindowProvider filterWindows, bool dynamicCheck,
+                bool dirtyInfo, bool newMouseCaptureWay) -> Engine {
+        return std::make_unique<ScreenCaptureEngineMag>(
+            monitor, std::move(filterWindows), dynamicCheck, dirtyInfo, newMouseCaptureWay);
       },
       .gdi = [](HWND window, bool bitBlt, FilterWindowProvider filterWindows) -> Engine {
         return std::make_unique<ScreenCaptureEngineGDI>(window, bitBlt, std::move(filterWindows));

@@ -35,8 +35,12 @@ bool FrameDelivery::ChooseTargetSize(Shot& shot) const {
 void FrameDelivery::DeliverCapture(const ShareSettings& settings, const Shot& shot) {
   const Picture picture = choosePicture(shot);
   // An engine may say that its last picture still counts before it made any.
-  if (!picture.pixels ||
-      !m_record.Fill(settings.format, picture, shot.rect.width, shot.rect.height, shot.timestamp)) {
+  if (!picture.pixels) {
+    return;
+  }
+  m_owesPicture =
+      !m_record.Fill(settings.format, picture, shot.rect.width, shot.rect.height, shot.timestamp);
+  if (m_owesPicture) {
     return;
   }
   adoptLimit(settings.limit);
@@ -66,7 +70,11 @@ void FrameDelivery::adoptLimit(const IScreenCapture::ScreenFrameResolutionLimit&
   }
 }
 
-void FrameDelivery::DeliverUnchanged(const ShareSettings& settings, std::int64_t timestamp) {
+void FrameDelivery::DeliverUnchanged(const ShareSettings& settings, const Shot& shot) {
+  if (m_owesPicture) {
+    DeliverCapture(settings, shot);
+    return;
+  }
   ++m_dropCount;
   static LogRateLimiter limiter(kLogIntervalMs);
   if (limiter.Allow()) {
@@ -84,11 +92,11 @@ void FrameDelivery::DeliverUnchanged(const ShareSettings& settings, std::int64_t
   // A tick that comes a little early must not let a whole further one pass.
   const std::uint64_t longestSilence =
       settings.config.KeepAliveInterval * 1000 - kEarlyRepeatMicros;
-  const auto silence = static_cast<std::uint64_t>(timestamp - m_record.Get().timestamp);
+  const auto silence = static_cast<std::uint64_t>(shot.timestamp - m_record.Get().timestamp);
   if (settings.config.DynamicFrameCallback && silence <= longestSilence) {
     return;
   }
-  m_record.SetTimestamp(timestamp);
+  m_record.SetTimestamp(shot.timestamp);
   m_listener->OnFrame(&m_record.Get());
 }
 

@@ -34,8 +34,9 @@ class FrameDelivery {
   bool ChooseTargetSize(Shot& shot) const;
   // Scales and converts what lies in Frame, and hands it over.
   void DeliverCapture(const ShareSettings& settings, const Shot& shot);
-  // Hands the last frame over again, unless the host wants unchanged ones held back.
-  void DeliverUnchanged(const ShareSettings& settings, std::int64_t timestamp);
+  // Hands the last frame over again, unless the host wants unchanged ones held back. When
+  // the last picture could not be handed over it is now, and not one from before it.
+  void DeliverUnchanged(const ShareSettings& settings, const Shot& shot);
   // The last frame with the present time; of no size before the first one.
   const IScreenCapture::ScreenFrameData& KeepLiveFrame();
 
@@ -46,6 +47,7 @@ class FrameDelivery {
   ShareListenerWrapper* m_listener = nullptr;
   ScreenCaptureFrame m_frame;
   FrameRecord m_record;
+  bool m_owesPicture = false;  // Frame holds one that the record could not take
   IScreenCapture::ScreenFrameResolutionLimit m_limit;  // in force
   std::uint32_t m_dropCount = 0;
   std::uint32_t m_lastDropCount = 0;  // at the last log line

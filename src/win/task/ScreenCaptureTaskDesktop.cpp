@@ -117,7 +117,7 @@ void ScreenCaptureTaskDesktop::captureStep(std::uint64_t nowMs) {
       delivery().DeliverCapture(settings(), shot);
     }
   } else if (result == CaptureResult::NoChange) {
-    delivery().DeliverUnchanged(settings(), shot.timestamp);
+    delivery().DeliverUnchanged(settings(), shot);
   } else {
     handleCaptureFailure(nowMs);
   }

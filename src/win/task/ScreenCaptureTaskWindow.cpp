@@ -174,7 +174,7 @@ bool ScreenCaptureTaskWindow::capture(Shot& shot, WindowCaptureStatus& status) {
   QX_LOG_LIMITED(LogLevelError, "ScreenCaptureEngine Capture window failed");
   switch (result) {
     case CaptureResult::NoChange:
-      delivery().DeliverUnchanged(settings(), shot.timestamp);
+      delivery().DeliverUnchanged(settings(), shot);
       return true;
     case CaptureResult::FilterFailed:
       status = WindowCaptureStatus::FilterFailed;

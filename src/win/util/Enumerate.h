@@ -53,6 +53,14 @@ bool ForEachTopLevelWindow(Visit visit) {
   return complete || visitor.ended;
 }
 
+// The top-level windows of one thread.
+template <typename Visit>
+void ForEachThreadWindow(DWORD thread, Visit visit) {
+  detail::Visitor<Visit> visitor{visit};
+  EnumThreadWindows(thread, &detail::Visitor<Visit>::OnWindow, visitor.AsParameter());
+  visitor.Rethrow();
+}
+
 // All descendants.
 template <typename Visit>
 void ForEachChildWindow(HWND window, Visit visit) {

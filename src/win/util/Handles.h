@@ -125,6 +125,12 @@ struct IconPolicy {
 };
 using IconHandle = Handle<IconPolicy>;
 
+struct CursorPolicy {
+  using Value = HCURSOR;
+  void Close(HCURSOR cursor) const { DestroyCursor(cursor); }
+};
+using CursorHandle = Handle<CursorPolicy>;
+
 struct LockedMemoryPolicy {
   using Value = void*;
   HGLOBAL memory = nullptr;

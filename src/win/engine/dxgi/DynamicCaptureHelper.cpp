@@ -39,6 +39,21 @@ DynamicCaptureHelper::DynamicCaptureHelper(bool dirtyInfo) : m_dirtyInfo(dirtyIn
 
 DynamicCaptureHelper::~DynamicCaptureHelper() { releaseDuplication(); }
 
+void DynamicCaptureHelper::Reset() {
+  releaseDuplication();
+  m_monitor = nullptr;
+  m_monitorRect = {};
+  m_captureRect = {};
+  m_frameChanged = true;
+  m_mouseChanged = true;
+  m_dirtyRectCount = 0;
+  m_dirtyRatio = 0.0;
+  m_lastPresentTime = 0;
+  m_lastMouseUpdateTime = 0;
+  m_lastFullTime = 0;
+  m_metadata = {};
+}
+
 void DynamicCaptureHelper::check(const RECT& rect) {
   m_frameChanged = true;
   m_mouseChanged = true;

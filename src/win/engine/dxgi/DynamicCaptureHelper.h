@@ -24,6 +24,9 @@ class DynamicCaptureHelper {
   DynamicCaptureHelper& operator=(const DynamicCaptureHelper&) = delete;
   ~DynamicCaptureHelper();
 
+  // Lets go of the monitor, and forgets everything but the settings.
+  void Reset();
+
   // What has changed since the last call. `rect` in pixels of the virtual screen; one
   // that spans monitors is watched on the first of them.
   void check(const RECT& rect);

@@ -1,0 +1,92 @@
+// The frame of a test of shares that a magnifier draws.
+#pragma once
+
+#include <algorithm>
+
+#include "platform/control/Magnification.h"
+#include "tests/share/ShareTest.h"
+
+namespace qx::test {
+
+// A share's test on Windows 10, where a magnifier draws and copying from the screen takes
+// over when it can't go on.
+class MagShareTest : public ShareTest {
+ protected:
+  using Engines = std::vector<int>;
+  static constexpr int kMag = IScreenCapture::CaptureEngineMag;
+  static constexpr int kGdi = IScreenCapture::CaptureEngineGDIBitBlt;
+  // What the colour effect adds to every pixel.
+  static constexpr std::uint32_t kRedder = 0x010000;
+
+  MagShareTest() {
+    allowEngines({IScreenCapture::CaptureEngineMag, IScreenCapture::CaptureEngineGDIBitBlt});
+  }
+
+  // Starts a share and runs its first two ticks, of which the second one takes note that
+  // there are windows to leave out: the frame around the monitor, at least.
+  void startMag() {
+    host.Forget();
+    start();
+    tick();
+    ASSERT_EQ(host.Engines(), Engines{kMag}) << log.Dump();
+    ASSERT_EQ(host.FrameCount(), 1) << log.Dump();
+  }
+
+  // A new picture in every tick.
+  void withoutDynamicCheck() {
+    IScreenCapture::ScreenCaptureConfig config;
+    config.scDynamicCheck = false;
+    capture.SetScreenCaptureConfig(config);
+  }
+
+  static testing::AssertionResult ShowsRedder(const Frame& frame, std::vector<Patch> patches) {
+    for (Patch& patch : patches) {
+      patch.rgb += kRedder;
+    }
+    return Shows(frame, kBackground + kRedder, patches);
+  }
+  testing::AssertionResult magShows(const std::vector<Patch>& patches) {
+    return ShowsRedder(host.LastFrame(), patches) << log.Dump();
+  }
+  testing::AssertionResult nextMagFrameShows(const std::vector<Patch>& patches) {
+    const int before = host.FrameCount();
+    tick();
+    if (host.FrameCount() == before) {
+      return testing::AssertionFailure() << "no frame came\n" << log.Dump();
+    }
+    return magShows(patches);
+  }
+
+  static void setExcluded(ScreenCapture& object, const std::vector<HWND>& windows) {
+    std::vector<IScreenCapture::FilterWindowInfo> list;
+    for (const HWND window : windows) {
+      list.emplace_back().window = window;
+    }
+    object.ClearExcludeWindows();
+    object.SetExcludeWindows(list.data(), static_cast<int>(list.size()));
+  }
+  void exclude(const std::vector<HWND>& windows) { setExcluded(capture, windows); }
+
+  // From now on no frame may show a pixel of this colour.
+  void forbid(std::uint32_t rgb) {
+    host.onEvent = [this, rgb](const std::string& event) {
+      if (event == "frame") {
+        const Frame frame = host.LastFrame();
+        for (int y = 0; y < frame.height; ++y) {
+          for (int x = 0; x < frame.width; ++x) {
+            const std::uint32_t pixel = frame.At(x, y);
+            leaks += pixel == rgb || pixel == rgb + kRedder ? 1 : 0;
+          }
+        }
+      }
+    };
+  }
+
+  static std::size_t magnifierWindows() {
+    return vwin::control::LibraryWindows(L"Magnifier").size();
+  }
+
+  int leaks = 0;
+};
+
+}  // namespace qx::test

@@ -1,0 +1,415 @@
+// Shares that a magnifier draws: what is kept out of their frames, what goes wrong in the
+// graphics card and around it, and what is left behind.
+#include <optional>
+#include <string>
+
+#include "platform/control/Icons.h"
+#include "platform/control/Modules.h"
+#include "tests/share/MagShareTest.h"
+
+namespace qx::test {
+namespace {
+
+using namespace vwin::control;
+using Events = std::vector<std::string>;
+
+// ------------------------------------------------------------------ excluded windows
+
+class MagExclusion : public MagShareTest {
+ protected:
+  static constexpr std::uint32_t kSecret = 0xE00102;
+
+  const HWND under = OpenWindow({.rect = {0, 0, 100, 100}, .color = RGB(50, 60, 70)});
+  const HWND secret = OpenWindow({.rect = {20, 20, 80, 80}, .color = RGB(0xE0, 1, 2)});
+  const HWND other = OpenWindow({.rect = {200, 20, 260, 80}, .color = RGB(10, 20, 30)});
+
+  const std::vector<Patch> all = {
+      {0, 0, 100, 100, 0x323C46}, {20, 20, 80, 80, kSecret}, {200, 20, 260, 80, 0x0A141E}};
+  const std::vector<Patch> hidden = {{0, 0, 100, 100, 0x323C46}, {200, 20, 260, 80, 0x0A141E}};
+};
+
+TEST_F(MagExclusion, WindowThatIsExcludedNeverShows) {
+  exclude({secret});
+  forbid(kSecret);
+  startMag();
+  EXPECT_TRUE(magShows(hidden));
+  tick(20);
+  MoveTo(secret, 30, 30);
+  tick();
+  EXPECT_TRUE(nextMagFrameShows(hidden));
+  Resize(secret, 300, 190);
+  EXPECT_TRUE(nextMagFrameShows(hidden));
+  const HWND child = OpenWindow({.rect = {0, 0, 9, 9}, .color = RGB(0xE0, 1, 2), .owner = secret});
+  exclude({secret, child});
+  tick(2);
+  EXPECT_TRUE(magShows(hidden));
+  EXPECT_EQ(leaks, 0);
+  EXPECT_EQ(host.Engines(), Engines{kMag});
+}
+
+// Nothing on the screen has changed, so that no picture would be made otherwise.
+TEST_F(MagExclusion, RulesThatComeAndGoOnAStillScreenHoldForTheNextFrame) {
+  startMag();
+  tick(3);
+  EXPECT_TRUE(magShows(all));
+  forbid(kSecret);
+  exclude({secret});
+  tick(2);
+  EXPECT_TRUE(magShows(hidden)) << "one tick is spent on the other number of windows";
+  EXPECT_TRUE(nextMagFrameShows(hidden));
+  forbid(0x0A141E);
+  exclude({other});
+  EXPECT_TRUE(nextMagFrameShows({{0, 0, 100, 100, 0x323C46}, {20, 20, 80, 80, kSecret}}))
+      << "as many windows as before, but another one";
+  EXPECT_TRUE(nextMagFrameShows({{0, 0, 100, 100, 0x323C46}, {20, 20, 80, 80, kSecret}}));
+  EXPECT_EQ(leaks, 0);
+  host.onEvent = {};
+  exclude({});
+  tick();
+  EXPECT_TRUE(nextMagFrameShows(all));
+}
+
+// Whatever fails in the ticks after it: no frame shows what is excluded, not even once
+// more, and all is well again soon.
+TEST_F(MagExclusion, HoldsWhateverFailsMeanwhile) {
+  startMag();
+  for (const char* call : {"MagSetWindowFilterList", "MagSetWindowSource",
+                           "IDirect3DDevice9::GetRenderTargetData", "IDirect3DSurface9::LockRect",
+                           "SendMessageTimeoutW", "IDirect3DDevice9::GetCreationParameters"}) {
+    for (std::uint64_t nth = 1; nth <= 3; ++nth) {
+      host.onEvent = {};
+      exclude({});
+      tick(3);
+      ASSERT_TRUE(magShows(all)) << call;
+      forbid(kSecret);
+      exclude({secret});
+      FailNth(call, nth);
+      tick(8);
+      EXPECT_EQ(leaks, 0) << call << " no. " << nth;
+      EXPECT_TRUE(magShows(hidden)) << call << " no. " << nth;
+      ClearFaults();
+    }
+  }
+  SetStretchRectCalls(0);
+  host.onEvent = {};
+  exclude({other});
+  forbid(0x0A141E);
+  tick(4);
+  EXPECT_EQ(leaks, 0) << "the magnifier draws nothing";
+  EXPECT_EQ(host.Engines(), Engines{kMag});
+}
+
+TEST_F(MagExclusion, ListThatIsRefusedStopsTheFramesButNotTheShare) {
+  withoutDynamicCheck();
+  exclude({secret});
+  startMag();
+  host.Forget();
+  FailNth("MagSetWindowFilterList", 1, {ERROR_INVALID_PARAMETER, 0}, vwin::Repeat::kOnward);
+  tick(30);
+  EXPECT_EQ(host.FrameCount(), 0);
+  EXPECT_TRUE(log.Has(4, "set exclude filter list failed,size:2 code:87")) << log.Dump();
+  EXPECT_EQ(log.Count("set exclude filter list failed"), 1);
+  ClearFaults();
+  EXPECT_TRUE(nextMagFrameShows(hidden));
+  EXPECT_EQ(host.Engines(), Engines{}) << "no failure of the engine";
+}
+
+TEST_F(MagExclusion, TwoSharesHaveMagnifiersAndListsOfTheirOwn) {
+  ShareRecorder host2(&context);
+  ScreenCapture capture2;
+  capture2.EnablePromptWindow(false);
+  capture2.EnableCaptureCursor(false);
+  setExcluded(capture2, {other});
+  exclude({secret});
+  startMag();
+  ASSERT_TRUE(capture2.ShareDesktop(&context, idOf(monitor()), &host2, error));
+  tick(3);
+  const std::vector<Patch> withoutOther = {{0, 0, 100, 100, 0x323C46}, {20, 20, 80, 80, kSecret}};
+  EXPECT_TRUE(magShows(hidden));
+  EXPECT_TRUE(ShowsRedder(host2.LastFrame(), withoutOther)) << log.Dump();
+  EXPECT_EQ(magnifierWindows(), 2u);
+  EXPECT_EQ(log.Count("begin message loop"), 1) << "one thread serves both";
+
+  capture.ShareStop();
+  EXPECT_EQ(magnifierWindows(), 1u);
+  MoveTo(secret, 110, 20);
+  tick();
+  EXPECT_TRUE(
+      ShowsRedder(host2.LastFrame(), {{0, 0, 100, 100, 0x323C46}, {110, 20, 170, 80, kSecret}}));
+  EXPECT_EQ(log.Count("MagThread recv WM_QUIT message"), 0);
+
+  startMag();
+  LockSession(true);
+  tick(2);
+  EXPECT_EQ(host.Count("stop"), 1);
+  EXPECT_EQ(host2.Count("stop"), 1);
+  capture.ShareStop();
+  EXPECT_EQ(magnifierWindows(), 0u) << "also the other share's";
+  EXPECT_EQ(log.Count("MagThread recv WM_QUIT message"), 1);
+  LockSession(false);
+  startMag();
+  EXPECT_EQ(magnifierWindows(), 1u);
+  capture2.ShareStop();
+  EXPECT_EQ(magnifierWindows(), 1u) << "its own was an earlier thread's";
+  EXPECT_TRUE(nextMagFrameShows({{0, 0, 100, 100, 0x323C46}, {200, 20, 260, 80, 0x0A141E}}));
+}
+
+TEST_F(MagShareTest, WindowIsSharedWithoutWhatCoversIt) {
+  const HWND window = OpenWindow({.rect = {40, 30, 140, 110}, .color = RGB(20, 30, 40)});
+  OpenWindow({.rect = {60, 50, 200, 150}, .color = RGB(0xE0, 1, 2)});
+  forbid(0xE00102);
+  allowEngines({IScreenCapture::CaptureEngineMag});
+  capture.EnableActiveShareWindow(false);
+  ASSERT_TRUE(capture.ShareWindow(&context, idOf(window), &host, error)) << log.Dump();
+  Advance(3s);
+  ASSERT_GT(host.FrameCount(), 5) << log.Dump();
+  EXPECT_TRUE(Shows(host.LastFrame(), 0x151E28, {}));
+  Fill(window, {30, 30, 40, 40}, RGB(1, 2, 3));
+  MoveTo(window, 50, 30);
+  Advance(2s);
+  EXPECT_TRUE(Shows(host.LastFrame(), 0x151E28, {{30, 30, 40, 40, 0x020203}}));
+  EXPECT_EQ(leaks, 0);
+}
+
+// ------------------------------------------------------------------------- pictures
+
+TEST_F(MagShareTest, PictureHasItsLimitedSizeAndFollowsTheMonitor) {
+  IScreenCapture::ScreenFrameResolutionLimit limit;
+  limit.maxScreenWidth = 160;
+  limit.maxScreenHeight = 100;
+  limit.maxScreenPixels = 16000;
+  capture.SetCaptureFrameResolutionLimit(limit);
+  const HWND window = OpenWindow({.rect = {20, 40, 120, 90}, .color = RGB(200, 10, 30)});
+  startMag();
+  EXPECT_EQ(host.LastFrame().width, 160);
+  EXPECT_EQ(host.LastFrame().height, 100);
+  EXPECT_EQ(host.LastFrame().rawWidth, 320);
+  EXPECT_TRUE(magShows({{10, 20, 60, 45, 0xC80A1E}}));
+  MoveTo(window, 40, 40);
+  EXPECT_TRUE(nextMagFrameShows({{20, 20, 70, 45, 0xC80A1E}}));
+  EXPECT_EQ(log.Count("scale by CPU"), 0);
+  const std::uint64_t surfaces = Count("IDirect3DDevice9::CreateRenderTarget");
+  SetMonitorRect(monitor(), {-40, 20, 120, 120});
+  EXPECT_TRUE(nextMagFrameShows({{80, 20, 200, 70, 0xC80A1E}}));
+  EXPECT_EQ(host.LastFrame().width, 160);
+  EXPECT_EQ(Count("IDirect3DDevice9::CreateRenderTarget"), surfaces) << "it has its size already";
+  SetMonitorRect(monitor(), {0, 0, 80, 60});
+  EXPECT_TRUE(nextMagFrameShows({{40, 40, 80, 60, 0xC80A1E}}));
+  EXPECT_EQ(host.LastFrame().width, 80) << "never enlarged";
+}
+
+TEST_F(MagShareTest, StillScreenIsDrawnOnceASecondOnly) {
+  const HWND window = OpenWindow({.rect = {0, 0, 50, 60}, .color = RGB(1, 2, 3)});
+  startMag();
+  tick(15);
+  const std::uint64_t drawn = Count("MagSetWindowSource");
+  host.Forget();
+  tick(45);
+  EXPECT_EQ(host.FrameCount(), 45) << "the last picture is repeated";
+  EXPECT_LE(Count("MagSetWindowSource") - drawn, 4u);
+  EXPECT_GE(Count("MagSetWindowSource") - drawn, 2u);
+  MoveTo(window, 10, 10);
+  EXPECT_TRUE(nextMagFrameShows({{10, 10, 60, 70, 0x010203}}));
+  int x = 20;
+  for (const char* call : {"MagSetWindowSource", "IDirect3DDevice9::GetRenderTargetData"}) {
+    MoveTo(window, ++x, 30);
+    FailNth(call, 1);
+    tick();
+    EXPECT_TRUE(nextMagFrameShows({{x, 30, x + 50, 90, 0x010203}})) << "missed with " << call;
+  }
+}
+
+TEST_F(MagShareTest, FifthBlackPictureEndsTheEngine) {
+  withoutDynamicCheck();
+  SetBlackMagnifier(true);
+  startMag();
+  tick(3);
+  EXPECT_EQ(host.FrameCount(), 4);
+  EXPECT_TRUE(Shows(host.LastFrame(), 0, {})) << "until then they are delivered";
+  EXPECT_EQ(host.Engines(), Engines{kMag});
+  tick();
+  EXPECT_EQ(host.FrameCount(), 4);
+  EXPECT_EQ(host.Engines(), (Engines{kMag, kGdi}));
+  EXPECT_TRUE(log.Has(4, "mag engine capture black frame, change to next engine"));
+  EXPECT_TRUE(nextFrameShows({}));
+  EXPECT_EQ(magnifierWindows(), 0u);
+}
+
+TEST_F(MagShareTest, BlackPicturesBeforeAGoodOneDontCount) {
+  withoutDynamicCheck();
+  SetBlackMagnifier(true);
+  startMag();
+  tick(3);
+  SetBlackMagnifier(false);
+  EXPECT_TRUE(nextMagFrameShows({}));
+  SetBlackMagnifier(true);
+  tick(8);
+  EXPECT_EQ(host.FrameCount(), 13);
+  EXPECT_EQ(host.Engines(), Engines{kMag});
+}
+
+// ------------------------------------------------------------------------- failures
+
+TEST_F(MagShareTest, MagnifierThatIsGoneOrDrawsNothingIsStartedAnewAndThenGivenUp) {
+  withoutDynamicCheck();
+  startMag();
+  PostMessageW(LibraryWindows(L"Magnifier").front().handle, WM_CLOSE, 0, 0);
+  tick(4);
+  EXPECT_EQ(log.Count("m_magnificationWindow is nullptr"), 3) << log.Dump();
+  EXPECT_TRUE(nextMagFrameShows({}));
+  SetStretchRectCalls(0);
+  host.Forget();
+  tick(9);
+  EXPECT_EQ(host.FrameCount(), 0);
+  EXPECT_EQ(host.Engines(), Engines{});
+  SetStretchRectCalls(3);
+  EXPECT_TRUE(nextMagFrameShows({})) << "in time";
+  SetStretchRectCalls(0);
+  tick(10);
+  EXPECT_EQ(host.Engines(), Engines{kGdi});
+  EXPECT_TRUE(nextFrameShows({}));
+}
+
+TEST_F(MagShareTest, FaultInTheGraphicsDriverCostsOneShareItsEngine) {
+  for (const std::uint64_t call : {1u, 2u}) {
+    host.Forget();
+    FailNth("Direct3DCreate9Ex", call, kAccessViolation);
+    start();
+    EXPECT_EQ(host.Engines(), Engines{kGdi}) << "the call no. " << call << '\n' << log.Dump();
+    EXPECT_TRUE(nextFrameShows({}));
+    EXPECT_EQ(magnifierWindows(), 0u);
+    capture.ShareStop();
+    ClearFaults();
+  }
+  EXPECT_EQ(log.Count("Direct3DCreate9Ex throw a exception"), 2);
+  EXPECT_FALSE(log.Has(5, "Direct3DCreate9Ex")) << "the structured guard's";
+  EXPECT_EQ(log.Count("Exception occurred when create MagWindow"), 1);
+  EXPECT_TRUE(log.Has(5, "get stretchRectOriginal failed"));
+  startMag();
+  EXPECT_TRUE(magShows({}));
+}
+
+TEST_F(MagShareTest, SystemsWithoutAWorkingLibraryAreServedByTheNextEngine) {
+  RaiseInMagnification();  // as Wine does
+  start();
+  EXPECT_EQ(host.Engines(), Engines{kGdi});
+  EXPECT_TRUE(log.Has(4, "MagInitialize raised an exception")) << log.Dump();
+  EXPECT_FALSE(log.Has(5, "MagInitialize")) << "the structured guard's, not the last resort's";
+  EXPECT_TRUE(log.Has(5, "MagThread Initialize failed"));
+  EXPECT_TRUE(nextFrameShows({}));
+  capture.ShareStop();
+  ClearFaults();
+  FailNth("MagSetColorEffect", 1, kAccessViolation);
+  host.Forget();
+  start();
+  EXPECT_EQ(host.Engines(), Engines{kGdi}) << "nothing would be drawn through Direct3D";
+  EXPECT_EQ(magnifierWindows(), 0u);
+  EXPECT_EQ(log.Count("MagThread recv WM_QUIT message"), 1);
+  capture.ShareStop();
+  startMag();
+}
+
+TEST_F(MagShareTest, LibraryWithoutAllFunctionsIsNotUsed) {
+  RemoveExport("Magnification.dll", "MagSetColorEffect");
+  start();
+  EXPECT_EQ(host.Engines(), Engines{kGdi});
+  EXPECT_TRUE(log.Has(5, "Load Magnification functions failed")) << log.Dump();
+}
+
+TEST_F(MagShareTest, Direct3D12StaysLoadedWhereDirect3D9WorksByWayOfIt) {
+  LoadModule("d3d9on12.dll");
+  LoadModule("d3d12.dll");
+  startMag();
+  EXPECT_EQ(log.Count("CheckD3D9On12Feature"), 0) << "unless it was asked for, and in time";
+}
+
+TEST_F(MagShareTest, Direct3D12IsPinnedWhenAskedFor) {
+  LoadModule("d3d9on12.dll");
+  LoadModule("d3d12.dll");
+  ScreenCapture::EnableScreenShareD3D12CompatibleFix();
+  startMag();
+  EXPECT_TRUE(log.Has(3, "CheckD3D9On12Feature successfully pinned d3d12 module.")) << log.Dump();
+}
+
+// --------------------------------------------------------------------------- cursor
+
+class MagCursorTest : public MagShareTest {
+ protected:
+  MagCursorTest() {
+    // Opaque red, half-transparent red, transparent, opaque blue.
+    SetCursorIcon({4, 1, {0xFFC80000, 0x80C80000, 0x00000000, 0xFF0000FA}}, {0, 0});
+    SetCursorPosition(100, 60);
+    capture.EnableCaptureCursor(true);
+  }
+  void useNewWay() {
+    IScreenCapture::ScreenCaptureConfig config;
+    config.scDynamicCheck = false;
+    config.scNewMouseCaptureWay = true;
+    capture.SetScreenCaptureConfig(config);
+  }
+  // The cursor is drawn over the picture as it is.
+  testing::AssertionResult showsCursor(int x, int y, std::uint32_t half) {
+    return Shows(host.LastFrame(), kBackground + kRedder,
+                 {{x, y, x + 1, y + 1, 0xC80000},
+                  {x + 1, y, x + 2, y + 1, half},
+                  {x + 3, y, x + 4, y + 1, 0x0000FA}})
+           << log.Dump();
+  }
+  // 0xC8 * 0x80 / 0xFF is 100; of the picture's 0x21, 0x30 and 0x40 remain 127 of 255.
+  static constexpr std::uint32_t kBlended = (100 + 16) << 16 | 23 << 8 | 31;
+};
+
+TEST_F(MagCursorTest, IsBlendedWhereThereAreSeveralMonitors) {
+  AddMonitor({320, 0, 400, 100});
+  useNewWay();
+  startMag();
+  EXPECT_TRUE(showsCursor(100, 60, kBlended));
+  EXPECT_EQ(log.Count("mag mouse capture way: dib_alpha_blend, scNewMouseCaptureWay:true, "
+                      "monitorCount:2"),
+            1);
+  FailNth("GetIconInfo", 1);
+  SetCursorPosition(20, 10);
+  tick();
+  EXPECT_TRUE(showsCursor(20, 10, kBlended)) << "the last shape, where the cursor is";
+  SetCursorPosition(330, 60);
+  EXPECT_TRUE(nextMagFrameShows({})) << "on the other monitor";
+  for (const char* call : {"GetCursorInfo", "GetDC", "GetObjectW"}) {
+    SetCursorPosition(100, 60);
+    FailNth(call, 1);
+    EXPECT_TRUE(nextMagFrameShows({})) << call << " costs a frame its cursor";
+    SetCursorPosition(20, 10);
+    tick();
+    EXPECT_TRUE(showsCursor(20, 10, kBlended)) << call;
+  }
+  capture.EnableCaptureCursor(false);
+  OpenWindow({.rect = {0, 0, 9, 9}, .color = RGB(1, 2, 3)});
+  EXPECT_TRUE(nextMagFrameShows({{0, 0, 9, 9, 0x010203}}));
+}
+
+TEST_F(MagCursorTest, IsDrawnByGdiOtherwise) {
+  useNewWay();
+  startMag();
+  const std::string way = "mag mouse capture way: gdi, scNewMouseCaptureWay:true, monitorCount:1";
+  EXPECT_EQ(log.Count(way), 1) << log.Dump();
+  EXPECT_EQ(host.LastFrame().At(100, 60), 0xC80000u);
+  EXPECT_EQ(host.LastFrame().At(103, 60), 0x0000FAu);
+  EXPECT_EQ(host.LastFrame().At(102, 60), kBackground + kRedder);
+  EXPECT_EQ(Count("CopyImage"), 0u);
+}
+
+TEST_F(MagCursorTest, IsACopyOfItWhereThereAreSeveralMonitorsAndScaledWithThePicture) {
+  AddMonitor({320, 0, 400, 100});
+  IScreenCapture::ScreenFrameResolutionLimit limit;
+  limit.maxScreenWidth = 160;
+  limit.maxScreenHeight = 100;
+  limit.maxScreenPixels = 16000;
+  capture.SetCaptureFrameResolutionLimit(limit);
+  SetCursorIcon({4, 2, std::vector<std::uint32_t>(8, 0xFFC80000)}, {2, 0});
+  startMag();
+  EXPECT_EQ(Count("CopyImage"), 1u);
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground + kRedder, {{49, 30, 51, 31, 0x000000}}))
+      << "and in black and white" << log.Dump();
+}
+
+}  // namespace
+}  // namespace qx::test

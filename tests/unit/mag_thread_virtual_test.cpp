@@ -1,0 +1,110 @@
+// The thread of the magnifier windows: what it does for those who stopped waiting.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <memory>
+#include <optional>
+
+#include "platform/control/Clock.h"
+#include "platform/control/Desktop.h"
+#include "platform/control/Faults.h"
+#include "platform/control/Magnification.h"
+#include "tests/support/ShareRecorder.h"
+#include "win/engine/mag/MagThread.h"
+#include "win/engine/mag/MagnificationLibrary.h"
+#include "win/util/Thread.h"
+
+namespace qx {
+namespace {
+
+using namespace vwin::control;
+using namespace std::chrono_literals;
+
+constexpr RECT kRect = {0, 0, 10, 10};
+
+class MagThreadTest : public testing::Test {
+ protected:
+  MagThreadTest() { OwnClock(); }
+  ~MagThreadTest() override { thread.UnInitialize(); }
+
+  HWND create(std::shared_ptr<MagPicture> picture) {
+    return thread.CreateMagWindowOnThread({kRect, std::move(picture)});
+  }
+  static std::size_t windows() { return LibraryWindows(L"Magnifier").size(); }
+
+  test::LogRecorder log;
+  MagThread& thread = MagThread::Instance();
+  const std::shared_ptr<MagPicture> first = std::make_shared<MagPicture>(false);
+  const std::shared_ptr<MagPicture> second = std::make_shared<MagPicture>(false);
+};
+
+TEST_F(MagThreadTest, LateWindowsAreDestroyedAndPicturesLiveAsLongAsTheirWindows) {
+  EXPECT_FALSE(create(first)) << "it doesn't run";
+  ASSERT_TRUE(thread.Initialize()) << log.Dump();
+  const HWND window = create(first);
+  ASSERT_TRUE(window);
+  EXPECT_EQ(thread.FindPicture(window), first);
+  SetRenderTime(std::nullopt);  // the driver hangs
+  Thread caller;
+  ASSERT_TRUE(caller.Start([&] { EXPECT_TRUE(Magnification::MagSetWindowSource(window, kRect)); }));
+  Settle();
+  EXPECT_FALSE(create(second));
+  EXPECT_EQ(second.use_count(), 1);
+  EXPECT_FALSE(thread.DestroyMagWindowOnThread(window));
+  EXPECT_FALSE(thread.FindPicture(window)) << "nobody wants it any more";
+  EXPECT_FALSE(thread.HasMagWindow());
+  EXPECT_GT(first.use_count(), 1) << "the thread may be drawing with it";
+  SetRenderTime(0ms);
+  caller.Join();
+  Settle();
+  EXPECT_EQ(windows(), 0u);
+  EXPECT_EQ(first.use_count(), 1);
+  EXPECT_TRUE(create(second)) << "and serves the next one";
+}
+
+TEST_F(MagThreadTest, EndsForTheLastWindowOrWithAllAndStartsAnew) {
+  ASSERT_TRUE(thread.Initialize());
+  ASSERT_TRUE(thread.Initialize());
+  const HWND one = create(first);
+  const HWND other = create(second);
+  EXPECT_TRUE(thread.DestroyMagWindowOnThread(one));
+  EXPECT_TRUE(thread.DestroyMagWindowOnThread(one)) << "counts once";
+  thread.UnInitialize(MagThread::Ending::IfUnused);
+  EXPECT_TRUE(thread.IsInitialized());
+  EXPECT_TRUE(thread.HasMagWindow());
+  EXPECT_TRUE(log.Has(3, "m_windowCount = 1, mag window size is: 1")) << log.Dump();
+  thread.UnInitialize();
+  EXPECT_FALSE(thread.IsInitialized());
+  EXPECT_EQ(windows(), 0u);
+  EXPECT_EQ(second.use_count(), 1);
+  EXPECT_FALSE(thread.HasMagWindow());
+
+  ASSERT_TRUE(thread.Initialize());
+  ASSERT_TRUE(create(first));
+  EXPECT_TRUE(thread.DestroyMagWindowOnThread(other)) << "an earlier thread's";
+  EXPECT_TRUE(thread.HasMagWindow());
+  EXPECT_EQ(log.Count("begin message loop"), 2);
+}
+
+TEST_F(MagThreadTest, StartsAgainAfterItCouldNotAndAfterItEndedByItself) {
+  for (const char* call : {"CreateEventW", "MagInitialize", "CreateWindowExW", "_beginthreadex"}) {
+    FailNth(call, 1);
+    EXPECT_FALSE(thread.Initialize()) << call;
+    EXPECT_FALSE(thread.IsInitialized());
+    ClearFaults();
+    ASSERT_TRUE(thread.Initialize()) << call << '\n' << log.Dump();
+    thread.UnInitialize();
+  }
+  ASSERT_TRUE(thread.Initialize());
+  const HWND window = create(first);
+  PostThreadMessageW(GetWindowThreadProcessId(window, nullptr), WM_QUIT, 0, 0);
+  Settle();
+  EXPECT_FALSE(thread.IsInitialized());
+  EXPECT_EQ(windows(), 0u);
+  EXPECT_FALSE(create(second));
+  ASSERT_TRUE(thread.Initialize()) << log.Dump();
+  EXPECT_TRUE(create(second));
+}
+
+}  // namespace
+}  // namespace qx
