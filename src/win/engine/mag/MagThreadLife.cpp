@@ -113,9 +113,16 @@ bool MagThread::Life::Destroy(HWND window) {
       return false;
     }
   }
+  const auto named = reinterpret_cast<WPARAM>(window);
   DWORD_PTR result = 0;
-  return SendMessageTimeoutW(m_messageWindow, WM_DESTROY_MAG, reinterpret_cast<WPARAM>(window), 0,
-                             SMTO_BLOCK, kPatience, &result) != 0;
+  if (SendMessageTimeoutW(m_messageWindow, WM_DESTROY_MAG, named, 0, SMTO_BLOCK, kPatience,
+                          &result)) {
+    return true;
+  }
+  // What nobody waits for any more may not arrive. Without this message the window goes
+  // with the thread.
+  static_cast<void>(PostMessageW(m_messageWindow, WM_DESTROY_MAG, named, 0));
+  return false;
 }
 
 bool MagThread::Life::HasWindows() const {
