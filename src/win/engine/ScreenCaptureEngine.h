@@ -75,6 +75,10 @@ class ScreenCaptureEngine {
   // shows; false when a window draws itself, wherever it lies.
   virtual bool IsDesktopBased() const = 0;
 
+  // The picture of the last capture was not delivered: the next one must make another,
+  // and not say that nothing has changed.
+  virtual void DropPicture() {}
+
   // Whether the shared window has yet to answer; no capture can succeed meanwhile, and
   // that is no fault of the engine.
   virtual bool IsWaiting() const { return false; }

@@ -194,6 +194,12 @@ bool ScreenCaptureEngineProxy::IsDesktopBased() const {
   return !engine || engine->IsDesktopBased();
 }
 
+void ScreenCaptureEngineProxy::DropPicture() {
+  if (ScreenCaptureEngine* const engine = currentEngine()) {
+    engine->DropPicture();
+  }
+}
+
 bool ScreenCaptureEngineProxy::IsWaiting() const {
   const ScreenCaptureEngine* const engine = currentEngine();
   return engine && engine->IsWaiting();

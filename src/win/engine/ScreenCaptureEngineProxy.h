@@ -73,6 +73,7 @@ class ScreenCaptureEngineProxy : public ScreenCaptureEngine {
   // The present engine only; the next one starts with the settings' value.
   void SetDynamicCheck(bool check) override;
   bool IsDesktopBased() const override;
+  void DropPicture() override;
   bool IsWaiting() const override;
 
  private:

@@ -113,7 +113,9 @@ void ScreenCaptureTaskDesktop::captureStep(std::uint64_t nowMs) {
   m_leavesOut = false;
   if (engine()->Capture(shot.rect.x, shot.rect.y, shot.rect.width, shot.rect.height,
                         delivery().Frame(), result)) {
-    if (!mayShowExcluded()) {
+    if (mayShowExcluded()) {
+      engine()->DropPicture();
+    } else {
       delivery().DeliverCapture(settings(), shot);
     }
   } else if (result == CaptureResult::NoChange) {

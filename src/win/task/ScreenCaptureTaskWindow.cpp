@@ -166,7 +166,9 @@ bool ScreenCaptureTaskWindow::capture(Shot& shot, WindowCaptureStatus& status) {
   m_cutsOut = false;
   if (engine()->Capture(shot.rect.x, shot.rect.y, shot.rect.width, shot.rect.height,
                         delivery().Frame(), result)) {
-    if (!hasChangedMeanwhile()) {
+    if (hasChangedMeanwhile()) {
+      engine()->DropPicture();
+    } else {
       delivery().DeliverCapture(settings(), shot);
     }
     return true;

@@ -110,8 +110,6 @@ bool MagPicture::scale(IDirect3DDevice9* device, IDirect3DSurface9* source) {
   return true;
 }
 
-// The frame's pixels may be those of a delivered one: nothing is written into them but a
-// whole picture.
 void MagPicture::copySurfaceToFrame() {
   if (m_wish.showCursor) {
     m_cursor.Draw({m_offscreenSurface.Get(), m_surfaceWidth, m_surfaceHeight, m_wish.source});

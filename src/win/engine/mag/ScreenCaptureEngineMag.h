@@ -39,6 +39,7 @@ class ScreenCaptureEngineMag : public ScreenCaptureEngine {
   void SetTargetSize(std::int32_t width, std::int32_t height) override;
   void SetDynamicCheck(bool check) override;
   bool IsDesktopBased() const override { return true; }
+  void DropPicture() override { m_hasPicture = false; }
 
  private:
   bool start();
