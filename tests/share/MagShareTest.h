@@ -15,8 +15,6 @@ class MagShareTest : public ShareTest {
   using Engines = std::vector<int>;
   static constexpr int kMag = IScreenCapture::CaptureEngineMag;
   static constexpr int kGdi = IScreenCapture::CaptureEngineGDIBitBlt;
-  // What the colour effect adds to every pixel.
-  static constexpr std::uint32_t kRedder = 0x010000;
 
   MagShareTest() {
     allowEngines({IScreenCapture::CaptureEngineMag, IScreenCapture::CaptureEngineGDIBitBlt});

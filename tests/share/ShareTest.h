@@ -24,6 +24,8 @@ namespace qx::test {
 using namespace std::chrono_literals;
 
 constexpr std::uint32_t kBackground = 0x203040;
+// What a magnifier's colour effect adds to every pixel.
+constexpr std::uint32_t kRedder = 0x010000;
 
 // The machine has one monitor of 320x200 over a desktop of kBackground. The share
 // has neither prompt frame nor cursor unless a test turns them on, and only the
@@ -43,6 +45,15 @@ class ShareTest : public testing::Test {
   // No engines: all are allowed.
   void allowEngines(std::initializer_list<IScreenCapture::CaptureEngineType> engines) {
     capture.SetCaptureEngineConfig(std::data(engines), static_cast<int>(engines.size()), false);
+  }
+
+  // Of the pictures, also while they are shared.
+  void limitTo(std::uint64_t width, std::uint64_t height) {
+    IScreenCapture::ScreenFrameResolutionLimit limit;
+    limit.maxScreenWidth = width;
+    limit.maxScreenHeight = height;
+    limit.maxScreenPixels = width * height;
+    capture.SetCaptureFrameResolutionLimit(limit);
   }
 
   static HMONITOR monitor() { return vwin::control::PrimaryMonitor(); }

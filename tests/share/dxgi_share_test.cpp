@@ -149,11 +149,7 @@ TEST_F(DxgiDirtyInfo, IsNotGatheredWhenWindowsAreFiltered) {
 }
 
 TEST_F(DxgiShareTest, PictureComesInItsLimitedSizeFromTheCard) {
-  IScreenCapture::ScreenFrameResolutionLimit limit;
-  limit.maxScreenWidth = 160;
-  limit.maxScreenHeight = 100;
-  limit.maxScreenPixels = 16000;
-  capture.SetCaptureFrameResolutionLimit(limit);
+  limitTo(160, 100);
   const HWND window = OpenWindow({.rect = {20, 40, 120, 90}, .color = RGB(200, 10, 30)});
   startDxgi();
   EXPECT_EQ(host.LastFrame().width, 160);
@@ -161,10 +157,7 @@ TEST_F(DxgiShareTest, PictureComesInItsLimitedSizeFromTheCard) {
   EXPECT_EQ(host.LastFrame().rawWidth, 320);
   EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {{10, 20, 60, 45, 0xC80A1E}}));
 
-  limit.maxScreenWidth = 640;
-  limit.maxScreenHeight = 400;
-  limit.maxScreenPixels = 640 * 400;
-  capture.SetCaptureFrameResolutionLimit(limit);
+  limitTo(640, 400);
   MoveTo(window, 40, 40);
   EXPECT_TRUE(nextFrameShows({{20, 20, 70, 45, 0xC80A1E}})) << "adopted after it";
   MoveTo(window, 60, 40);

@@ -200,8 +200,7 @@ class CallSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
     ASSERT_TRUE(capture.ShareDesktop(nullptr, monitorId(), &host, error)) << after;
     Settle();
     Advance(70ms);
-    // A magnifier's pictures are a little redder.
-    const std::uint32_t redder = scenario().magnifier ? 0x010000 : 0;
+    const std::uint32_t redder = scenario().magnifier ? kRedder : 0;
     EXPECT_TRUE(Shows(host.LastFrame(), 0x203040 + redder,
                       {{5, 5, 15, 15, 0xFA0000 + redder}, {20, 10, 40, 30, kWindowColor + redder}}))
         << after;
@@ -232,13 +231,29 @@ class CallSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
     return text.str();
   }
 
-  // What a share left behind after something happened to its n-th call.
-  void expectAsBefore(const LedgerSnapshot& ledger, const std::string& windows,
-                      const std::string& after) {
-    EXPECT_EQ(foreignWindows(), windows) << after;
-    EXPECT_EQ(Difference(ledger), "") << after;
-    EXPECT_TRUE(Misuses().empty()) << after << ": " << Misuses().front();
-    goodShare(after);
+  // Lets something happen at one call after the other: `arm` readies it for the n-th one.
+  // `judge` runs when the share is over, and answers after what it was; nothing when it did
+  // not come to that, which ends the sweep.
+  template <typename Arm, typename Judge>
+  void sweep(Arm arm, Judge judge) {
+    int call = std::get<1>(GetParam());
+    for (; !HasFailure(); call += kStep) {
+      ASSERT_LT(call, 20000);
+      const LedgerSnapshot ledger = Snapshot();
+      const std::string windows = foreignWindows();
+      ShareRecorder host(nullptr);
+      arm(static_cast<std::uint64_t>(call));
+      wholeShare(host);
+      const std::string what = judge(host, " at call " + std::to_string(call));
+      if (what.empty()) {
+        break;
+      }
+      EXPECT_EQ(foreignWindows(), windows) << what;
+      EXPECT_EQ(Difference(ledger), "") << what;
+      EXPECT_TRUE(Misuses().empty()) << what << ": " << Misuses().front();
+      goodShare(what);
+    }
+    EXPECT_GT(call, 200) << "the sweep went through the whole share";
   }
 
   HWND secret;
@@ -257,63 +272,51 @@ TEST_P(CallSweep, EveryCallFailsOnceAndTheShareSurvivesOrReports) {
     }
     goodShare("before the sweep");
   }
-  int call = std::get<1>(GetParam());
-  for (; !HasFailure(); call += kStep) {
-    ASSERT_LT(call, 20000);
-    const LedgerSnapshot ledger = Snapshot();
-    const std::string windows = foreignWindows();
-    ShareRecorder host(nullptr);
-    FailNthOfAll(static_cast<std::uint64_t>(call));
-    wholeShare(host);
+  const auto judge = [](ShareRecorder& host, const std::string& call) {
     const auto injected = InjectedInto();
     ClearFaults();
     if (!injected) {
-      break;
+      return std::string();
     }
-    const std::string after = "after call " + std::to_string(call) + ", " + *injected;
+    std::string after = "after " + *injected + call;
     EXPECT_LE(host.Count("firstFrame"), 1) << after;
     if (host.Count("start") == 1 && host.Count("stop") == 0) {
       EXPECT_GT(host.FrameCount(), 5) << "neither frames nor OnStop " << after;
     }
-    expectAsBefore(ledger, windows, after);
-  }
-  EXPECT_GT(call, 200) << "the sweep went through the whole share";
+    return after;
+  };
+  sweep([](std::uint64_t call) { FailNthOfAll(call); }, judge);
 }
 
 TEST_P(CallSweep, WindowsHangAtEveryCallAndTheShareCostsABoundedTime) {
-  const auto timeOf = [this](ShareRecorder& host) {
-    const auto begin = Now();
-    wholeShare(host);
-    return Now() - begin;
-  };
+  auto begin = Now();
   ShareRecorder undisturbed(nullptr);
-  const auto usual = timeOf(undisturbed);
-  // An icon of the window and of its program, a start, a running second, and a stop.
-  constexpr auto kPatience = 5 * std::chrono::milliseconds(200);
+  wholeShare(undisturbed);
+  const auto usual = Now() - begin;
   auto most = usual;
-  int call = std::get<1>(GetParam());
-  for (; !HasFailure(); call += kStep) {
-    ASSERT_LT(call, 20000);
-    const LedgerSnapshot ledger = Snapshot();
-    const std::string windows = foreignWindows();
-    ShareRecorder host(nullptr);
-    OnNthCall(static_cast<std::uint64_t>(call), &HangAll);
-    const auto took = timeOf(host);
+  const auto arm = [&](std::uint64_t call) {
+    OnNthCall(call, &HangAll);
+    begin = Now();
+  };
+  const auto judge = [&](ShareRecorder&, const std::string& call) {
+    // An icon of the window and of its program, a start, a running second, and a stop.
+    constexpr auto kPatience = 5 * std::chrono::milliseconds(200);
+    const auto took = Now() - begin;
     const bool hung = ActionRan();
     ClearFaults();
     if (!hung) {
-      break;
+      return std::string();
     }
     AnswerAll();
     Settle();
-    const std::string after = "after a hang at call " + std::to_string(call);
+    std::string after = "after a hang" + call;
     EXPECT_LE(took, usual + kPatience) << after;
     most = std::max(most, took);
-    expectAsBefore(ledger, windows, after);
-  }
+    return after;
+  };
+  sweep(arm, judge);
   std::printf("hung windows cost at most %lld ms\n",
               static_cast<long long>((most - usual).count() / 1000));
-  EXPECT_GT(call, 200) << "the sweep went through the whole share";
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -71,8 +71,7 @@ TEST_P(LeavesOut, WhatTheTableSays) {
   if (cell.includedShows) {
     patches.push_back({120 - left, 40 - top, 160 - left, 80 - top, 0x0000FA});
   }
-  // A magnifier's pictures are a little redder.
-  const std::uint32_t redder = cell.engine == kMag ? 0x010000 : 0;
+  const std::uint32_t redder = cell.engine == kMag ? kRedder : 0;
   for (Patch& patch : patches) {
     patch.rgb += redder;
   }

@@ -174,11 +174,7 @@ TEST_F(MagShareTest, WindowIsSharedWithoutWhatCoversIt) {
 // ------------------------------------------------------------------------- pictures
 
 TEST_F(MagShareTest, PictureHasItsLimitedSizeAndFollowsTheMonitor) {
-  IScreenCapture::ScreenFrameResolutionLimit limit;
-  limit.maxScreenWidth = 160;
-  limit.maxScreenHeight = 100;
-  limit.maxScreenPixels = 16000;
-  capture.SetCaptureFrameResolutionLimit(limit);
+  limitTo(160, 100);
   const HWND window = OpenWindow({.rect = {20, 40, 120, 90}, .color = RGB(200, 10, 30)});
   startMag();
   EXPECT_EQ(host.LastFrame().width, 160);
@@ -399,11 +395,7 @@ TEST_F(MagCursorTest, IsDrawnByGdiOtherwise) {
 
 TEST_F(MagCursorTest, IsACopyOfItWhereThereAreSeveralMonitorsAndScaledWithThePicture) {
   AddMonitor({320, 0, 400, 100});
-  IScreenCapture::ScreenFrameResolutionLimit limit;
-  limit.maxScreenWidth = 160;
-  limit.maxScreenHeight = 100;
-  limit.maxScreenPixels = 16000;
-  capture.SetCaptureFrameResolutionLimit(limit);
+  limitTo(160, 100);
   SetCursorIcon({4, 2, std::vector<std::uint32_t>(8, 0xFFC80000)}, {2, 0});
   startMag();
   EXPECT_EQ(Count("CopyImage"), 1u);

@@ -393,8 +393,7 @@ TEST_P(EveryMachine, SharesAMonitor) {
   start();
   EXPECT_EQ(host.Engines(), std::vector<int>{GetParam().engine});
   tick();
-  // A magnifier's pictures are a little redder.
-  const std::uint32_t redder = GetParam().magnifier ? 0x010000 : 0;
+  const std::uint32_t redder = GetParam().magnifier ? kRedder : 0;
   EXPECT_TRUE(Shows(host.LastFrame(), kBackground + redder, {{10, 10, 60, 60, 0x0B1621 + redder}}));
 }
 

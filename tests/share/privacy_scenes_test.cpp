@@ -303,8 +303,7 @@ class PrivacyScenes : public ShareTest, public testing::WithParamInterface<Setti
     if (paused && frame.argb == lastPicture) {
       return;
     }
-    // A magnifier's pictures are a little redder.
-    const std::uint32_t redder = host.Engines().back() == kMag ? 0x010000 : 0;
+    const std::uint32_t redder = host.Engines().back() == kMag ? kRedder : 0;
     std::uint32_t last = 0;
     for (int y = 0; y < frame.height; ++y) {
       for (int x = 0; x < frame.width; ++x) {

@@ -358,11 +358,7 @@ TEST_F(WindowShareTest, CursorSizeLimitAndFormatReachARunningShare) {
   tick();
   EXPECT_TRUE(showsWindow());
 
-  IScreenCapture::ScreenFrameResolutionLimit limit;
-  limit.maxScreenWidth = 50;
-  limit.maxScreenHeight = 40;
-  limit.maxScreenPixels = 2000;
-  capture.SetCaptureFrameResolutionLimit(limit);
+  limitTo(50, 40);
   tick(2);
   EXPECT_EQ(host.LastFrame().width, 50);
   EXPECT_EQ(host.LastFrame().rawWidth, 100);
