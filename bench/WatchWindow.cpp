@@ -74,6 +74,9 @@ void WatchWindow(HWND window) {
   GetWindowRect(window, &rect);
   AskMonitors(rect);
   DwmIsCompositionEnabled(&composition);
+  // Whether it has changed while the screen was copied.
+  AskRectangle(window, GetWindowLongPtrW(window, GWL_STYLE));
+  IsWindowVisible(window);
 }
 
 void WaitByHand(DWORD milliseconds) {
