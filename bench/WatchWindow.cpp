@@ -77,6 +77,7 @@ void WatchWindow(HWND window) {
   // Whether it has changed while the screen was copied.
   AskRectangle(window, GetWindowLongPtrW(window, GWL_STYLE));
   IsWindowVisible(window);
+  DwmGetWindowAttribute(window, DWMWA_CLOAKED, &cloaked, sizeof(cloaked));
 }
 
 void WaitByHand(DWORD milliseconds) {

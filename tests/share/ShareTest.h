@@ -48,12 +48,17 @@ class ShareTest : public testing::Test {
   }
 
   // Of the pictures, also while they are shared.
-  void limitTo(std::uint64_t width, std::uint64_t height) {
+  void limitTo(std::uint64_t width, std::uint64_t height, std::uint64_t pixels,
+               std::int32_t aspectRatioMode = 0) {
     IScreenCapture::ScreenFrameResolutionLimit limit;
     limit.maxScreenWidth = width;
     limit.maxScreenHeight = height;
-    limit.maxScreenPixels = width * height;
+    limit.maxScreenPixels = pixels;
+    limit.aspectRatioMode = aspectRatioMode;
     capture.SetCaptureFrameResolutionLimit(limit);
+  }
+  void limitTo(std::uint64_t width, std::uint64_t height) {
+    limitTo(width, height, width * height);
   }
 
   static HMONITOR monitor() { return vwin::control::PrimaryMonitor(); }

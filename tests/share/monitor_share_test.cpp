@@ -299,11 +299,7 @@ TEST_F(ShareTest, UnknownFormatRepeatsTheLastRecord) {
 }
 
 TEST_F(ShareTest, LargePicturesAreScaledToTheLimitAndInvalidLimitsYieldNothing) {
-  IScreenCapture::ScreenFrameResolutionLimit limit;
-  limit.maxScreenWidth = 160;
-  limit.maxScreenHeight = 100;
-  limit.maxScreenPixels = 16000;
-  capture.SetCaptureFrameResolutionLimit(limit);
+  limitTo(160, 100);
   OpenWindow({.rect = {0, 0, 160, 200}, .color = RGB(0, 0, 200)});
   start();
   Frame frame = host.LastFrame();
@@ -313,23 +309,16 @@ TEST_F(ShareTest, LargePicturesAreScaledToTheLimitAndInvalidLimitsYieldNothing) 
   EXPECT_TRUE(Shows(frame, kBackground, {{0, 0, 80, 100, 0x0000C8}}));
 
   // Adopted after a frame of the old limit; sizes change from the next tick on.
-  limit.maxScreenWidth = 0;
-  limit.maxScreenHeight = 0;
-  limit.maxScreenPixels = 200 * 125;
-  capture.SetCaptureFrameResolutionLimit(limit);
+  limitTo(0, 0, 200 * 125);
   tick(2);
   EXPECT_EQ(host.LastFrame().width, 200);
   EXPECT_EQ(host.LastFrame().height, 125);
 
-  limit.maxScreenPixels = 0;
-  capture.SetCaptureFrameResolutionLimit(limit);
+  limitTo(0, 0, 0);
   tick(2);
   EXPECT_EQ(host.LastFrame().width, 200) << "a limit of 0 pixels is ignored";
 
-  limit.maxScreenWidth = 100;
-  limit.maxScreenHeight = 100;
-  limit.maxScreenPixels = 10001;
-  capture.SetCaptureFrameResolutionLimit(limit);
+  limitTo(100, 100, 10001);
   tick(2);
   const int frames = host.FrameCount();
   tick(5);
@@ -337,9 +326,7 @@ TEST_F(ShareTest, LargePicturesAreScaledToTheLimitAndInvalidLimitsYieldNothing) 
   EXPECT_EQ(log.Count("screenFrameResolutionLimit is not valid"), 1) << "limited";
   EXPECT_EQ(host.Count("stop"), 0);
 
-  limit.maxScreenPixels = 10000;
-  limit.aspectRatioMode = 1;
-  capture.SetCaptureFrameResolutionLimit(limit);
+  limitTo(100, 100, 10000, 1);
   tick(2);
   EXPECT_EQ(host.FrameCount(), frames);
 }

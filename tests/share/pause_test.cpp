@@ -111,14 +111,11 @@ TEST_F(ShareTest, KeepLiveFrameOutlivesAFrameThatWasResizedByAFailedCapture) {
 TEST_F(ShareTest, KeepLiveFrameSurvivesEverySwitchOfFormatAndScale) {
   OpenWindow({.rect = {0, 0, 320, 200}, .color = RGB(12, 34, 56)});
   start();
-  IScreenCapture::ScreenFrameResolutionLimit limit;
-  limit.maxScreenWidth = 160;
-  limit.maxScreenHeight = 100;
-  limit.maxScreenPixels = 16000;
+  std::uint64_t width = 160;
   for (const auto format :
        {IScreenCapture::ScreenFrameFormatI420, IScreenCapture::ScreenFrameFormatARGB}) {
     capture.SetScreenFrameFormatType(format);
-    capture.SetCaptureFrameResolutionLimit(limit);
+    limitTo(width, 100);
     tick(3);
     capture.SharePause();
     tick();
@@ -130,9 +127,7 @@ TEST_F(ShareTest, KeepLiveFrameSurvivesEverySwitchOfFormatAndScale) {
     capture.ShareResume();
     tick(2);
     SetMonitorRect(monitor(), {0, 0, 320, 200});
-    limit.maxScreenWidth = 80;
-    limit.maxScreenHeight = 50;
-    limit.maxScreenPixels = 4000;
+    width = 80;
     tick();
   }
   EXPECT_EQ(host.Count("pause 2"), 2);

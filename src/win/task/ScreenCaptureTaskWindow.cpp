@@ -197,7 +197,7 @@ bool ScreenCaptureTaskWindow::hasChangedMeanwhile() {
     return false;
   }
   RECT rect = {};
-  if (!readRect(rect) || !EqualRect(&rect, &m_rectWindow) || isOutOfSight()) {
+  if (!readRect(rect) || !EqualRect(&rect, &m_rectWindow) || isOutOfSight() || isCloaked()) {
     return true;
   }
   if (!m_cutsOut) {
@@ -217,6 +217,10 @@ bool ScreenCaptureTaskWindow::isOutOfSight() const {
   return !IsWindowVisible(m_window) || WindowsUtil::HasAllBitsOf(m_style, WS_MINIMIZE);
 }
 
+bool ScreenCaptureTaskWindow::isCloaked() const {
+  return WindowsUtil::IsWindows8Point1OrGreater() && WindowsUtil::IsWindowCloaked(m_window);
+}
+
 // A window that has just come back still counts: it is given time to draw itself.
 bool ScreenCaptureTaskWindow::isHidden(std::uint64_t nowMs) {
   if (isOutOfSight()) {
@@ -228,7 +232,7 @@ bool ScreenCaptureTaskWindow::isHidden(std::uint64_t nowMs) {
     holdOff(nowMs + settings().config.MovedWindowStableKeepMinDuration);
     return true;
   }
-  return WindowsUtil::IsWindows8Point1OrGreater() && WindowsUtil::IsWindowCloaked(m_window);
+  return isCloaked();
 }
 
 void ScreenCaptureTaskWindow::handleStatus(WindowCaptureStatus status, std::uint64_t nowMs) {

@@ -64,6 +64,7 @@ class ScreenCaptureTaskWindow : public ScreenCaptureTask {
 
   bool readRect(RECT& rect);
   bool isOutOfSight() const;
+  bool isCloaked() const;
   bool isHidden(std::uint64_t nowMs);
   void followWindow(const RECT& rect);
   bool updateDesktopRect(const RECT& rect);
