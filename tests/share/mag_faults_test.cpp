@@ -69,9 +69,9 @@ TEST_P(MagLists, LeaveOutTheLiveWindowsThatAreNamedAndNoOthers) {
     EXPECT_TRUE(nextMagFrameShows(shown)) << "one window less";
   }
   exclude({});
-  host.onEvent = {};
-  tick();
   EXPECT_EQ(leaks, 0);
+  host.onEvent = {};
+  tick(2);
   EXPECT_EQ(count > 1, host.LastFrame().At(4, 0) == kSecret + kRedder);
   EXPECT_EQ(host.Engines(), Engines{kMag});
 }
