@@ -334,7 +334,7 @@ TEST_P(CallSweep, EveryCallFailsOnceAndTheShareSurvivesOrReports) {
     ShareRecorder host(nullptr);
     wholeShare(host);
     ASSERT_EQ(host.Count("stop"), 0);
-    ASSERT_GT(host.FrameCount(), 20) << "without faults the scenario is whole";
+    ASSERT_GT(host.FrameCount(), 15) << "without faults the scenario is whole";
     if (scenario().kind == Kind::kFailover) {
       ASSERT_EQ(host.Engines(), (std::vector<int>{kDxgi, kBitBlt, kDxgi}));
     } else if (scenario().kind == Kind::kMagFailover) {
@@ -371,7 +371,10 @@ TEST_P(LastingFaults, EveryFunctionFailsForGoodAndNothingShowsThatIsLeftOut) {
     }
   }
   LogCalls(false);
-  functions.erase("MagUninitialize");  // what is not given back stays, of course
+  // What is not given back stays, and whoever is not woken sleeps.
+  for (const char* needed : {"MagUninitialize", "SetEvent", "PostThreadMessageW"}) {
+    functions.erase(needed);
+  }
   int turn = 0;
   for (const std::string& function : functions) {
     if (turn++ % kShares + 1 != std::get<1>(GetParam())) {
