@@ -81,22 +81,32 @@ INSTANTIATE_TEST_SUITE_P(Lengths, MagLists, testing::Values(0, 1, 24, 2000));
 // --------------------------------------------------------------- sizes and places
 
 TEST_F(MagShareTest, MonitorsOfAnySizeAndPlaceAreShown) {
-  limitTo(7680, 4320);
+  struct Case {
+    RECT rect;
+    int width;  // of the picture, within the usual limit
+    int height;
+  };
   withoutDynamicCheck();
   SetMonitorRect(monitor(), {0, 0, 1, 1});
   start();
   tick(3);
   EXPECT_EQ(host.FrameCount(), 0) << "below the smallest size";
-  for (const RECT& rect : {RECT{0, 0, 8, 8}, RECT{0, 0, 7680, 4320}, RECT{-900, -700, -803, -569},
-                           RECT{60000, 50000, 60011, 50300}}) {
+  for (const Case& size :
+       {Case{{0, 0, 8, 8}, 8, 8}, Case{{0, 0, 7680, 4320}, 2880, 1620},
+        Case{{-900, -700, -803, -569}, 97, 131}, Case{{60000, 50000, 60011, 50300}, 11, 300}}) {
+    const RECT& rect = size.rect;
     SetMonitorRect(monitor(), rect);
     const HWND corner = OpenWindow(
-        {.rect = {rect.right - 3, rect.bottom - 2, rect.right, rect.bottom}, .color = 0x030201});
-    const int width = static_cast<int>(rect.right - rect.left);
-    const int height = static_cast<int>(rect.bottom - rect.top);
-    EXPECT_TRUE(nextMagFrameShows({{width - 3, height - 2, width, height, 0x010203}}));
-    EXPECT_EQ(host.LastFrame().width, width);
-    EXPECT_EQ(host.LastFrame().height, height);
+        {.rect = {rect.right - 16, rect.bottom - 8, rect.right, rect.bottom}, .color = 0x030201});
+    const int before = host.FrameCount();
+    tick();
+    ASSERT_EQ(host.FrameCount(), before + 1);
+    const Frame frame = host.LastFrame();
+    ASSERT_EQ(frame.width, size.width);
+    ASSERT_EQ(frame.height, size.height);
+    const bool scaled = size.width == 2880;
+    EXPECT_TRUE(ShowsRedder(frame, {{size.width - (scaled ? 6 : 16), size.height - (scaled ? 3 : 8),
+                                     size.width, size.height, 0x010203}}));
     Close(corner);
   }
   EXPECT_EQ(host.Engines(), Engines{kMag});
