@@ -1,5 +1,6 @@
 // What may happen to a share that a magnifier draws: lists of any length, monitors of any
 // size and place, other people's hands on its window, callers from within, no memory.
+#include <set>
 #include <string>
 
 #include "platform/control/Ledger.h"
@@ -83,29 +84,30 @@ INSTANTIATE_TEST_SUITE_P(Lengths, MagLists, testing::Values(0, 1, 24, 2000));
 TEST_F(MagShareTest, MonitorsOfAnySizeAndPlaceAreShown) {
   struct Case {
     RECT rect;
-    int width;  // of the picture, within the usual limit
+    int width;  // of the picture, within its limit
     int height;
   };
+  limitTo(2560, 1440);
   withoutDynamicCheck();
   SetMonitorRect(monitor(), {0, 0, 1, 1});
   start();
   tick(3);
   EXPECT_EQ(host.FrameCount(), 0) << "below the smallest size";
   for (const Case& size :
-       {Case{{0, 0, 8, 8}, 8, 8}, Case{{0, 0, 7680, 4320}, 2880, 1620},
+       {Case{{0, 0, 8, 8}, 8, 8}, Case{{0, 0, 7680, 4320}, 2560, 1440},
         Case{{-900, -700, -803, -569}, 97, 131}, Case{{60000, 50000, 60011, 50300}, 11, 300}}) {
     const RECT& rect = size.rect;
     SetMonitorRect(monitor(), rect);
     const HWND corner = OpenWindow(
-        {.rect = {rect.right - 16, rect.bottom - 8, rect.right, rect.bottom}, .color = 0x030201});
+        {.rect = {rect.right - 15, rect.bottom - 9, rect.right, rect.bottom}, .color = 0x030201});
     const int before = host.FrameCount();
     tick();
     ASSERT_EQ(host.FrameCount(), before + 1);
     const Frame frame = host.LastFrame();
     ASSERT_EQ(frame.width, size.width);
     ASSERT_EQ(frame.height, size.height);
-    const bool scaled = size.width == 2880;
-    EXPECT_TRUE(ShowsRedder(frame, {{size.width - (scaled ? 6 : 16), size.height - (scaled ? 3 : 8),
+    const bool scaled = size.width == 2560;
+    EXPECT_TRUE(ShowsRedder(frame, {{size.width - (scaled ? 5 : 15), size.height - (scaled ? 3 : 9),
                                      size.width, size.height, 0x010203}}));
     Close(corner);
   }
@@ -202,6 +204,7 @@ TEST_F(MagShareTest, SizesAndTheDynamicCheckMayChangeWithEveryFrame) {
   startMag();
   tick(2);
   const RECT rects[] = {{0, 0, 320, 200}, {-80, -40, 240, 160}, {0, 0, 640, 400}, {0, 0, 320, 200}};
+  std::set<int> widths;
   for (int i = 0; i < 48; ++i) {
     const int divisor = 1 << i % 3;
     const RECT& rect = rects[i / 12];
@@ -222,7 +225,9 @@ TEST_F(MagShareTest, SizesAndTheDynamicCheckMayChangeWithEveryFrame) {
         frame, {{scaled(left), scaled(top), scaled(left + 80), scaled(top + 40), 0x010203}}))
         << "change " << i << log.Dump();
     EXPECT_EQ(frame.rawWidth, rect.right - rect.left);
+    widths.insert(frame.width);
   }
+  EXPECT_EQ(widths, (std::set<int>{80, 160, 320, 640}));
   EXPECT_EQ(leaks, 0);
   EXPECT_EQ(host.Engines(), Engines{kMag});
   for (const bool check : {false, true}) {
