@@ -2,6 +2,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/control/Magnification.h"
 #include "tests/share/ShareTest.h"
 
 namespace qx::test {
@@ -25,6 +26,7 @@ struct Cell {
   IScreenCapture::CaptureEngineType engine;
   bool unwantedShows;  // what is excluded from a monitor's share, or covers a window
   bool includedShows;
+  bool afterMag = false;  // which works at first
 };
 
 class LeavesOut : public ShareTest, public testing::WithParamInterface<Cell> {
@@ -32,7 +34,7 @@ class LeavesOut : public ShareTest, public testing::WithParamInterface<Cell> {
   LeavesOut() {
     SetVersion(GetParam().version);
     SetComposition(GetParam().composition);
-    allowEngines({GetParam().engine});
+    allowEngines({GetParam().engine, GetParam().afterMag ? kMag : GetParam().engine});
   }
 
   static FilterWindowInfo byHandle(HWND window) {
@@ -63,7 +65,15 @@ TEST_P(LeavesOut, WhatTheTableSays) {
   ToTop(unwanted);
   ToTop(included);
   Advance(1s);
-  ASSERT_EQ(host.Engines(), std::vector<int>{cell.engine}) << log.Dump();
+  std::vector<int> engines = {cell.engine};
+  if (cell.afterMag) {
+    engines = {kMag, cell.engine};
+    SetStretchRectCalls(0);
+    Fill(shared, {0, 0, 9, 9}, RGB(10, 120, 31));
+    Fill(shared, {0, 0, 9, 9}, RGB(10, 120, 30));
+    Advance(3s);
+  }
+  ASSERT_EQ(host.Engines(), engines) << log.Dump();
   std::vector<Patch> patches = {{20 - left, 20 - top, 220 - left, 120 - top, 0x0A781E}};
   if (cell.unwantedShows) {
     patches.push_back({40 - left, 40 - top, 80 - left, 80 - top, 0xFA0000});
@@ -97,7 +107,19 @@ INSTANTIATE_TEST_SUITE_P(
         Cell{"Windows10WindowMag", kWindows10, true, Kind::kWindow, kMag, false, true},
         Cell{"Windows10WindowPrint", kWindows10, true, Kind::kWindow, kPrint, false, false},
         Cell{"Windows10WindowGdi", kWindows10, true, Kind::kWindow, kBitBlt, true, true},
-        Cell{"Windows11WindowMag", kWindows11, true, Kind::kWindow, kMag, false, true}),
+        Cell{"Windows11WindowMag", kWindows11, true, Kind::kWindow, kMag, false, true},
+        Cell{"Windows8MonitorGdiAfterMag", kWindows8, true, Kind::kMonitor, kBitBlt, true, true,
+             true},
+        Cell{"Windows10MonitorDxgiAfterMag", kWindows10, true, Kind::kMonitor, kDxgi, true, true,
+             true},
+        Cell{"Windows10MonitorGdiAfterMag", kWindows10, true, Kind::kMonitor, kBitBlt, true, true,
+             true},
+        Cell{"Windows8WindowGdiAfterMag", kWindows8, true, Kind::kWindow, kBitBlt, true, true,
+             true},
+        Cell{"Windows10WindowPrintAfterMag", kWindows10, true, Kind::kWindow, kPrint, false, false,
+             true},
+        Cell{"Windows10WindowGdiAfterMag", kWindows10, true, Kind::kWindow, kBitBlt, true, true,
+             true}),
     [](const auto& test) { return std::string(test.param.name); });
 
 }  // namespace

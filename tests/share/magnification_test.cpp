@@ -3,7 +3,6 @@
 #include <optional>
 #include <string>
 
-#include "platform/control/Icons.h"
 #include "platform/control/Modules.h"
 #include "tests/share/MagShareTest.h"
 
@@ -325,82 +324,6 @@ TEST_F(MagShareTest, Direct3D12IsPinnedWhenAskedFor) {
   ScreenCapture::EnableScreenShareD3D12CompatibleFix();
   startMag();
   EXPECT_TRUE(log.Has(3, "CheckD3D9On12Feature successfully pinned d3d12 module.")) << log.Dump();
-}
-
-// --------------------------------------------------------------------------- cursor
-
-class MagCursorTest : public MagShareTest {
- protected:
-  MagCursorTest() {
-    // Opaque red, half-transparent red, transparent, opaque blue.
-    SetCursorIcon({4, 1, {0xFFC80000, 0x80C80000, 0x00000000, 0xFF0000FA}}, {0, 0});
-    SetCursorPosition(100, 60);
-    capture.EnableCaptureCursor(true);
-  }
-  void useNewWay() {
-    IScreenCapture::ScreenCaptureConfig config;
-    config.scDynamicCheck = false;
-    config.scNewMouseCaptureWay = true;
-    capture.SetScreenCaptureConfig(config);
-  }
-  // The cursor is drawn over the picture as it is.
-  testing::AssertionResult showsCursor(int x, int y, std::uint32_t half) {
-    return Shows(host.LastFrame(), kBackground + kRedder,
-                 {{x, y, x + 1, y + 1, 0xC80000},
-                  {x + 1, y, x + 2, y + 1, half},
-                  {x + 3, y, x + 4, y + 1, 0x0000FA}})
-           << log.Dump();
-  }
-  // 0xC8 * 0x80 / 0xFF is 100; of the picture's 0x21, 0x30 and 0x40 remain 127 of 255.
-  static constexpr std::uint32_t kBlended = (100 + 16) << 16 | 23 << 8 | 31;
-};
-
-TEST_F(MagCursorTest, IsBlendedWhereThereAreSeveralMonitors) {
-  AddMonitor({320, 0, 400, 100});
-  useNewWay();
-  startMag();
-  EXPECT_TRUE(showsCursor(100, 60, kBlended));
-  EXPECT_EQ(log.Count("mag mouse capture way: dib_alpha_blend, scNewMouseCaptureWay:true, "
-                      "monitorCount:2"),
-            1);
-  FailNth("GetIconInfo", 1);
-  SetCursorPosition(20, 10);
-  tick();
-  EXPECT_TRUE(showsCursor(20, 10, kBlended)) << "the last shape, where the cursor is";
-  SetCursorPosition(330, 60);
-  EXPECT_TRUE(nextMagFrameShows({})) << "on the other monitor";
-  for (const char* call : {"GetCursorInfo", "GetDC", "GetObjectW"}) {
-    SetCursorPosition(100, 60);
-    FailNth(call, 1);
-    EXPECT_TRUE(nextMagFrameShows({})) << call << " costs a frame its cursor";
-    SetCursorPosition(20, 10);
-    tick();
-    EXPECT_TRUE(showsCursor(20, 10, kBlended)) << call;
-  }
-  capture.EnableCaptureCursor(false);
-  OpenWindow({.rect = {0, 0, 9, 9}, .color = RGB(1, 2, 3)});
-  EXPECT_TRUE(nextMagFrameShows({{0, 0, 9, 9, 0x010203}}));
-}
-
-TEST_F(MagCursorTest, IsDrawnByGdiOtherwise) {
-  useNewWay();
-  startMag();
-  const std::string way = "mag mouse capture way: gdi, scNewMouseCaptureWay:true, monitorCount:1";
-  EXPECT_EQ(log.Count(way), 1) << log.Dump();
-  EXPECT_EQ(host.LastFrame().At(100, 60), 0xC80000u);
-  EXPECT_EQ(host.LastFrame().At(103, 60), 0x0000FAu);
-  EXPECT_EQ(host.LastFrame().At(102, 60), kBackground + kRedder);
-  EXPECT_EQ(Count("CopyImage"), 0u);
-}
-
-TEST_F(MagCursorTest, IsACopyOfItWhereThereAreSeveralMonitorsAndScaledWithThePicture) {
-  AddMonitor({320, 0, 400, 100});
-  limitTo(160, 100);
-  SetCursorIcon({4, 2, std::vector<std::uint32_t>(8, 0xFFC80000)}, {2, 0});
-  startMag();
-  EXPECT_EQ(Count("CopyImage"), 1u);
-  EXPECT_TRUE(Shows(host.LastFrame(), kBackground + kRedder, {{49, 30, 51, 31, 0x000000}}))
-      << "and in black and white" << log.Dump();
 }
 
 }  // namespace

@@ -45,14 +45,20 @@ class WindowTitle {
  public:
   explicit WindowTitle(HWND window) {
     wchar_t wide[kUnits];
-    m_length = WideToUtf8({wide, WindowsUtil::ReadWindowTitle(window, wide)}, m_text);
+    SetLastError(ERROR_SUCCESS);
+    const std::size_t units = WindowsUtil::ReadWindowTitle(window, wide);
+    m_length = WideToUtf8({wide, units}, m_text);
+    m_isKnown = m_length > 0 || (units == 0 && GetLastError() == ERROR_SUCCESS);
   }
+  // False when the system did not tell.
+  bool IsKnown() const { return m_isKnown; }
   std::string_view Get() const { return {m_text, m_length}; }
 
  private:
   static constexpr int kUnits = 260;
   char m_text[kUnits * 4];  // no character takes more
   std::size_t m_length;
+  bool m_isKnown;
 };
 
 }  // namespace
@@ -76,7 +82,8 @@ class FilterWindowManager::Rules {
   const std::vector<Entry>& Entries() const { return m_entries; }
   const std::unordered_set<HWND>& Windows() const { return m_windows; }
 
-  bool Match(HWND window) const {
+  // `inDoubt` is the answer where the system does not tell what a rule asks for.
+  bool Match(HWND window, bool inDoubt) const {
     if (m_windows.contains(window)) {
       return true;
     }
@@ -84,13 +91,15 @@ class FilterWindowManager::Rules {
       return false;
     }
     DWORD processId = 0;
-    GetWindowThreadProcessId(window, &processId);
+    if (GetWindowThreadProcessId(window, &processId) == 0) {
+      return inDoubt;
+    }
     const auto found = m_processes.find(processId);
-    return found != m_processes.end() && matchTitle(window, found->second);
+    return found != m_processes.end() && matchTitle(window, found->second, inDoubt);
   }
 
  private:
-  static bool matchTitle(HWND window, const std::vector<Entry>& rules) {
+  static bool matchTitle(HWND window, const std::vector<Entry>& rules, bool inDoubt) {
     std::optional<WindowTitle> title;
     return std::any_of(rules.begin(), rules.end(), [&](const Entry& rule) {
       if (rule->titleRule == kAnyTitle) {
@@ -98,6 +107,9 @@ class FilterWindowManager::Rules {
       }
       if (!title) {
         title.emplace(window);
+      }
+      if (!title->IsKnown()) {
+        return inDoubt;
       }
       return (TitleOf(*rule) == title->Get()) == (rule->titleRule == kTitleEquals);
     });
@@ -216,11 +228,11 @@ bool FilterWindowManager::HasExcludeWindows() const {
 }
 
 bool FilterWindowManager::IsExcludedWindow(HWND window) const {
-  return m_exclude->Snapshot()->Match(window);
+  return m_exclude->Snapshot()->Match(window, true);
 }
 
 bool FilterWindowManager::IsIncludedWindow(HWND window) const {
-  return m_include->Snapshot()->Match(window);
+  return m_include->Snapshot()->Match(window, false);
 }
 
 bool FilterWindowManager::NeedIncludeWindow() {

@@ -38,7 +38,8 @@ class FilterWindowManager {
 
   bool HasExcludeWindows() const;
 
-  // Whether some entry of the list matches the window.
+  // Whether some entry of the list matches the window. In doubt, when the system does not
+  // tell its process or title, it is excluded and not included.
   bool IsExcludedWindow(HWND window) const;
   bool IsIncludedWindow(HWND window) const;
 

@@ -238,14 +238,21 @@ bool GetWindowsAbove(HWND window, RECT rect, std::vector<HWND>& out) {
   const auto covers = [&](HWND above) {
     RECT aboveRect = {};
     RECT overlap = {};
-    return GetWindow(above, GW_OWNER) != window && IsWindowVisible(above) &&
-           GetWindowRect(above, &aboveRect) && IntersectRect(&overlap, &aboveRect, &rect) &&
-           !IsWindowObscured(above, true);
+    if (GetWindow(above, GW_OWNER) == window || !IsWindowVisible(above)) {
+      return false;
+    }
+    // In doubt it covers.
+    const bool overlaps = GetWindowRect(above, &aboveRect)
+                              ? IntersectRect(&overlap, &aboveRect, &rect) != FALSE
+                              : IsWindow(above) != FALSE;
+    return overlaps && !IsWindowObscured(above, true);
   };
+  bool met = false;
   ForEachWindowBehind(
       [&](HWND above) { return FindWindowExW(desktop, above, nullptr, nullptr); },
       [&](HWND above) {
         if (above == window) {
+          met = true;
           return false;
         }
         if (covers(above) && std::find(out.begin(), out.end(), above) == out.end()) {
@@ -253,7 +260,7 @@ bool GetWindowsAbove(HWND window, RECT rect, std::vector<HWND>& out) {
         }
         return true;
       });
-  return true;
+  return met;
 }
 
 }  // namespace qx::WindowsUtil

@@ -46,7 +46,8 @@ bool GetCaptureRect(HWND window, RECT& rect);
 bool GetCaptureRect(HWND window, std::uint32_t style, RECT& rect);
 
 // Appends the windows above `window` that overlap `rect`, topmost first, without
-// the ones it owns and hidden ones. False for a null window and a child window.
+// the ones it owns and hidden ones. False for a null window and a child window, and when
+// the system did not tell of all of them.
 bool GetWindowsAbove(HWND window, RECT rect, std::vector<HWND>& out);
 
 }  // namespace qx::WindowsUtil

@@ -131,9 +131,10 @@ bool ScreenCaptureTaskDesktop::mayShowExcluded() {
     return false;
   }
   listExcludedWindows(m_nowExcluded);
-  return std::any_of(m_nowExcluded.begin(), m_nowExcluded.end(), [this](HWND window) {
-    return std::find(m_excluded.begin(), m_excluded.end(), window) == m_excluded.end();
-  });
+  return !m_knowsWindows ||
+         std::any_of(m_nowExcluded.begin(), m_nowExcluded.end(), [this](HWND window) {
+           return std::find(m_excluded.begin(), m_excluded.end(), window) == m_excluded.end();
+         });
 }
 
 void ScreenCaptureTaskDesktop::followRect(const CaptureRect& rect) {
@@ -220,8 +221,10 @@ bool ScreenCaptureTaskDesktop::updateMonitorInfo() {
 // lists stays in the picture. As long as the system does not tell what windows there
 // are, those of the last answer count.
 void ScreenCaptureTaskDesktop::listExcludedWindows(std::vector<HWND>& excluded) {
-  static_cast<void>(WindowsUtil::EnumTopLevelWindows(m_topLevelWindows,
-                                                     WindowsUtil::EnumMode::VisibleNotMinimized));
+  if (WindowsUtil::EnumTopLevelWindows(m_topLevelWindows,
+                                       WindowsUtil::EnumMode::VisibleNotMinimized)) {
+    m_knowsWindows = true;
+  }
   excluded.clear();
   if (const HWND prompt = m_promptDesktop ? m_promptDesktop->GetHwnd() : nullptr) {
     excluded.push_back(prompt);

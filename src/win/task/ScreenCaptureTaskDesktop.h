@@ -42,6 +42,7 @@ class ScreenCaptureTaskDesktop : public ScreenCaptureTask {
   RECT m_monitorRect = {};    // pixels of the virtual screen; empty while unknown
   std::unique_ptr<PromptDesktop> m_promptDesktop;
   std::vector<HWND> m_topLevelWindows;  // as of the last capture that asked
+  bool m_knowsWindows = false;          // of some answer
   bool m_leavesOut = false;             // whether the present capture left windows out
   std::vector<HWND> m_excluded;         // and which
   std::vector<HWND> m_nowExcluded;

@@ -87,7 +87,7 @@ void ScreenCaptureTaskWindow::SetAutoTrackWindow(const WindowsUtil::TrackWindowR
 std::unique_ptr<ScreenCaptureEngineProxy> ScreenCaptureTaskWindow::makeEngine() {
   return std::make_unique<ScreenCaptureEngineProxy>(
       m_window, proxySettings([this](const RECT& rect, std::vector<HWND>& windows) {
-        listCoveringWindows(rect, windows);
+        static_cast<void>(listCoveringWindows(rect, windows));
         m_coveredBy = windows;
         m_cutsOut = true;
       }));
@@ -203,8 +203,7 @@ bool ScreenCaptureTaskWindow::hasChangedMeanwhile() {
   if (!m_cutsOut) {
     return false;
   }
-  listCoveringWindows(m_rectCapture, m_nowCoveredBy);
-  return m_nowCoveredBy != m_coveredBy;
+  return !listCoveringWindows(m_rectCapture, m_nowCoveredBy) || m_nowCoveredBy != m_coveredBy;
 }
 
 // And the style, for the rest of the tick.
@@ -356,14 +355,16 @@ void ScreenCaptureTaskWindow::reportShareRect() {
   }
 }
 
-// Whatever covers the window is kept out, but for what the host wants to show.
-void ScreenCaptureTaskWindow::listCoveringWindows(const RECT& rect,
+// Whatever covers the window is kept out, but for what the host wants to show. False when
+// there may be more.
+bool ScreenCaptureTaskWindow::listCoveringWindows(const RECT& rect,
                                                   std::vector<HWND>& windows) const {
   windows.clear();
   if (const HWND prompt = m_promptWindow ? m_promptWindow->GetHwnd() : nullptr) {
     windows.push_back(prompt);
   }
-  WindowsUtil::GetWindowsAbove(m_window, rect, windows);
+  const bool all = WindowsUtil::GetWindowsAbove(m_window, rect, windows) ||
+                   WindowsUtil::HasAllBitsOf(m_style, WS_CHILD);
   std::erase_if(windows, [this](HWND window) {
     const bool included = filterWindowManager().IsIncludedWindow(window);
     if (included) {
@@ -372,6 +373,7 @@ void ScreenCaptureTaskWindow::listCoveringWindows(const RECT& rect,
     }
     return included;
   });
+  return all;
 }
 
 // A share without its frame is still a share.

@@ -69,7 +69,7 @@ class ScreenCaptureTaskWindow : public ScreenCaptureTask {
   void followWindow(const RECT& rect);
   bool updateDesktopRect(const RECT& rect);
   void reportShareRect();
-  void listCoveringWindows(const RECT& rect, std::vector<HWND>& windows) const;
+  bool listCoveringWindows(const RECT& rect, std::vector<HWND>& windows) const;
 
   void openPrompt();
   void updatePrompt(bool show);

@@ -33,6 +33,9 @@ bool WaitAnswering(HANDLE object, DWORD milliseconds) {
     } else if (answer != WAIT_TIMEOUT) {
       // A wait that was refused must not pass for the end of what it waited for.
       Sleep(1);
+      if (WaitForSingleObject(object, 0) == WAIT_OBJECT_0) {
+        return true;
+      }
     }
     if (!endless) {
       left = deadline.MillisLeft();

@@ -1,0 +1,343 @@
+// What may happen to a share that a magnifier draws: lists of any length, monitors of any
+// size and place, other people's hands on its window, callers from within, no memory.
+#include <set>
+#include <string>
+
+#include "platform/control/Ledger.h"
+#include "platform/control/Modules.h"
+#include "tests/platform/TestWindow.h"
+#include "tests/share/AllocationHook.h"
+#include "tests/share/MagShareTest.h"
+
+namespace qx::test {
+namespace {
+
+using namespace vwin::control;
+
+constexpr std::uint32_t kSecret = 0xE00102;
+const COLORREF kSecretColor = RGB(0xE0, 1, 2);
+
+// --------------------------------------------------------------- lists of windows
+
+class MagLists : public MagShareTest, public testing::WithParamInterface<int> {};
+
+TEST_P(MagLists, LeaveOutTheLiveWindowsThatAreNamedAndNoOthers) {
+  const int count = GetParam();
+  withoutDynamicCheck();
+  std::vector<HWND> named;
+  std::vector<Patch> shown;
+  int opened = 0;
+  const auto open = [&](bool hidden) {
+    const int x = opened % 80 * 4;
+    const int y = opened++ / 80 * 4;
+    const auto blue = static_cast<std::uint8_t>(opened);
+    const HWND window = OpenWindow(
+        {.rect = {x, y, x + 4, y + 4}, .color = hidden ? kSecretColor : RGB(9, 8, blue)});
+    if (hidden) {
+      named.push_back(window);
+    } else {
+      shown.push_back({x, y, x + 4, y + 4, 0x090800u + blue});
+    }
+  };
+  open(false);
+  for (int i = 0; i < count; ++i) {
+    open(true);
+    if (i % 50 == 0) {
+      open(false);
+    }
+  }
+  // Dead ones too, and the library's own window by two rules.
+  std::vector<HWND> rules = named;
+  for (int i = 0; i < 3; ++i) {
+    rules.push_back(OpenWindow({}));
+    Close(rules.back());
+  }
+  rules.insert(rules.end(), named.begin(), named.end());
+  exclude(rules);
+  IScreenCapture::FilterWindowInfo own;
+  own.type = 1;
+  own.processId = GetCurrentProcessId();
+  capture.AddExcludeWindow(own);
+  capture.EnablePromptWindow(true);
+  forbid(kSecret);
+  startMag();
+  EXPECT_TRUE(nextMagFrameShows(shown));
+  if (count > 0) {
+    // It dies on its way into the list.
+    AtNth("MagSetWindowFilterList", 1, [&] { Close(named.back()); });
+    EXPECT_TRUE(nextMagFrameShows(shown));
+    tick();
+    EXPECT_TRUE(nextMagFrameShows(shown)) << "one window less";
+  }
+  exclude({});
+  EXPECT_EQ(leaks, 0);
+  host.onEvent = {};
+  tick(2);
+  EXPECT_EQ(count > 1, host.LastFrame().At(4, 0) == kSecret + kRedder);
+  EXPECT_EQ(host.Engines(), Engines{kMag});
+}
+
+INSTANTIATE_TEST_SUITE_P(Lengths, MagLists, testing::Values(0, 1, 24, 2000));
+
+// --------------------------------------------------------------- sizes and places
+
+TEST_F(MagShareTest, MonitorsOfAnySizeAndPlaceAreShown) {
+  struct Case {
+    RECT rect;
+    int width;  // of the picture, within its limit
+    int height;
+  };
+  limitTo(2560, 1440);
+  withoutDynamicCheck();
+  SetMonitorRect(monitor(), {0, 0, 1, 1});
+  start();
+  tick(3);
+  EXPECT_EQ(host.FrameCount(), 0) << "below the smallest size";
+  for (const Case& size :
+       {Case{{0, 0, 8, 8}, 8, 8}, Case{{0, 0, 7680, 4320}, 2560, 1440},
+        Case{{-900, -700, -803, -569}, 97, 131}, Case{{60000, 50000, 60011, 50300}, 11, 300}}) {
+    const RECT& rect = size.rect;
+    SetMonitorRect(monitor(), rect);
+    const HWND corner = OpenWindow(
+        {.rect = {rect.right - 15, rect.bottom - 9, rect.right, rect.bottom}, .color = 0x030201});
+    const int before = host.FrameCount();
+    tick();
+    ASSERT_EQ(host.FrameCount(), before + 1);
+    const Frame frame = host.LastFrame();
+    ASSERT_EQ(frame.width, size.width);
+    ASSERT_EQ(frame.height, size.height);
+    const bool scaled = size.width == 2560;
+    EXPECT_TRUE(ShowsRedder(frame, {{size.width - (scaled ? 5 : 15), size.height - (scaled ? 3 : 9),
+                                     size.width, size.height, 0x010203}}));
+    Close(corner);
+  }
+  EXPECT_EQ(host.Engines(), Engines{kMag});
+}
+
+TEST_F(MagShareTest, ThreeMonitorsAreSharedAtOnceAndOneIsTakenAway) {
+  const HMONITOR left = AddMonitor({-160, -40, 0, 80});
+  const HMONITOR right = AddMonitor({320, 30, 420, 130});
+  OpenWindow({.rect = {-20, 10, 20, 50}, .color = 0x030201});
+  OpenWindow({.rect = {300, 40, 340, 90}, .color = 0x060504});
+  const HWND secret = OpenWindow({.rect = {-10, 0, 400, 20}, .color = kSecretColor});
+  ShareRecorder hosts[2] = {ShareRecorder(&context), ShareRecorder(&context)};
+  ScreenCapture captures[2];
+  exclude({secret});
+  startMag();
+  for (int i = 0; i < 2; ++i) {
+    captures[i].EnablePromptWindow(false);
+    captures[i].EnableCaptureCursor(false);
+    setExcluded(captures[i], {secret});
+    ASSERT_TRUE(captures[i].ShareDesktop(&context, idOf(i == 0 ? left : right), &hosts[i], error));
+  }
+  tick(3);
+  const std::vector<Patch> middle = {{-20, 10, 20, 50, 0x010203}, {300, 40, 340, 90, 0x040506}};
+  EXPECT_TRUE(magShows(middle));
+  EXPECT_TRUE(ShowsRedder(hosts[0].LastFrame(), {{140, 50, 180, 90, 0x010203}})) << log.Dump();
+  EXPECT_TRUE(ShowsRedder(hosts[1].LastFrame(), {{-20, 10, 20, 60, 0x040506}})) << log.Dump();
+  EXPECT_EQ(magnifierWindows(), 3u);
+
+  // In the middle of somebody's picture.
+  OpenWindow({.rect = {-9, -9, -1, -1}});
+  AtNth("MagSetWindowSource", 1, [&] { RemoveMonitor(left); });
+  tick(3);
+  EXPECT_EQ(hosts[0].Count("stop"), 1);
+  EXPECT_EQ(host.Count("stop") + hosts[1].Count("stop"), 0);
+  EXPECT_TRUE(nextMagFrameShows(middle));
+  captures[0].ShareStop();
+  EXPECT_EQ(magnifierWindows(), 2u);
+  EXPECT_TRUE(ShowsRedder(hosts[1].LastFrame(), {{-20, 10, 20, 60, 0x040506}}));
+}
+
+TEST_F(MagShareTest, WindowWhoseMonitorIsTakenAwayIsShownAgainWhereItTurnsUp) {
+  const HMONITOR left = AddMonitor({-160, -40, 0, 80});
+  const HWND window = OpenWindow({.rect = {-140, 0, -60, 50}, .color = 0x030201});
+  const HWND cover = OpenWindow({.rect = {-120, 10, 60, 150}, .color = kSecretColor});
+  forbid(kSecret);
+  allowEngines({IScreenCapture::CaptureEngineMag});
+  capture.EnableActiveShareWindow(false);
+  ASSERT_TRUE(capture.ShareWindow(&context, idOf(window), &host, error)) << log.Dump();
+  Advance(2s);
+  EXPECT_TRUE(Shows(host.LastFrame(), 0x010203 + kRedder, {})) << log.Dump();
+  RemoveMonitor(left);
+  Advance(1s);
+  const std::string hidden = "pause " + std::to_string(IScreenCapture::PauseReasonWindowHidden);
+  EXPECT_EQ(host.Count(hidden), 1) << log.Dump();
+  host.Forget();
+  MoveTo(window, 20, 110);
+  MoveTo(cover, 30, 100);
+  Advance(2s);
+  EXPECT_EQ(host.Count("resume"), 1) << log.Dump();
+  EXPECT_TRUE(Shows(host.LastFrame(), 0x010203 + kRedder, {}));
+  EXPECT_EQ(host.LastFrame().width, 80);
+  EXPECT_EQ(leaks, 0);
+}
+
+// ------------------------------------------------- other hands, settings that change
+
+TEST_F(MagShareTest, WindowThatIsDestroyedInTheMiddleOfATickCostsSomeTicks) {
+  withoutDynamicCheck();
+  startMag();
+  forbid(kSecret);
+  for (const char* call : {"EnumWindows", "MagSetWindowFilterList", "SendMessageTimeoutW",
+                           "MagSetWindowSource", "GetMonitorInfoW"}) {
+    const HWND old = LibraryWindows(L"Magnifier").front().handle;
+    const HWND secret = OpenWindow({.rect = {9, 9, 99, 99}, .color = kSecretColor});
+    exclude({secret});
+    AtNth(call, 1, [old] { SendMessageW(old, WM_CLOSE, 0, 0); });
+    tick(6);
+    ClearFaults();
+    EXPECT_NE(LibraryWindows(L"Magnifier").front().handle, old) << call;
+    EXPECT_TRUE(nextMagFrameShows({})) << call;
+    Close(secret);
+    tick(2);
+  }
+  EXPECT_EQ(leaks, 0);
+  EXPECT_EQ(host.Engines(), Engines{kMag});
+}
+
+TEST_F(MagShareTest, SizesAndTheDynamicCheckMayChangeWithEveryFrame) {
+  const HWND window = OpenWindow({.rect = {0, 0, 80, 40}, .color = 0x030201});
+  const HWND secret = OpenWindow({.rect = {200, 20, 280, 100}, .color = kSecretColor});
+  exclude({secret});
+  forbid(kSecret);
+  startMag();
+  tick(2);
+  const RECT rects[] = {{0, 0, 320, 200}, {-80, -40, 240, 160}, {0, 0, 640, 400}, {0, 0, 320, 200}};
+  std::set<int> widths;
+  for (int i = 0; i < 48; ++i) {
+    const int divisor = 1 << i % 3;
+    const RECT& rect = rects[i / 12];
+    SetMonitorRect(monitor(), rect);
+    limitTo(static_cast<std::uint64_t>((rect.right - rect.left) / divisor),
+            static_cast<std::uint64_t>((rect.bottom - rect.top) / divisor));
+    capture.SetDynamicCheck(i % 5 < 2);
+    const int x = i * 4;
+    MoveTo(window, x, 40);
+    tick();
+    const Frame frame = host.LastFrame();
+    const int left = x - static_cast<int>(rect.left);
+    const int top = 40 - static_cast<int>(rect.top);
+    const auto scaled = [&](int length) {
+      return length * frame.width / static_cast<int>(rect.right - rect.left);
+    };
+    EXPECT_TRUE(ShowsRedder(
+        frame, {{scaled(left), scaled(top), scaled(left + 80), scaled(top + 40), 0x010203}}))
+        << "change " << i << log.Dump();
+    EXPECT_EQ(frame.rawWidth, rect.right - rect.left);
+    widths.insert(frame.width);
+  }
+  EXPECT_EQ(widths, (std::set<int>{80, 160, 320, 640}));
+  EXPECT_EQ(leaks, 0);
+  EXPECT_EQ(host.Engines(), Engines{kMag});
+  for (const bool check : {false, true}) {
+    capture.SetDynamicCheck(check);
+    tick(2);
+    const std::uint64_t drawn = Count("MagSetWindowSource");
+    tick(14);
+    EXPECT_EQ(Count("MagSetWindowSource") - drawn < 3, check);
+  }
+}
+
+TEST_F(MagShareTest, LackOfMemoryForAnotherSizeShowsNothingOfAnOlderList) {
+  const HWND secret = OpenWindow({.rect = {20, 20, 80, 80}, .color = kSecretColor});
+  startMag();
+  tick(2);
+  EXPECT_TRUE(magShows({{20, 20, 80, 80, kSecret}}));
+  {
+    const FailLargeAllocations noMemory(640 * 400 * 4);
+    SetMonitorRect(monitor(), {0, 0, 640, 400});
+    EXPECT_TRUE(nextMagFrameShows({{20, 20, 80, 80, kSecret}})) << "the last one once more";
+    EXPECT_EQ(host.LastFrame().width, 320);
+    forbid(kSecret);
+    exclude({secret});
+    tick(6);
+    EXPECT_GE(noMemory.failed(), 3);
+    EXPECT_GE(log.Count("resize buffer failed, use last frame"), 3);
+    EXPECT_EQ(leaks, 0);
+  }
+  tick();
+  EXPECT_TRUE(nextMagFrameShows({}));
+  EXPECT_EQ(host.LastFrame().width, 640);
+  EXPECT_EQ(host.Engines(), Engines{kMag});
+}
+
+// ----------------------------------------------------------- callers from within
+
+// The host's thread waits for the share, that for SC-MagThread, and that for an answer of
+// the host's window, whose procedure calls the library.
+TEST_F(MagShareTest, HostMayCallTheLibraryWhileItWaitsForTheMagnifiersThread) {
+  const HWND secret = OpenWindow({.rect = {20, 20, 80, 80}, .color = kSecretColor});
+  TestWindow window({300, 190, 310, 200});
+  int calls = 0;
+  window.onMessage = [&](UINT, WPARAM, LPARAM) -> LRESULT {
+    ++calls;
+    capture.SharePause();
+    exclude({secret});
+    capture.GetWindowList([](const IScreenCapture::WindowInfo*, const int&, void*) {}, nullptr);
+    capture.SetDynamicCheck(false);
+    capture.ShareResume();
+    IScreenCapture::ShareError again = IScreenCapture::ShareErrorNone;
+    EXPECT_FALSE(capture.ShareDesktop(&context, idOf(monitor()), &host, again));
+    // Another share needs the very thread that waits for this answer.
+    ScreenCapture other;
+    ShareRecorder otherHost(&context);
+    EXPECT_TRUE(other.ShareDesktop(&context, idOf(monitor()), &otherHost, again)) << again;
+    other.ShareStop();
+    return 0;
+  };
+  const auto ask = [&] {
+    DWORD_PTR result = 0;
+    SendMessageTimeoutW(window, WM_USER, 0, 0, SMTO_NORMAL, 500, &result);
+  };
+  forbid(kSecret);
+  for (const char* call : {"MagInitialize", "MagSetColorEffect", "Direct3DCreate9Ex"}) {
+    host.Forget();
+    AtNth(call, 1, ask);
+    start();
+    tick(3);
+    EXPECT_TRUE(nextMagFrameShows({})) << call;
+    EXPECT_EQ(host.Engines(), Engines{kMag}) << call;
+    AtNth("MagUninitialize", 1, ask);
+    capture.ShareStop();
+    EXPECT_EQ(magnifierWindows(), 0u) << call;
+  }
+  EXPECT_GE(calls, 6);
+  EXPECT_EQ(leaks, 0);
+}
+
+// ------------------------------------------------------------------ again and again
+
+TEST_F(MagShareTest, NothingIsLeftBehindAndFunctionsAreRedirectedOnce) {
+  limitTo(160, 100);
+  const LedgerSnapshot ledger = Snapshot();
+  for (int round = 0; round < 3; ++round) {
+    ResetCounts();
+    ShareRecorder another(&context);
+    {
+      ScreenCapture object;
+      object.EnablePromptWindow(false);
+      object.EnableCaptureCursor(false);
+      IScreenCapture::ScreenFrameResolutionLimit limit;
+      limit.maxScreenWidth = 160;
+      limit.maxScreenHeight = 100;
+      limit.maxScreenPixels = 16000;
+      object.SetCaptureFrameResolutionLimit(limit);
+      ASSERT_TRUE(object.ShareDesktop(&context, idOf(monitor()), &another, error));
+      tick();
+      EXPECT_TRUE(ShowsRedder(another.LastFrame(), {})) << log.Dump();
+      EXPECT_EQ(another.LastFrame().width, 160);
+      EXPECT_EQ(Count("IDirect3DDevice9::StretchRect"),
+                Count("IDirect3DDevice9::GetRenderTargetData"))
+          << "once a picture, to scale it";
+    }
+    // The magnifier's, and one to find a function with.
+    EXPECT_EQ(Count("Direct3DCreate9Ex"), round == 0 ? 2u : 1u);
+    EXPECT_EQ(Difference(ledger), "");
+    EXPECT_EQ(magnifierWindows(), 0u);
+  }
+  EXPECT_EQ(log.Count("can't be hooked"), 0);
+}
+
+}  // namespace
+}  // namespace qx::test
