@@ -79,6 +79,15 @@ void WatchWindow(HWND window) {
   IsWindowVisible(window);
 }
 
+void WatchMonitor(HMONITOR monitor) {
+  ReadWallClock();
+  MONITORINFOEXW info = {};
+  info.cbSize = sizeof(info);
+  GetMonitorInfoW(monitor, &info);
+  EqualRect(&info.rcMonitor, &info.rcWork);
+  GetSystemMetrics(SM_REMOTESESSION);
+}
+
 void WaitByHand(DWORD milliseconds) {
   LARGE_INTEGER now = {};
   QueryPerformanceCounter(&now);
