@@ -169,6 +169,7 @@ class StillLoop {
     if (SUCCEEDED(hr)) {
       m_screen.duplication->ReleaseFrame();
     }
+    GetSystemMetrics(SM_REMOTESESSION);
     return SUCCEEDED(hr) || hr == DXGI_ERROR_WAIT_TIMEOUT;
   }
 

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <optional>
 #include <vector>
 
@@ -26,17 +27,10 @@ std::uint64_t WallClockMillis() {
   return (std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime) / 10000;
 }
 
-void AskClass(HWND window) {
-  wchar_t name[260];
-  GetClassNameW(window, name, 260);
-}
-
 BOOL CALLBACK CollectVisible(HWND window, LPARAM found) {
-  if (IsWindowVisible(window)) {
-    AskClass(window);
-    if (!IsIconic(window)) {
-      reinterpret_cast<std::vector<HWND>*>(found)->push_back(window);
-    }
+  wchar_t className[260];
+  if (IsWindowVisible(window) && GetClassNameW(window, className, 260) > 0 && !IsIconic(window)) {
+    reinterpret_cast<std::vector<HWND>*>(found)->push_back(window);
   }
   return TRUE;
 }
@@ -44,10 +38,16 @@ BOOL CALLBACK CollectVisible(HWND window, LPARAM found) {
 class MagnifierLoop {
  public:
   explicit MagnifierLoop(const Round& round)
-      : m_rules(round.exclude),
-        m_window(round.rect, round.picture.cx != 0 ? round.picture
+      : m_window(round.rect, round.picture.cx != 0 ? round.picture
                                                    : SIZE{round.rect.right - round.rect.left,
                                                           round.rect.bottom - round.rect.top}) {
+    for (const auto& rule : round.exclude) {
+      if (rule.type == 0) {
+        m_named.push_back(static_cast<HWND>(rule.window));
+      } else {
+        m_processes.push_back(rule.processId);
+      }
+    }
     if (round.dynamicCheck) {
       m_watch.emplace();
     }
@@ -67,7 +67,7 @@ class MagnifierLoop {
     }
     // A window may have come into sight meanwhile, which must not be shown.
     const std::vector<HWND>::size_type before = m_leftOut.size();
-    if (!m_rules.empty()) {
+    if (!m_named.empty() || !m_processes.empty()) {
       listWindows();
     }
     return m_leftOut.size() == before;
@@ -99,23 +99,22 @@ class MagnifierLoop {
       for (const HWND window : m_visible) {
         BOOL current = FALSE;
         (void)manager->IsWindowOnCurrentVirtualDesktop(window, &current);
-        AskClass(window);
       }
     }
-    if (m_rules.empty()) {
-      return;
+    std::ranges::copy_if(m_visible, std::back_inserter(m_leftOut),
+                         [this](HWND window) { return isNamed(window); });
+  }
+
+  bool isNamed(HWND window) const {
+    if (std::ranges::find(m_named, window) != m_named.end()) {
+      return true;
     }
-    for (const HWND window : m_visible) {
-      if (std::ranges::find(m_named, window) != m_named.end()) {
-        m_leftOut.push_back(window);
-        continue;
-      }
-      DWORD processId = 0;
-      GetWindowThreadProcessId(window, &processId);
-      if (std::ranges::find(m_processes, processId) != m_processes.end()) {
-        m_leftOut.push_back(window);
-      }
+    if (m_processes.empty()) {
+      return false;
     }
+    DWORD processId = 0;
+    GetWindowThreadProcessId(window, &processId);
+    return std::ranges::find(m_processes, processId) != m_processes.end();
   }
 
   // As often as a share does, it draws whatever the duplication says.
@@ -136,33 +135,13 @@ class MagnifierLoop {
 
   const Neighbour m_neighbour;
   const HMONITOR m_monitor = MonitorFromWindow(nullptr, MONITOR_DEFAULTTOPRIMARY);
-  const std::vector<IScreenCapture::FilterWindowInfo> m_rules;
-  std::vector<HWND> m_named = namedWindows();
-  std::vector<DWORD> m_processes = namedProcesses();
+  std::vector<HWND> m_named;
+  std::vector<DWORD> m_processes;
   std::optional<Duplication> m_watch;
   MagnifierWindow m_window;
   std::vector<HWND> m_visible;
   std::vector<HWND> m_leftOut;
   std::uint64_t m_lastFullTime = 0;
-
-  std::vector<HWND> namedWindows() const {
-    std::vector<HWND> windows;
-    for (const auto& rule : m_rules) {
-      if (rule.type == 0) {
-        windows.push_back(static_cast<HWND>(rule.window));
-      }
-    }
-    return windows;
-  }
-  std::vector<DWORD> namedProcesses() const {
-    std::vector<DWORD> processes;
-    for (const auto& rule : m_rules) {
-      if (rule.type == 1) {
-        processes.push_back(rule.processId);
-      }
-    }
-    return processes;
-  }
 };
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "PacedLoop.h"
 
+#include <objbase.h>
 #include <process.h>
 
 #include <cstdio>
@@ -18,10 +19,14 @@ unsigned WakeUpOften(void* stop) {
 
 void RunOnThread(std::function<void()> body) {
   const auto start = [](void* run) -> unsigned {
+    const HRESULT com = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
     try {
       (*static_cast<std::function<void()>*>(run))();
     } catch (const std::exception& failure) {
       std::fprintf(stderr, "  hand loop: %s\n", failure.what());
+    }
+    if (SUCCEEDED(com)) {
+      CoUninitialize();
     }
     return 0;
   };

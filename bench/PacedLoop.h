@@ -12,7 +12,8 @@
 #include "WatchWindow.h"
 
 // Runs `body` on a thread of the system's, and waits for it as the system waits: where
-// the clock is owned that lets time pass. An exception ends the body and is told.
+// the clock is owned that lets time pass. COM is there, as on a share's thread. An
+// exception ends the body and is told.
 void RunOnThread(std::function<void()> body);
 
 // A thread that often wakes up, as the prompt frame's does beside a share. With nobody

@@ -85,7 +85,6 @@ void WatchMonitor(HMONITOR monitor) {
   info.cbSize = sizeof(info);
   GetMonitorInfoW(monitor, &info);
   EqualRect(&info.rcMonitor, &info.rcWork);
-  GetSystemMetrics(SM_REMOTESESSION);
 }
 
 void WaitByHand(DWORD milliseconds) {

@@ -16,8 +16,6 @@
 //            system's calls; take a small screen
 #include <windows.h>
 
-#include <cstdint>
-#include <cstring>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -32,8 +30,8 @@
 
 namespace {
 
-constexpr int kTurns = 6;
-constexpr int kDrawnFrames = 12;
+constexpr int kTurns = 8;
+constexpr int kDrawnFrames = 24;
 constexpr int kStillTicks = 1000;
 constexpr int kFilteredFrames = 300;
 constexpr int kCountedFrames = 60;
