@@ -31,6 +31,7 @@
 namespace {
 
 constexpr int kTurns = 8;
+constexpr int kShortTurns = 16;
 constexpr int kDrawnFrames = 24;
 constexpr int kStillTicks = 1000;
 constexpr int kFilteredFrames = 300;
@@ -111,7 +112,7 @@ double StillTickMicros() {
   if (DrawnPerFrame(round) > 1.5 / round.fps) {
     throw std::runtime_error("pictures of a still screen are drawn");
   }
-  const Micros micros = MeasureBoth(round, kTurns, MagnifierLoopMicrosPerFrame);
+  const Micros micros = MeasureBoth(round, kShortTurns, MagnifierLoopMicrosPerFrame);
   return micros.library - micros.hand;
 }
 
@@ -124,7 +125,7 @@ double FilterMicros() {
       2.0 * (kFilterWindows - kFilteredWindows)) {
     throw std::runtime_error("not every window is filtered");
   }
-  const Micros micros = MeasureBoth(round, kTurns, MagnifierLoopMicrosPerFrame);
+  const Micros micros = MeasureBoth(round, kShortTurns, MagnifierLoopMicrosPerFrame);
   return micros.library - micros.hand;
 }
 
