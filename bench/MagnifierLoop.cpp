@@ -66,7 +66,7 @@ class MagnifierLoop {
       return false;
     }
     // A window may have come into sight meanwhile, which must not be shown.
-    const std::vector<HWND>::size_type before = m_leftOut.size();
+    const std::size_t before = m_leftOut.size();
     if (!m_named.empty() || !m_processes.empty()) {
       listWindows();
     }
