@@ -45,12 +45,15 @@ Range FindLibrary() {
 
 Range g_library;
 
+// Below that it is a list or a text, and no row of a picture.
+constexpr std::uint64_t kLeastBytes = 256;
+
 using Copy = void*(void*, const void*, std::size_t);
 
 void CountCopy(const void* caller, std::uint64_t bytes) {
   const auto address = reinterpret_cast<std::uintptr_t>(caller);
-  if (counting.load(std::memory_order_relaxed) && address >= g_library.begin &&
-      address < g_library.end) {
+  if (bytes >= kLeastBytes && counting.load(std::memory_order_relaxed) &&
+      address >= g_library.begin && address < g_library.end) {
     counted.fetch_add(bytes, std::memory_order_relaxed);
   }
 }

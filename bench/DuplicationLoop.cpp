@@ -2,51 +2,20 @@
 
 #include <d3d11.h>
 #include <dxgi1_2.h>
-#include <process.h>
 
 #include <cfloat>
 #include <cstdint>
 #include <cstring>
 #include <iterator>
 #include <memory>
-#include <stdexcept>
 
+#include "Duplication.h"
 #include "PacedLoop.h"
 #include "src/win/engine/dxgi/shaders/QuadShaders.h"
-#include "src/win/util/ComPtr.h"
 
 namespace {
 
 using qx::ComPtr;
-
-void Check(HRESULT hr) {
-  if (FAILED(hr)) {
-    throw std::runtime_error("Direct3D fails");
-  }
-}
-
-// The primary monitor's duplication: the first output's of the first adapter.
-class Duplication {
- public:
-  Duplication() {
-    Check(D3D11CreateDevice(nullptr, D3D_DRIVER_TYPE_HARDWARE, nullptr,
-                            D3D11_CREATE_DEVICE_BGRA_SUPPORT, nullptr, 0, D3D11_SDK_VERSION,
-                            device.Put(), nullptr, context.Put()));
-    ComPtr<IDXGIDevice> dxgiDevice;
-    ComPtr<IDXGIAdapter> adapter;
-    ComPtr<IDXGIOutput> output;
-    ComPtr<IDXGIOutput1> output1;
-    Check(device.As(IID_IDXGIDevice, dxgiDevice));
-    Check(dxgiDevice->GetParent(IID_IDXGIAdapter, adapter.PutVoid()));
-    Check(adapter->EnumOutputs(0, output.Put()));
-    Check(output.As(IID_IDXGIOutput1, output1));
-    Check(output1->DuplicateOutput(device.Get(), duplication.Put()));
-  }
-
-  ComPtr<ID3D11Device> device;
-  ComPtr<ID3D11DeviceContext> context;
-  ComPtr<IDXGIOutputDuplication> duplication;
-};
 
 struct Vertex {
   float x, y, z, u, v;
@@ -187,45 +156,13 @@ class DrawingLoop {
   ComPtr<ID3D11SamplerState> m_sampler;
 };
 
-// A thread that often wakes up, as the prompt frame's does beside a share. With nobody
-// else to wait for, a wait would cost next to nothing where the clock is owned.
-class Neighbour {
- public:
-  Neighbour() {
-    const auto body = [](void* stop) -> unsigned {
-      while (WaitForSingleObject(stop, kMillis) == WAIT_TIMEOUT) {
-      }
-      return 0;
-    };
-    m_thread = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, body, m_stop, 0, nullptr));
-  }
-  Neighbour(const Neighbour&) = delete;
-  Neighbour& operator=(const Neighbour&) = delete;
-  ~Neighbour() {
-    SetEvent(m_stop);
-    WaitForSingleObject(m_thread, INFINITE);
-    CloseHandle(m_thread);
-    CloseHandle(m_stop);
-  }
-
- private:
-  static constexpr DWORD kMillis = 10;
-
-  const HANDLE m_stop = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  HANDLE m_thread = nullptr;
-};
-
 class StillLoop {
  public:
   explicit StillLoop(const Round&) {}
 
   // As virtual Windows logs them. The first time there is a picture.
   bool Capture() {
-    ReadWallClock();
-    MONITORINFOEXW info = {};
-    info.cbSize = sizeof(info);
-    GetMonitorInfoW(m_monitor, &info);
-    EqualRect(&info.rcMonitor, &info.rcWork);
+    WatchMonitor(m_monitor);
     DXGI_OUTDUPL_FRAME_INFO frame = {};
     ComPtr<IDXGIResource> resource;
     const HRESULT hr = m_screen.duplication->AcquireNextFrame(0, &frame, resource.Put());

@@ -6,7 +6,6 @@
 #include <stdexcept>
 #include <string>
 
-#include "ThreadTime.h"
 #include "qx-screen-capture.h"
 
 namespace {
@@ -48,7 +47,8 @@ class Meter : public IScreenCapture::ShareListener {
     WaitForSingleObject(m_ended, INFINITE);
     const std::scoped_lock lock(m_mutex);
     if (m_failed) {
-      throw std::runtime_error("the share paused, ended, or its frames have another size");
+      throw std::runtime_error(
+          "the share paused, ended, or its frames have another size or engine");
     }
     const std::chrono::duration<double> passed = m_end - m_start;
     return {(m_endMicros - m_startMicros) / m_frames, m_frames / passed.count(), m_size};
@@ -56,7 +56,7 @@ class Meter : public IScreenCapture::ShareListener {
 
   void OnFrame(void*, const IScreenCapture::ScreenFrameData* frame) override {
     // Read before anything else, so that this host's own work doesn't count.
-    const double micros = ThreadMicros();
+    const double micros = m_round.micros();
     const Time now = std::chrono::steady_clock::now();
     ++m_count;
     if (m_count == kWarmUp) {
@@ -88,7 +88,12 @@ class Meter : public IScreenCapture::ShareListener {
   void OnFrameDirtyInfo(void*, bool, std::uint64_t, double) override {}
   void OnShareWindowChanged(void*, int, int) override {}
   void OnShareDesktopChanged(void*, int) override {}
-  void OnCaptureEngineName(void*, IScreenCapture::CaptureEngineType&, int&, bool, int) override {}
+  void OnCaptureEngineName(void*, IScreenCapture::CaptureEngineType& engine, int&, bool,
+                           int) override {
+    if (engine != m_round.engine) {
+      fail();
+    }
+  }
   void OnFrameStatistics(void*, const IScreenCapture::ScreenFrameStatistics*) override {}
   void OnShareRectChanged(void*, int, int, int, int) override {}
 
@@ -144,6 +149,10 @@ LibraryFigures MeasureLibrary(const Round& round) {
   capture.SetScreenFrameFormatType(round.i420 ? IScreenCapture::ScreenFrameFormatI420
                                               : IScreenCapture::ScreenFrameFormatARGB);
   capture.SetCaptureFrameResolutionLimit(LimitOf(round));
+  capture.SetExcludeWindows(round.exclude.data(), static_cast<int>(round.exclude.size()));
+  IScreenCapture::ScreenCaptureConfig config;
+  config.scDynamicCheck = round.dynamicCheck;
+  capture.SetScreenCaptureConfig(config);
 
   Meter meter(round);
   IScreenCapture::ShareError error = IScreenCapture::ShareErrorNone;

@@ -9,12 +9,26 @@
 #include <thread>
 
 #include "Round.h"
-#include "ThreadTime.h"
 #include "WatchWindow.h"
 
 // Runs `body` on a thread of the system's, and waits for it as the system waits: where
-// the clock is owned that lets time pass. An exception ends the body and is told.
+// the clock is owned that lets time pass. COM is there, as on a share's thread. An
+// exception ends the body and is told.
 void RunOnThread(std::function<void()> body);
+
+// A thread that often wakes up, as the prompt frame's does beside a share. With nobody
+// else to wait for, a wait would cost next to nothing where the clock is owned.
+class Neighbour {
+ public:
+  Neighbour();
+  Neighbour(const Neighbour&) = delete;
+  Neighbour& operator=(const Neighbour&) = delete;
+  ~Neighbour();
+
+ private:
+  const HANDLE m_stop;
+  const HANDLE m_thread;
+};
 
 // By the system's clock, which may be owned.
 double ClockMicros();
@@ -23,8 +37,8 @@ double ClockMicros();
 // system calls. `Loop` is made of the round and captures one picture with each call of
 // Capture, which is false when that fails.
 //
-// Everything happens on a thread of its own. Returns the processor time of that thread
-// a frame, in microseconds. Throws std::runtime_error when a capture fails.
+// Everything happens on a thread of its own. Returns the processor time by the round's
+// clock a frame, in microseconds. Throws std::runtime_error when a capture fails.
 template <typename Loop>
 double PacedMicrosPerFrame(const Round& round) {
   constexpr int kWarmUp = 5;
@@ -36,7 +50,7 @@ double PacedMicrosPerFrame(const Round& round) {
     double start = 0;
     for (int frame = 0; frame < kWarmUp + round.frames; ++frame) {
       if (frame == kWarmUp) {
-        start = ThreadMicros();
+        start = round.micros();
       }
       if (round.watchWindow) {
         WatchWindow(round.window);
@@ -53,7 +67,7 @@ double PacedMicrosPerFrame(const Round& round) {
         std::this_thread::sleep_for(std::chrono::duration<double, std::micro>(left));
       }
     }
-    micros = (ThreadMicros() - start) / round.frames;
+    micros = (round.micros() - start) / round.frames;
   };
   RunOnThread(run);
   if (micros < 0) {

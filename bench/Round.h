@@ -3,7 +3,9 @@
 #include <windows.h>
 
 #include <functional>
+#include <vector>
 
+#include "ThreadTime.h"
 #include "qx-screen-capture.h"
 
 // One round of measuring, of either side.
@@ -19,6 +21,13 @@ struct Round {
   bool waitAsShare = false;
 
   IScreenCapture::CaptureEngineType engine = IScreenCapture::CaptureEngineGDIBitBlt;
+  // What is left out of the pictures, by engines that can.
+  std::vector<IScreenCapture::FilterWindowInfo> exclude = {};
+  // Whether pictures of a screen that has not changed may be repeated.
+  bool dynamicCheck = true;
+  // The clock of both sides: the capturing thread's, or the process's where other
+  // threads draw the pictures.
+  double (*micros)() = ThreadMicros;
   // Whether the library limits the pictures as it does unless it is told otherwise;
   // else they have the size of the rectangle.
   bool defaultLimit = false;

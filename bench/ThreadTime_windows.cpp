@@ -20,3 +20,14 @@ double ThreadMicros() {
   }
   return Micros(kernel) + Micros(user);
 }
+
+double ProcessMicros() {
+  FILETIME created;
+  FILETIME ended;
+  FILETIME kernel;
+  FILETIME user;
+  if (!GetProcessTimes(GetCurrentProcess(), &created, &ended, &kernel, &user)) {
+    return 0;
+  }
+  return Micros(kernel) + Micros(user);
+}

@@ -80,6 +80,14 @@ void WatchWindow(HWND window) {
   DwmGetWindowAttribute(window, DWMWA_CLOAKED, &cloaked, sizeof(cloaked));
 }
 
+void WatchMonitor(HMONITOR monitor) {
+  ReadWallClock();
+  MONITORINFOEXW info = {};
+  info.cbSize = sizeof(info);
+  GetMonitorInfoW(monitor, &info);
+  EqualRect(&info.rcMonitor, &info.rcWork);
+}
+
 void WaitByHand(DWORD milliseconds) {
   LARGE_INTEGER now = {};
   QueryPerformanceCounter(&now);

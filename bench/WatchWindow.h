@@ -7,6 +7,9 @@
 // them; what the library asks beyond this counts as the library's own time.
 void WatchWindow(HWND window);
 
+// The same for a share of that monitor.
+void WatchMonitor(HMONITOR monitor);
+
 // Reads the time as often as a share does in a tick.
 void ReadWallClock();
 

@@ -15,18 +15,15 @@
 //   allocations   that the library makes in such a tick
 #include <windows.h>
 
-#include <cstdint>
-#include <cstdio>
 #include <memory>
 #include <stdexcept>
 #include <string>
 
-#include "CopyCount.h"
+#include "Counts.h"
 #include "DuplicationLoop.h"
 #include "FigureMain.h"
 #include "LibraryLoop.h"
 #include "Rivals.h"
-#include "tests/share/AllocationHook.h"
 
 namespace {
 
@@ -61,53 +58,10 @@ double DrawnTimesHandLoop() {
   return micros.library / micros.hand;
 }
 
-double CopiedTimesFrame() {
-  Round round = MakeChangingRound(kCountedFrames);
-  std::unique_ptr<LibraryCopies> copies;
-  std::uint64_t bytes = 0;
-  round.onBegin = [&] { copies = std::make_unique<LibraryCopies>(); };
-  round.onEnd = [&] {
-    bytes = copies->Bytes();
-    copies.reset();
-  };
-  const SIZE picture = MeasureLibrary(round).picture;
-  const double frames = 4.0 * picture.cx * picture.cy * kCountedFrames;
-  if (static_cast<double>(bytes) < frames) {
-    throw std::runtime_error("a frame is not copied at all: nothing is counted");
-  }
-  return static_cast<double>(bytes) / frames;
-}
-
-double TexturesPerFrame() {
-  Round round = MakeChangingRound(kCountedFrames);
-  std::uint64_t before = 0;
-  std::uint64_t after = 0;
-  round.onBegin = [&] { before = CountCalls("ID3D11Device::CreateTexture2D"); };
-  round.onEnd = [&] { after = CountCalls("ID3D11Device::CreateTexture2D"); };
-  MeasureLibrary(round);
-  return static_cast<double>(after - before) / kCountedFrames;
-}
-
 double StillTickMicros() {
   Round round = MakeRound(kStillTicks);
   const Micros micros = MeasureBoth(round, kTurns, StillLoopMicrosPerFrame);
   return micros.library - micros.hand;
-}
-
-double AllocationsPerStillTick() {
-  Round round = MakeRound(kStillTicks);
-  std::unique_ptr<qx::test::LibraryAllocations> allocations;
-  int count = 0;
-  round.onBegin = [&] { allocations = std::make_unique<qx::test::LibraryAllocations>(); };
-  round.onEnd = [&] {
-    count = allocations->count();
-    if (count != 0) {
-      std::fputs(allocations->where().c_str(), stderr);
-    }
-    allocations.reset();
-  };
-  MeasureLibrary(round);
-  return static_cast<double>(count) / kStillTicks;
 }
 
 std::unique_ptr<Scene> Open(int width, int height) {
@@ -123,14 +77,18 @@ void Measure(Report& report, const std::string& size, const Figure& wanted) {
   if (figure == "argb") {
     report.AtMost(what + "times the hand loop", DrawnTimesHandLoop(), limit);
   } else if (figure == "copied") {
-    report.AtMost(what + "bytes copied a frame, times the frame's", CopiedTimesFrame(), limit);
+    report.AtMost(what + "bytes copied a frame, times the frame's",
+                  CopiedTimesFrame(MakeChangingRound(kCountedFrames)), limit);
   } else if (figure == "textures") {
-    report.AtMost(what + "textures made a frame", TexturesPerFrame(), limit);
+    report.AtMost(
+        what + "textures made a frame",
+        CallsPerFrame(MakeChangingRound(kCountedFrames), {"ID3D11Device::CreateTexture2D"}), limit);
   } else if (figure == "still") {
     report.AtMost(what + "microseconds a still tick outside of the system's calls",
                   StillTickMicros(), limit);
   } else if (figure == "allocations") {
-    report.AtMost(what + "allocations a still tick", AllocationsPerStillTick(), limit);
+    report.AtMost(what + "allocations a still tick", AllocationsPerFrame(MakeRound(kStillTicks)),
+                  limit);
   } else {
     throw std::invalid_argument("unknown figure '" + figure + "'");
   }

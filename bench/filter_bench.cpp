@@ -5,19 +5,15 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 #include <vector>
 
+#include "FilterRules.h"
 #include "Report.h"
 #include "win/prompt/FilterWindowManager.h"
 
 namespace {
 
-using Rule = IScreenCapture::FilterWindowInfo;
-
-constexpr int kWindows = 200;
-constexpr int kRules = 64;
 constexpr int kRounds = 50;
 constexpr int kFramesPerRound = 40;
 
@@ -28,7 +24,7 @@ std::vector<HWND> OpenWindows() {
   windowClass.lpszClassName = L"FilterBench";
   RegisterClassExW(&windowClass);
   std::vector<HWND> windows;
-  for (int i = 0; i < kWindows; ++i) {
+  for (int i = 0; i < kFilterWindows; ++i) {
     const std::wstring title = L"Document " + std::to_wstring(i);
     windows.push_back(CreateWindowExW(0, L"FilterBench", title.c_str(), WS_POPUP, i, i, 200, 100,
                                       nullptr, nullptr, nullptr, nullptr));
@@ -38,30 +34,6 @@ std::vector<HWND> OpenWindows() {
     }
   }
   return windows;
-}
-
-// Half of the rules name windows, a quarter processes, a quarter processes and
-// titles. Sixteen windows match; for all others every rule has to be asked.
-std::vector<Rule> MakeRules(const std::vector<HWND>& windows) {
-  std::vector<Rule> rules(kRules);
-  for (std::size_t i = 0; i < rules.size(); ++i) {
-    Rule& rule = rules[i];
-    rule.reserved = static_cast<std::uint32_t>(i);
-    if (i % 2 == 0) {
-      const bool matches = i % 4 == 0;
-      rule.window =
-          matches ? windows[i * 3] : reinterpret_cast<void*>(0x7F000000 + std::uintptr_t{i} * 8);
-      continue;
-    }
-    rule.type = 1;
-    rule.processId = static_cast<std::uint32_t>(900000 + i);
-    if (i % 4 == 3) {
-      rule.titleRule = 1 + i / 4 % 2;
-      const std::string title = "Document " + std::to_string(i);
-      std::memcpy(rule.title, title.c_str(), title.size() + 1);
-    }
-  }
-  return rules;
 }
 
 // As a monitor share does it for each of its frames.
@@ -85,14 +57,13 @@ int main(int argc, char** argv) {
   }
   const std::vector<HWND> windows = OpenWindows();
   qx::FilterWindowManager manager;
-  manager.SetExcludeWindows(MakeRules(windows));
-  manager.AddIncludeWindow(Rule{.type = 1, .processId = 900000});
-  const int expected = kRules / 4;
+  manager.SetExcludeWindows(MakeFilterRules(windows));
+  manager.AddIncludeWindow(IScreenCapture::FilterWindowInfo{.type = 1, .processId = 900000});
   std::vector<double> micros;
   for (int round = 0; round < kRounds; ++round) {
     const auto start = std::chrono::steady_clock::now();
     for (int frame = 0; frame < kFramesPerRound; ++frame) {
-      if (CountExcluded(manager, windows) != expected) {
+      if (CountExcluded(manager, windows) != kFilteredWindows) {
         std::fputs("filter-bench: the wrong windows match\n", stderr);
         return 2;
       }

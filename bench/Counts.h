@@ -1,0 +1,18 @@
+// What the library does a frame in steady state, counted on virtual Windows. Each
+// measures a round of the library, and throws std::runtime_error when nothing was counted
+// where something has to be.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Round.h"
+
+// Bytes that the library copies on the processor, as a multiple of the frame's.
+double CopiedTimesFrame(Round round);
+
+// Calls of these functions of the system, which it has to call to begin with.
+double CallsPerFrame(Round round, const std::vector<std::string>& functions);
+
+// Allocations that the library makes. Tells on stderr where the first one came from.
+double AllocationsPerFrame(Round round);
