@@ -15,14 +15,13 @@
 //   allocations   that the library makes in such a tick
 #include <windows.h>
 
-#include <memory>
 #include <stdexcept>
 #include <string>
 
 #include "Counts.h"
 #include "DuplicationLoop.h"
 #include "FigureMain.h"
-#include "LibraryLoop.h"
+#include "MonitorRound.h"
 #include "Rivals.h"
 
 namespace {
@@ -32,15 +31,7 @@ constexpr int kDrawnFrames = 12;
 constexpr int kStillTicks = 1000;
 constexpr int kCountedFrames = 8;
 
-Round MakeRound(int frames) {
-  Round round;
-  round.frames = frames;
-  round.rect = {0, 0, GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)};
-  round.engine = IScreenCapture::CaptureEngineDXGI;
-  round.defaultLimit = true;
-  round.waitAsShare = true;
-  return round;
-}
+Round MakeRound(int frames) { return MakeMonitorRound(IScreenCapture::CaptureEngineDXGI, frames); }
 
 // Of a screen that has changed before every picture.
 Round MakeChangingRound(int frames) {
@@ -50,25 +41,13 @@ Round MakeChangingRound(int frames) {
 }
 
 double DrawnTimesHandLoop() {
-  Round round = MakeChangingRound(kDrawnFrames);
-  Round first = round;
-  first.frames = 1;
-  round.picture = MeasureLibrary(first).picture;
-  const Micros micros = MeasureBoth(round, kTurns, DuplicationLoopMicrosPerFrame);
-  return micros.library / micros.hand;
+  return TimesHandLoop(MakeChangingRound(kDrawnFrames), kTurns, DuplicationLoopMicrosPerFrame);
 }
 
 double StillTickMicros() {
   Round round = MakeRound(kStillTicks);
   const Micros micros = MeasureBoth(round, kTurns, StillLoopMicrosPerFrame);
   return micros.library - micros.hand;
-}
-
-std::unique_ptr<Scene> Open(int width, int height) {
-  if (!SkipWaits()) {
-    throw std::runtime_error("there is no virtual Windows here");
-  }
-  return OpenScene(width, height, false);
 }
 
 void Measure(Report& report, const std::string& size, const Figure& wanted) {
@@ -96,4 +75,6 @@ void Measure(Report& report, const std::string& size, const Figure& wanted) {
 
 }  // namespace
 
-int main(int argc, char** argv) { return FigureMain(argc, argv, "dxgi-bench", Open, Measure); }
+int main(int argc, char** argv) {
+  return FigureMain(argc, argv, "dxgi-bench", OpenWithoutWaits, Measure);
+}

@@ -16,7 +16,6 @@
 //            system's calls; take a small screen
 #include <windows.h>
 
-#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -24,8 +23,8 @@
 #include "Counts.h"
 #include "FigureMain.h"
 #include "FilterRules.h"
-#include "LibraryLoop.h"
 #include "MagnifierLoop.h"
+#include "MonitorRound.h"
 #include "Rivals.h"
 
 namespace {
@@ -53,12 +52,7 @@ std::vector<HWND> ListWindows() {
 }
 
 Round MakeRound(int frames) {
-  Round round;
-  round.frames = frames;
-  round.rect = {0, 0, GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)};
-  round.engine = IScreenCapture::CaptureEngineMag;
-  round.defaultLimit = true;
-  round.waitAsShare = true;
+  Round round = MakeMonitorRound(IScreenCapture::CaptureEngineMag, frames);
   // The window that is farthest back.
   round.exclude.emplace_back().window = ListWindows().back();
   return round;
@@ -87,11 +81,7 @@ double DrawnTimesHandLoop() {
   Round round = MakeDrawnRound(kDrawnFrames);
   round.micros = ProcessMicros;
   DemandDrawnFrames(round);
-  Round first = round;
-  first.frames = 1;
-  round.picture = MeasureLibrary(first).picture;
-  const Micros micros = MeasureBoth(round, kTurns, MagnifierLoopMicrosPerFrame);
-  return micros.library / micros.hand;
+  return TimesHandLoop(round, kTurns, MagnifierLoopMicrosPerFrame);
 }
 
 double SurfacesPerFrame() {
@@ -129,13 +119,6 @@ double FilterMicros() {
   return micros.library - micros.hand;
 }
 
-std::unique_ptr<Scene> Open(int width, int height) {
-  if (!SkipWaits()) {
-    throw std::runtime_error("there is no virtual Windows here");
-  }
-  return OpenScene(width, height, false);
-}
-
 void Measure(Report& report, const std::string& size, const Figure& wanted) {
   const auto& [figure, limit] = wanted;
   const std::string what = "mag " + size + ", ";
@@ -163,4 +146,6 @@ void Measure(Report& report, const std::string& size, const Figure& wanted) {
 
 }  // namespace
 
-int main(int argc, char** argv) { return FigureMain(argc, argv, "mag-bench", Open, Measure); }
+int main(int argc, char** argv) {
+  return FigureMain(argc, argv, "mag-bench", OpenWithoutWaits, Measure);
+}

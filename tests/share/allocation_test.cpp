@@ -170,13 +170,9 @@ TEST_F(ShareTest, LackOfMemoryForConversionAndScalingLeavesTheShareRunning) {
   EXPECT_EQ(host.LastFrame().width, 320);
 
   capture.SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormatARGB);
-  IScreenCapture::ScreenFrameResolutionLimit limit;
-  limit.maxScreenWidth = 160;
-  limit.maxScreenHeight = 100;
-  limit.maxScreenPixels = 16000;
   {
     const FailLargeAllocations noMemory(16000 * 4);
-    capture.SetCaptureFrameResolutionLimit(limit);
+    limitTo(160, 100);
     tick(4);
     EXPECT_GE(noMemory.failed(), 1);
     EXPECT_TRUE(host.LastFrame().HasPixels());

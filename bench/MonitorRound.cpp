@@ -1,0 +1,32 @@
+#include "MonitorRound.h"
+
+#include <windows.h>
+
+#include <stdexcept>
+
+#include "LibraryLoop.h"
+
+Round MakeMonitorRound(IScreenCapture::CaptureEngineType engine, int frames) {
+  Round round;
+  round.frames = frames;
+  round.rect = {0, 0, GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)};
+  round.engine = engine;
+  round.defaultLimit = true;
+  round.waitAsShare = true;
+  return round;
+}
+
+double TimesHandLoop(Round round, int turns, double (*byHand)(const Round&)) {
+  Round first = round;
+  first.frames = 1;
+  round.picture = MeasureLibrary(first).picture;
+  const Micros micros = MeasureBoth(round, turns, byHand);
+  return micros.library / micros.hand;
+}
+
+std::unique_ptr<Scene> OpenWithoutWaits(int width, int height) {
+  if (!SkipWaits()) {
+    throw std::runtime_error("there is no virtual Windows here");
+  }
+  return OpenScene(width, height, false);
+}

@@ -1,0 +1,19 @@
+// What the benches of engines that capture monitors on virtual Windows have in common.
+#pragma once
+
+#include <memory>
+
+#include "FigureMain.h"
+#include "Rivals.h"
+#include "Round.h"
+
+// Of the primary monitor, through this engine, with the default limit of the picture's
+// size.
+Round MakeMonitorRound(IScreenCapture::CaptureEngineType engine, int frames);
+
+// The library's processor time a frame, as a multiple of the loop's by hand.
+double TimesHandLoop(Round round, int turns, double (*byHand)(const Round&));
+
+// A scene where nobody waits for a clock. Throws std::runtime_error where there is no
+// virtual Windows.
+std::unique_ptr<Scene> OpenWithoutWaits(int width, int height);
