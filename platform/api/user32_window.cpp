@@ -210,6 +210,17 @@ HWND WINAPI GetParent(HWND handle) {
   return (window->style & WS_POPUP) && window->owner ? window->owner->handle : nullptr;
 }
 
+HWND WINAPI GetAncestor(HWND handle, UINT which) {
+  VWIN_CALL(GetAncestor);
+  if (fault) return SetLastError(fault->win32), nullptr;
+  if (which != GA_ROOT) return SetLastError(ERROR_INVALID_PARAMETER), nullptr;
+  Lock lock;
+  const auto found = FindOrSetError(lock, handle);
+  const Window* window = found.get();
+  while (window && window->isChild()) window = window->parent;
+  return window ? window->handle : nullptr;
+}
+
 DWORD WINAPI GetWindowThreadProcessId(HWND handle, LPDWORD processId) {
   VWIN_CALL(GetWindowThreadProcessId);
   if (fault) return SetLastError(fault->win32), 0;

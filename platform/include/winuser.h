@@ -45,6 +45,7 @@
 #define GWLP_USERDATA (-21)
 
 #define GW_OWNER 4
+#define GA_ROOT 2
 
 #define LWA_COLORKEY 0x00000001
 #define LWA_ALPHA 0x00000002
@@ -301,6 +302,7 @@ int WINAPI GetWindowTextA(HWND window, LPSTR text, int size);
 int WINAPI InternalGetWindowText(HWND window, LPWSTR text, int size);
 HWND WINAPI GetWindow(HWND window, UINT command);
 HWND WINAPI GetParent(HWND window);
+HWND WINAPI GetAncestor(HWND window, UINT which);
 LONG_PTR WINAPI GetWindowLongPtrW(HWND window, int index);
 LONG_PTR WINAPI SetWindowLongPtrW(HWND window, int index, LONG_PTR value);
 BOOL WINAPI EnumWindows(WNDENUMPROC callback, LPARAM data);

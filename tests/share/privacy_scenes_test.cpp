@@ -255,8 +255,7 @@ class Scene {
       case 7:
         return Restore(actor.handle);
       case 8:
-        // A layered window that is shared would show what is below it.
-        return isShared(actor) ? void() : SetLayered(actor.handle, std::nullopt, std::uint8_t{255});
+        return SetLayered(actor.handle, std::nullopt, std::uint8_t{255});
       default:
         return m_setting.composition ? SetCloaked(actor.handle, pick(0, 1) == 0) : void();
     }

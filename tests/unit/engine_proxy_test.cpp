@@ -207,7 +207,7 @@ TEST_F(EngineProxy, LeavesOutWhatTheMachineCanNotDo) {
   facts = Windows10();
   facts.canUseMag = false;
   EXPECT_EQ(BuiltForMonitor(facts), (Names{"dxgi monitor check", "bitblt"}));
-  EXPECT_EQ(BuiltForWindow(facts), (Names{"mag filter check", "print window", "bitblt"}));
+  EXPECT_EQ(BuiltForWindow(facts), (Names{"mag filter check", "print window", "bitblt window"}));
 
   facts = Windows11();
   facts.remoteSession = true;
@@ -218,23 +218,24 @@ TEST_F(EngineProxy, LeavesOutWhatTheMachineCanNotDo) {
 TEST_F(EngineProxy, GivesTheCopyingEngineTheFilterOnlyWithoutComposition) {
   settings.enableFilterWindow = true;
   EXPECT_EQ(BuiltForMonitor(Windows7Basic()), (Names{"bitblt filter"}));
-  EXPECT_EQ(BuiltForWindow(Windows7Basic()), (Names{"bitblt filter", "print window"}));
+  EXPECT_EQ(BuiltForWindow(Windows7Basic()), (Names{"bitblt window filter", "print window"}));
   MachineFacts composed = Windows7Basic();
   composed.aeroEnabled = true;
   EXPECT_EQ(BuiltForMonitor(composed), (Names{"mag monitor filter", "bitblt"}));
-  EXPECT_EQ(BuiltForWindow(composed), (Names{"mag filter", "bitblt", "print window"}));
+  EXPECT_EQ(BuiltForWindow(composed), (Names{"mag filter", "bitblt window", "print window"}));
 }
 
 TEST_F(EngineProxy, RanksTheEnginesOfAWindow) {
-  EXPECT_EQ(BuiltForWindow(Windows11()),
-            (Names{"wgc window filter check", "mag filter check", "print window", "bitblt"}));
-  EXPECT_EQ(BuiltForWindow(Windows10()), (Names{"mag filter check", "print window", "bitblt"}));
+  EXPECT_EQ(BuiltForWindow(Windows11()), (Names{"wgc window filter check", "mag filter check",
+                                                "print window", "bitblt window"}));
+  EXPECT_EQ(BuiltForWindow(Windows10()),
+            (Names{"mag filter check", "print window", "bitblt window"}));
 }
 
 TEST_F(EngineProxy, BuildsOnlyWhatTheHostAllows) {
   settings.allowed = {IScreenCapture::CaptureEngineGDIBitBlt};
   EXPECT_EQ(BuiltForMonitor(Windows11()), (Names{"bitblt"}));
-  EXPECT_EQ(BuiltForWindow(Windows11()), (Names{"bitblt"}));
+  EXPECT_EQ(BuiltForWindow(Windows11()), (Names{"bitblt window"}));
   settings.allowed = {IScreenCapture::CaptureEngineWGC, IScreenCapture::CaptureEngineMag};
   EXPECT_EQ(BuiltForMonitor(Windows11()), (Names{"wgc monitor check", "mag monitor filter check"}));
 

@@ -22,7 +22,8 @@ struct EngineFactories {
   std::function<Engine(HMONITOR monitor, FilterWindowProvider filterWindows, bool dynamicCheck,
                        bool dirtyInfo, bool newMouseCaptureWay)>
       mag;
-  // `bitBlt`: copies the desktop, and `window` is null; else `window` prints itself.
+  // `window` is what is shared, null for a monitor. `bitBlt`: copies the desktop; else the
+  // window prints itself.
   std::function<Engine(HWND window, bool bitBlt, FilterWindowProvider filterWindows)> gdi;
 
   // The real engines.

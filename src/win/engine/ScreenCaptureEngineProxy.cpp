@@ -112,7 +112,7 @@ void ScreenCaptureEngineProxy::createCaptureEngineForWindow(HWND window,
   const auto addCopying = [&](FilterWindowProvider filterWindows) {
     if (isAllowed(IScreenCapture::CaptureEngineGDIBitBlt)) {
       QX_LOG_INFO("Capture engines add ScreenCaptureEngineGDI(BitBlt)");
-      addGdi(nullptr, true, std::move(filterWindows), factories);
+      addGdi(window, true, std::move(filterWindows), factories);
     }
   };
   if (facts.windows10OrGreater) {

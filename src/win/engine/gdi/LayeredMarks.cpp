@@ -24,6 +24,12 @@ bool Contains(const std::vector<HWND>& windows, HWND window) {
 
 bool IsLayered(std::uint32_t exStyle) { return WindowsUtil::HasAllBitsOf(exStyle, WS_EX_LAYERED); }
 
+// In doubt it does.
+bool ShowsInCopy(HWND window) {
+  const std::optional<std::uint32_t> exStyle = WindowsUtil::ReadStyle(window, GWL_EXSTYLE);
+  return exStyle ? !IsLayered(*exStyle) : IsWindow(window) != FALSE;
+}
+
 // Waits for the window's thread, as the window is told about it.
 bool WriteExStyle(HWND window, std::uint32_t exStyle) {
   SetLastError(ERROR_SUCCESS);
@@ -205,17 +211,18 @@ const std::shared_ptr<LayeredMarks::Registry>& LayeredMarks::registry() {
 
 LayeredMarks::LayeredMarks() : m_registry(registry()) {}
 
-void LayeredMarks::Hide(const std::vector<HWND>& windows) {
+bool LayeredMarks::Hide(const std::vector<HWND>& windows) {
   // What comes behind these lines must not fail halfway.
   m_pending.reserve(m_wanted.size() + windows.size());
   m_wanted.reserve(m_wanted.size() + windows.size());
   release(windows);
+  bool hidden = true;
   for (const HWND window : windows) {
-    want(window);
+    hidden = want(window) && hidden;
   }
   m_registry->TakeLeftovers(m_pending);
-  if (m_pending.empty()) {
-    return;
+  if (m_pending.empty() && hidden) {
+    return true;
   }
   const std::int64_t began = MonotonicMicros();
   if (began - m_secondBegan >= kMicrosPerSecond) {
@@ -225,6 +232,7 @@ void LayeredMarks::Hide(const std::vector<HWND>& windows) {
   const std::int64_t left = kPatienceMs - m_spentMicros / kMicrosPerMilli;
   settlePending(static_cast<std::uint32_t>(std::max<std::int64_t>(left, 0)));
   m_spentMicros += MonotonicMicros() - began;
+  return hidden || std::none_of(windows.begin(), windows.end(), ShowsInCopy);
 }
 
 void LayeredMarks::Clear() {
@@ -244,14 +252,17 @@ void LayeredMarks::release(const std::vector<HWND>& kept) {
   });
 }
 
-void LayeredMarks::want(HWND window) {
+// Whether it is layered already.
+bool LayeredMarks::want(HWND window) {
   const bool held = Contains(m_wanted, window);
-  const auto answer = m_registry->Want(window, WindowsUtil::ReadStyle(window, GWL_EXSTYLE), held);
+  const std::optional<std::uint32_t> exStyle = WindowsUtil::ReadStyle(window, GWL_EXSTYLE);
+  const bool layered = exStyle && IsLayered(*exStyle);
+  const auto answer = m_registry->Want(window, exStyle, held);
   if (answer == Registry::Answer::NotOurs) {
     if (held) {
       std::erase(m_wanted, window);
     }
-    return;
+    return layered;
   }
   if (!held) {
     m_wanted.push_back(window);
@@ -259,6 +270,7 @@ void LayeredMarks::want(HWND window) {
   if (answer == Registry::Answer::Pending) {
     m_pending.push_back(window);
   }
+  return layered;
 }
 
 void LayeredMarks::settlePending(std::uint32_t milliseconds) {

@@ -27,8 +27,8 @@ class LayeredMarks {
 
   // Wants exactly these windows layered. To be called again for every picture: what
   // failed is tried again, and what a program has undone is done again. Waits for at
-  // most kPatienceMs in any second.
-  void Hide(const std::vector<HWND>& windows);
+  // most kPatienceMs in any second. False: one of them is not layered, or may not be.
+  bool Hide(const std::vector<HWND>& windows);
 
   // Wants none. Waits for at most kPatienceMs, and needs no memory of its own: the
   // change is made on the calling thread when the system has no thread to give.
@@ -39,7 +39,7 @@ class LayeredMarks {
 
   static const std::shared_ptr<Registry>& registry();
   void release(const std::vector<HWND>& kept);
-  void want(HWND window);
+  bool want(HWND window);
   void settlePending(std::uint32_t milliseconds);
 
   // Shared with all others, and with the threads at work.

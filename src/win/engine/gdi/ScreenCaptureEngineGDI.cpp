@@ -5,6 +5,7 @@
 
 #include "common/Logging.h"
 #include "win/util/SystemProbes.h"
+#include "win/util/WindowHelpers.h"
 
 namespace qx {
 namespace {
@@ -28,7 +29,7 @@ ScreenCaptureEngineGDI::ScreenCaptureEngineGDI(HWND window, bool bitBlt,
 bool ScreenCaptureEngineGDI::Initialize() {
   QX_LOG_INFO("ScreenCaptureEngineGDI bitblt: {}", m_bitBlt ? "true" : "false");
   releaseHandles();
-  const HWND source = m_window ? m_window : GetDesktopWindow();
+  const HWND source = m_bitBlt ? GetDesktopWindow() : m_window;
   m_screenDC = WindowDc(GetDC(source), {source});
   if (m_bitBlt) {
     m_canvas.dc = MemoryDc(CreateCompatibleDC(m_screenDC.Get()));
@@ -91,11 +92,22 @@ bool ScreenCaptureEngineGDI::copyDesktop(const RECT& rect, ScreenCaptureFrame& f
     // The last picture may show what is to be left out by now.
     return !m_filterWindows && useLast(frame);
   }
-  hideWindows(rect);
+  const bool copiesAll = (!m_filterWindows && !m_window) || WindowsUtil::IsDwmCompositionEnabled();
+  if (!copiesAll && !hideWindows(rect)) {
+    result = CaptureResult::FilterFailed;
+    return false;
+  }
+  // It may become layered while the copy is made.
+  if (!copiesAll && isWindowLeftOut()) {
+    return false;
+  }
   // Without CAPTUREBLT: that would bring layered windows in.
   if (!BitBlt(m_canvas.dc.Get(), 0, 0, width, height, m_screenDC.Get(), rect.left, rect.top,
               SRCCOPY)) {
     QX_LOG_WARN("BitBlt failed,last Error:{}", static_cast<std::uint32_t>(GetLastError()));
+    return false;
+  }
+  if (!copiesAll && isWindowLeftOut()) {
     return false;
   }
   drawCursor(m_canvas.dc.Get(), rect);
@@ -137,11 +149,29 @@ void ScreenCaptureEngineGDI::drawCursor(HDC dc, const RECT& rect) const {
   DrawIcon(dc, cursor.ptScreenPos.x - rect.left, cursor.ptScreenPos.y - rect.top, cursor.hCursor);
 }
 
-void ScreenCaptureEngineGDI::hideWindows(const RECT& rect) {
-  if (m_filterWindows && !WindowsUtil::IsDwmCompositionEnabled()) {
-    m_filterWindows(rect, m_hiddenWindows);
-    m_marks.Hide(m_hiddenWindows);
+// False when one that is to be kept out would show.
+bool ScreenCaptureEngineGDI::hideWindows(const RECT& rect) {
+  if (!m_filterWindows) {
+    return true;
   }
+  m_filterWindows(rect, m_hiddenWindows);
+  return m_marks.Hide(m_hiddenWindows);
+}
+
+// Whether a copy shows what is behind the shared window instead of it: some windows are
+// layered by themselves, others are so for another share, or were for this one and don't
+// answer.
+bool ScreenCaptureEngineGDI::isWindowLeftOut() const {
+  if (!m_window) {
+    return false;
+  }
+  const auto exStyle = WindowsUtil::ReadStyle(GetAncestor(m_window, GA_ROOT), GWL_EXSTYLE);
+  if (exStyle && !WindowsUtil::HasAllBitsOf(*exStyle, WS_EX_LAYERED)) {
+    return false;
+  }
+  QX_LOG_LIMITED(LogLevelWarn, "window {:#08x} is layered, a copy of the screen lacks it",
+                 reinterpret_cast<std::uintptr_t>(m_window));
+  return true;
 }
 
 }  // namespace qx

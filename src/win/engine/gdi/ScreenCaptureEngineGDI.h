@@ -21,10 +21,12 @@ namespace qx {
 // was delivered is left alone until another one is, since it may be repeated.
 //
 // Without desktop composition it keeps windows out of a copy by making them
-// layered while they are named, since a plain copy leaves layered windows out.
+// layered while they are named, since a plain copy leaves layered windows out. While one of
+// them can't be made so it answers FilterFailed.
 class ScreenCaptureEngineGDI : public ScreenCaptureEngine {
  public:
-  // `bitBlt`: copy the desktop, and `window` is null; else `window` prints itself.
+  // `window` is what is shared, null for a monitor. `bitBlt`: copy the desktop; else the
+  // window prints itself.
   // `filterWindows` may be empty.
   ScreenCaptureEngineGDI(HWND window, bool bitBlt, FilterWindowProvider filterWindows);
 
@@ -44,7 +46,8 @@ class ScreenCaptureEngineGDI : public ScreenCaptureEngine {
   bool copyDesktop(const RECT& rect, ScreenCaptureFrame& frame, CaptureResult& result);
   bool printWindow(const RECT& rect, ScreenCaptureFrame& frame, CaptureResult& result);
   void drawCursor(HDC dc, const RECT& rect) const;
-  void hideWindows(const RECT& rect);
+  bool hideWindows(const RECT& rect);
+  bool isWindowLeftOut() const;
   static bool useLast(const ScreenCaptureFrame& frame);
   static void show(const MemoryPicture& picture, ScreenCaptureFrame& frame);
 
