@@ -70,12 +70,7 @@ class MagShareTest : public ShareTest {
     host.onEvent = [this, rgb](const std::string& event) {
       if (event == "frame") {
         const Frame frame = host.LastFrame();
-        for (int y = 0; y < frame.height; ++y) {
-          for (int x = 0; x < frame.width; ++x) {
-            const std::uint32_t pixel = frame.At(x, y);
-            leaks += pixel == rgb || pixel == rgb + kRedder ? 1 : 0;
-          }
-        }
+        leaks += frame.Count(rgb) + frame.Count(rgb + kRedder);
       }
     };
   }

@@ -89,15 +89,6 @@ TEST_F(WithoutComposition, FilteringCanBeTurnedOffDuringAShare) {
   EXPECT_FALSE(isLayered(secret));
 }
 
-TEST_F(WithoutComposition, WindowThatIsLayeredByItselfKeepsItsStyle) {
-  SetLayered(secret, std::nullopt, std::uint8_t{255});
-  capture.AddExcludeWindow(byHandle(secret));
-  start();
-  tick(2);
-  capture.ShareStop();
-  EXPECT_TRUE(isLayered(secret));
-}
-
 TEST_F(WithoutComposition, StylesComeBackHoweverTheShareEnds) {
   capture.AddExcludeWindow(byHandle(secret));
   {

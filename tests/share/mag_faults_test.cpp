@@ -313,24 +313,13 @@ TEST_F(MagShareTest, NothingIsLeftBehindAndFunctionsAreRedirectedOnce) {
   const LedgerSnapshot ledger = Snapshot();
   for (int round = 0; round < 3; ++round) {
     ResetCounts();
-    ShareRecorder another(&context);
-    {
-      ScreenCapture object;
-      object.EnablePromptWindow(false);
-      object.EnableCaptureCursor(false);
-      IScreenCapture::ScreenFrameResolutionLimit limit;
-      limit.maxScreenWidth = 160;
-      limit.maxScreenHeight = 100;
-      limit.maxScreenPixels = 16000;
-      object.SetCaptureFrameResolutionLimit(limit);
-      ASSERT_TRUE(object.ShareDesktop(&context, idOf(monitor()), &another, error));
-      tick();
-      EXPECT_TRUE(ShowsRedder(another.LastFrame(), {})) << log.Dump();
-      EXPECT_EQ(another.LastFrame().width, 160);
-      EXPECT_EQ(Count("IDirect3DDevice9::StretchRect"),
-                Count("IDirect3DDevice9::GetRenderTargetData"))
-          << "once a picture, to scale it";
-    }
+    startMag();
+    EXPECT_TRUE(magShows({}));
+    EXPECT_EQ(host.LastFrame().width, 160);
+    EXPECT_EQ(Count("IDirect3DDevice9::StretchRect"),
+              Count("IDirect3DDevice9::GetRenderTargetData"))
+        << "once a picture, to scale it";
+    capture.ShareStop();
     // The magnifier's, and one to find a function with.
     EXPECT_EQ(Count("Direct3DCreate9Ex"), round == 0 ? 2u : 1u);
     EXPECT_EQ(Difference(ledger), "");

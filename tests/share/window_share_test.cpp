@@ -340,13 +340,6 @@ TEST_F(WindowShareTest, PromptFollowsTheWindowAndSettings) {
   EXPECT_TRUE(LibraryWindows().empty());
 }
 
-TEST_F(WindowShareTest, TopmostWindowHasATopmostPrompt) {
-  SetTopmost(window, true);
-  capture.EnablePromptWindow(true);
-  startWindow();
-  EXPECT_TRUE(LibraryWindows(L"OrvaSSPromptWindow").at(0).exStyle & WS_EX_TOPMOST);
-}
-
 TEST_F(WindowShareTest, CursorSizeLimitAndFormatReachARunningShare) {
   SetCursorPosition(60, 60);
   startWindow();

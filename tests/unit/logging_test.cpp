@@ -74,14 +74,6 @@ TEST_F(Logging, WithoutCallbackNothingIsFormatted) {
   EXPECT_EQ(g_lines.size(), 1u);
 }
 
-TEST_F(Logging, LatestCallbackGetsAll) {
-  static int calls = 0;
-  LogInstance::Instance().SetCallback([](int, const char*, int, const char*) { ++calls; });
-  QX_LOG_INFO("to the second");
-  EXPECT_EQ(calls, 1);
-  EXPECT_TRUE(g_lines.empty());
-}
-
 TEST_F(Logging, ThrowingCallbackStaysOutside) {
   LogInstance::Instance().SetCallback(
       [](int, const char*, int, const char*) { throw std::runtime_error("host"); });
