@@ -62,9 +62,7 @@ class OneThreadHost : public testing::Test {
  protected:
   OneThreadHost() {
     capture.SetCaptureFPS(30);
-    IScreenCapture::ScreenCaptureConfig config;
-    config.MovedWindowStableKeepMinDuration = 20;
-    capture.SetScreenCaptureConfig(config);
+    capture.SetScreenCaptureConfig({.MovedWindowStableKeepMinDuration = 20});
   }
   ~OneThreadHost() override {
     onUserMessage = nullptr;

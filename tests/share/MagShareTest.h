@@ -31,11 +31,7 @@ class MagShareTest : public ShareTest {
   }
 
   // A new picture in every tick.
-  void withoutDynamicCheck() {
-    IScreenCapture::ScreenCaptureConfig config;
-    config.scDynamicCheck = false;
-    capture.SetScreenCaptureConfig(config);
-  }
+  void withoutDynamicCheck() { capture.SetScreenCaptureConfig({.scDynamicCheck = false}); }
 
   static testing::AssertionResult ShowsRedder(const Frame& frame, std::vector<Patch> patches) {
     for (Patch& patch : patches) {

@@ -200,9 +200,7 @@ TEST_F(DxgiShareTest, StillScreenIsAFailureWhereItCannotBeTold) {
   for (const bool remote : {false, true}) {
     SCOPED_TRACE(remote);
     SetRemoteSession(remote);
-    IScreenCapture::ScreenCaptureConfig config;
-    config.scDynamicCheck = remote;
-    capture.SetScreenCaptureConfig(config);
+    capture.SetScreenCaptureConfig({.scDynamicCheck = remote});
     host.Forget();
     start();
     EXPECT_EQ(host.Engines(), Engines{kDxgi});
@@ -216,9 +214,7 @@ TEST_F(DxgiShareTest, StillScreenIsAFailureWhereItCannotBeTold) {
 }
 
 TEST_F(DxgiShareTest, WithoutDynamicCheckEveryFrameIsDeliveredAlsoOfTheMouseAlone) {
-  IScreenCapture::ScreenCaptureConfig config;
-  config.scDynamicCheck = false;
-  capture.SetScreenCaptureConfig(config);
+  capture.SetScreenCaptureConfig({.scDynamicCheck = false});
   start();
   for (int i = 0; i < 20; ++i) {
     SetCursorPosition(i, i);

@@ -56,10 +56,7 @@ TEST_F(DxgiShareTest, NewerPictureThanTheOneLookedAtIsTheFirstFrame) {
 }
 
 TEST_F(DxgiShareTest, StillScreenIsHeldBackUntilItsKeepAliveTime) {
-  IScreenCapture::ScreenCaptureConfig config;
-  config.DynamicFrameCallback = true;
-  config.KeepAliveInterval = 1000;
-  capture.SetScreenCaptureConfig(config);
+  capture.SetScreenCaptureConfig({.KeepAliveInterval = 1000, .DynamicFrameCallback = true});
   const HWND window = OpenWindow({.rect = {0, 0, 50, 60}, .color = RGB(1, 2, 3)});
   startDxgi();
   host.Forget();
@@ -75,9 +72,7 @@ TEST_F(DxgiShareTest, StillScreenIsHeldBackUntilItsKeepAliveTime) {
 class DxgiDirtyInfo : public DxgiShareTest {
  protected:
   void startWithDirtyInfo(bool filterWindows) {
-    IScreenCapture::ScreenCaptureConfig config;
-    config.GetDirtyRectInfo = true;
-    capture.SetScreenCaptureConfig(config);
+    capture.SetScreenCaptureConfig({.GetDirtyRectInfo = true});
     capture.EnableFilterWindowWhenShareDesktop(filterWindows);
     startDxgi();
     catchUp();
@@ -245,9 +240,7 @@ TEST_F(DxgiShareTest, EachMonitorIsDuplicatedOnceAndASecondShareOfOneCopiesTheSc
   RemoveModule("Magnification.dll");
   int context2 = 0;
   ShareRecorder host2(&context2);
-  ScreenCapture capture2;
-  capture2.EnablePromptWindow(false);
-  capture2.EnableCaptureCursor(false);
+  PlainCapture capture2;
 
   startDxgi();
   for (const HMONITOR target : {second, monitor()}) {

@@ -92,8 +92,7 @@ TEST_F(WithoutComposition, FilteringCanBeTurnedOffDuringAShare) {
 TEST_F(WithoutComposition, StylesComeBackHoweverTheShareEnds) {
   capture.AddExcludeWindow(byHandle(secret));
   {
-    ScreenCapture other;
-    other.EnablePromptWindow(false);
+    PlainCapture other;
     other.AddExcludeWindow(byHandle(secret));
     ASSERT_TRUE(other.ShareDesktop(&context, idOf(monitor()), &host, error));
     Settle();
@@ -138,8 +137,7 @@ TEST_F(WithoutComposition, WindowStaysHiddenUntilTheLastShareThatHidesItEnds) {
   start();
   {
     ShareRecorder otherHost(nullptr);
-    ScreenCapture other;
-    other.EnablePromptWindow(false);
+    PlainCapture other;
     other.AddExcludeWindow(byHandle(secret));
     ASSERT_TRUE(other.ShareDesktop(nullptr, idOf(monitor()), &otherHost, error));
     Settle();

@@ -146,9 +146,7 @@ class CallSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
     Advance(140ms);
     RenewMonitorHandle(PrimaryMonitor());
     Advance(140ms);
-    IScreenCapture::ScreenCaptureConfig config;
-    config.GetDirtyRectInfo = true;
-    capture.SetScreenCaptureConfig(config);
+    capture.SetScreenCaptureConfig({.GetDirtyRectInfo = true});
     const IScreenCapture::PromptWindowInfo look = {9, 8, 7, 2};
     capture.SetPromptWindowInfo(&look);
     Advance(140ms);
@@ -202,9 +200,7 @@ class CallSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
     Advance(140ms);
     SetStretchRectCalls(1);
     SetDuplicateResult(S_OK);
-    IScreenCapture::ScreenCaptureConfig config;
-    config.GetDirtyRectInfo = true;
-    capture.SetScreenCaptureConfig(config);
+    capture.SetScreenCaptureConfig({.GetDirtyRectInfo = true});
     Advance(2500ms);  // longer than the wait for a secure desktop
     capture.ShareStop();
   }
@@ -252,9 +248,7 @@ class CallSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
   // A plain share, which must succeed and show what is there.
   void goodShare(const std::string& after) {
     SetMonitorRect(PrimaryMonitor(), {0, 0, 64, 48});
-    ScreenCapture capture;
-    capture.EnablePromptWindow(false);
-    capture.EnableCaptureCursor(false);
+    PlainCapture capture;
     ShareRecorder host(nullptr);
     IScreenCapture::ShareError error = {};
     ASSERT_TRUE(capture.ShareDesktop(nullptr, monitorId(), &host, error)) << after;

@@ -383,9 +383,7 @@ TEST_F(WindowListTest, OutlivesTheObjectThatWasAsked) {
   const HWND secret = OpenWindow({.title = L"Secret"});
   const HWND window = OpenWindow({.title = L"Window"});
   auto other = std::make_unique<ScreenCapture>();
-  IScreenCapture::FilterWindowInfo excluded;
-  excluded.window = secret;
-  other->AddExcludeWindow(excluded);
+  other->AddExcludeWindow({.window = secret});
   AtNth("EnumWindows", 1, [&] { other.reset(); });
   WindowList list;
   other->GetWindowListAsync(WindowList::Take, &list);

@@ -44,16 +44,10 @@ TEST_F(ShareTest, ListenerMayChangeEverySettingFromInsideEveryCallback) {
     capture.EnablePromptWindow(flip);
     const IScreenCapture::PromptWindowInfo info = {calls % 255, 2, 3, 4};
     capture.SetPromptWindowInfo(&info);
-    IScreenCapture::ScreenCaptureConfig config;
-    config.GetDirtyRectInfo = flip;
-    config.scDynamicCheck = calls % 3 == 0;
-    capture.SetScreenCaptureConfig(config);
+    capture.SetScreenCaptureConfig({.GetDirtyRectInfo = flip, .scDynamicCheck = calls % 3 == 0});
     capture.SetScreenFrameFormatType(flip ? IScreenCapture::ScreenFrameFormatARGB
                                           : IScreenCapture::ScreenFrameFormatI420);
-    IScreenCapture::FilterWindowInfo filter;
-    filter.type = 1;
-    filter.processId = static_cast<std::uint32_t>(calls);
-    capture.AddExcludeWindow(filter);
+    capture.AddExcludeWindow({.type = 1, .processId = static_cast<std::uint32_t>(calls)});
     IScreenCapture::CaptureRect rect = {};
     capture.GetCaptureRect(rect);
     capture.GetWindowList([](const IScreenCapture::WindowInfo*, const int&, void*) {}, nullptr);

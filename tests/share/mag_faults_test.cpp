@@ -54,10 +54,7 @@ TEST_P(MagLists, LeaveOutTheLiveWindowsThatAreNamedAndNoOthers) {
   }
   rules.insert(rules.end(), named.begin(), named.end());
   exclude(rules);
-  IScreenCapture::FilterWindowInfo own;
-  own.type = 1;
-  own.processId = GetCurrentProcessId();
-  capture.AddExcludeWindow(own);
+  capture.AddExcludeWindow({.type = 1, .processId = GetCurrentProcessId()});
   capture.EnablePromptWindow(true);
   forbid(kSecret);
   startMag();
@@ -121,12 +118,10 @@ TEST_F(MagShareTest, ThreeMonitorsAreSharedAtOnceAndOneIsTakenAway) {
   OpenWindow({.rect = {300, 40, 340, 90}, .color = 0x060504});
   const HWND secret = OpenWindow({.rect = {-10, 0, 400, 20}, .color = kSecretColor});
   ShareRecorder hosts[2] = {ShareRecorder(&context), ShareRecorder(&context)};
-  ScreenCapture captures[2];
+  PlainCapture captures[2];
   exclude({secret});
   startMag();
   for (int i = 0; i < 2; ++i) {
-    captures[i].EnablePromptWindow(false);
-    captures[i].EnableCaptureCursor(false);
     setExcluded(captures[i], {secret});
     ASSERT_TRUE(captures[i].ShareDesktop(&context, idOf(i == 0 ? left : right), &hosts[i], error));
   }

@@ -85,9 +85,7 @@ TEST_F(MagExclusion, ListThatIsRefusedStopsTheFramesButNotTheShare) {
 
 TEST_F(MagExclusion, TwoSharesHaveMagnifiersAndListsOfTheirOwn) {
   ShareRecorder host2(&context);
-  ScreenCapture capture2;
-  capture2.EnablePromptWindow(false);
-  capture2.EnableCaptureCursor(false);
+  PlainCapture capture2;
   setExcluded(capture2, {other});
   exclude({secret});
   startMag();

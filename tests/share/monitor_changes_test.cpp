@@ -142,9 +142,7 @@ TEST_F(ShareTest, FailingEngineIsRestartedAtThreeSixNineAndGivenUpAtTen) {
   EXPECT_EQ(host.Count("stop"), 0);
 
   // Settings that rebuild the engine bring a new list and a new chance.
-  IScreenCapture::ScreenCaptureConfig config;
-  config.scDynamicCheck = false;
-  capture.SetScreenCaptureConfig(config);
+  capture.SetScreenCaptureConfig({.scDynamicCheck = false});
   tick(2);
   EXPECT_EQ(host.Engines(), (std::vector<int>{0, 4}));
   EXPECT_TRUE(nextFrameShows({}));

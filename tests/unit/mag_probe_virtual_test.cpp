@@ -12,12 +12,8 @@ TEST_F(MagShareTest, AProbeLeavesSharesTheirPicturesAlsoAfterTheSessionWasLocked
   const HWND one = OpenWindow({.rect = {10, 10, 90, 90}, .color = 0x030201});
   const HWND other = OpenWindow({.rect = {110, 10, 190, 90}, .color = 0x060504});
   ShareRecorder host2(&context);
-  ScreenCapture capture2;
-  capture2.EnablePromptWindow(false);
-  capture2.EnableCaptureCursor(false);
-  IScreenCapture::ScreenCaptureConfig config;
-  config.scDynamicCheck = false;
-  capture2.SetScreenCaptureConfig(config);
+  PlainCapture capture2;
+  capture2.SetScreenCaptureConfig({.scDynamicCheck = false});
   withoutDynamicCheck();
   exclude({one});
   setExcluded(capture2, {other});
