@@ -58,6 +58,8 @@ TEST(EnumTopLevelWindows, ClassesAreComparedWhole) {
     const HWND window = OpenWindow({.className = name});
     EXPECT_FALSE(IsListed(window)) << testing::PrintToString(std::wstring(name));
     EXPECT_TRUE(IsListed(window, EnumMode::VisibleNotMinimized));
+    Minimise(window);
+    EXPECT_FALSE(IsListed(window, EnumMode::VisibleNotMinimized));
   }
 }
 
@@ -268,6 +270,12 @@ TEST(Monitors, Rectangles) {
   }
   EXPECT_TRUE(IsRectOnAnyMonitor({-900, 599, -799, 700}));
   EXPECT_FALSE(IsRectOnAnyMonitor({-900, 600, -799, 700}));
+  for (const LONG bottom : {604, 606}) {
+    const HWND window = OpenWindow({.rect = {-700, 0, 0, bottom}});
+    RECT monitor = {};
+    EXPECT_EQ(IsWindowInOneMonitor(window, StyleOf(window, GWL_STYLE), monitor), bottom == 604)
+        << "it may reach a little below it";
+  }
 
   FailNth("GetMonitorInfoW", 1, {1461, 0});
   GetMonitorRects(false, rects);
