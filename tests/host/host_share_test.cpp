@@ -224,17 +224,5 @@ TEST_F(HostShareTest, DestroyingTheObjectEndsItsShare) {
   capture.ShareStop();
 }
 
-TEST_F(HostShareTest, PauseAndResumeCome) {
-  ASSERT_TRUE(share(&host)) << log.Dump();
-  ASSERT_TRUE(host.WaitFor("frame", 2)) << log.Dump();
-  capture.SharePause();
-  ASSERT_TRUE(host.WaitFor("pause 2", 1)) << log.Dump();
-  capture.ShareResume();
-  ASSERT_TRUE(host.WaitFor("resume", 1)) << log.Dump();
-  const int before = host.FrameCount();
-  EXPECT_TRUE(host.WaitFor("frame", before + 2)) << log.Dump();
-  capture.ShareStop();
-}
-
 }  // namespace
 }  // namespace qx::test

@@ -31,11 +31,7 @@ class MagShareTest : public ShareTest {
   }
 
   // A new picture in every tick.
-  void withoutDynamicCheck() {
-    IScreenCapture::ScreenCaptureConfig config;
-    config.scDynamicCheck = false;
-    capture.SetScreenCaptureConfig(config);
-  }
+  void withoutDynamicCheck() { capture.SetScreenCaptureConfig({.scDynamicCheck = false}); }
 
   static testing::AssertionResult ShowsRedder(const Frame& frame, std::vector<Patch> patches) {
     for (Patch& patch : patches) {
@@ -70,12 +66,7 @@ class MagShareTest : public ShareTest {
     host.onEvent = [this, rgb](const std::string& event) {
       if (event == "frame") {
         const Frame frame = host.LastFrame();
-        for (int y = 0; y < frame.height; ++y) {
-          for (int x = 0; x < frame.width; ++x) {
-            const std::uint32_t pixel = frame.At(x, y);
-            leaks += pixel == rgb || pixel == rgb + kRedder ? 1 : 0;
-          }
-        }
+        leaks += frame.Count(rgb) + frame.Count(rgb + kRedder);
       }
     };
   }

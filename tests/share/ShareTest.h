@@ -27,17 +27,22 @@ constexpr std::uint32_t kBackground = 0x203040;
 // What a magnifier's colour effect adds to every pixel.
 constexpr std::uint32_t kRedder = 0x010000;
 
-// The machine has one monitor of 320x200 over a desktop of kBackground. The share
-// has neither prompt frame nor cursor unless a test turns them on, and only the
-// GDI engine, which takes a new picture in every tick, unless it allows others.
+// An object with neither prompt frame nor cursor, unless a test turns them on.
+struct PlainCapture : ScreenCapture {
+  PlainCapture() {
+    EnablePromptWindow(false);
+    EnableCaptureCursor(false);
+  }
+};
+
+// The machine has one monitor of 320x200 over a desktop of kBackground. The share has
+// only the GDI engine, which takes a new picture in every tick, unless it allows others.
 class ShareTest : public testing::Test {
  protected:
   ShareTest() {
     vwin::control::OwnClock();
     vwin::control::SetMonitorRect(monitor(), {0, 0, 320, 200});
     vwin::control::SetDesktopColor(RGB(0x20, 0x30, 0x40));
-    capture.EnablePromptWindow(false);
-    capture.EnableCaptureCursor(false);
     allowEngines(
         {IScreenCapture::CaptureEngineGDIBitBlt, IScreenCapture::CaptureEngineGDIPrintWindow});
   }
@@ -94,7 +99,7 @@ class ShareTest : public testing::Test {
   int context = 0;  // its address is what the listener gets back
   LogRecorder log;
   ShareRecorder host{&context};
-  ScreenCapture capture;
+  PlainCapture capture;
   IScreenCapture::ShareError error = IScreenCapture::ShareErrorNone;
 };
 

@@ -56,10 +56,7 @@ TEST_F(DxgiShareTest, NewerPictureThanTheOneLookedAtIsTheFirstFrame) {
 }
 
 TEST_F(DxgiShareTest, StillScreenIsHeldBackUntilItsKeepAliveTime) {
-  IScreenCapture::ScreenCaptureConfig config;
-  config.DynamicFrameCallback = true;
-  config.KeepAliveInterval = 1000;
-  capture.SetScreenCaptureConfig(config);
+  capture.SetScreenCaptureConfig({.KeepAliveInterval = 1000, .DynamicFrameCallback = true});
   const HWND window = OpenWindow({.rect = {0, 0, 50, 60}, .color = RGB(1, 2, 3)});
   startDxgi();
   host.Forget();
@@ -75,9 +72,7 @@ TEST_F(DxgiShareTest, StillScreenIsHeldBackUntilItsKeepAliveTime) {
 class DxgiDirtyInfo : public DxgiShareTest {
  protected:
   void startWithDirtyInfo(bool filterWindows) {
-    IScreenCapture::ScreenCaptureConfig config;
-    config.GetDirtyRectInfo = true;
-    capture.SetScreenCaptureConfig(config);
+    capture.SetScreenCaptureConfig({.GetDirtyRectInfo = true});
     capture.EnableFilterWindowWhenShareDesktop(filterWindows);
     startDxgi();
     catchUp();
@@ -205,78 +200,36 @@ TEST_F(DxgiShareTest, TurnedMonitorIsShownUprightWithItsCursor) {
 
 // ------------------------------------------------------------------------- cursors
 
-class DxgiCursor : public DxgiShareTest {
- protected:
-  DxgiCursor() {
-    SetCursorPosition(100, 60);
-    capture.EnableCaptureCursor(true);
-    OpenWindow({.rect = {102, 0, 320, 200}, .color = RGB(0x10, 0x20, 0x40)});
-  }
-
-  // The right part of the screen has another colour.
-  testing::AssertionResult showsCursor(const std::vector<Patch>& cursor) {
-    std::vector<Patch> patches = {{102, 0, 320, 200, kRight}};
-    patches.insert(patches.end(), cursor.begin(), cursor.end());
-    return nextFrameShows(patches);
-  }
-
-  static constexpr std::uint32_t kRight = 0x102040;
-  static constexpr std::uint32_t kWhite = 0xFFFFFF;
-};
-
-TEST_F(DxgiCursor, MonochromeShapeKeepsInvertsAndPaints) {
-  // Inverted, as below, white and black, twice; and all as below.
-  SetPointerShape(vwin::PointerShape{
-      DXGI_OUTDUPL_POINTER_SHAPE_TYPE_MONOCHROME, 8, 4, 1, {4, 0}, {0xCC, 0xFF, 0xAA, 0}});
-  start();
-  EXPECT_TRUE(showsCursor({{96, 60, 97, 61, kBackground ^ kWhite},
-                           {98, 60, 99, 61, kWhite},
-                           {99, 60, 100, 61, 0},
-                           {100, 60, 101, 61, kBackground ^ kWhite},
-                           {102, 60, 103, 61, kWhite},
-                           {103, 60, 104, 61, 0}}));
-  SetCursorPosition(1, 50);  // three pixels are cut off at the left
-  EXPECT_TRUE(showsCursor({{0, 50, 1, 51, 0},
-                           {1, 50, 2, 51, kBackground ^ kWhite},
-                           {3, 50, 4, 51, kWhite},
-                           {4, 50, 5, 51, 0}}));
-  SetCursorPosition(319, 199);  // and three at the right, with the lower row
-  EXPECT_TRUE(showsCursor({{315, 199, 316, 200, kRight ^ kWhite},
-                           {317, 199, 318, 200, kWhite},
-                           {318, 199, 319, 200, 0},
-                           {319, 199, 320, 200, kRight ^ kWhite}}));
-}
-
-TEST_F(DxgiCursor, ComesAndGoesWithItsSettingAndItsMonitor) {
+TEST_F(DxgiShareTest, CursorComesAndGoesWithItsSettingAndItsMonitor) {
   AddMonitor({320, 0, 400, 100});
   SetCursorShape(CursorPicture{2, 2, 0, 0, std::vector<std::uint32_t>(4, 0xFFFA0B0C)});
-  capture.EnableCaptureCursor(false);
+  SetCursorPosition(100, 60);
   startDxgi();
-  EXPECT_TRUE(showsCursor({}));
+  EXPECT_TRUE(nextFrameShows({}));
   SetCursorPosition(50, 50);
   tick();
   SetCursorPosition(60, 60);
   const std::uint64_t drawn = Count("ID3D11DeviceContext::Draw");
-  EXPECT_TRUE(showsCursor({}));
+  EXPECT_TRUE(nextFrameShows({}));
   EXPECT_EQ(Count("ID3D11DeviceContext::Draw"), drawn) << "the mouse alone is no change";
   capture.EnableCaptureCursor(true);
   OpenWindow({.rect = {0, 0, 10, 10}, .color = RGB(1, 2, 3)});
-  EXPECT_TRUE(showsCursor({{0, 0, 10, 10, 0x010203}, {60, 60, 62, 62, 0xFA0B0C}}))
+  EXPECT_TRUE(nextFrameShows({{0, 0, 10, 10, 0x010203}, {60, 60, 62, 62, 0xFA0B0C}}))
       << "where it went meanwhile, in the shape that was told before";
   SetCursorPosition(110, 60);
-  EXPECT_TRUE(showsCursor({{0, 0, 10, 10, 0x010203}, {110, 60, 112, 62, 0xFA0B0C}}))
+  EXPECT_TRUE(nextFrameShows({{0, 0, 10, 10, 0x010203}, {110, 60, 112, 62, 0xFA0B0C}}))
       << "the mouse alone is a change";
   SetCursorPosition(330, 60);
-  EXPECT_TRUE(showsCursor({{0, 0, 10, 10, 0x010203}})) << "on the other monitor";
+  EXPECT_TRUE(nextFrameShows({{0, 0, 10, 10, 0x010203}})) << "on the other monitor";
   SetCursorPosition(5, 5);
-  EXPECT_TRUE(showsCursor({{0, 0, 10, 10, 0x010203}, {5, 5, 7, 7, 0xFA0B0C}}));
+  EXPECT_TRUE(nextFrameShows({{0, 0, 10, 10, 0x010203}, {5, 5, 7, 7, 0xFA0B0C}}));
   vwin::control::HideCursor();
-  EXPECT_TRUE(showsCursor({{0, 0, 10, 10, 0x010203}}));
+  EXPECT_TRUE(nextFrameShows({{0, 0, 10, 10, 0x010203}}));
   vwin::control::ShowCursor();
-  EXPECT_TRUE(showsCursor({{0, 0, 10, 10, 0x010203}, {5, 5, 7, 7, 0xFA0B0C}}));
+  EXPECT_TRUE(nextFrameShows({{0, 0, 10, 10, 0x010203}, {5, 5, 7, 7, 0xFA0B0C}}));
   capture.EnableCaptureCursor(false);
   OpenWindow({.rect = {0, 0, 10, 10}, .color = RGB(4, 5, 6)});
-  EXPECT_TRUE(showsCursor({{0, 0, 10, 10, 0x040506}}));
+  EXPECT_TRUE(nextFrameShows({{0, 0, 10, 10, 0x040506}}));
 }
 
 // -------------------------------------------------------------------- several shares
@@ -287,9 +240,7 @@ TEST_F(DxgiShareTest, EachMonitorIsDuplicatedOnceAndASecondShareOfOneCopiesTheSc
   RemoveModule("Magnification.dll");
   int context2 = 0;
   ShareRecorder host2(&context2);
-  ScreenCapture capture2;
-  capture2.EnablePromptWindow(false);
-  capture2.EnableCaptureCursor(false);
+  PlainCapture capture2;
 
   startDxgi();
   for (const HMONITOR target : {second, monitor()}) {

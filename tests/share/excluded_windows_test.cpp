@@ -89,20 +89,10 @@ TEST_F(WithoutComposition, FilteringCanBeTurnedOffDuringAShare) {
   EXPECT_FALSE(isLayered(secret));
 }
 
-TEST_F(WithoutComposition, WindowThatIsLayeredByItselfKeepsItsStyle) {
-  SetLayered(secret, std::nullopt, std::uint8_t{255});
-  capture.AddExcludeWindow(byHandle(secret));
-  start();
-  tick(2);
-  capture.ShareStop();
-  EXPECT_TRUE(isLayered(secret));
-}
-
 TEST_F(WithoutComposition, StylesComeBackHoweverTheShareEnds) {
   capture.AddExcludeWindow(byHandle(secret));
   {
-    ScreenCapture other;
-    other.EnablePromptWindow(false);
+    PlainCapture other;
     other.AddExcludeWindow(byHandle(secret));
     ASSERT_TRUE(other.ShareDesktop(&context, idOf(monitor()), &host, error));
     Settle();
@@ -147,8 +137,7 @@ TEST_F(WithoutComposition, WindowStaysHiddenUntilTheLastShareThatHidesItEnds) {
   start();
   {
     ShareRecorder otherHost(nullptr);
-    ScreenCapture other;
-    other.EnablePromptWindow(false);
+    PlainCapture other;
     other.AddExcludeWindow(byHandle(secret));
     ASSERT_TRUE(other.ShareDesktop(nullptr, idOf(monitor()), &otherHost, error));
     Settle();

@@ -88,10 +88,7 @@ class CallSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
         if (engine != kDxgi && (engine != kBitBlt || !scenario().composition)) {
           const Frame frame = host.LastFrame();
           const std::uint32_t redder = engine == kMag ? kRedder : 0;
-          for (int i = 0; i < frame.width * frame.height; ++i) {
-            const std::uint32_t rgb = frame.At(i % frame.width, i / frame.width) - redder;
-            leaks += rgb == kSecretColor || rgb == kCoverColor ? 1 : 0;
-          }
+          leaks += frame.Count(kSecretColor + redder) + frame.Count(kCoverColor + redder);
         }
       }
     };
@@ -149,9 +146,7 @@ class CallSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
     Advance(140ms);
     RenewMonitorHandle(PrimaryMonitor());
     Advance(140ms);
-    IScreenCapture::ScreenCaptureConfig config;
-    config.GetDirtyRectInfo = true;
-    capture.SetScreenCaptureConfig(config);
+    capture.SetScreenCaptureConfig({.GetDirtyRectInfo = true});
     const IScreenCapture::PromptWindowInfo look = {9, 8, 7, 2};
     capture.SetPromptWindowInfo(&look);
     Advance(140ms);
@@ -205,9 +200,7 @@ class CallSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
     Advance(140ms);
     SetStretchRectCalls(1);
     SetDuplicateResult(S_OK);
-    IScreenCapture::ScreenCaptureConfig config;
-    config.GetDirtyRectInfo = true;
-    capture.SetScreenCaptureConfig(config);
+    capture.SetScreenCaptureConfig({.GetDirtyRectInfo = true});
     Advance(2500ms);  // longer than the wait for a secure desktop
     capture.ShareStop();
   }
@@ -255,9 +248,7 @@ class CallSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
   // A plain share, which must succeed and show what is there.
   void goodShare(const std::string& after) {
     SetMonitorRect(PrimaryMonitor(), {0, 0, 64, 48});
-    ScreenCapture capture;
-    capture.EnablePromptWindow(false);
-    capture.EnableCaptureCursor(false);
+    PlainCapture capture;
     ShareRecorder host(nullptr);
     IScreenCapture::ShareError error = {};
     ASSERT_TRUE(capture.ShareDesktop(nullptr, monitorId(), &host, error)) << after;

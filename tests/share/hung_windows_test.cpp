@@ -65,9 +65,7 @@ TEST_F(HungWindowsTest, SettersReturnAtOnceWhateverAListenerDoes) {
     capture.SetPromptWindowInfo(&look);
     capture.EnablePromptWindow(true);
     capture.SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormatI420);
-    IScreenCapture::ScreenCaptureConfig config;
-    config.GetDirtyRectInfo = true;
-    capture.SetScreenCaptureConfig(config);
+    capture.SetScreenCaptureConfig({.GetDirtyRectInfo = true});
     capture.SetDynamicCheck(false);
     capture.SharePause();
     capture.ShareResume();

@@ -19,10 +19,7 @@ class MagCursorTest : public MagShareTest {
     capture.EnableCaptureCursor(true);
   }
   void useNewWay() {
-    IScreenCapture::ScreenCaptureConfig config;
-    config.scDynamicCheck = false;
-    config.scNewMouseCaptureWay = true;
-    capture.SetScreenCaptureConfig(config);
+    capture.SetScreenCaptureConfig({.scDynamicCheck = false, .scNewMouseCaptureWay = true});
   }
   // The cursor is drawn over the picture as it is.
   testing::AssertionResult showsCursor(int x, int y, std::uint32_t half) {

@@ -54,10 +54,7 @@ TEST_P(MagLists, LeaveOutTheLiveWindowsThatAreNamedAndNoOthers) {
   }
   rules.insert(rules.end(), named.begin(), named.end());
   exclude(rules);
-  IScreenCapture::FilterWindowInfo own;
-  own.type = 1;
-  own.processId = GetCurrentProcessId();
-  capture.AddExcludeWindow(own);
+  capture.AddExcludeWindow({.type = 1, .processId = GetCurrentProcessId()});
   capture.EnablePromptWindow(true);
   forbid(kSecret);
   startMag();
@@ -121,12 +118,10 @@ TEST_F(MagShareTest, ThreeMonitorsAreSharedAtOnceAndOneIsTakenAway) {
   OpenWindow({.rect = {300, 40, 340, 90}, .color = 0x060504});
   const HWND secret = OpenWindow({.rect = {-10, 0, 400, 20}, .color = kSecretColor});
   ShareRecorder hosts[2] = {ShareRecorder(&context), ShareRecorder(&context)};
-  ScreenCapture captures[2];
+  PlainCapture captures[2];
   exclude({secret});
   startMag();
   for (int i = 0; i < 2; ++i) {
-    captures[i].EnablePromptWindow(false);
-    captures[i].EnableCaptureCursor(false);
     setExcluded(captures[i], {secret});
     ASSERT_TRUE(captures[i].ShareDesktop(&context, idOf(i == 0 ? left : right), &hosts[i], error));
   }
@@ -313,24 +308,13 @@ TEST_F(MagShareTest, NothingIsLeftBehindAndFunctionsAreRedirectedOnce) {
   const LedgerSnapshot ledger = Snapshot();
   for (int round = 0; round < 3; ++round) {
     ResetCounts();
-    ShareRecorder another(&context);
-    {
-      ScreenCapture object;
-      object.EnablePromptWindow(false);
-      object.EnableCaptureCursor(false);
-      IScreenCapture::ScreenFrameResolutionLimit limit;
-      limit.maxScreenWidth = 160;
-      limit.maxScreenHeight = 100;
-      limit.maxScreenPixels = 16000;
-      object.SetCaptureFrameResolutionLimit(limit);
-      ASSERT_TRUE(object.ShareDesktop(&context, idOf(monitor()), &another, error));
-      tick();
-      EXPECT_TRUE(ShowsRedder(another.LastFrame(), {})) << log.Dump();
-      EXPECT_EQ(another.LastFrame().width, 160);
-      EXPECT_EQ(Count("IDirect3DDevice9::StretchRect"),
-                Count("IDirect3DDevice9::GetRenderTargetData"))
-          << "once a picture, to scale it";
-    }
+    startMag();
+    EXPECT_TRUE(magShows({}));
+    EXPECT_EQ(host.LastFrame().width, 160);
+    EXPECT_EQ(Count("IDirect3DDevice9::StretchRect"),
+              Count("IDirect3DDevice9::GetRenderTargetData"))
+        << "once a picture, to scale it";
+    capture.ShareStop();
     // The magnifier's, and one to find a function with.
     EXPECT_EQ(Count("Direct3DCreate9Ex"), round == 0 ? 2u : 1u);
     EXPECT_EQ(Difference(ledger), "");

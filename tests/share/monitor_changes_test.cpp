@@ -80,13 +80,6 @@ TEST_F(ShareTest, UnpluggedMonitorEndsTheShareUntilTheHostStopsIt) {
   EXPECT_TRUE(nextFrameShows({}));
 }
 
-TEST_F(ShareTest, AllMonitorsGoneEndsTheShare) {
-  start();
-  RemoveMonitor(monitor());
-  tick(2);
-  EXPECT_EQ(host.Count("stop"), 1);
-}
-
 TEST_F(ShareTest, LockedScreenEndsTheShareOnlyWhenACaptureFails) {
   start();
   LockSession(true);
@@ -123,22 +116,12 @@ TEST_F(ShareTest, SecureDesktopSuspendsTheShareAndItsEngineComesBack) {
 
   SetSecureDesktop(false);
   OpenWindow({.rect = {0, 0, 9, 9}, .color = RGB(7, 8, 9)});
-  Advance(2500ms);
+  Advance(800ms);
+  EXPECT_EQ(host.FrameCount(), 0) << "it tries every two seconds";
+  Advance(500ms);
   EXPECT_GT(host.FrameCount(), 0);
   EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {{0, 0, 9, 9, 0x070809}}));
   EXPECT_EQ(host.Count("stop"), 0);
-}
-
-TEST_F(ShareTest, SecureDesktopHoldsTheNextTryForTwoSeconds) {
-  start();
-  SetSecureDesktop(true);
-  tick();
-  SetSecureDesktop(false);
-  host.Forget();
-  Advance(1800ms);
-  EXPECT_EQ(host.FrameCount(), 0);
-  Advance(400ms);
-  EXPECT_GT(host.FrameCount(), 0);
 }
 
 TEST_F(ShareTest, FailingEngineIsRestartedAtThreeSixNineAndGivenUpAtTen) {
@@ -152,30 +135,17 @@ TEST_F(ShareTest, FailingEngineIsRestartedAtThreeSixNineAndGivenUpAtTen) {
   EXPECT_TRUE(host.Engines().empty());
   tick();
   EXPECT_EQ(host.Engines(), std::vector<int>{0}) << "no engine is left, and the host is told";
+  EXPECT_EQ(log.Count("m_captureEngine are all failed"), 1) << log.Dump();
   ClearFaults();
   tick(3);
   EXPECT_EQ(host.FrameCount(), 0);
   EXPECT_EQ(host.Count("stop"), 0);
 
   // Settings that rebuild the engine bring a new list and a new chance.
-  IScreenCapture::ScreenCaptureConfig config;
-  config.scDynamicCheck = false;
-  capture.SetScreenCaptureConfig(config);
+  capture.SetScreenCaptureConfig({.scDynamicCheck = false});
   tick(2);
   EXPECT_EQ(host.Engines(), (std::vector<int>{0, 4}));
   EXPECT_TRUE(nextFrameShows({}));
-}
-
-TEST_F(ShareTest, OneSuccessForgivesEarlierFailures) {
-  start();
-  for (int round = 0; round < 3; ++round) {
-    for (int failure = 0; failure < 9; ++failure) {
-      FailNth("BitBlt", 1, {ERROR_GEN_FAILURE, E_FAIL});
-      tick();
-    }
-    EXPECT_TRUE(nextFrameShows({})) << "round " << round;
-  }
-  EXPECT_EQ(host.Engines(), std::vector<int>{4});
 }
 
 }  // namespace

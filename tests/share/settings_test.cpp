@@ -80,9 +80,7 @@ TEST_F(ShareTest, DirtyInfoComesBeforeItsFrameWhenAskedFor) {
   start();
   tick();
   EXPECT_EQ(host.Count("dirty 0 0 0"), 0);
-  IScreenCapture::ScreenCaptureConfig config;
-  config.GetDirtyRectInfo = true;
-  capture.SetScreenCaptureConfig(config);
+  capture.SetScreenCaptureConfig({.GetDirtyRectInfo = true});
   tick();
   host.Forget();
   tick(2);

@@ -1,7 +1,6 @@
 // How a window share ends, what it survives, and what it leaves behind.
 #include <utility>
 
-#include "platform/control/Modules.h"
 #include "tests/share/WindowShareTest.h"
 
 namespace qx::test {
@@ -147,33 +146,6 @@ TEST_F(WindowShareTest, AeroPeekIsOffDuringTheShareAndComesBackInEveryEnding) {
   EXPECT_TRUE(showsWindow());
   capture.ShareStop();
   EXPECT_EQ(RegistryDword(kPeekKey, kPeek), std::nullopt) << "nothing to put back";
-}
-
-TEST_F(WindowShareTest, ListsAndTwoSharesSideBySide) {
-  int listed = 0;
-  host.onEvent = [&](const std::string& event) {
-    if (event == "frame") {
-      capture.GetWindowList([](const IScreenCapture::WindowInfo*, const int& count,
-                               void* user) { *static_cast<int*>(user) = count; },
-                            &listed);
-    }
-  };
-  startWindow();
-  EXPECT_EQ(listed, 1);
-  RemoveModule("Magnification.dll");
-  ScreenCapture monitorShare;
-  monitorShare.EnablePromptWindow(false);
-  monitorShare.EnableCaptureCursor(false);
-  ShareRecorder monitorHost;
-  ASSERT_TRUE(monitorShare.ShareDesktop(nullptr, idOf(monitor()), &monitorHost, error));
-  tick(3);
-  EXPECT_TRUE(showsWindow());
-  EXPECT_TRUE(Shows(monitorHost.LastFrame(), kBackground,
-                    {{40, 30, 140, 110, kWindowColor}, {40, 30, 50, 40, kMarkColor}}));
-  Close(window);
-  tick(2);
-  EXPECT_EQ(host.Count("stop"), 1);
-  EXPECT_EQ(monitorHost.Count("stop"), 0);
 }
 
 }  // namespace

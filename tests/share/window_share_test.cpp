@@ -52,9 +52,7 @@ TEST_F(WindowShareTest, DraggedWindowPausesOnceUntilItStandsStill) {
 
 TEST_F(WindowShareTest, StableDurationIsASettingOfTheRunningShare) {
   startWindow();
-  IScreenCapture::ScreenCaptureConfig config;
-  config.MovedWindowStableKeepMinDuration = 2000;
-  capture.SetScreenCaptureConfig(config);
+  capture.SetScreenCaptureConfig({.MovedWindowStableKeepMinDuration = 2000});
   MoveTo(window, 50, 50);
   tick(2);
   host.Forget();
@@ -210,9 +208,7 @@ TEST_F(WindowShareTest, CoveringWindowsAreCutOutUnlessIncluded) {
   const std::vector<Patch> own = {{0, 0, 10, 10, kMarkColor}, {20, 50, 50, 60, 0x090909}};
   EXPECT_TRUE(Shows(host.LastFrame(), kWindowColor, own)) << "with the dialog it owns";
 
-  IScreenCapture::FilterWindowInfo rule;
-  rule.window = cover;
-  capture.AddIncludeWindow(rule);
+  capture.AddIncludeWindow({.window = cover});
   tick();
   std::vector<Patch> all = own;
   all.push_back({20, 10, 50, 40, 0x01FA01});
@@ -340,13 +336,6 @@ TEST_F(WindowShareTest, PromptFollowsTheWindowAndSettings) {
   EXPECT_TRUE(LibraryWindows().empty());
 }
 
-TEST_F(WindowShareTest, TopmostWindowHasATopmostPrompt) {
-  SetTopmost(window, true);
-  capture.EnablePromptWindow(true);
-  startWindow();
-  EXPECT_TRUE(LibraryWindows(L"OrvaSSPromptWindow").at(0).exStyle & WS_EX_TOPMOST);
-}
-
 TEST_F(WindowShareTest, CursorSizeLimitAndFormatReachARunningShare) {
   SetCursorPosition(60, 60);
   startWindow();
@@ -369,9 +358,7 @@ TEST_F(WindowShareTest, CursorSizeLimitAndFormatReachARunningShare) {
   allowEngines({IScreenCapture::CaptureEngineGDIBitBlt});
   tick();
   EXPECT_EQ(host.Engines(), std::vector<int>{5}) << "not before the next engine";
-  IScreenCapture::ScreenCaptureConfig config;
-  config.DynamicFrameCallback = true;
-  capture.SetScreenCaptureConfig(config);
+  capture.SetScreenCaptureConfig({.DynamicFrameCallback = true});
   tick();
   EXPECT_EQ(host.Engines(), (std::vector<int>{5, 4}));
 }

@@ -41,6 +41,14 @@ std::uint32_t Frame::At(int x, int yPos) const {
   return static_cast<std::uint32_t>(pixel[2] << 16 | pixel[1] << 8 | pixel[0]);
 }
 
+int Frame::Count(std::uint32_t rgb) const {
+  int count = 0;
+  for (int i = 0; i < width * height; ++i) {
+    count += At(i % width, i / width) == rgb ? 1 : 0;
+  }
+  return count;
+}
+
 std::vector<std::string> ShareRecorder::Events(bool frames) const {
   const std::lock_guard lock(m_mutex);
   std::vector<std::string> events;

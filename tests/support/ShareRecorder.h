@@ -29,6 +29,7 @@ struct Frame {
   bool HasPixels() const { return !argb.empty() || !y.empty(); }
   // 0x00RRGGBB of an ARGB frame.
   std::uint32_t At(int x, int yPos) const;
+  int Count(std::uint32_t rgb) const;  // its pixels in this colour
 };
 
 // Any thread may ask. Events are words as "engine 4", "start", "firstFrame",

@@ -11,15 +11,6 @@ namespace {
 
 using Pixels = std::vector<std::uint32_t>;
 
-TEST(CursorPixels, WithoutAlphaTheMaskDecides) {
-  EXPECT_FALSE(HasAlpha(Pixels{0, 0x00FFFFFF}));
-  EXPECT_TRUE(HasAlpha(Pixels{0, 0x01000000}));
-  // Under white the screen shows: nothing, or an inversion, which becomes black.
-  Pixels pixels = {0x00000000, 0x00FFFFFF, 0x00123456, 0x00000000};
-  CombineWithMask(pixels, Pixels{0x00FFFFFF, 0x00FFFFFF, 0, 0});
-  EXPECT_EQ(pixels, (Pixels{0x00000000, 0xFF000000, 0xFF123456, 0xFF000000}));
-}
-
 TEST(CursorPixels, PremultiplyRoundsDown) {
   Pixels pixels = {0xFFFF8001, 0x80FF8001, 0x00FFFFFF, 0x01FFFE00};
   Premultiply(pixels);

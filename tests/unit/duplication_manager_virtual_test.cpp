@@ -147,20 +147,11 @@ TEST_F(DuplicationManagerTest, EveryStepThatFailsIsToldAndLeavesNothing) {
   expectSuccess();
 }
 
-TEST_F(DuplicationManagerTest, EachMonitorOfTheFirstCardHasADeviceOfItsOwn) {
-  const HMONITOR turned = AddMonitor({1920, 0, 2000, 100});
+TEST_F(DuplicationManagerTest, OnlyMonitorsOfTheFirstCardAreDuplicated) {
   const HMONITOR other = AddMonitor({2000, 0, 2100, 100});
-  TurnMonitor(turned, DXGI_MODE_ROTATION_ROTATE270);
   PlugInto(other, AddAdapter({0x10DE, 1, L"Second"}));
-  const Record first = get(a, kCapture);
-  const Record second = get(a, kWatch, turned);
-  ASSERT_TRUE(first && second) << log.Dump();
-  EXPECT_NE(first->device.Get(), second->device.Get());
-  EXPECT_EQ(first->rotation, DXGI_MODE_ROTATION_IDENTITY);
-  EXPECT_EQ(second->rotation, DXGI_MODE_ROTATION_ROTATE270);
   expectFailure(other, "");
-  release(a, kCapture);
-  release(a, kWatch, turned);
+  expectSuccess();
 }
 
 }  // namespace

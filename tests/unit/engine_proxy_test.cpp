@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -27,7 +28,7 @@ struct Script {
 
 struct Journal {
   std::map<std::string, Script> scripts;
-  std::vector<std::string> built;  // with the arguments
+  std::string built;               // with the arguments
   std::vector<std::string> calls;  // "dxgi +" starts, "dxgi -" ends, "dxgi ~" is destroyed
 
   std::vector<std::string> TakeCalls() { return std::exchange(calls, {}); }
@@ -76,49 +77,44 @@ class ScriptedEngine : public ScreenCaptureEngine {
   const CaptureEngineType m_type;
 };
 
-std::string Flags(std::initializer_list<std::pair<const char*, bool>> flags) {
-  std::string text;
-  for (const auto& [name, on] : flags) {
-    text += on ? std::string(" ") + name : "";
-  }
-  return text;
-}
-
 EngineFactories Scripted(Journal& journal) {
-  const auto make = [&journal](std::string name, CaptureEngineType type, const std::string& flags) {
-    journal.built.push_back(name + flags);
+  using Flags = std::initializer_list<std::pair<const char*, bool>>;
+  const auto make = [&journal](std::string name, CaptureEngineType type, Flags flags) {
+    journal.built += (journal.built.empty() ? "" : ", ") + name;
+    for (const auto& [flag, on] : flags) {
+      journal.built += on ? std::string(" ") + flag : "";
+    }
     return std::make_unique<ScriptedEngine>(journal, std::move(name), type);
   };
   EngineFactories factories;
   factories.dxgi = [=](HMONITOR monitor, bool check, bool dirty) {
     return make("dxgi", IScreenCapture::CaptureEngineDXGI,
-                Flags({{"monitor", monitor == kMonitor}, {"check", check}, {"dirty", dirty}}));
+                {{"monitor", monitor == kMonitor}, {"check", check}, {"dirty", dirty}});
   };
   factories.wgcMonitor = [=](HMONITOR monitor, bool check, bool dirty) {
     return make("wgc", IScreenCapture::CaptureEngineWGC,
-                Flags({{"monitor", monitor == kMonitor}, {"check", check}, {"dirty", dirty}}));
+                {{"monitor", monitor == kMonitor}, {"check", check}, {"dirty", dirty}});
   };
-  factories.wgcWindow = [=](HWND window, FilterWindowProvider filter, bool check, bool dirty) {
-    return make("wgc", IScreenCapture::CaptureEngineWGC,
-                Flags({{"window", window == kWindow},
-                       {"filter", static_cast<bool>(filter)},
-                       {"check", check},
-                       {"dirty", dirty}}));
+  factories.wgcWindow = [=](HWND window, const FilterWindowProvider& filter, bool check,
+                            bool dirty) {
+    return make(
+        "wgc", IScreenCapture::CaptureEngineWGC,
+        {{"window", window == kWindow}, {"filter", !!filter}, {"check", check}, {"dirty", dirty}});
   };
-  factories.mag = [=](HMONITOR monitor, FilterWindowProvider filter, bool check, bool dirty,
+  factories.mag = [=](HMONITOR monitor, const FilterWindowProvider& filter, bool check, bool dirty,
                       bool newMouse) {
     return make("mag", IScreenCapture::CaptureEngineMag,
-                Flags({{"monitor", monitor == kMonitor},
-                       {"filter", static_cast<bool>(filter)},
-                       {"check", check},
-                       {"dirty", dirty},
-                       {"mouse", newMouse}}));
+                {{"monitor", monitor == kMonitor},
+                 {"filter", !!filter},
+                 {"check", check},
+                 {"dirty", dirty},
+                 {"mouse", newMouse}});
   };
-  factories.gdi = [=](HWND window, bool bitBlt, FilterWindowProvider filter) {
+  factories.gdi = [=](HWND window, bool bitBlt, const FilterWindowProvider& filter) {
     return make(bitBlt ? "bitblt" : "print",
                 bitBlt ? IScreenCapture::CaptureEngineGDIBitBlt
                        : IScreenCapture::CaptureEngineGDIPrintWindow,
-                Flags({{"window", window == kWindow}, {"filter", static_cast<bool>(filter)}}));
+                {{"window", window == kWindow}, {"filter", !!filter}});
   };
   return factories;
 }
@@ -134,14 +130,6 @@ class EngineProxy : public testing::Test {
   }
   std::unique_ptr<ScreenCaptureEngineProxy> Window(const MachineFacts& facts) {
     return std::make_unique<ScreenCaptureEngineProxy>(kWindow, settings, Scripted(journal), facts);
-  }
-  std::vector<std::string> BuiltForMonitor(const MachineFacts& facts) {
-    Monitor(facts);
-    return std::exchange(journal.built, {});
-  }
-  std::vector<std::string> BuiltForWindow(const MachineFacts& facts) {
-    Window(facts);
-    return std::exchange(journal.built, {});
   }
   EngineProxySettings MakeSettings() {
     EngineProxySettings made;
@@ -171,80 +159,70 @@ class EngineProxy : public testing::Test {
 
 using Names = std::vector<std::string>;
 
-TEST_F(EngineProxy, RanksTheEnginesOfAMonitor) {
-  settings.dirtyInfo = true;
-  EXPECT_EQ(BuiltForMonitor(Windows11()),
-            (Names{"dxgi monitor check dirty", "wgc monitor check dirty",
-                   "mag monitor filter check dirty", "bitblt"}));
-  settings.wgcPriority = true;
-  EXPECT_EQ(BuiltForMonitor(Windows11()),
-            (Names{"wgc monitor check dirty", "dxgi monitor check dirty",
-                   "mag monitor filter check dirty", "bitblt"}));
-}
-
-TEST_F(EngineProxy, PutsTheMagnifierFirstWhenWindowsAreToBeLeftOut) {
-  settings.enableFilterWindow = true;
-  settings.dirtyInfo = true;
-  settings.newMouseCaptureWay = true;
-  EXPECT_EQ(BuiltForMonitor(Windows11()),
-            (Names{"mag monitor filter check dirty mouse", "dxgi monitor check",
-                   "wgc monitor check dirty", "bitblt"}));
-  settings.wgcPriority = true;
-  EXPECT_EQ(BuiltForMonitor(Windows11()),
-            (Names{"mag monitor filter check dirty mouse", "wgc monitor check dirty",
-                   "dxgi monitor check", "bitblt"}));
-}
-
-TEST_F(EngineProxy, LeavesOutWhatTheMachineCanNotDo) {
-  const Names onlyCopy = {"bitblt"};
-  MachineFacts facts = Windows10();
-  EXPECT_EQ(BuiltForMonitor(facts),
-            (Names{"dxgi monitor check", "mag monitor filter check", "bitblt"}));
-  facts.integrateGPU = false;
-  EXPECT_EQ(BuiltForMonitor(facts), onlyCopy);
-  EXPECT_EQ(BuiltForMonitor(Windows7Basic()), onlyCopy);
-
-  facts = Windows10();
-  facts.canUseMag = false;
-  EXPECT_EQ(BuiltForMonitor(facts), (Names{"dxgi monitor check", "bitblt"}));
-  EXPECT_EQ(BuiltForWindow(facts), (Names{"mag filter check", "print window", "bitblt window"}));
-
-  facts = Windows11();
-  facts.remoteSession = true;
-  EXPECT_EQ(BuiltForMonitor(facts),
-            (Names{"dxgi monitor check", "wgc monitor", "mag monitor filter", "bitblt"}));
-}
-
-TEST_F(EngineProxy, GivesTheCopyingEngineTheFilterOnlyWithoutComposition) {
-  settings.enableFilterWindow = true;
-  EXPECT_EQ(BuiltForMonitor(Windows7Basic()), (Names{"bitblt filter"}));
-  EXPECT_EQ(BuiltForWindow(Windows7Basic()), (Names{"bitblt window filter", "print window"}));
-  MachineFacts composed = Windows7Basic();
-  composed.aeroEnabled = true;
-  EXPECT_EQ(BuiltForMonitor(composed), (Names{"mag monitor filter", "bitblt"}));
-  EXPECT_EQ(BuiltForWindow(composed), (Names{"mag filter", "bitblt window", "print window"}));
-}
-
-TEST_F(EngineProxy, RanksTheEnginesOfAWindow) {
-  EXPECT_EQ(BuiltForWindow(Windows11()), (Names{"wgc window filter check", "mag filter check",
-                                                "print window", "bitblt window"}));
-  EXPECT_EQ(BuiltForWindow(Windows10()),
-            (Names{"mag filter check", "print window", "bitblt window"}));
-}
-
-TEST_F(EngineProxy, BuildsOnlyWhatTheHostAllows) {
-  settings.allowed = {IScreenCapture::CaptureEngineGDIBitBlt};
-  EXPECT_EQ(BuiltForMonitor(Windows11()), (Names{"bitblt"}));
-  EXPECT_EQ(BuiltForWindow(Windows11()), (Names{"bitblt window"}));
-  settings.allowed = {IScreenCapture::CaptureEngineWGC, IScreenCapture::CaptureEngineMag};
-  EXPECT_EQ(BuiltForMonitor(Windows11()), (Names{"wgc monitor check", "mag monitor filter check"}));
-
-  settings.allowed = {IScreenCapture::CaptureEngineGDIPrintWindow};
-  const auto nothing = Monitor(Windows11());
-  EXPECT_FALSE(nothing->Initialize());
-  EXPECT_EQ(nothing->GetEngineType(), IScreenCapture::CaptureEngineNone);
-  EXPECT_TRUE(nothing->IsDesktopBased());
-  EXPECT_TRUE(engines.empty());
+TEST_F(EngineProxy, RanksTheEnginesThatTheMachineAndTheHostAllow) {
+  const MachineFacts composed7 = {true, false, false, false, true, false, true};
+  const MachineFacts withoutGpu = {false, true, true, false, true, false, true};
+  const MachineFacts withoutMag = {true, true, true, false, true, false, false};
+  const MachineFacts remote = {true, true, true, true, true, true, true};
+  const auto plain = [](EngineProxySettings&) {};
+  const auto dirty = [](EngineProxySettings& s) { s.dirtyInfo = true; };
+  const auto wgcFirst = [](EngineProxySettings& s) { s.dirtyInfo = s.wgcPriority = true; };
+  const auto filter = [](EngineProxySettings& s) { s.enableFilterWindow = true; };
+  const auto filterAll = [](EngineProxySettings& s) {
+    s.enableFilterWindow = s.dirtyInfo = s.newMouseCaptureWay = true;
+  };
+  const auto filterWgcFirst = [](EngineProxySettings& s) {
+    s.enableFilterWindow = s.wgcPriority = true;
+  };
+  const auto onlyGdi = [](EngineProxySettings& s) {
+    s.allowed = {IScreenCapture::CaptureEngineGDIBitBlt};
+  };
+  const auto onlyNew = [](EngineProxySettings& s) {
+    s.allowed = {IScreenCapture::CaptureEngineWGC, IScreenCapture::CaptureEngineMag};
+  };
+  struct Row {
+    MachineFacts facts;
+    std::function<void(EngineProxySettings&)> set;
+    const char* forMonitor;
+    const char* forWindow;
+  };
+  const Row rows[] = {
+      {Windows11(), plain,
+       "dxgi monitor check, wgc monitor check, mag monitor filter check, bitblt",
+       "wgc window filter check, mag filter check, print window, bitblt window"},
+      {Windows11(), dirty,
+       "dxgi monitor check dirty, wgc monitor check dirty, mag monitor filter check dirty, bitblt",
+       "wgc window filter check dirty, mag filter check dirty, print window, bitblt window"},
+      {Windows11(), wgcFirst,
+       "wgc monitor check dirty, dxgi monitor check dirty, mag monitor filter check dirty, bitblt",
+       "wgc window filter check dirty, mag filter check dirty, print window, bitblt window"},
+      {Windows11(), filterAll,
+       "mag monitor filter check dirty mouse, dxgi monitor check, wgc monitor check dirty, bitblt",
+       "wgc window filter check dirty, mag filter check dirty mouse, print window, bitblt window"},
+      {Windows11(), filterWgcFirst,
+       "mag monitor filter check, wgc monitor check, dxgi monitor check, bitblt",
+       "wgc window filter check, mag filter check, print window, bitblt window"},
+      {remote, plain, "dxgi monitor check, wgc monitor, mag monitor filter, bitblt",
+       "wgc window filter, mag filter, print window, bitblt window"},
+      {Windows10(), plain, "dxgi monitor check, mag monitor filter check, bitblt",
+       "mag filter check, print window, bitblt window"},
+      {withoutGpu, plain, "bitblt", "print window, bitblt window"},
+      {withoutMag, plain, "dxgi monitor check, bitblt",
+       "mag filter check, print window, bitblt window"},
+      {Windows7Basic(), filter, "bitblt filter", "bitblt window filter, print window"},
+      {composed7, filter, "mag monitor filter, bitblt", "mag filter, bitblt window, print window"},
+      {Windows11(), onlyGdi, "bitblt", "bitblt window"},
+      {Windows11(), onlyNew, "wgc monitor check, mag monitor filter check",
+       "wgc window filter check, mag filter check"},
+  };
+  for (const Row& row : rows) {
+    settings = MakeSettings();
+    row.set(settings);
+    Monitor(row.facts);
+    EXPECT_EQ(std::exchange(journal.built, {}), row.forMonitor);
+    Window(row.facts);
+    EXPECT_EQ(std::exchange(journal.built, {}), row.forWindow);
+  }
 }
 
 TEST_F(EngineProxy, StartsTheFirstEngineThatWorks) {
@@ -265,103 +243,27 @@ TEST_F(EngineProxy, StartsTheFirstEngineThatWorks) {
   EXPECT_TRUE(log.Has(LogLevelWarn, "ScreenCaptureEngineWGC init failed")) << log.Dump();
 }
 
-TEST_F(EngineProxy, RestartsAFailingEngineThreeTimesAndGivesItUpAtTheTenthFailure) {
-  journal.scripts["dxgi"].results.assign(10, CaptureResult::Failed);
-  const auto proxy = Monitor(Windows10());
-  ASSERT_TRUE(proxy->Initialize());
-  const Names settled = {"dxgi source monitor", "dxgi basic off", "dxgi cursor on",
-                         "dxgi target 0x0"};
-  Names restarted = {"dxgi -", "dxgi +"};
-  restarted.insert(restarted.end(), settled.begin(), settled.end());
-  journal.TakeCalls();
-  for (int failure = 1; failure <= 9; ++failure) {
-    EXPECT_FALSE(Capture(*proxy));
-    EXPECT_EQ(journal.TakeCalls(), failure % 3 == 0 ? restarted : Names()) << "failure " << failure;
-  }
-  EXPECT_EQ(engines, (std::vector<int>{IScreenCapture::CaptureEngineDXGI}));
-
-  EXPECT_FALSE(Capture(*proxy));
-  const Names changed = journal.TakeCalls();
-  ASSERT_GE(changed.size(), 3u);
-  EXPECT_EQ(Names(changed.begin(), changed.begin() + 3), (Names{"dxgi -", "dxgi ~", "mag +"}));
-  EXPECT_EQ(engines, (std::vector<int>{IScreenCapture::CaptureEngineDXGI,
-                                       IScreenCapture::CaptureEngineMag}));
-  EXPECT_TRUE(Capture(*proxy));
-}
-
-TEST_F(EngineProxy, OneSuccessForgivesAllFailures) {
-  auto& results = journal.scripts["dxgi"].results;
-  results.assign(9, CaptureResult::Failed);
-  results.push_back(CaptureResult::Success);
-  results.insert(results.end(), 9, CaptureResult::Failed);
-  const auto proxy = Monitor(Windows10());
-  ASSERT_TRUE(proxy->Initialize());
-  CaptureTimes(*proxy, 19);
-  EXPECT_TRUE(results.empty());
-  EXPECT_EQ(proxy->GetEngineType(), IScreenCapture::CaptureEngineDXGI);
-}
-
-TEST_F(EngineProxy, GivesAnEngineUpThatDoesNotRestart) {
-  journal.scripts["dxgi"].results.assign(3, CaptureResult::Failed);
-  const auto proxy = Monitor(Windows10());
-  ASSERT_TRUE(proxy->Initialize());
-  journal.scripts["dxgi"].starts = false;
-  CaptureTimes(*proxy, 3);
-  EXPECT_EQ(proxy->GetEngineType(), IScreenCapture::CaptureEngineMag);
-}
-
 TEST_F(EngineProxy, ChangesAtOnceFromALostEngineAndFromABlackMagnifierOnly) {
-  journal.scripts["dxgi"].results = {CaptureResult::BlackFrame, CaptureResult::EngineLost};
+  auto& results = journal.scripts["dxgi"].results;
+  for (const CaptureResult harmless : {CaptureResult::NoChange, CaptureResult::BlackFrame,
+                                       CaptureResult::FilterFailed, CaptureResult::FilterChanged}) {
+    results.insert(results.end(), 10, harmless);
+  }
+  results.push_back(CaptureResult::EngineLost);
   journal.scripts["mag"].results = {CaptureResult::BlackFrame};
   const auto proxy = Monitor(Windows10());
   ASSERT_TRUE(proxy->Initialize());
-  EXPECT_FALSE(Capture(*proxy));
-  EXPECT_EQ(result, CaptureResult::BlackFrame);
-  EXPECT_EQ(proxy->GetEngineType(), IScreenCapture::CaptureEngineDXGI);
+  journal.TakeCalls();
+  CaptureTimes(*proxy, 40);
+  EXPECT_EQ(journal.TakeCalls(), Names()) << "no failures";
   EXPECT_FALSE(Capture(*proxy));
   EXPECT_EQ(proxy->GetEngineType(), IScreenCapture::CaptureEngineMag);
   EXPECT_FALSE(Capture(*proxy));
   EXPECT_EQ(proxy->GetEngineType(), IScreenCapture::CaptureEngineGDIBitBlt);
 }
 
-TEST_F(EngineProxy, NeitherStillPicturesNorFilterTroubleCountAsFailures) {
-  auto& results = journal.scripts["dxgi"].results;
-  for (int i = 0; i < 1000; ++i) {
-    results.push_back(CaptureResult::NoChange);
-    results.push_back(CaptureResult::BlackFrame);
-    results.push_back(CaptureResult::FilterFailed);
-    results.push_back(CaptureResult::FilterChanged);
-  }
-  const auto proxy = Monitor(Windows10());
-  ASSERT_TRUE(proxy->Initialize());
-  journal.TakeCalls();
-  CaptureTimes(*proxy, 4000);
-  EXPECT_TRUE(results.empty());
-  EXPECT_EQ(journal.TakeCalls(), Names());
-  EXPECT_EQ(proxy->GetEngineType(), IScreenCapture::CaptureEngineDXGI);
-}
-
-TEST_F(EngineProxy, SaysNoneWhenTheLastEngineIsGone) {
-  settings.allowed = {IScreenCapture::CaptureEngineGDIBitBlt};
-  journal.scripts["bitblt"].results = {CaptureResult::EngineLost};
-  const test::LogRecorder log;
-  const auto proxy = Monitor(Windows10());
-  ASSERT_TRUE(proxy->Initialize());
-  EXPECT_FALSE(Capture(*proxy));
-  EXPECT_EQ(engines, (std::vector<int>{IScreenCapture::CaptureEngineGDIBitBlt,
-                                       IScreenCapture::CaptureEngineNone}));
-  EXPECT_EQ(log.Count("m_captureEngine are all failed"), 1) << log.Dump();
-
-  result = CaptureResult::FilterFailed;
-  EXPECT_FALSE(proxy->Capture(0, 0, 8, 8, frame, result));
-  EXPECT_EQ(result, CaptureResult::FilterFailed) << "touched without an engine";
-  EXPECT_TRUE(proxy->IsDesktopBased());
-  proxy->ShowCursor(true);
-  proxy->UnInitialize();
-}
-
-TEST_F(EngineProxy, HandsEverySettingToTheEngineInUseAndToTheNext) {
-  journal.scripts["dxgi"].results = {CaptureResult::EngineLost};
+TEST_F(EngineProxy, HandsEverySettingToTheEngineInUseRestartedOrNext) {
+  journal.scripts["dxgi"].results.assign(6, CaptureResult::Failed);
   const auto proxy = Monitor(Windows10());
   ASSERT_TRUE(proxy->Initialize());
   journal.TakeCalls();
@@ -371,10 +273,15 @@ TEST_F(EngineProxy, HandsEverySettingToTheEngineInUseAndToTheNext) {
   proxy->SetDynamicCheck(false);
   EXPECT_EQ(journal.TakeCalls(), (Names{"dxgi cursor off", "dxgi target 320x200",
                                         "dxgi source other", "dxgi check off"}));
-  Capture(*proxy);
+  CaptureTimes(*proxy, 3);
+  EXPECT_EQ(journal.TakeCalls(), (Names{"dxgi -", "dxgi +", "dxgi source other", "dxgi basic off",
+                                        "dxgi cursor off", "dxgi target 320x200"}));
+  journal.scripts["dxgi"].starts = false;
+  CaptureTimes(*proxy, 3);
   // The dynamic check was the lost engine's alone.
-  EXPECT_EQ(journal.TakeCalls(), (Names{"dxgi -", "dxgi ~", "mag +", "mag source other",
-                                        "mag basic off", "mag cursor off", "mag target 320x200"}));
+  EXPECT_EQ(journal.TakeCalls(),
+            (Names{"dxgi -", "dxgi +", "dxgi -", "dxgi ~", "mag +", "mag source other",
+                   "mag basic off", "mag cursor off", "mag target 320x200"}));
 }
 
 TEST_F(EngineProxy, AWindowShareFollowsTheIncludeList) {
@@ -385,6 +292,10 @@ TEST_F(EngineProxy, AWindowShareFollowsTheIncludeList) {
   const auto proxy = Window(Windows11());
   ASSERT_TRUE(proxy->Initialize());
   EXPECT_EQ(proxy->GetEngineType(), IScreenCapture::CaptureEngineMag) << "WGC can't include";
+  const auto monitorShare = Monitor(Windows11());
+  ASSERT_TRUE(monitorShare->Initialize());
+  EXPECT_EQ(monitorShare->GetEngineType(), IScreenCapture::CaptureEngineDXGI) << "doesn't care";
+  engines = {IScreenCapture::CaptureEngineMag};
 
   filters->ClearIncludeWindows();
   EXPECT_TRUE(Capture(*proxy));
@@ -408,29 +319,6 @@ TEST_F(EngineProxy, AWindowShareFollowsTheIncludeList) {
   EXPECT_FALSE(Capture(*proxy));
   EXPECT_EQ(proxy->GetEngineType(), IScreenCapture::CaptureEngineNone);
   EXPECT_FALSE(Capture(*proxy));
-}
-
-TEST_F(EngineProxy, AMonitorShareDoesNotCareForTheIncludeList) {
-  IScreenCapture::FilterWindowInfo included;
-  included.type = 1;
-  filters->AddIncludeWindow(included);
-  const auto proxy = Monitor(Windows11());
-  ASSERT_TRUE(proxy->Initialize());
-  EXPECT_TRUE(Capture(*proxy));
-  EXPECT_EQ(proxy->GetEngineType(), IScreenCapture::CaptureEngineDXGI);
-}
-
-TEST_F(EngineProxy, TellsTheTwoGdiModesApart) {
-  settings.allowed = {IScreenCapture::CaptureEngineGDIBitBlt,
-                      IScreenCapture::CaptureEngineGDIPrintWindow};
-  journal.scripts["print"].results = {CaptureResult::EngineLost};
-  const auto proxy = Window(Windows10());
-  ASSERT_TRUE(proxy->Initialize());
-  EXPECT_FALSE(proxy->IsDesktopBased());
-  Capture(*proxy);
-  EXPECT_TRUE(proxy->IsDesktopBased());
-  EXPECT_EQ(engines, (std::vector<int>{IScreenCapture::CaptureEngineGDIPrintWindow,
-                                       IScreenCapture::CaptureEngineGDIBitBlt}));
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 #include <vector>
 
 #include "win/util/ComPtr.h"
@@ -94,77 +95,63 @@ std::string Build(const FunctionCode& function, std::uint64_t where) {
 struct Sequence {
   const char* what;
   const char* refusal;  // what is said then, or empty
-  std::vector<std::uint8_t> bytes;
+  const char* bytes;    // in hexadecimal digits
+  const char* before = "";
   std::uint64_t address = 0x180001000;
-  std::vector<std::uint8_t> before = {};
   std::int64_t distance = 0x10000000;
 };
 
+std::vector<std::uint8_t> Bytes(const std::string& digits) {
+  std::vector<std::uint8_t> bytes;
+  for (std::size_t i = 0; i < digits.size(); i += 2) {
+    bytes.push_back(static_cast<std::uint8_t>(std::stoi(digits.substr(i, 2), nullptr, 16)));
+  }
+  return bytes;
+}
+
 TEST(Trampoline, MovesInstructionsOrRefuses) {
   const Sequence kSequences[] = {
-      {"short jcc", "", {0x85, 0xC9, 0x74, 0x40, 0x31, 0xC0, 0xC3}},
-      {"near jcc", "", {0x0F, 0x8F, 0x40, 0, 0, 0, 0xC3}},
-      {"short jmp, then padding", "", {0xEB, 0x40, 0xCC, 0xCC, 0xCC, 0xCC}},
-      {"call", "", {0x48, 0x83, 0xEC, 0x28, 0xE8, 0x40, 0, 0, 0, 0xC3}},
-      {"call through a pointer", "", {0xFF, 0x15, 0x40, 0, 0, 0, 0xC3}},
-      {"lea", "", {0x48, 0x8D, 0x05, 0x40, 0, 0, 0, 0xC3}},
-      {"a distance before a constant", "", {0xC7, 0x05, 0x40, 0, 0, 0, 1, 2, 3, 4, 0xC3}},
-      {"a forwarder", "", {0xFF, 0x25, 0x40, 0, 0, 0}},
-      {"redirected by somebody else", "", {0xE9, 0x40, 0, 0, 0}},
-      {"tiny, then padding", "", {0x31, 0xC0, 0xC3, 0x66, 0x0F, 0x1F, 0x44, 0, 0, 0x55}},
-      {"it calls itself", "", {0x90, 0x90, 0x90, 0x90, 0x90, 0xE8, 0xF6, 0xFF, 0xFF, 0xFF, 0xC3}},
-      {"what follows it jumps to it", "", {0xB8, 1, 0, 0, 0, 0xC3, 0xEB, 0xF8}},
-      {"room before",
-       "",
-       {0x40, 0x53, 0x90, 0xC3},
-       0x18000100C,
-       {0xC3, 0xCC, 0xCC, 0xCC, 0xCC, 0xCC}},
-      {"room before, short", "", {0x89, 0xC8, 0xC3}, 0x180001000, {0x66, 0x0F, 0x1F, 0x44, 0, 0}},
-
-      {"far away",
-       "out of reach",
-       {0x48, 0x8D, 0x05, 0, 0, 0, 0, 0xC3},
-       0x180001000,
-       {},
-       0x80000000},
-      {"far away, jump",
-       "out of reach",
-       {0x0F, 0x84, 0x40, 0, 0, 0},
-       0x180001000,
-       {},
+      {"short jcc", "", "85C9744031C0C3"},
+      {"near jcc", "", "0F8F40000000C3"},
+      {"short jmp, then padding", "", "EB40CCCCCCCC"},
+      {"call", "", "4883EC28E840000000C3"},
+      {"call through a pointer", "", "FF1540000000C3"},
+      {"lea", "", "488D0540000000C3"},
+      {"a distance before a constant", "", "C7054000000001020304C3"},
+      {"a forwarder", "", "FF2540000000"},
+      {"redirected by somebody else", "", "E940000000"},
+      {"tiny, then padding", "", "31C0C3660F1F44000055"},
+      {"it calls itself", "", "9090909090E8F6FFFFFFC3"},
+      {"what follows it jumps to it", "", "B801000000C3EBF8"},
+      {"room before", "", "405390C3", "C3CCCCCCCCCC", 0x18000100C},
+      {"room before, short", "", "89C8C3", "660F1F440000"},
+      {"far away", "out of reach", "488D0500000000C3", "", 0x180001000, 0x80000000},
+      {"far away, jump", "out of reach", "0F8440000000", "", 0x180001000,
        -std::int64_t{0x80001000}},
-      {"loop", "no long form", {0x90, 0xE2, 0x40, 0x90, 0x90, 0xC3}},
-      {"jrcxz", "no long form", {0xE3, 0x40, 0x90, 0x90, 0x90, 0xC3}},
-      {"xbegin", "no long form", {0xC7, 0xF8, 0x40, 0, 0, 0, 0xC3}},
-      {"size prefix", "size prefix", {0x66, 0xE9, 0x40, 0, 0, 0, 0xC3}},
-      {"address prefix", "32 bits", {0x67, 0x8B, 0x05, 0x40, 0, 0, 0, 0xC3}},
-      {"breakpoint", "breakpoint", {0xCC, 0x48, 0x83, 0xEC, 0x28, 0xC3}},
-      {"a jump back", "leads to byte 3", {0x31, 0xC0, 0x90, 0xFF, 0xC0, 0x75, 0xFC, 0xC3}},
-      {"a jump to the entry", "leads to byte 0", {0xB8, 1, 0, 0, 0, 0x75, 0xF9, 0xC3}},
-      {"a jump back behind a return",
-       "leads to byte 2",
-       {0x75, 0x06, 0xB8, 1, 0, 0, 0, 0xC3, 0xEB, 0xF8, 0xC3}},
-      {"a call into it", "leads to byte 4", {0xE8, 0xFF, 0xFF, 0xFF, 0xFF, 0xC3}},
-      {"a call that returns into it", "a call returns to byte 2", {0xFF, 0xD0, 0x90, 0x90, 0x90}},
-      {"tiny", "ends after 3", {0x31, 0xC0, 0xC3, 0x53, 0x55, 0x57}},
-      {"tiny, at the end", "ends after 1", {0xC3, 0x90, 0x90}},
-      {"no code", "unknown", {0x06, 0x90, 0x90, 0x90, 0x90}},
-      {"no code later", "byte 1 is unknown", {0x90, 0x06, 0x90, 0x90, 0x90}},
-      {"across 8 bytes", "across 8", {0x48, 0x8D, 0x05, 0x40, 0, 0, 0}, 0x18000100C},
-      {"across 8 bytes, short",
-       "across 8",
-       {0x89, 0xC8, 0xC3},
-       0x18000100F,
-       {0xCC, 0xCC, 0xCC, 0xCC, 0xCC}},
-      {"one byte, with room before",
-       "across 8",
-       {0x53, 0xB8, 1, 0, 0, 0, 0xC3},
-       0x18000100C,
-       {0xCC, 0xCC, 0xCC, 0xCC, 0xCC}},
+      {"loop", "no long form", "90E2409090C3"},
+      {"jrcxz", "no long form", "E340909090C3"},
+      {"xbegin", "no long form", "C7F840000000C3"},
+      {"size prefix", "size prefix", "66E940000000C3"},
+      {"address prefix", "32 bits", "678B0540000000C3"},
+      {"breakpoint", "breakpoint", "CC4883EC28C3"},
+      {"a jump back", "leads to byte 3", "31C090FFC075FCC3"},
+      {"a jump to the entry", "leads to byte 0", "B80100000075F9C3"},
+      {"a jump back behind a return", "leads to byte 2", "7506B801000000C3EBF8C3"},
+      {"a call into it", "leads to byte 4", "E8FFFFFFFFC3"},
+      {"a call that returns into it", "a call returns to byte 2", "FFD0909090"},
+      {"tiny", "ends after 3", "31C0C3535557"},
+      {"tiny, at the end", "ends after 1", "C39090"},
+      {"no code", "unknown", "0690909090"},
+      {"no code later", "byte 1 is unknown", "9006909090"},
+      {"across 8 bytes", "across 8", "488D0540000000", "", 0x18000100C},
+      {"across 8 bytes, short", "across 8", "89C8C3", "CCCCCCCCCC", 0x18000100F},
+      {"one byte, with room before", "across 8", "53B801000000C3", "CCCCCCCCCC", 0x18000100C},
   };
   for (const Sequence& sequence : kSequences) {
     SCOPED_TRACE(sequence.what);
-    const FunctionCode function{sequence.address, sequence.before, sequence.bytes};
+    const auto before = Bytes(sequence.before);
+    const auto bytes = Bytes(sequence.bytes);
+    const FunctionCode function{sequence.address, before, bytes};
     const std::string why =
         Build(function, sequence.address + static_cast<std::uint64_t>(sequence.distance));
     EXPECT_EQ(std::strlen(sequence.refusal) == 0, why.empty()) << why;

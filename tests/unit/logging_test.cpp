@@ -22,10 +22,6 @@ void Keep(int level, const char* file, int line, const char* message) {
   g_lines.push_back({level, file, line, message});
 }
 
-// An argument that tells whether it was formatted.
-struct Probe {};
-int g_formatted = 0;
-
 class Logging : public testing::Test {
  protected:
   Logging() {
@@ -34,19 +30,6 @@ class Logging : public testing::Test {
   }
   ~Logging() override { LogInstance::Instance().SetCallback(nullptr); }
 };
-
-}  // namespace
-}  // namespace qx
-
-template <>
-struct fmt::formatter<qx::Probe> : fmt::formatter<int> {
-  auto format(const qx::Probe&, fmt::format_context& context) const {
-    return fmt::formatter<int>::format(++qx::g_formatted, context);
-  }
-};
-
-namespace qx {
-namespace {
 
 TEST_F(Logging, MessageHasTheTagAndItsPlace) {
   QX_LOG_WARN("GetMonitorInfo failed,error:{}", 5);
@@ -62,24 +45,6 @@ TEST_F(Logging, MessageHasTheTagAndItsPlace) {
   const std::string text(3000, 'x');
   QX_LOG_DEBUG("{}", text);
   EXPECT_EQ(g_lines[2].text, "[qx-screen-capture]: " + text);
-}
-
-TEST_F(Logging, WithoutCallbackNothingIsFormatted) {
-  LogInstance::Instance().SetCallback(nullptr);
-  QX_LOG_ERROR("{}", Probe{});
-  EXPECT_EQ(g_formatted, 0);
-  LogInstance::Instance().SetCallback(Keep);
-  QX_LOG_ERROR("{}", Probe{});
-  EXPECT_EQ(g_formatted, 1);
-  EXPECT_EQ(g_lines.size(), 1u);
-}
-
-TEST_F(Logging, LatestCallbackGetsAll) {
-  static int calls = 0;
-  LogInstance::Instance().SetCallback([](int, const char*, int, const char*) { ++calls; });
-  QX_LOG_INFO("to the second");
-  EXPECT_EQ(calls, 1);
-  EXPECT_TRUE(g_lines.empty());
 }
 
 TEST_F(Logging, ThrowingCallbackStaysOutside) {

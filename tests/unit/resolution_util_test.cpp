@@ -89,6 +89,9 @@ TEST(ResolutionLimit, WithoutABoxOnlyTheAreaCounts) {
   EXPECT_EQ(scaled.size.width % 8, 0u);
   EXPECT_LE(scaled.size.width * scaled.size.height, 1000000u);
   EXPECT_EQ(Answer({1000, 1000}, LimitOf(0, 500, 1000000)).size, (Resolution{1000, 1000}));
+  const Answer nothing({1920, 1080}, LimitOf(0, 0, 20));
+  EXPECT_TRUE(nothing.ok);
+  EXPECT_EQ(nothing.size, (Resolution{0, 0}));
 }
 
 TEST(ResolutionLimit, SnapsBetween45And55Percent) {
@@ -104,13 +107,6 @@ TEST(ResolutionLimit, SnapsBetween45And55Percent) {
   // Scaling to an area is a statement of its own.
   EXPECT_EQ(Answer({1600, 1000}, LimitOf(0, 0, 400000)).scale, 0.5);
   EXPECT_EQ(log.Count("change to 0.5"), 2) << log.Dump();
-}
-
-TEST(ResolutionLimit, TinyLimitGivesNothing) {
-  const Answer answer({1920, 1080}, LimitOf(0, 0, 20));
-  EXPECT_TRUE(answer.ok);
-  EXPECT_EQ(answer.scale, 0.0);
-  EXPECT_EQ(answer.size, (Resolution{0, 0}));
 }
 
 }  // namespace
