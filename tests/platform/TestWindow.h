@@ -2,6 +2,7 @@
 // look into. Only Windows calls, so that the tests run on a real system as well.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <windows.h>
 // After windows.h.
 #include <process.h>
@@ -12,6 +13,37 @@
 #include <vector>
 
 namespace qx::test {
+
+// Whether a call fails, and with this error.
+template <typename Call>
+testing::AssertionResult FailsWith(DWORD error, const Call& call) {
+  SetLastError(0);
+  const bool done = static_cast<bool>(call());
+  const DWORD seen = GetLastError();
+  if (!done && seen == error) return testing::AssertionSuccess();
+  return testing::AssertionFailure() << (done ? "it worked" : "it failed") << ", error " << seen;
+}
+
+// Left, top, right, bottom.
+using Sides = std::vector<LONG>;
+inline Sides SidesOf(const RECT& rect) { return {rect.left, rect.top, rect.right, rect.bottom}; }
+inline Sides SidesOf(HWND window) {
+  RECT rect{};
+  EXPECT_TRUE(GetWindowRect(window, &rect));
+  return SidesOf(rect);
+}
+
+// Pixels of 32 bits, rows from top to bottom when the height is negative.
+inline BITMAPINFO DescribePixels(int width, int height) {
+  BITMAPINFO info{};
+  info.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
+  info.bmiHeader.biWidth = width;
+  info.bmiHeader.biHeight = height;
+  info.bmiHeader.biPlanes = 1;
+  info.bmiHeader.biBitCount = 32;
+  info.bmiHeader.biCompression = BI_RGB;
+  return info;
+}
 
 // A popup that paints its client area in one colour and notes its messages. It
 // belongs to the thread that makes it.
@@ -119,13 +151,14 @@ class TestThread {
 };
 
 struct TestEvent {
-  TestEvent() = default;
+  explicit TestEvent(BOOL manualReset = TRUE, BOOL set = FALSE)
+      : handle(CreateEventW(nullptr, manualReset, set, nullptr)) {}
   ~TestEvent() { CloseHandle(handle); }
   TestEvent(const TestEvent&) = delete;
   TestEvent& operator=(const TestEvent&) = delete;
   void Set() { SetEvent(handle); }
   void Wait() { WaitForSingleObject(handle, INFINITE); }
-  const HANDLE handle = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  const HANDLE handle;
 };
 
 // A window on a thread of its own that handles messages until the end of the scope.
@@ -202,13 +235,7 @@ class TestBitmap {
   // Rows top to bottom, 0xXXRRGGBB.
   std::vector<std::uint32_t> Pixels() const { return Lines(0, m_height, true); }
   std::vector<std::uint32_t> Lines(int first, int count, bool topDown) const {
-    BITMAPINFO info{};
-    info.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
-    info.bmiHeader.biWidth = m_width;
-    info.bmiHeader.biHeight = topDown ? -m_height : m_height;
-    info.bmiHeader.biPlanes = 1;
-    info.bmiHeader.biBitCount = 32;
-    info.bmiHeader.biCompression = BI_RGB;
+    BITMAPINFO info = DescribePixels(m_width, topDown ? -m_height : m_height);
     std::vector<std::uint32_t> pixels(static_cast<std::size_t>(m_width * count), kUntouched);
     const int lines = GetDIBits(m_dc, m_bitmap, static_cast<UINT>(first), static_cast<UINT>(count),
                                 pixels.data(), &info, DIB_RGB_COLORS);

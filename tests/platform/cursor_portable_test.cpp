@@ -1,10 +1,5 @@
 // Cursors as pictures: what copies and draws them. And windows that only take messages.
-#include <gtest/gtest.h>
-#include <windows.h>
-
 #include <algorithm>
-#include <cstdint>
-#include <vector>
 
 #include "tests/platform/TestWindow.h"
 
@@ -26,16 +21,12 @@ std::ptrdiff_t changedBy(HCURSOR cursor, int size) {
          });
 }
 
-TEST(Cursors, AreDrawnInAnySize) {
+TEST(Cursors, AreDrawnInAnySizeAndACopyIsTheCallers) {
   const HCURSOR arrow = LoadCursorW(nullptr, IDC_ARROW);
   ASSERT_TRUE(arrow);
   const std::ptrdiff_t whole = changedBy(arrow, 32);
   EXPECT_GT(whole, 20);
   EXPECT_NEAR(static_cast<double>(changedBy(arrow, 64)) / static_cast<double>(whole), 4, 0.6);
-}
-
-TEST(Cursors, ACopyIsTheCallers) {
-  const HCURSOR arrow = LoadCursorW(nullptr, IDC_ARROW);
   const auto copy = static_cast<HCURSOR>(CopyImage(arrow, IMAGE_CURSOR, 0, 0, LR_MONOCHROME));
   ASSERT_TRUE(copy);
   EXPECT_NE(copy, arrow);

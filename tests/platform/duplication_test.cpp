@@ -22,7 +22,7 @@ namespace {
 using namespace std::chrono_literals;
 using namespace vwin::control;
 
-using Rects = std::vector<std::vector<LONG>>;
+using Rects = std::vector<Sides>;
 
 constexpr std::uint32_t kOpaque = 0xFF000000;
 const CursorPicture kTwoPixels = {
@@ -74,8 +74,7 @@ class DuplicationTest : public DesktopTest {
       EXPECT_EQ(duplication->GetFrameDirtyRects(info.TotalMetadataBufferSize, rects.data(), &size),
                 S_OK);
       Rects found;
-      for (std::size_t i = 0; i < size / sizeof(RECT); ++i)
-        found.push_back({rects[i].left, rects[i].top, rects[i].right, rects[i].bottom});
+      for (std::size_t i = 0; i < size / sizeof(RECT); ++i) found.push_back(SidesOf(rects[i]));
       return found;
     }
 
@@ -152,9 +151,8 @@ TEST_F(DuplicationTest, TellsOfThePointerWhenThereIsNews) {
   SetCursorPosition(250, 10);
   EXPECT_FALSE(news().PointerPosition.Visible) << "on the other monitor";
   SetCursorPosition(260, 10);
-  EXPECT_EQ(Frame(duplication.Get()).result, DXGI_ERROR_WAIT_TIMEOUT) << "it moves elsewhere";
   SetCursorShape(CursorKind::kBeam);
-  EXPECT_EQ(Frame(duplication.Get()).result, DXGI_ERROR_WAIT_TIMEOUT);
+  EXPECT_EQ(Frame(duplication.Get()).result, DXGI_ERROR_WAIT_TIMEOUT) << "it moves elsewhere";
   SetCursorPosition(10, 10);
   EXPECT_EQ(news().PointerShapeBufferSize, 32u * 32u * 4u);
   HideCursor();
@@ -172,7 +170,9 @@ TEST_F(DuplicationTest, TellsOfThePointerWhenThereIsNews) {
 
 TEST_F(DuplicationTest, GivesShapesOfEveryKind) {
   SetUpDuplication();
-  const auto shapeNow = [&](std::vector<BYTE>& bytes) {
+  std::vector<BYTE> bytes;
+  // Type, width, height, pitch, and where the hot spot is.
+  const auto shapeNow = [&]() -> std::vector<LONG> {
     const Frame frame(duplication.Get());
     DXGI_OUTDUPL_POINTER_SHAPE_INFO info{};
     UINT required = 0;
@@ -182,25 +182,19 @@ TEST_F(DuplicationTest, GivesShapesOfEveryKind) {
               DXGI_ERROR_MORE_DATA);
     EXPECT_EQ(required, bytes.size());
     EXPECT_EQ(duplication->GetFramePointerShape(required, bytes.data(), &required, &info), S_OK);
-    return info;
+    return {LONG(info.Type), LONG(info.Width), LONG(info.Height), LONG(info.Pitch), info.HotSpot.x};
   };
-  std::vector<BYTE> bytes;
-  const DXGI_OUTDUPL_POINTER_SHAPE_INFO own = shapeNow(bytes);
-  EXPECT_EQ(own.Type, UINT{DXGI_OUTDUPL_POINTER_SHAPE_TYPE_COLOR});
-  EXPECT_EQ(own.Width, 2u);
-  EXPECT_EQ(own.Height, 1u);
-  EXPECT_EQ(own.Pitch, 8u);
-  EXPECT_EQ(own.HotSpot.x, 1);
+  const std::vector<LONG> own = {DXGI_OUTDUPL_POINTER_SHAPE_TYPE_COLOR, 2, 1, 8, 1};
+  EXPECT_EQ(shapeNow(), own);
   EXPECT_EQ(std::memcmp(bytes.data(), kTwoPixels.pixels.data(), 8), 0);
   const PointerShape given = {
       DXGI_OUTDUPL_POINTER_SHAPE_TYPE_MONOCHROME, 8, 4, 1, {3, 1}, {0xF0, 0x0F, 1, 2}};
   SetPointerShape(given);
-  const DXGI_OUTDUPL_POINTER_SHAPE_INFO mono = shapeNow(bytes);
-  EXPECT_EQ(mono.Type, UINT{DXGI_OUTDUPL_POINTER_SHAPE_TYPE_MONOCHROME});
-  EXPECT_EQ(mono.Height, 4u);
+  EXPECT_EQ(shapeNow(),
+            (std::vector<LONG>{DXGI_OUTDUPL_POINTER_SHAPE_TYPE_MONOCHROME, 8, 4, 1, 3}));
   EXPECT_EQ(bytes, given.bytes);
   SetPointerShape({});
-  EXPECT_EQ(shapeNow(bytes).Type, UINT{DXGI_OUTDUPL_POINTER_SHAPE_TYPE_COLOR});
+  EXPECT_EQ(shapeNow(), own);
 }
 
 TEST_F(DuplicationTest, WantsItsCallsInOrderAndBuffersLargeEnough) {
@@ -256,28 +250,19 @@ TEST_F(DuplicationTest, WantsItsCallsInOrderAndBuffersLargeEnough) {
 
 TEST_F(DuplicationTest, IsLostForGoodWhenTheScreenIsAnother) {
   const HMONITOR monitor = PrimaryMonitor();
-  const std::vector<std::function<void()>> losses = {
-      [&] {
-        SetMonitorRect(monitor, {0, 0, 300, 100});
-        SetMonitorRect(monitor, {0, 0, 200, 100});
+  const std::vector<std::function<void(bool back)>> losses = {
+      [&](bool back) {
+        SetMonitorRect(monitor, {0, 0, back ? 200 : 300, 100});
       },
-      [&] {
-        TurnMonitor(monitor, DXGI_MODE_ROTATION_ROTATE180);
-        TurnMonitor(monitor, DXGI_MODE_ROTATION_IDENTITY);
+      [&](bool back) {
+        TurnMonitor(monitor, back ? DXGI_MODE_ROTATION_IDENTITY : DXGI_MODE_ROTATION_ROTATE180);
       },
-      [] {
-        SetSecureDesktop(true);
-        SetSecureDesktop(false);
+      [](bool back) { SetSecureDesktop(!back); },
+      [](bool back) { LockSession(!back); },
+      [&](bool back) { SetAttached(monitor, back); },
+      [&](bool back) {
+        if (back) RenewMonitorHandle(monitor);
       },
-      [] {
-        LockSession(true);
-        LockSession(false);
-      },
-      [&] {
-        SetAttached(monitor, false);
-        SetAttached(monitor, true);
-      },
-      [&] { RenewMonitorHandle(monitor); },
   };
   for (std::size_t i = 0; i < losses.size(); ++i) {
     SCOPED_TRACE(i);
@@ -289,7 +274,8 @@ TEST_F(DuplicationTest, IsLostForGoodWhenTheScreenIsAnother) {
     SetCursorPosition(static_cast<int>(i), 2);
     {
       const Frame frame(duplication.Get());
-      losses[i]();
+      losses[i](false);
+      losses[i](true);
       RECT rect{};
       UINT size = 0;
       EXPECT_EQ(duplication->GetFrameDirtyRects(16, &rect, &size), DXGI_ERROR_ACCESS_LOST);
@@ -305,34 +291,12 @@ TEST_F(DuplicationTest, IsLostForGoodWhenTheScreenIsAnother) {
   }
 }
 
-TEST_F(DuplicationTest, IsOneForEachMonitorAndNoneOnWindows7) {
-  SetMonitorRect(PrimaryMonitor(), {0, 0, 1920, 1080});
-  ComPtr<IDXGIOutputDuplication> second;
-  SetUpDuplication();
-  EXPECT_EQ(duplicate(second), E_INVALIDARG) << "a process has one for each monitor";
-  DXGI_OUTDUPL_DESC desc{};
-  duplication->GetDesc(&desc);
-  EXPECT_EQ(desc.ModeDesc.Width, 1920u);
-  EXPECT_EQ(desc.ModeDesc.Height, 1080u);
-  EXPECT_EQ(desc.ModeDesc.Format, 87);
-  duplication.Reset();
-
-  SetDuplicateResult(DXGI_ERROR_UNSUPPORTED);
-  EXPECT_EQ(duplicate(second), DXGI_ERROR_UNSUPPORTED);
-  SetDuplicateResult(S_OK);
-  SetSecureDesktop(true);
-  EXPECT_EQ(duplicate(second), E_ACCESSDENIED);
-  SetSecureDesktop(false);
-  SetVersion(kWindows7);
-  EXPECT_EQ(duplicate(second), E_NOINTERFACE);
-}
-
 TEST_F(DuplicationTest, GivesTurnedMonitorsAsTheirCardsHoldThem) {
   const HWND window = open({.rect = {0, 0, 10, 30}, .color = kRed});
   struct Row {
     DXGI_MODE_ROTATION rotation;
     int width, height;
-    std::vector<LONG> dirty;
+    Sides dirty;
   };
   for (const Row& row : {Row{DXGI_MODE_ROTATION_ROTATE90, 100, 200, {0, 190, 30, 200}},
                          Row{DXGI_MODE_ROTATION_ROTATE180, 200, 100, {190, 70, 200, 100}},
@@ -347,23 +311,21 @@ TEST_F(DuplicationTest, GivesTurnedMonitorsAsTheirCardsHoldThem) {
     duplication->GetDesc(&desc);
     EXPECT_EQ(desc.Rotation, row.rotation);
     EXPECT_EQ(desc.ModeDesc.Width, 200u) << "the mode is that of the upright picture";
+    EXPECT_EQ(desc.ModeDesc.Format, 87);
     catchUp();
     Fill(window, {0, 0, 10, 30}, kGreen);
     const Frame frame(duplication.Get());
     EXPECT_EQ(frame.Dirty(), (Rects{row.dirty}));
     const CardPicture picture = card.Read(frame.texture.Get());
-    EXPECT_EQ(picture.width, row.width);
-    EXPECT_EQ(picture.height, row.height);
-    const auto green = static_cast<std::size_t>(
-        std::count(picture.pixels.begin(), picture.pixels.end(), kGreenPixel | kOpaque));
-    EXPECT_EQ(green, 300u);
+    EXPECT_EQ(std::pair(picture.width, picture.height), std::pair(row.width, row.height));
+    EXPECT_EQ(std::count(picture.pixels.begin(), picture.pixels.end(), kGreenPixel | kOpaque), 300);
     EXPECT_EQ(picture.At(row.dirty[0], row.dirty[1]), kGreenPixel | kOpaque);
     Fill(window, {0, 0, 10, 30}, kRed);
   }
   TurnMonitor(PrimaryMonitor(), DXGI_MODE_ROTATION_IDENTITY);
 }
 
-TEST_F(DuplicationTest, NeedsAnAttachedOutputOfItsOwnCard) {
+TEST_F(DuplicationTest, IsOneForEachAttachedOutputOfItsOwnCard) {
   const HMONITOR right = AddMonitor({200, 0, 300, 100});
   ASSERT_EQ(outputs().size(), 2u);
   DXGI_OUTPUT_DESC desc{};
@@ -391,10 +353,16 @@ TEST_F(DuplicationTest, NeedsAnAttachedOutputOfItsOwnCard) {
   ASSERT_EQ(output.As(IID_IDXGIOutput1, output1), S_OK);
   EXPECT_EQ(output1->DuplicateOutput(card.device.Get(), made.Put()), E_INVALIDARG);
   EXPECT_EQ(output1->DuplicateOutput(output.Get(), made.Put()), E_INVALIDARG) << "no device";
+  SetSecureDesktop(true);
+  EXPECT_EQ(duplicate(made), E_ACCESSDENIED);
+  SetSecureDesktop(false);
   FailNth("IDXGIOutput1::DuplicateOutput", 1);
   EXPECT_EQ(duplicate(made), E_OUTOFMEMORY);
   ClearFaults();
   EXPECT_EQ(duplicate(made), S_OK) << "what failed has left no trace";
+  EXPECT_EQ(duplicate(duplication), E_INVALIDARG) << "a process has one for each monitor";
+  SetVersion(kWindows7);
+  EXPECT_EQ(duplicate(duplication), E_NOINTERFACE);
 }
 
 TEST_F(DuplicationTest, WaitsForNewsOrForItsTime) {

@@ -17,7 +17,6 @@ namespace qx::test {
 namespace {
 
 using namespace Gdiplus::DllExports;
-using Pixels = std::vector<std::uint32_t>;
 
 BITMAP described(HBITMAP bitmap) {
   BITMAP result{};
@@ -26,16 +25,10 @@ BITMAP described(HBITMAP bitmap) {
 }
 
 // Rows top to bottom, as many as there are.
-Pixels pixelsOf(HBITMAP bitmap) {
+std::vector<std::uint32_t> pixelsOf(HBITMAP bitmap) {
   const BITMAP size = described(bitmap);
-  BITMAPINFO info{};
-  info.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
-  info.bmiHeader.biWidth = size.bmWidth;
-  info.bmiHeader.biHeight = -size.bmHeight;
-  info.bmiHeader.biPlanes = 1;
-  info.bmiHeader.biBitCount = 32;
-  info.bmiHeader.biCompression = BI_RGB;
-  Pixels pixels(static_cast<std::size_t>(size.bmWidth * size.bmHeight));
+  BITMAPINFO info = DescribePixels(size.bmWidth, -size.bmHeight);
+  std::vector<std::uint32_t> pixels(static_cast<std::size_t>(size.bmWidth * size.bmHeight));
   const HDC screen = GetDC(nullptr);
   EXPECT_EQ(GetDIBits(screen, bitmap, 0, static_cast<UINT>(size.bmHeight), pixels.data(), &info,
                       DIB_RGB_COLORS),
@@ -59,11 +52,11 @@ TEST(Icons, TheSystemsOwnHasColoursAndAMask) {
 
   const BITMAP color = described(first.hbmColor);
   const BITMAP mask = described(first.hbmMask);
-  EXPECT_EQ(color.bmWidth, 32);
-  EXPECT_EQ(color.bmHeight, 32);
+  for (const BITMAP& bitmap : {color, mask}) {
+    EXPECT_EQ(bitmap.bmWidth, 32);
+    EXPECT_EQ(bitmap.bmHeight, 32);
+  }
   EXPECT_EQ(color.bmBitsPixel, 32);
-  EXPECT_EQ(mask.bmWidth, 32);
-  EXPECT_EQ(mask.bmHeight, 32);
   EXPECT_EQ(mask.bmBitsPixel, 1);
   EXPECT_EQ(mask.bmWidthBytes, 4);
   // Alpha comes through, and masks are black and white.
@@ -77,15 +70,7 @@ TEST(Icons, TheSystemsOwnHasColoursAndAMask) {
   EXPECT_EQ(GetObjectW(first.hbmColor, sizeof(BITMAP), &first), 0) << "deleted";
 }
 
-TEST(Icons, OtherHandlesAreNone) {
-  TestWindow window({0, 0, 50, 50});
-  ICONINFO info{};
-  EXPECT_FALSE(GetIconInfo(reinterpret_cast<HICON>(window.handle()), &info));
-  EXPECT_FALSE(GetIconInfo(nullptr, &info));
-  EXPECT_EQ(GetClassLongPtrW(window, GCLP_HICON), 0u);
-}
-
-TEST(Icons, BelongToAClass) {
+TEST(Icons, BelongToAClassAndOtherHandlesAreNone) {
   WNDCLASSEXW description{};
   description.cbSize = sizeof(description);
   description.lpfnWndProc = DefWindowProcW;
@@ -97,32 +82,30 @@ TEST(Icons, BelongToAClass) {
   EXPECT_EQ(reinterpret_cast<HICON>(GetClassLongPtrW(window, GCLP_HICON)), description.hIcon);
   DestroyWindow(window);
   EXPECT_EQ(GetClassLongPtrW(window, GCLP_HICON), 0u);
+
+  TestWindow without({0, 0, 50, 50});
+  ICONINFO info{};
+  EXPECT_FALSE(GetIconInfo(reinterpret_cast<HICON>(without.handle()), &info));
+  EXPECT_FALSE(GetIconInfo(nullptr, &info));
+  EXPECT_EQ(GetClassLongPtrW(without, GCLP_HICON), 0u);
 }
 
-class Images : public testing::Test {
- protected:
-  void SetUp() override {
-    ULONG_PTR token = 0;
-    const Gdiplus::GdiplusStartupInput input;
-    ASSERT_EQ(Gdiplus::GdiplusStartup(&token, &input, nullptr), Gdiplus::Ok);
-  }
-};
-
-TEST_F(Images, AreMadeOfPixelsThatMakeSense) {
-  std::uint32_t pixels[6] = {};
-  auto* const bytes = reinterpret_cast<BYTE*>(pixels);
+TEST(Images, AreMadeOfPixelsThatMakeSenseAndHaveFiveEncoders) {
+  ULONG_PTR token = 0;
+  const Gdiplus::GdiplusStartupInput input;
+  ASSERT_EQ(Gdiplus::GdiplusStartup(&token, &input, nullptr), Gdiplus::Ok);
   Gdiplus::GpBitmap* bitmap = nullptr;
-  EXPECT_EQ(GdipCreateBitmapFromScan0(0, 2, 12, PixelFormat32bppARGB, bytes, &bitmap),
-            Gdiplus::InvalidParameter);
-  EXPECT_EQ(GdipCreateBitmapFromScan0(3, -2, 12, PixelFormat32bppARGB, bytes, &bitmap),
-            Gdiplus::InvalidParameter);
-  EXPECT_EQ(GdipCreateBitmapFromScan0(3, 2, 13, PixelFormat32bppARGB, bytes, &bitmap),
-            Gdiplus::InvalidParameter);
-  ASSERT_EQ(GdipCreateBitmapFromScan0(3, 2, 12, PixelFormat32bppARGB, bytes, &bitmap), Gdiplus::Ok);
+  const auto make = [&](INT width, INT height, INT stride) {
+    static std::uint32_t pixels[6] = {};
+    return GdipCreateBitmapFromScan0(width, height, stride, PixelFormat32bppARGB,
+                                     reinterpret_cast<BYTE*>(pixels), &bitmap);
+  };
+  EXPECT_EQ(make(0, 2, 12), Gdiplus::InvalidParameter);
+  EXPECT_EQ(make(3, -2, 12), Gdiplus::InvalidParameter);
+  EXPECT_EQ(make(3, 2, 13), Gdiplus::InvalidParameter);
+  ASSERT_EQ(make(3, 2, 12), Gdiplus::Ok);
   EXPECT_EQ(GdipDisposeImage(bitmap), Gdiplus::Ok);
-}
 
-TEST_F(Images, HaveFiveEncoders) {
   UINT count = 0;
   UINT size = 0;
   ASSERT_EQ(GdipGetImageEncodersSize(&count, &size), Gdiplus::Ok);
@@ -139,35 +122,32 @@ TEST_F(Images, HaveFiveEncoders) {
   EXPECT_EQ(encoders[4].FormatID.Data1, 0xb96b3cafu);
 }
 
-TEST(Streams, WriteIntoGlobalMemoryThatGoesWithThem) {
-  IStream* stream = nullptr;
-  ASSERT_EQ(CreateStreamOnHGlobal(nullptr, TRUE, &stream), S_OK);
-  HGLOBAL memory = nullptr;
-  ASSERT_EQ(GetHGlobalFromStream(stream, &memory), S_OK);
-  EXPECT_EQ(GlobalSize(memory), 0u) << "nothing was written";
-  ULONG written = 0;
-  EXPECT_EQ(stream->Write("abcd", 4, &written), S_OK);
-  EXPECT_EQ(written, 4u);
-  EXPECT_EQ(stream->Write("ef", 2, nullptr), S_OK);
-  ASSERT_EQ(GetHGlobalFromStream(stream, &memory), S_OK);
-  ASSERT_EQ(GlobalSize(memory), 6u);
-  const char* const bytes = static_cast<const char*>(GlobalLock(memory));
-  ASSERT_TRUE(bytes);
-  EXPECT_EQ(std::string(bytes, 6), "abcdef");
-  EXPECT_FALSE(GlobalUnlock(memory));
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_SUCCESS));
-  EXPECT_EQ(stream->Release(), 0u);
-}
-
-TEST(Streams, LeaveTheMemoryThatIsNotTheirs) {
-  IStream* stream = nullptr;
-  ASSERT_EQ(CreateStreamOnHGlobal(nullptr, FALSE, &stream), S_OK);
-  stream->Write("abcd", 4, nullptr);
-  HGLOBAL memory = nullptr;
-  ASSERT_EQ(GetHGlobalFromStream(stream, &memory), S_OK);
-  stream->Release();
-  EXPECT_EQ(GlobalSize(memory), 4u);
-  EXPECT_FALSE(GlobalFree(memory));
+TEST(Streams, WriteIntoGlobalMemoryThatGoesWithThemOrStays) {
+  for (const BOOL goes : {TRUE, FALSE}) {
+    IStream* stream = nullptr;
+    ASSERT_EQ(CreateStreamOnHGlobal(nullptr, goes, &stream), S_OK);
+    HGLOBAL memory = nullptr;
+    ASSERT_EQ(GetHGlobalFromStream(stream, &memory), S_OK);
+    EXPECT_EQ(GlobalSize(memory), 0u) << "nothing was written";
+    ULONG written = 0;
+    EXPECT_EQ(stream->Write("abcd", 4, &written), S_OK);
+    EXPECT_EQ(written, 4u);
+    EXPECT_EQ(stream->Write("ef", 2, nullptr), S_OK);
+    ASSERT_EQ(GetHGlobalFromStream(stream, &memory), S_OK);
+    if (!goes) {
+      EXPECT_EQ(stream->Release(), 0u);
+    }
+    ASSERT_EQ(GlobalSize(memory), 6u);
+    const char* const bytes = static_cast<const char*>(GlobalLock(memory));
+    ASSERT_TRUE(bytes);
+    EXPECT_EQ(std::string(bytes, 6), "abcdef");
+    EXPECT_TRUE(FailsWith(ERROR_SUCCESS, [&] { return GlobalUnlock(memory); }));
+    if (goes) {
+      EXPECT_EQ(stream->Release(), 0u);
+    } else {
+      EXPECT_FALSE(GlobalFree(memory));
+    }
+  }
 }
 
 }  // namespace

@@ -1,49 +1,16 @@
 // What virtual Windows answers when a test configures the machine.
 #include "platform/control/Machine.h"
 
-#include <gtest/gtest.h>
-#include <windows.h>
-#include <wtsapi32.h>
-
-#include <cstdint>
-
 #include "platform/model/Modules.h"
+#include "tests/platform/TestWindow.h"
 
 namespace {
 
 using namespace vwin::control;
+using qx::test::FailsWith;
 
 FARPROC Export(const char* module, const char* name) {
   return GetProcAddress(GetModuleHandleA(module), name);
-}
-
-// VerifyVersionInfoW as the usual helpers ask it.
-bool IsAtLeast(std::uint32_t major, std::uint32_t minor, std::uint16_t servicePack) {
-  OSVERSIONINFOEXW wanted{};
-  wanted.dwOSVersionInfoSize = sizeof(wanted);
-  wanted.dwMajorVersion = major;
-  wanted.dwMinorVersion = minor;
-  wanted.wServicePackMajor = servicePack;
-  ULONGLONG conditions = 0;
-  for (const DWORD type : {VER_MAJORVERSION, VER_MINORVERSION, VER_SERVICEPACKMAJOR}) {
-    conditions = VerSetConditionMask(conditions, type, VER_GREATER_EQUAL);
-  }
-  return VerifyVersionInfoW(&wanted, VER_MAJORVERSION | VER_MINORVERSION | VER_SERVICEPACKMAJOR,
-                            conditions) != FALSE;
-}
-
-// The session's flags, or -1 when they can't be had.
-int SessionFlags() {
-  LPWSTR buffer = nullptr;
-  DWORD bytes = 0;
-  if (WTSQuerySessionInformationW(WTS_CURRENT_SERVER_HANDLE, WTS_CURRENT_SESSION, WTSSessionInfoEx,
-                                  &buffer, &bytes) == FALSE) {
-    return -1;
-  }
-  const auto* const record = reinterpret_cast<const WTSINFOEXW*>(buffer);
-  const int flags = bytes == 0 ? -1 : record->Data.WTSInfoExLevel1.SessionFlags;
-  WTSFreeMemory(buffer);
-  return flags;
 }
 
 }  // namespace
@@ -51,46 +18,35 @@ int SessionFlags() {
 TEST(Version, DecidesWhatTheTwoSourcesSayAndWhichFunctionsThereAre) {
   struct Case {
     vwin::Version version;
-    bool is8;
     bool hasPreciseTime;
     bool hasThreadDescription;
   };
   for (const Case& c :
-       {Case{kWindows7, false, false, false}, Case{kWindows8, true, true, false},
-        Case{kWindows81, true, true, false}, Case{kWindows10, true, true, true},
-        Case{{10, 0, 10586}, true, true, false}, Case{kWindows11, true, true, true}}) {
+       {Case{kWindows7, false, false}, Case{kWindows8, true, false}, Case{kWindows81, true, false},
+        Case{kWindows10, true, true}, Case{{10, 0, 10586}, true, false}}) {
+    SCOPED_TRACE(c.version.build);
     SetVersion(c.version);
-    const auto numbers = reinterpret_cast<void (*)(DWORD*, DWORD*, DWORD*)>(
-        reinterpret_cast<void*>(Export("ntdll.dll", "RtlGetNtVersionNumbers")));
-    DWORD major = 0;
-    DWORD minor = 0;
-    DWORD build = 0;
-    numbers(&major, &minor, &build);
-    EXPECT_EQ(c.version, (vwin::Version{major, minor, build & 0xFFFF}));
-    EXPECT_EQ(c.is8, IsAtLeast(6, 2, 0)) << c.version.build;
-    EXPECT_EQ(c.hasPreciseTime, Export("kernel32.dll", "GetSystemTimePreciseAsFileTime") != nullptr)
-        << c.version.build;
-    EXPECT_EQ(c.hasThreadDescription, Export("kernel32.dll", "SetThreadDescription") != nullptr)
-        << c.version.build;
+    EXPECT_EQ(c.hasPreciseTime,
+              Export("kernel32.dll", "GetSystemTimePreciseAsFileTime") != nullptr);
+    EXPECT_EQ(c.hasThreadDescription, Export("kernel32.dll", "SetThreadDescription") != nullptr);
   }
   SetVersion(kWindows7);
-  EXPECT_TRUE(IsAtLeast(6, 1, 1));
-  EXPECT_FALSE(IsAtLeast(6, 1, 2));
-  EXPECT_TRUE(IsAtLeast(6, 0, 2)) << "a service pack counts within its version only";
-}
-
-TEST(Session, TellsALockInTheWayOfItsVersion) {
-  EXPECT_EQ(WTS_SESSIONSTATE_UNLOCK, SessionFlags());
-  LockSession(true);
-  EXPECT_EQ(WTS_SESSIONSTATE_LOCK, SessionFlags());
-  SetVersion(kWindows7);
-  EXPECT_EQ(WTS_SESSIONSTATE_UNLOCK, SessionFlags()) << "the wrong way round on Windows 7";
-
-  SetSessionQuery(SessionQuery::kNoBytes);
-  EXPECT_EQ(-1, SessionFlags());
-  SetSessionQuery(SessionQuery::kFails, 7022);
-  EXPECT_EQ(-1, SessionFlags());
-  EXPECT_EQ(7022u, GetLastError());
+  const auto isAtLeast = [](DWORD minor, WORD servicePack) {
+    OSVERSIONINFOEXW wanted{};
+    wanted.dwOSVersionInfoSize = sizeof(wanted);
+    wanted.dwMajorVersion = 6;
+    wanted.dwMinorVersion = minor;
+    wanted.wServicePackMajor = servicePack;
+    ULONGLONG conditions = 0;
+    for (const DWORD type : {VER_MAJORVERSION, VER_MINORVERSION, VER_SERVICEPACKMAJOR})
+      conditions = VerSetConditionMask(conditions, type, VER_GREATER_EQUAL);
+    return VerifyVersionInfoW(&wanted, VER_MAJORVERSION | VER_MINORVERSION | VER_SERVICEPACKMAJOR,
+                              conditions) != FALSE;
+  };
+  EXPECT_TRUE(isAtLeast(1, 1));
+  EXPECT_FALSE(isAtLeast(1, 2));
+  EXPECT_FALSE(isAtLeast(2, 0));
+  EXPECT_TRUE(isAtLeast(0, 2)) << "a service pack counts within its version only";
 }
 
 TEST(Registry, ChecksTheRightsOfAKey) {
@@ -125,19 +81,22 @@ TEST(Registry, ChecksTheRightsOfAKey) {
 TEST(Process, CanBeOpenedOnlyWhenItIsThereAndLetsUs) {
   AddProcess(7000, L"C:\\Apps\\Gr\u00FCn.exe");
   AddProcess(7004, L"C:\\Apps\\elevated.exe", false);
-  const HANDLE process = OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, 7000);
   char path[260];
   DWORD size = sizeof(path);
-  EXPECT_TRUE(QueryFullProcessImageNameA(process, 0, path, &size));
+  const auto read = [&](DWORD id, DWORD rights) {
+    const HANDLE process = OpenProcess(rights, FALSE, id);
+    const BOOL done = process && QueryFullProcessImageNameA(process, 0, path, &size);
+    const DWORD error = GetLastError();
+    if (process) CloseHandle(process);
+    SetLastError(error);
+    return done;
+  };
+  EXPECT_TRUE(read(7000, PROCESS_QUERY_LIMITED_INFORMATION));
   EXPECT_STREQ("C:\\Apps\\Gr\xFCn.exe", path);
-  CloseHandle(process);
-  const HANDLE blind = OpenProcess(PROCESS_VM_READ, FALSE, 7000);
-  EXPECT_FALSE(QueryFullProcessImageNameA(blind, 0, path, &size));
-  EXPECT_EQ(DWORD{ERROR_ACCESS_DENIED}, GetLastError());
-  CloseHandle(blind);
-  EXPECT_EQ(nullptr, OpenProcess(PROCESS_QUERY_INFORMATION, FALSE, 7004));
-  EXPECT_EQ(DWORD{ERROR_ACCESS_DENIED}, GetLastError());
+  EXPECT_TRUE(FailsWith(ERROR_ACCESS_DENIED, [&] { return read(7000, PROCESS_VM_READ); }));
+  EXPECT_TRUE(
+      FailsWith(ERROR_ACCESS_DENIED, [&] { return read(7004, PROCESS_QUERY_INFORMATION); }));
   RemoveProcess(7000);
-  EXPECT_EQ(nullptr, OpenProcess(PROCESS_QUERY_INFORMATION, FALSE, 7000));
-  EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
+  EXPECT_TRUE(
+      FailsWith(ERROR_INVALID_PARAMETER, [&] { return read(7000, PROCESS_QUERY_INFORMATION); }));
 }

@@ -1,6 +1,4 @@
 // Windows of other threads: what waits for their owners, and what does not.
-#include <gtest/gtest.h>
-
 #include <utility>
 
 #include "tests/platform/TestWindow.h"
@@ -63,7 +61,6 @@ TEST(OtherThreads, AreNotWaitedForByTheOthers) {
   TestEvent go;
   WindowThread other({}, [&](TestWindow&) { go.Wait(); });
   const HWND window = other.handle();
-  RECT rect{};
   wchar_t text[16] = {};
   EXPECT_TRUE(ShowWindowAsync(window, SW_SHOWNA));
   EXPECT_TRUE(SetWindowPos(window, nullptr, 5, 7, 0, 0, kStay | SWP_ASYNCWINDOWPOS));
@@ -75,14 +72,12 @@ TEST(OtherThreads, AreNotWaitedForByTheOthers) {
   SetWindowLongPtrW(window, GWLP_HWNDPARENT, 0);
   EXPECT_TRUE(PostMessageW(window, WM_USER, 0, 0));
   EXPECT_FALSE(IsWindowVisible(window));
-  EXPECT_TRUE(GetWindowRect(window, &rect));
-  EXPECT_EQ(rect.left, 10);
+  EXPECT_EQ(SidesOf(window), (Sides{10, 10, 60, 60}));
   EXPECT_FALSE(IsHungAppWindow(window)) << "not yet";
   go.Set();
   other.Flush();
   EXPECT_TRUE(IsWindowVisible(window));
-  EXPECT_TRUE(GetWindowRect(window, &rect));
-  EXPECT_EQ(rect.top, 7);
+  EXPECT_EQ(SidesOf(window), (Sides{5, 7, 55, 57}));
 }
 
 }  // namespace
