@@ -1,6 +1,4 @@
 // What the screen shows of other programs' windows.
-#include <cstdlib>
-
 #include "tests/platform/DesktopTest.h"
 
 namespace qx::test {
@@ -9,16 +7,6 @@ namespace {
 using namespace vwin::control;
 
 class CompositorTest : public DesktopTest {};
-
-testing::AssertionResult near(std::uint32_t seen, std::uint32_t wanted) {
-  for (int shift = 0; shift < 32; shift += 8) {
-    const int a = seen >> shift & 0xFF;
-    const int b = wanted >> shift & 0xFF;
-    if (std::abs(a - b) > 1)
-      return testing::AssertionFailure() << std::hex << seen << " is not about " << wanted;
-  }
-  return testing::AssertionSuccess();
-}
 
 TEST_F(CompositorTest, ShowsTheTopmostWindowThatIsThere) {
   EXPECT_EQ(screenAt(50, 50), kDesktopPixel);
@@ -84,12 +72,12 @@ TEST_F(CompositorTest, MixesLayeredWindows) {
   Fill(window, {50, 0, 100, 100}, kGreen);
   // 25 of 255 over the desktop's 32, 64, 96.
   SetLayered(window, std::nullopt, std::uint8_t{25});
-  EXPECT_TRUE(near(screenAt(10, 10), 0x00303D58));
+  EXPECT_EQ(screenAt(10, 10), 0x00303D58u);
   SetLayered(window, kGreen, std::nullopt);
   EXPECT_EQ(screenAt(10, 10), kRedPixel);
   EXPECT_EQ(screenAt(60, 10), kDesktopPixel);
   SetLayered(window, kGreen, std::uint8_t{128});
-  EXPECT_TRUE(near(screenAt(10, 10), 0x00742F35));
+  EXPECT_EQ(screenAt(10, 10), 0x00742F35u);
   EXPECT_EQ(screenAt(60, 10), kDesktopPixel);
   SetExStyle(window, 0);
   EXPECT_EQ(screenAt(60, 10), kGreenPixel);
@@ -128,8 +116,7 @@ TEST_F(CompositorTest, TheCursorIsDrawnOnDemand) {
   cursor.cbSize = sizeof(cursor);
   ASSERT_TRUE(GetCursorInfo(&cursor));
   EXPECT_EQ(cursor.flags, static_cast<DWORD>(CURSOR_SHOWING));
-  EXPECT_EQ(cursor.ptScreenPos.x, 50);
-  EXPECT_EQ(cursor.ptScreenPos.y, 60);
+  EXPECT_EQ(std::pair(cursor.ptScreenPos.x, cursor.ptScreenPos.y), std::pair(LONG{50}, LONG{60}));
   TestBitmap picture(4, 2);
   picture.Fill({0, 0, 4, 2}, kGreen);
   EXPECT_TRUE(DrawIcon(picture.dc(), 3, 1, cursor.hCursor));

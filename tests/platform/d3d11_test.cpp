@@ -71,15 +71,11 @@ class D3D11Test : public testing::Test {
     ComPtr<ID3D11VertexShader> vertexShader;
     ComPtr<ID3D11PixelShader> pixelShader;
     ComPtr<ID3D11InputLayout> layout;
-    ASSERT_EQ(device.CreateVertexShader(kQuadVertexShader, sizeof(kQuadVertexShader), nullptr,
-                                        vertexShader.Put()),
-              S_OK);
-    ASSERT_EQ(device.CreatePixelShader(kQuadPixelShader, sizeof(kQuadPixelShader), nullptr,
-                                       pixelShader.Put()),
-              S_OK);
-    ASSERT_EQ(device.CreateInputLayout(kElements, 2, kQuadVertexShader, sizeof(kQuadVertexShader),
-                                       layout.Put()),
-              S_OK);
+    constexpr SIZE_T kVertexSize = sizeof(kQuadVertexShader), kPixelSize = sizeof(kQuadPixelShader);
+    ASSERT_EQ(device.CreateVertexShader(kQuadVertexShader, kVertexSize, {}, vertexShader.Put()), 0);
+    ASSERT_EQ(device.CreatePixelShader(kQuadPixelShader, kPixelSize, {}, pixelShader.Put()), 0);
+    ASSERT_EQ(device.CreateInputLayout(kElements, 2, kQuadVertexShader, kVertexSize, layout.Put()),
+              0);
     context().VSSetShader(vertexShader.Get(), nullptr, 0);
     context().PSSetShader(pixelShader.Get(), nullptr, 0);
     context().IASetInputLayout(layout.Get());
@@ -257,12 +253,10 @@ TEST_F(D3D11Test, ChildrenKeepTheirDeviceAndBindingsDont) {
   const LedgerSnapshot before = Snapshot();
   Card other;
   ComPtr<ID3D11Texture2D> texture = other.Texture(MakePicture(2, 2, Noise));
-  ID3D11DeviceContext* again = nullptr;
-  other.device->GetImmediateContext(&again);
-  EXPECT_EQ(again, other.context.Get()) << "there is one";
-  again->Release();
-  ID3D11Resource* const foreign = texture.Get();
-  context().CopyResource(foreign, foreign);
+  ComPtr<ID3D11DeviceContext> again;
+  other.device->GetImmediateContext(again.Put());
+  EXPECT_EQ(again.Get(), other.context.Get()) << "there is one";
+  context().CopyResource(texture.Get(), texture.Get());
   EXPECT_FALSE(TakeMisuses().empty()) << "made by another device";
   {
     ComPtr<ID3D11ShaderResourceView> view;
@@ -270,13 +264,12 @@ TEST_F(D3D11Test, ChildrenKeepTheirDeviceAndBindingsDont) {
     ID3D11ShaderResourceView* const bound = view.Get();
     other.context->PSSetShaderResources(0, 1, &bound);
   }
+  again.Reset();
   other.context.Reset();
-  EXPECT_EQ(other.device->AddRef(), 3u)
-      << "the texture's, and two of ours: what is bound counts no more";
-  EXPECT_EQ(other.device->Release(), 2u);
+  const auto references = [&] { return other.device->AddRef(), other.device->Release(); };
+  EXPECT_EQ(references(), 2u) << "the texture's and ours: what is bound counts no more";
   texture.Reset();
-  EXPECT_EQ(other.device->AddRef(), 2u);
-  EXPECT_EQ(other.device->Release(), 1u);
+  EXPECT_EQ(references(), 1u);
   other.device.Reset();
   EXPECT_EQ(Difference(before), "");
 }
@@ -333,14 +326,13 @@ TEST_F(D3D11Test, TakesOnlyWholeShadersOfTheirStage) {
   ComPtr<ID3D11VertexShader> vertexShader;
   ComPtr<ID3D11PixelShader> pixelShader;
   ComPtr<ID3D11InputLayout> layout;
-  EXPECT_EQ(device.CreateVertexShader(kQuadPixelShader, sizeof(kQuadPixelShader), nullptr,
-                                      vertexShader.Put()),
-            E_INVALIDARG);
   std::vector<unsigned char> bytes(kQuadPixelShader, kQuadPixelShader + sizeof(kQuadPixelShader));
   const auto make = [&] {
     return device.CreatePixelShader(bytes.data(), bytes.size(), nullptr, pixelShader.Put());
   };
   EXPECT_EQ(make(), S_OK);
+  EXPECT_EQ(device.CreateVertexShader(bytes.data(), bytes.size(), nullptr, vertexShader.Put()),
+            E_INVALIDARG);
   for (const std::size_t at : {std::size_t{0}, std::size_t{5}, std::size_t{33}, bytes.size() - 1}) {
     bytes[at] ^= 1;
     EXPECT_EQ(make(), E_INVALIDARG) << "damaged at " << at;

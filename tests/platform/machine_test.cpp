@@ -50,32 +50,30 @@ TEST(Version, DecidesWhatTheTwoSourcesSayAndWhichFunctionsThereAre) {
 }
 
 TEST(Registry, ChecksTheRightsOfAKey) {
-  const char* const path = "Software\\Test";
-  SetRegistryDword(path, "Number", 0x01020304);
+  SetRegistryDword("Software\\Test", "Number", 0x01020304);
   HKEY key = nullptr;
-  std::uint32_t value = 0;
-  DWORD type = 0;
-  DWORD size = sizeof(value);
-  ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExA(HKEY_CURRENT_USER, "SOFTWARE\\test\\", 0, KEY_READ, &key));
-  auto* const bytes = reinterpret_cast<BYTE*>(&value);
-  EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExA(key, "number", nullptr, &type, bytes, &size));
-  EXPECT_EQ(0x01020304u, value);
-  EXPECT_EQ(DWORD{REG_DWORD}, type);
+  BYTE bytes[4] = {};
+  DWORD size = sizeof(bytes);
+  const auto open = [&](REGSAM rights) {
+    return RegOpenKeyExA(HKEY_CURRENT_USER, "SOFTWARE\\test\\", 0, rights, &key);
+  };
+  const auto read = [&](const char* name) {
+    return RegQueryValueExA(key, name, nullptr, nullptr, bytes, &size);
+  };
+  const auto write = [&] { return RegSetValueExA(key, "Number", 0, REG_DWORD, bytes, 4); };
+  ASSERT_EQ(ERROR_SUCCESS, open(KEY_READ));
+  EXPECT_EQ(ERROR_SUCCESS, read("number"));
+  EXPECT_EQ(1, bytes[3]);
   size = 2;
-  EXPECT_EQ(ERROR_MORE_DATA, RegQueryValueExA(key, "Number", nullptr, nullptr, bytes, &size));
+  EXPECT_EQ(ERROR_MORE_DATA, read("Number"));
   EXPECT_EQ(4u, size);
-  EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegQueryValueExA(key, "Other", nullptr, nullptr, bytes, &size));
-  EXPECT_EQ(ERROR_ACCESS_DENIED, RegSetValueExA(key, "Number", 0, REG_DWORD, bytes, 4));
+  EXPECT_EQ(ERROR_FILE_NOT_FOUND, read("Other"));
+  EXPECT_EQ(ERROR_ACCESS_DENIED, write());
   EXPECT_EQ(ERROR_SUCCESS, RegCloseKey(key));
-
-  ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExA(HKEY_CURRENT_USER, path, 0, KEY_WRITE, &key));
-  value = 5;
-  EXPECT_EQ(ERROR_SUCCESS, RegSetValueExA(key, "Number", 0, REG_DWORD, bytes, 4));
-  EXPECT_EQ(ERROR_ACCESS_DENIED, RegQueryValueExA(key, "Number", nullptr, nullptr, bytes, &size));
+  ASSERT_EQ(ERROR_SUCCESS, open(KEY_WRITE));
+  EXPECT_EQ(ERROR_SUCCESS, write());
+  EXPECT_EQ(ERROR_ACCESS_DENIED, read("Number"));
   EXPECT_EQ(ERROR_SUCCESS, RegCloseKey(key));
-  EXPECT_EQ(5u, RegistryDword(path, "Number"));
-  RemoveRegistryKey(path);
-  EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegOpenKeyExA(HKEY_CURRENT_USER, path, 0, KEY_READ, &key));
 }
 
 TEST(Process, CanBeOpenedOnlyWhenItIsThereAndLetsUs) {

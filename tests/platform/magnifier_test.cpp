@@ -11,15 +11,9 @@
 #include "platform/control/Clock.h"
 #include "platform/control/Faults.h"
 #include "platform/control/Magnification.h"
+#include "platform/model/Modules.h"
 #include "tests/platform/DesktopTest.h"
 #include "tests/platform/Direct3D9Test.h"
-
-// No header declares what is reached through GetProcAddress.
-BOOL WINAPI MagInitialize();
-BOOL WINAPI MagUninitialize();
-BOOL WINAPI MagSetWindowSource(HWND window, RECT source);
-BOOL WINAPI MagSetWindowFilterList(HWND window, DWORD mode, int count, HWND* windows);
-BOOL WINAPI MagSetColorEffect(HWND window, MAGCOLOREFFECT* effect);
 
 namespace qx::test {
 namespace {
@@ -172,7 +166,10 @@ TEST_F(Magnifiers, RenderOnTheirThreadWhileTheCallerAnswersWhatIsSentToIt) {
   TestWindow asked({100, 50, 110, 60});
   asked.onMessage = [](UINT, WPARAM, LPARAM) { return LRESULT{5}; };
   HWND window = nullptr;
-  WindowThread thread([&](TestWindow&) { window = makeWindow(); });
+  WindowThread thread([&](TestWindow& other) {
+    window = makeWindow();
+    other.onMessage = [&](UINT, WPARAM, LPARAM) { return LRESULT{DestroyWindow(window)}; };
+  });
   LRESULT answer = 0;
   const auto look = g_seen;
   g_seen = [&](IDirect3DDevice9* device, IDirect3DSurface9* source) {
@@ -198,6 +195,7 @@ TEST_F(Magnifiers, RenderOnTheirThreadWhileTheCallerAnswersWhatIsSentToIt) {
   SetRenderTime(0ms);
   caller.Join();
   EXPECT_EQ(m_calls, 2);
+  EXPECT_TRUE(SendMessageW(thread.handle(), WM_USER, 0, 0));
 }
 
 TEST_F(Magnifiers, DrawWhatAFaultyDriverDrawsAndNothingWithoutADevice) {

@@ -166,7 +166,7 @@ TEST_F(OwnWindowTest, ForegroundIsTheUsersOrTheTopmostThatCanBeOrOfThoseWhoShare
   Restore(editor);
   SetForeground(other);
   EXPECT_TRUE(BringWindowToTop(editor));
-  EXPECT_EQ(WindowsInOrder(), (std::vector<HWND>{editor, passive, other}));
+  EXPECT_EQ(WindowsInOrder(), (std::vector<HWND>{editor, other, passive}));
   EXPECT_EQ(GetForegroundWindow(), other) << "that is for its user to decide";
 
   const DWORD self = GetCurrentThreadId();
