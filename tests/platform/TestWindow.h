@@ -14,6 +14,13 @@
 
 namespace qx::test {
 
+constexpr COLORREF kDesktop = RGB(32, 64, 96);
+constexpr std::uint32_t kDesktopPixel = 0x00204060;
+constexpr COLORREF kRed = RGB(200, 30, 10);
+constexpr std::uint32_t kRedPixel = 0x00C81E0A;
+constexpr COLORREF kGreen = RGB(20, 180, 40);
+constexpr std::uint32_t kGreenPixel = 0x0014B428;
+
 // Whether a call fails, and with this error.
 template <typename Call>
 testing::AssertionResult FailsWith(DWORD error, const Call& call) {
@@ -22,6 +29,20 @@ testing::AssertionResult FailsWith(DWORD error, const Call& call) {
   const DWORD seen = GetLastError();
   if (!done && seen == error) return testing::AssertionSuccess();
   return testing::AssertionFailure() << (done ? "it worked" : "it failed") << ", error " << seen;
+}
+
+// Whether the system says that it is this version, or a later one.
+inline BOOL IsAtLeast(DWORD major, DWORD minor, WORD servicePack) {
+  OSVERSIONINFOEXW wanted{};
+  wanted.dwOSVersionInfoSize = sizeof(wanted);
+  wanted.dwMajorVersion = major;
+  wanted.dwMinorVersion = minor;
+  wanted.wServicePackMajor = servicePack;
+  ULONGLONG conditions = 0;
+  for (const DWORD type : {VER_MAJORVERSION, VER_MINORVERSION, VER_SERVICEPACKMAJOR})
+    conditions = VerSetConditionMask(conditions, type, VER_GREATER_EQUAL);
+  return VerifyVersionInfoW(&wanted, VER_MAJORVERSION | VER_MINORVERSION | VER_SERVICEPACKMAJOR,
+                            conditions);
 }
 
 // Left, top, right, bottom.

@@ -274,8 +274,9 @@ TEST_F(D3D11Test, ChildrenKeepTheirDeviceAndBindingsDont) {
   EXPECT_EQ(Difference(before), "");
 }
 
-TEST_F(D3D11Test, MapsOnceAndNotWhileItCopies) {
-  const ComPtr<ID3D11Texture2D> texture = m_card.Texture(MakePicture(70, 6, Noise));
+TEST_F(D3D11Test, MapsOnceAndNotWhileItCopiesAndCopiesWhatFits) {
+  const CardPicture source = MakePicture(70, 6, Noise);
+  const ComPtr<ID3D11Texture2D> texture = m_card.Texture(source);
   const D3D11_TEXTURE2D_DESC desc = Card::DescribeStaging(70, 6);
   ComPtr<ID3D11Texture2D> staging;
   ComPtr<IDXGISurface> surface;
@@ -300,11 +301,7 @@ TEST_F(D3D11Test, MapsOnceAndNotWhileItCopies) {
                                       "ID3D11DeviceContext::CopyResource: a texture is mapped",
                                       "IDXGISurface::Unmap: it is not mapped",
                                       "ID3D11Texture2D: released while it was mapped"}));
-}
 
-TEST_F(D3D11Test, CopiesWhatFits) {
-  const CardPicture source = MakePicture(70, 6, Noise);
-  const ComPtr<ID3D11Texture2D> texture = m_card.Texture(source);
   const ComPtr<ID3D11Texture2D> small = m_card.Texture(MakePicture(4, 3, Noise));
   context().CopyResource(small.Get(), texture.Get());
   const D3D11_BOX beyond = {68, 0, 0, 71, 2, 1};

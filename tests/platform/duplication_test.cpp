@@ -22,7 +22,6 @@ using namespace vwin::control;
 
 using Rects = std::vector<Sides>;
 
-constexpr std::uint32_t kOpaque = 0xFF000000;
 const CursorPicture kTwoPixels = {
     .width = 2, .height = 1, .hotspotX = 1, .hotspotY = 0, .pixels = {0xFF112233, 0x80445566}};
 

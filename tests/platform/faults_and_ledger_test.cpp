@@ -1,7 +1,6 @@
 // How virtual Windows fails calls on request, and what it notes of misuse.
 #include <dxgi.h>
 
-#include <cerrno>
 #include <set>
 #include <string>
 #include <vector>
@@ -68,22 +67,6 @@ TEST(Faults, HitTheNthOfAllCallsThatCanFail) {
     hit.push_back(*function);
   }
   EXPECT_EQ((Texts{"CreateEventW", "SetEvent"}), hit);
-}
-
-TEST(Faults, ReachComCallsAndThreads) {
-  FailNth("CreateDXGIFactory1", 1, {0, DXGI_ERROR_UNSUPPORTED});
-  IDXGIFactory1* factory = nullptr;
-  EXPECT_EQ(DXGI_ERROR_UNSUPPORTED, MakeFactory(&factory));
-  ASSERT_EQ(S_OK, MakeFactory(&factory));
-  FailNth("IDXGIFactory1::EnumAdapters1", 1);
-  IDXGIAdapter1* adapter = nullptr;
-  EXPECT_EQ(E_OUTOFMEMORY, factory->EnumAdapters1(0, &adapter));
-  factory->Release();
-
-  FailNth("_beginthreadex", 1);
-  EXPECT_EQ(0u, _beginthreadex(nullptr, 0, &DoNothing, nullptr, 0, nullptr));
-  EXPECT_EQ(EAGAIN, errno);
-  ClearFaults();
 }
 
 TEST(Calls, AreCountedAndLoggedInOrder) {

@@ -6,10 +6,6 @@ namespace {
 
 using Pixels = std::vector<std::uint32_t>;
 
-constexpr COLORREF kRed = RGB(200, 30, 10);
-constexpr std::uint32_t kRedPixel = 0x00C81E0A;
-constexpr COLORREF kGreen = RGB(20, 180, 40);
-constexpr std::uint32_t kGreenPixel = 0x0014B428;
 constexpr COLORREF kBlue = RGB(15, 25, 220);
 constexpr std::uint32_t kBluePixel = 0x000F19DC;
 

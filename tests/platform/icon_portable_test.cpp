@@ -1,4 +1,4 @@
-// Icons, GDI+ images and streams over memory.
+// Icons and cursors as pictures, GDI+ images and streams over memory.
 #include <gtest/gtest.h>
 #include <windows.h>
 // After windows.h.
@@ -7,6 +7,7 @@
 // After objidl.h.
 #include <gdiplus.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -148,6 +149,60 @@ TEST(Streams, WriteIntoGlobalMemoryThatGoesWithThemOrStays) {
       EXPECT_FALSE(GlobalFree(memory));
     }
   }
+}
+
+// How many pixels a cursor changes in a picture of 80 x 80.
+std::ptrdiff_t changedBy(HCURSOR cursor, int size) {
+  TestBitmap picture(80, 80);
+  picture.Fill({0, 0, 80, 80}, kDesktop);
+  EXPECT_TRUE(
+      DrawIconEx(picture.dc(), 8, 8, cursor, size, size, 0, nullptr, DI_NORMAL | DI_COMPAT));
+  const std::vector<std::uint32_t> pixels = picture.Pixels();
+  return 80 * 80 - std::count_if(pixels.begin(), pixels.end(), [](std::uint32_t pixel) {
+           return (pixel & 0x00FFFFFF) == kDesktopPixel;
+         });
+}
+
+TEST(Cursors, AreDrawnInAnySizeAndACopyIsTheCallers) {
+  const HCURSOR arrow = LoadCursorW(nullptr, IDC_ARROW);
+  ASSERT_TRUE(arrow);
+  const std::ptrdiff_t whole = changedBy(arrow, 32);
+  EXPECT_GT(whole, 20);
+  EXPECT_NEAR(static_cast<double>(changedBy(arrow, 64)) / static_cast<double>(whole), 4, 0.6);
+  const auto copy = static_cast<HCURSOR>(CopyImage(arrow, IMAGE_CURSOR, 0, 0, LR_MONOCHROME));
+  ASSERT_TRUE(copy);
+  EXPECT_NE(copy, arrow);
+  EXPECT_GT(changedBy(copy, 32), 20);
+  EXPECT_TRUE(DestroyCursor(copy));
+  ICONINFO gone{};
+  EXPECT_FALSE(GetIconInfo(copy, &gone));
+}
+
+TEST(Cursors, BitmapsAreReadWithTheLongHeader) {
+  ICONINFO info{};
+  ASSERT_TRUE(GetIconInfo(LoadCursorW(nullptr, IDC_ARROW), &info));
+  EXPECT_FALSE(info.fIcon);
+  BITMAP mask{};
+  ASSERT_TRUE(GetObjectW(info.hbmMask, sizeof(mask), &mask));
+  BITMAPV5HEADER header{};
+  header.bV5Size = sizeof(header);
+  header.bV5Width = mask.bmWidth;
+  header.bV5Height = -mask.bmHeight;
+  header.bV5Planes = 1;
+  header.bV5BitCount = 32;
+  header.bV5AlphaMask = 0xFF000000;
+  header.bV5CSType = 0x57696E20;  // that of Windows
+  header.bV5Intent = 1;
+  std::vector<std::uint32_t> pixels(static_cast<std::size_t>(mask.bmWidth * mask.bmHeight), 7);
+  const HDC screen = GetDC(nullptr);
+  EXPECT_EQ(GetDIBits(screen, info.hbmMask, 0, static_cast<UINT>(mask.bmHeight), pixels.data(),
+                      reinterpret_cast<BITMAPINFO*>(&header), DIB_RGB_COLORS),
+            mask.bmHeight);
+  ReleaseDC(nullptr, screen);
+  EXPECT_EQ(std::count(pixels.begin(), pixels.end(), 7), 0);
+  EXPECT_GT(std::count(pixels.begin(), pixels.end(), 0x00FFFFFF), 0);
+  if (info.hbmColor) DeleteObject(info.hbmColor);
+  DeleteObject(info.hbmMask);
 }
 
 }  // namespace

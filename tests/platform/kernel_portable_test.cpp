@@ -146,20 +146,10 @@ TEST(Versions, AgreeBetweenTheirTwoSources) {
   EXPECT_EQ(0xF0000000u, build & 0xFFFF0000u) << "flags of a release build";
 
   EXPECT_EQ(284u, sizeof(OSVERSIONINFOEXW));
-  const auto isAtLeast = [](DWORD wantedMajor, DWORD wantedMinor) {
-    OSVERSIONINFOEXW wanted{};
-    wanted.dwOSVersionInfoSize = sizeof(wanted);
-    wanted.dwMajorVersion = wantedMajor;
-    wanted.dwMinorVersion = wantedMinor;
-    ULONGLONG conditions = 0;
-    for (const DWORD type : {VER_MAJORVERSION, VER_MINORVERSION, VER_SERVICEPACKMAJOR})
-      conditions = VerSetConditionMask(conditions, type, VER_GREATER_EQUAL);
-    return VerifyVersionInfoW(&wanted, VER_MAJORVERSION | VER_MINORVERSION | VER_SERVICEPACKMAJOR,
-                              conditions);
-  };
-  EXPECT_EQ(major > 6 || (major == 6 && minor >= 2), isAtLeast(6, 2) != FALSE);
-  EXPECT_TRUE(isAtLeast(5, 9)) << "a lower minor number does not matter below a higher major one";
-  EXPECT_TRUE(FailsWith(ERROR_OLD_WIN_VERSION, [&] { return isAtLeast(99, 0); }));
+  EXPECT_EQ(major > 6 || (major == 6 && minor >= 2), IsAtLeast(6, 2, 0) != FALSE);
+  EXPECT_TRUE(IsAtLeast(5, 9, 0))
+      << "a lower minor number does not matter below a higher major one";
+  EXPECT_TRUE(FailsWith(ERROR_OLD_WIN_VERSION, [] { return IsAtLeast(99, 0, 0); }));
 }
 
 TEST(Text, GoesToUtf8AndBackWhereThereIsRoom) {

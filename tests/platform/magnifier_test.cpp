@@ -21,8 +21,6 @@ namespace {
 using namespace vwin::control;
 using namespace std::chrono_literals;
 
-constexpr std::uint32_t kOpaque = 0xFF000000;
-
 std::function<void(IDirect3DDevice9*, IDirect3DSurface9*)> g_seen;
 
 HRESULT detour(IDirect3DDevice9* device, IDirect3DSurface9* source, const RECT*, IDirect3DSurface9*,

@@ -27,6 +27,11 @@ bool isTopmost(HWND window) {
   return (GetWindowLongPtrW(window, GWL_EXSTYLE) & WS_EX_TOPMOST) != 0;
 }
 
+BOOL CALLBACK collect(HWND window, LPARAM found) {
+  reinterpret_cast<std::vector<HWND>*>(found)->push_back(window);
+  return TRUE;
+}
+
 TEST(Windows, AreAsTheyWereMade) {
   TestWindow window({100, 120, 400, 320}, kAny, WS_EX_TOOLWINDOW, nullptr, WS_POPUP, L"A title");
   EXPECT_EQ(SidesOf(window), (Sides{100, 120, 400, 320}));
@@ -171,11 +176,7 @@ TEST(Windows, ChildrenBelongToTheirParent) {
   EXPECT_TRUE(IsWindowVisible(child));
 
   std::vector<HWND> found;
-  const auto collect = [](HWND window, LPARAM to) -> BOOL {
-    reinterpret_cast<std::vector<HWND>*>(to)->push_back(window);
-    return TRUE;
-  };
-  EnumChildWindows(parent, collect, reinterpret_cast<LPARAM>(&found));
+  EnumChildWindows(parent, &collect, reinterpret_cast<LPARAM>(&found));
   EXPECT_EQ(found, (std::vector<HWND>{child, grandchild}));
 
   SetWindowPos(parent, nullptr, 200, 150, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
@@ -237,6 +238,31 @@ TEST(Windows, NeedTheirClassOnceAndTheStyleForLayers) {
   EXPECT_EQ(key, kAny);
   EXPECT_EQ(alpha, 128);
   EXPECT_EQ(flags, static_cast<DWORD>(LWA_ALPHA | LWA_COLORKEY));
+}
+
+TEST(MessageWindows, AreNotAmongTheWindowsOfTheirThread) {
+  TestWindow seen({10, 10, 60, 60});
+  TestWindow unseen({0, 0, 0, 0}, RGB(0, 0, 0), 0, HWND_MESSAGE, 0);
+  ASSERT_TRUE(unseen.handle());
+  EXPECT_EQ(GetWindowThreadProcessId(unseen, nullptr), GetCurrentThreadId());
+  std::vector<HWND> windows;
+  EnumThreadWindows(GetCurrentThreadId(), &collect, reinterpret_cast<LPARAM>(&windows));
+  EXPECT_EQ(std::count(windows.begin(), windows.end(), seen.handle()), 1);
+  EXPECT_EQ(std::count(windows.begin(), windows.end(), unseen.handle()), 0);
+
+  unseen.onMessage = [](UINT, WPARAM wParam, LPARAM) { return static_cast<LRESULT>(wParam) + 1; };
+  TestThread sender([&] {
+    DWORD_PTR result = 0;
+    EXPECT_TRUE(
+        SendMessageTimeoutW(unseen, WM_USER, 41, 0, SMTO_BLOCK | SMTO_ABORTIFHUNG, 5000, &result));
+    EXPECT_EQ(result, DWORD_PTR{42});
+    EXPECT_TRUE(SendMessageTimeoutW(unseen, WM_CLOSE, 0, 0, SMTO_BLOCK, 5000, nullptr));
+    PostThreadMessageW(GetWindowThreadProcessId(seen, nullptr), WM_QUIT, 0, 0);
+  });
+  MSG message{};
+  while (GetMessageW(&message, nullptr, 0, 0) > 0) DispatchMessageW(&message);
+  EXPECT_FALSE(IsWindow(unseen)) << "WM_CLOSE ends it";
+  EXPECT_EQ(unseen.noted, (std::vector<UINT>{WM_USER, WM_DESTROY, WM_NCDESTROY}));
 }
 
 }  // namespace
