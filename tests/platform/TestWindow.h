@@ -54,6 +54,14 @@ inline Sides SidesOf(HWND window) {
   return SidesOf(rect);
 }
 
+// In the order of windows.
+inline void Place(HWND window, HWND after) {
+  EXPECT_TRUE(SetWindowPos(window, after, 0, 0, 0, 0, SWP_NOSIZE | SWP_NOMOVE | SWP_NOACTIVATE));
+}
+inline bool IsTopmost(HWND window) {
+  return (GetWindowLongPtrW(window, GWL_EXSTYLE) & WS_EX_TOPMOST) != 0;
+}
+
 // Pixels of 32 bits, rows from top to bottom when the height is negative.
 inline BITMAPINFO DescribePixels(int width, int height) {
   BITMAPINFO info{};
@@ -73,7 +81,11 @@ class TestWindow {
   explicit TestWindow(const RECT& rect, COLORREF color = RGB(10, 20, 30), DWORD exStyle = 0,
                       HWND parent = nullptr, DWORD style = WS_POPUP, const wchar_t* title = L"")
       : m_color(color) {
-    registerClass();
+    WNDCLASSEXW description{};
+    description.cbSize = sizeof(description);
+    description.lpfnWndProc = &TestWindow::procedure;
+    description.lpszClassName = kClass;
+    RegisterClassExW(&description);
     m_handle =
         CreateWindowExW(exStyle, kClass, title, style, rect.left, rect.top, rect.right - rect.left,
                         rect.bottom - rect.top, parent, nullptr, nullptr, nullptr);
@@ -103,14 +115,6 @@ class TestWindow {
   std::vector<UINT> noted;  // messages from WM_USER on, WM_DESTROY and WM_NCDESTROY
 
  private:
-  static void registerClass() {
-    WNDCLASSEXW description{};
-    description.cbSize = sizeof(description);
-    description.lpfnWndProc = &TestWindow::procedure;
-    description.lpszClassName = kClass;
-    RegisterClassExW(&description);
-  }
-
   static LRESULT CALLBACK procedure(HWND handle, UINT message, WPARAM wParam, LPARAM lParam) {
     auto* self = reinterpret_cast<TestWindow*>(GetWindowLongPtrW(handle, GWLP_USERDATA));
     if (!self) return DefWindowProcW(handle, message, wParam, lParam);

@@ -6,7 +6,6 @@
 #include <cfloat>
 #include <cstdlib>
 #include <functional>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -126,12 +125,10 @@ class D3D11Test : public testing::Test {
     context().OMSetRenderTargets(1, &bound, nullptr);
   }
   void bind(const Vertices& vertices) const {
-    const D3D11_BUFFER_DESC desc = {static_cast<UINT>(vertices.size() * sizeof(Vertex)),
-                                    D3D11_USAGE_IMMUTABLE,
-                                    D3D11_BIND_VERTEX_BUFFER,
-                                    0,
-                                    0,
-                                    0};
+    D3D11_BUFFER_DESC desc{};
+    desc.ByteWidth = static_cast<UINT>(vertices.size() * sizeof(Vertex));
+    desc.Usage = D3D11_USAGE_IMMUTABLE;
+    desc.BindFlags = D3D11_BIND_VERTEX_BUFFER;
     const D3D11_SUBRESOURCE_DATA data = {vertices.data(), 0, 0};
     ComPtr<ID3D11Buffer> buffer;
     ASSERT_EQ(m_card.device->CreateBuffer(&desc, &data, buffer.Put()), S_OK);
@@ -142,11 +139,11 @@ class D3D11Test : public testing::Test {
 
   // Draws `source` with `vertices` over `below`.
   CardPicture draw(const CardPicture& source, const Vertices& vertices, const CardPicture& below,
-                   std::optional<D3D11_VIEWPORT> viewport = {}) const {
+                   D3D11_VIEWPORT viewport = {}) const {
     const ComPtr<ID3D11Texture2D> target = m_card.Texture(below);
-    const D3D11_VIEWPORT whole = {
-        0, 0, static_cast<float>(below.width), static_cast<float>(below.height), 0, 1};
-    context().RSSetViewports(1, viewport ? &*viewport : &whole);
+    if (viewport.Width == 0)
+      viewport = {0, 0, static_cast<float>(below.width), static_cast<float>(below.height), 0, 1};
+    context().RSSetViewports(1, &viewport);
     drawTo(target);
     readFrom(m_card.Texture(source));
     bind(vertices);

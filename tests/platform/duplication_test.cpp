@@ -55,8 +55,8 @@ class DuplicationTest : public DesktopTest {
 
   // A frame until it goes out of scope.
   struct Frame {
-    explicit Frame(IDXGIOutputDuplication* from, UINT timeoutMs = 0) : duplication(from) {
-      result = duplication->AcquireNextFrame(timeoutMs, &info, resource.Put());
+    explicit Frame(IDXGIOutputDuplication* from) : duplication(from) {
+      result = duplication->AcquireNextFrame(0, &info, resource.Put());
       if (result == S_OK) {
         EXPECT_EQ(resource.As(IID_ID3D11Texture2D, texture), S_OK);
       }
@@ -195,7 +195,7 @@ TEST_F(DuplicationTest, GivesShapesOfEveryKind) {
 TEST_F(DuplicationTest, WantsItsCallsInOrderAndBuffersLargeEnough) {
   SetUpDuplication();
   RECT rect{};
-  DXGI_OUTDUPL_MOVE_RECT move{};
+  DXGI_OUTDUPL_MOVE_RECT moves[2] = {};
   DXGI_OUTDUPL_POINTER_SHAPE_INFO shape{};
   DXGI_OUTDUPL_FRAME_INFO info{};
   ComPtr<IDXGIResource> resource;
@@ -203,7 +203,7 @@ TEST_F(DuplicationTest, WantsItsCallsInOrderAndBuffersLargeEnough) {
   UINT size = 0;
   const auto noFrame = [&] {
     EXPECT_EQ(duplication->GetFrameDirtyRects(16, &rect, &size), DXGI_ERROR_INVALID_CALL);
-    EXPECT_EQ(duplication->GetFrameMoveRects(24, &move, &size), DXGI_ERROR_INVALID_CALL);
+    EXPECT_EQ(duplication->GetFrameMoveRects(24, moves, &size), DXGI_ERROR_INVALID_CALL);
     EXPECT_EQ(duplication->GetFramePointerShape(1, &byte, &size, &shape), DXGI_ERROR_INVALID_CALL);
     EXPECT_EQ(duplication->ReleaseFrame(), DXGI_ERROR_INVALID_CALL);
     EXPECT_EQ(TakeMisuses().size(), 1u) << "only the last is a fault of the caller";
@@ -218,9 +218,8 @@ TEST_F(DuplicationTest, WantsItsCallsInOrderAndBuffersLargeEnough) {
     EXPECT_EQ(frame.info.TotalMetadataBufferSize, 2u * 24 + 16);
     EXPECT_EQ(duplication->GetFrameDirtyRects(15, &rect, &size), DXGI_ERROR_MORE_DATA);
     EXPECT_EQ(size, 16u);
-    EXPECT_EQ(duplication->GetFrameMoveRects(24, &move, &size), DXGI_ERROR_MORE_DATA);
+    EXPECT_EQ(duplication->GetFrameMoveRects(24, moves, &size), DXGI_ERROR_MORE_DATA);
     EXPECT_EQ(size, 48u);
-    DXGI_OUTDUPL_MOVE_RECT moves[2] = {};
     EXPECT_EQ(duplication->GetFrameMoveRects(48, moves, &size), S_OK);
     EXPECT_EQ(moves[0].SourcePoint.y, 2);
     EXPECT_EQ(moves[0].DestinationRect.right, 13);
@@ -229,11 +228,7 @@ TEST_F(DuplicationTest, WantsItsCallsInOrderAndBuffersLargeEnough) {
   EXPECT_EQ(Frame(duplication.Get()).result, DXGI_ERROR_WAIT_TIMEOUT) << "moves are told once";
 
   SetCursorPosition(1, 1);
-  ComPtr<ID3D11Texture2D> stale;
-  {
-    const Frame frame(duplication.Get());
-    stale = frame.texture;
-  }
+  const ComPtr<ID3D11Texture2D> stale = Frame(duplication.Get()).texture;
   (void)card.Read(stale.Get());
   EXPECT_EQ(TakeMisuses(), std::vector<std::string>{"ID3D11DeviceContext::CopyResource: the frame "
                                                     "of this texture was released"});
@@ -245,19 +240,17 @@ TEST_F(DuplicationTest, WantsItsCallsInOrderAndBuffersLargeEnough) {
 
 TEST_F(DuplicationTest, IsLostForGoodWhenTheScreenIsAnother) {
   const HMONITOR monitor = PrimaryMonitor();
+  const auto resize = [&](bool back) { SetMonitorRect(monitor, {0, 0, back ? 200 : 300, 100}); };
+  const auto turn = [&](bool back) {
+    TurnMonitor(monitor, back ? DXGI_MODE_ROTATION_IDENTITY : DXGI_MODE_ROTATION_ROTATE180);
+  };
   const std::vector<std::function<void(bool back)>> losses = {
-      [&](bool back) {
-        SetMonitorRect(monitor, {0, 0, back ? 200 : 300, 100});
-      },
-      [&](bool back) {
-        TurnMonitor(monitor, back ? DXGI_MODE_ROTATION_IDENTITY : DXGI_MODE_ROTATION_ROTATE180);
-      },
+      resize,
+      turn,
       [](bool back) { SetSecureDesktop(!back); },
       [](bool back) { LockSession(!back); },
       [&](bool back) { SetAttached(monitor, back); },
-      [&](bool back) {
-        if (back) RenewMonitorHandle(monitor);
-      },
+      [&](bool back) { back ? monitor : RenewMonitorHandle(monitor); },
   };
   for (std::size_t i = 0; i < losses.size(); ++i) {
     SCOPED_TRACE(i);
@@ -276,7 +269,7 @@ TEST_F(DuplicationTest, IsLostForGoodWhenTheScreenIsAnother) {
       EXPECT_EQ(duplication->GetFrameDirtyRects(16, &rect, &size), DXGI_ERROR_ACCESS_LOST);
     }
     EXPECT_EQ(Frame(duplication.Get()).result, DXGI_ERROR_ACCESS_LOST);
-    EXPECT_EQ(Frame(duplication.Get(), 1000).result, DXGI_ERROR_ACCESS_LOST);
+    EXPECT_EQ(Frame(duplication.Get()).result, DXGI_ERROR_ACCESS_LOST) << "for good";
     ComPtr<IDXGIOutputDuplication> second;
     if (i + 1 < losses.size()) {
       EXPECT_EQ(duplicate(second), E_INVALIDARG) << "the lost one is still there";

@@ -19,21 +19,22 @@ namespace {
 
 using namespace Gdiplus::DllExports;
 
-BITMAP described(HBITMAP bitmap) {
-  BITMAP result{};
-  EXPECT_EQ(GetObjectW(bitmap, sizeof(result), &result), static_cast<int>(sizeof(result)));
-  return result;
+// Width, height, bits of a pixel, bytes of a row.
+std::vector<LONG> described(HBITMAP bitmap) {
+  BITMAP found{};
+  EXPECT_EQ(GetObjectW(bitmap, sizeof(found), &found), static_cast<int>(sizeof(found)));
+  return {found.bmWidth, found.bmHeight, found.bmBitsPixel, found.bmWidthBytes};
 }
 
-// Rows top to bottom, as many as there are.
-std::vector<std::uint32_t> pixelsOf(HBITMAP bitmap) {
-  const BITMAP size = described(bitmap);
-  BITMAPINFO info = DescribePixels(size.bmWidth, -size.bmHeight);
-  std::vector<std::uint32_t> pixels(static_cast<std::size_t>(size.bmWidth * size.bmHeight));
+// All of a bitmap, read with a header of its size.
+template <typename Header>
+std::vector<std::uint32_t> pixelsOf(HBITMAP bitmap, Header header) {
+  const std::vector<LONG> size = described(bitmap);
+  std::vector<std::uint32_t> pixels(static_cast<std::size_t>(size[0] * size[1]), 7);
   const HDC screen = GetDC(nullptr);
-  EXPECT_EQ(GetDIBits(screen, bitmap, 0, static_cast<UINT>(size.bmHeight), pixels.data(), &info,
-                      DIB_RGB_COLORS),
-            size.bmHeight);
+  EXPECT_EQ(GetDIBits(screen, bitmap, 0, static_cast<UINT>(size[1]), pixels.data(),
+                      reinterpret_cast<BITMAPINFO*>(&header), DIB_RGB_COLORS),
+            size[1]);
   ReleaseDC(nullptr, screen);
   return pixels;
 }
@@ -51,20 +52,14 @@ TEST(Icons, TheSystemsOwnHasColoursAndAMask) {
   DeleteObject(second.hbmColor);
   DeleteObject(second.hbmMask);
 
-  const BITMAP color = described(first.hbmColor);
-  const BITMAP mask = described(first.hbmMask);
-  for (const BITMAP& bitmap : {color, mask}) {
-    EXPECT_EQ(bitmap.bmWidth, 32);
-    EXPECT_EQ(bitmap.bmHeight, 32);
-  }
-  EXPECT_EQ(color.bmBitsPixel, 32);
-  EXPECT_EQ(mask.bmBitsPixel, 1);
-  EXPECT_EQ(mask.bmWidthBytes, 4);
+  EXPECT_EQ(described(first.hbmColor), (std::vector<LONG>{32, 32, 32, 32 * 4}));
+  EXPECT_EQ(described(first.hbmMask), (std::vector<LONG>{32, 32, 1, 4}));
   // Alpha comes through, and masks are black and white.
   bool opaque = false;
-  for (const std::uint32_t pixel : pixelsOf(first.hbmColor)) opaque |= pixel >> 24 == 0xFF;
+  const BITMAPINFO plain = DescribePixels(32, -32);
+  for (const std::uint32_t pixel : pixelsOf(first.hbmColor, plain)) opaque |= pixel >> 24 == 0xFF;
   EXPECT_TRUE(opaque);
-  for (const std::uint32_t pixel : pixelsOf(first.hbmMask))
+  for (const std::uint32_t pixel : pixelsOf(first.hbmMask, plain))
     EXPECT_TRUE(pixel == 0 || pixel == 0xFFFFFF) << pixel;
   DeleteObject(first.hbmColor);
   DeleteObject(first.hbmMask);
@@ -182,23 +177,17 @@ TEST(Cursors, BitmapsAreReadWithTheLongHeader) {
   ICONINFO info{};
   ASSERT_TRUE(GetIconInfo(LoadCursorW(nullptr, IDC_ARROW), &info));
   EXPECT_FALSE(info.fIcon);
-  BITMAP mask{};
-  ASSERT_TRUE(GetObjectW(info.hbmMask, sizeof(mask), &mask));
+  const std::vector<LONG> size = described(info.hbmMask);
   BITMAPV5HEADER header{};
   header.bV5Size = sizeof(header);
-  header.bV5Width = mask.bmWidth;
-  header.bV5Height = -mask.bmHeight;
+  header.bV5Width = size[0];
+  header.bV5Height = -size[1];
   header.bV5Planes = 1;
   header.bV5BitCount = 32;
   header.bV5AlphaMask = 0xFF000000;
   header.bV5CSType = 0x57696E20;  // that of Windows
   header.bV5Intent = 1;
-  std::vector<std::uint32_t> pixels(static_cast<std::size_t>(mask.bmWidth * mask.bmHeight), 7);
-  const HDC screen = GetDC(nullptr);
-  EXPECT_EQ(GetDIBits(screen, info.hbmMask, 0, static_cast<UINT>(mask.bmHeight), pixels.data(),
-                      reinterpret_cast<BITMAPINFO*>(&header), DIB_RGB_COLORS),
-            mask.bmHeight);
-  ReleaseDC(nullptr, screen);
+  const std::vector<std::uint32_t> pixels = pixelsOf(info.hbmMask, header);
   EXPECT_EQ(std::count(pixels.begin(), pixels.end(), 7), 0);
   EXPECT_GT(std::count(pixels.begin(), pixels.end(), 0x00FFFFFF), 0);
   if (info.hbmColor) DeleteObject(info.hbmColor);

@@ -111,17 +111,15 @@ TEST_F(ProgramTest, PaintsWhenItAnswersAndCallsTakeEffectThen) {
   const HWND child = open({.parent = parent});
   HangAll();
   wchar_t text[8] = {};
-  EXPECT_EQ(
-      timeOf([&] {
-        EXPECT_EQ(GetWindowTextW(parent, text, 8), 5);
-        EXPECT_TRUE(ShowWindowAsync(parent, SW_MINIMIZE));
-        EXPECT_TRUE(SetWindowPos(child, nullptr, 1, 2, 3, 4, SWP_NOZORDER | SWP_ASYNCWINDOWPOS));
-      }),
-      0ms);
+  const auto told = timeOf([&] {
+    EXPECT_EQ(GetWindowTextW(parent, text, 8), 5);
+    EXPECT_TRUE(ShowWindowAsync(parent, SW_MINIMIZE));
+    EXPECT_TRUE(SetWindowPos(child, nullptr, 1, 2, 3, 4, SWP_NOZORDER | SWP_ASYNCWINDOWPOS));
+  });
+  EXPECT_EQ(told, 0ms);
   EXPECT_FALSE(IsIconic(parent));
-  for (const Call& call : {Call(UpdateWindow), Call([](HWND w) {
-                             return RedrawWindow(w, nullptr, nullptr, RDW_UPDATENOW);
-                           })}) {
+  const auto redraw = [](HWND w) { return RedrawWindow(w, nullptr, nullptr, RDW_UPDATENOW); };
+  for (const Call& call : {Call(UpdateWindow), Call(redraw)}) {
     TestThread release(after(20ms, [&] { AnswerAfter(child, 10ms); }));
     EXPECT_EQ(timeOf([&] { call(child); }), 30ms);
     Hang(child);

@@ -119,22 +119,16 @@ TEST_F(OwnWindowTest, MovesInTheOrderWithItsOwner) {
   TestWindow owned({0, 0, 10, 10}, kRed, 0, owner);
   TestWindow second({0, 0, 10, 10}, kRed, 0, owner);
   const HWND other = open({.rect = {0, 0, 10, 10}});
-  const auto put = [](HWND window, HWND after) {
-    SetWindowPos(window, after, 0, 0, 0, 0, SWP_NOSIZE | SWP_NOMOVE | SWP_NOACTIVATE);
-  };
-  const auto isTopmost = [](HWND window) {
-    return (GetWindowLongPtrW(window, GWL_EXSTYLE) & WS_EX_TOPMOST) != 0;
-  };
-  put(owner, HWND_BOTTOM);
+  Place(owner, HWND_BOTTOM);
   EXPECT_EQ(WindowsInOrder(), (std::vector<HWND>{other, bottom, second, owned, owner}));
-  put(owner, HWND_TOPMOST);
+  Place(owner, HWND_TOPMOST);
   EXPECT_EQ(WindowsInOrder(), (std::vector<HWND>{second, owned, owner, other, bottom}));
-  EXPECT_TRUE(isTopmost(owned) && isTopmost(second));
-  put(owned, HWND_NOTOPMOST);
-  EXPECT_TRUE(isTopmost(owned)) << "it would lie under its owner";
-  put(owner, bottom);
+  EXPECT_TRUE(IsTopmost(owned) && IsTopmost(second));
+  Place(owned, HWND_NOTOPMOST);
+  EXPECT_TRUE(IsTopmost(owned)) << "it would lie under its owner";
+  Place(owner, bottom);
   EXPECT_EQ(WindowsInOrder(), (std::vector<HWND>{other, bottom, second, owned, owner}));
-  EXPECT_FALSE(isTopmost(owned) || isTopmost(second) || isTopmost(owner));
+  EXPECT_FALSE(IsTopmost(owned) || IsTopmost(second) || IsTopmost(owner));
 }
 
 TEST_F(OwnWindowTest, IsHiddenWhileItsOwnerIsMinimised) {

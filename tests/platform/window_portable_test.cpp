@@ -19,20 +19,12 @@ std::vector<HWND> order(const std::vector<HWND>& of) {
   return found;
 }
 
-void place(HWND window, HWND after) {
-  EXPECT_TRUE(SetWindowPos(window, after, 0, 0, 0, 0, SWP_NOSIZE | SWP_NOMOVE | SWP_NOACTIVATE));
-}
-
-bool isTopmost(HWND window) {
-  return (GetWindowLongPtrW(window, GWL_EXSTYLE) & WS_EX_TOPMOST) != 0;
-}
-
 BOOL CALLBACK collect(HWND window, LPARAM found) {
   reinterpret_cast<std::vector<HWND>*>(found)->push_back(window);
   return TRUE;
 }
 
-TEST(Windows, AreAsTheyWereMade) {
+TEST(Windows, AreAsTheyWereMadeAndFoundByClassAndTitle) {
   TestWindow window({100, 120, 400, 320}, kAny, WS_EX_TOOLWINDOW, nullptr, WS_POPUP, L"A title");
   EXPECT_EQ(SidesOf(window), (Sides{100, 120, 400, 320}));
   RECT client{};
@@ -56,6 +48,13 @@ TEST(Windows, AreAsTheyWereMade) {
   char narrow[64] = {};
   EXPECT_EQ(GetClassNameA(window, narrow, 64), 18);
   EXPECT_STREQ(narrow, "PlatformTestWindow");
+
+  const HWND none = nullptr;
+  TestWindow two(kSmall, kAny, 0, nullptr, WS_POPUP, L"Two");
+  EXPECT_EQ(FindWindowExW(none, none, TestWindow::kClass, L"A title"), window.handle());
+  EXPECT_EQ(FindWindowExW(none, none, L"PLATFORMTESTWINDOW", nullptr), two.handle());
+  EXPECT_EQ(FindWindowExA(none, two, "PlatformTestWindow", nullptr), window.handle());
+  EXPECT_EQ(FindWindowExA(none, window, "PlatformTestWindow", nullptr), none);
 
   TestWindow overlapped({100, 100, 500, 400}, kAny, 0, nullptr, WS_OVERLAPPED);
   EXPECT_EQ(GetWindowLongPtrW(overlapped, GWL_STYLE) & WS_CAPTION, WS_CAPTION);
@@ -88,9 +87,9 @@ TEST(Windows, TopmostOnesStayAboveAllOthers) {
   };
   for (const Step& step : steps) {
     SCOPED_TRACE(&step - steps);
-    place(step.window, step.after);
+    Place(step.window, step.after);
     EXPECT_EQ(order(all), step.result);
-    EXPECT_EQ(isTopmost(step.window), step.topmost);
+    EXPECT_EQ(IsTopmost(step.window), step.topmost);
   }
 }
 
@@ -102,12 +101,12 @@ TEST(Windows, OwnedOnesStayOverTheirOwnerAndGoWithIt) {
   const std::vector<HWND> all = {bottom, owner, owned, other};
   EXPECT_EQ(GetWindow(owned, GW_OWNER), owner.handle());
   EXPECT_EQ(GetParent(owned), owner.handle()) << "of a popup";
-  place(owned, bottom);
+  Place(owned, bottom);
   EXPECT_EQ(order(all), (std::vector<HWND>{other, owned, owner, bottom}));
-  place(owned, HWND_TOPMOST);
+  Place(owned, HWND_TOPMOST);
   EXPECT_EQ(order(all), (std::vector<HWND>{owned, other, owner, bottom}));
-  EXPECT_FALSE(isTopmost(owner));
-  place(owner, HWND_TOP);
+  EXPECT_FALSE(IsTopmost(owner));
+  Place(owner, HWND_TOP);
   EXPECT_EQ(order(all), (std::vector<HWND>{owned, owner, other, bottom}));
   DestroyWindow(owner);
   EXPECT_FALSE(IsWindow(owned));
@@ -127,7 +126,7 @@ TEST(Windows, OwnersCanBeChanged) {
   EXPECT_EQ(GetWindow(window, GW_OWNER), owner.handle());
   EXPECT_EQ(reinterpret_cast<HWND>(GetWindowLongPtrW(window, GWLP_HWNDPARENT)), owner.handle());
   EXPECT_EQ(order(all), (std::vector<HWND>{other, window, owner}));
-  place(owner, HWND_TOP);
+  Place(owner, HWND_TOP);
   EXPECT_EQ(order(all), (std::vector<HWND>{window, owner, other})) << "it follows its owner up";
   setOwner(window, reinterpret_cast<HWND>(std::intptr_t{0x7FFFFFF0}));
   EXPECT_EQ(setOwner(window, other), owner.handle());
@@ -183,15 +182,6 @@ TEST(Windows, ChildrenBelongToTheirParent) {
   EXPECT_EQ(SidesOf(grandchild), (Sides{215, 175, 225, 185}));
   DestroyWindow(parent);
   EXPECT_FALSE(IsWindow(grandchild));
-}
-
-TEST(Windows, AreFoundByClassAndTitleWithoutRegardToCase) {
-  TestWindow one(kSmall, kAny, 0, nullptr, WS_POPUP, L"One");
-  TestWindow two(kSmall, kAny, 0, nullptr, WS_POPUP, L"Two");
-  EXPECT_EQ(FindWindowExW(nullptr, nullptr, TestWindow::kClass, L"One"), one.handle());
-  EXPECT_EQ(FindWindowExW(nullptr, nullptr, L"PLATFORMTESTWINDOW", nullptr), two.handle());
-  EXPECT_EQ(FindWindowExA(nullptr, two, "PlatformTestWindow", nullptr), one.handle());
-  EXPECT_EQ(FindWindowExA(nullptr, one, "PlatformTestWindow", nullptr), nullptr);
 }
 
 TEST(Windows, StaleHandlesAreRefused) {
