@@ -112,9 +112,7 @@ TEST(OwnedClock, MovesByItselfWhenTheTestsOwnThreadWaits) {
 
 TEST(OwnedClock, ShowsInEveryWindowsClock) {
   OwnClock();
-  LARGE_INTEGER frequency{};
-  LARGE_INTEGER before{};
-  LARGE_INTEGER after{};
+  LARGE_INTEGER frequency{}, before{}, after{};
   QueryPerformanceFrequency(&frequency);
   QueryPerformanceCounter(&before);
   SetSystemTime(microseconds(1'700'000'000'000'000));

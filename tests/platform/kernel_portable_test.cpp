@@ -139,9 +139,7 @@ TEST(Versions, AgreeBetweenTheirTwoSources) {
   const auto getNumbers = reinterpret_cast<GetNumbers>(reinterpret_cast<void*>(
       GetProcAddress(GetModuleHandleA("ntdll.dll"), "RtlGetNtVersionNumbers")));
   ASSERT_NE(nullptr, getNumbers);
-  DWORD major = 0;
-  DWORD minor = 0;
-  DWORD build = 0;
+  DWORD major = 0, minor = 0, build = 0;
   getNumbers(&major, &minor, &build);
   EXPECT_EQ(0xF0000000u, build & 0xFFFF0000u) << "flags of a release build";
 

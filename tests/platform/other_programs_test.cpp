@@ -201,17 +201,21 @@ TEST_F(ProgramTest, HangsAtTheCallThatATestChooses) {
     SidesOf(window);
   };
   std::vector<std::uint64_t> seen;
+  const auto note = [&] { seen.push_back(Count("GetWindowRect") * 10 + Count("ShowWindow")); };
   for (std::uint64_t n = 1;; ++n) {
     ClearFaults();
     ResetCounts();
-    OnNthCall(n, [&] {
-      seen.push_back(Count("GetWindowRect") * 10 + Count("ShowWindow"));
-      calls();  // these are no steps
-    });
+    OnNthCall(n, note);
     calls();
     if (!ActionRan()) break;
   }
   EXPECT_EQ(seen, (std::vector<std::uint64_t>{10, 11, 21}));
+  ClearFaults();
+  ResetCounts();
+  OnNthCall(1, calls);
+  OnNthCall(3, note);
+  calls();
+  EXPECT_EQ(seen.back(), 42u) << "calls in an action are no steps";
   ClearFaults();
 }
 
