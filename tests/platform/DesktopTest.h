@@ -11,12 +11,7 @@
 
 namespace qx::test {
 
-constexpr COLORREF kDesktop = RGB(32, 64, 96);
-constexpr std::uint32_t kDesktopPixel = 0x00204060;
-constexpr COLORREF kRed = RGB(200, 30, 10);
-constexpr std::uint32_t kRedPixel = 0x00C81E0A;
-constexpr COLORREF kGreen = RGB(20, 180, 40);
-constexpr std::uint32_t kGreenPixel = 0x0014B428;
+constexpr std::uint32_t kOpaque = 0xFF000000;
 
 class DesktopTest : public testing::Test {
  protected:

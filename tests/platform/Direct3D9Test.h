@@ -17,15 +17,9 @@ Function entryOf(void* object, std::size_t entry) {
   return reinterpret_cast<Function>((*static_cast<void***>(object))[entry]);
 }
 
-class Direct3D9 : public testing::Test {
- protected:
-  static constexpr D3DFORMAT kFormat = D3DFMT_A8R8G8B8;
-  static constexpr D3DCOLOR kRed = 0xFFC81E0A;
-  static constexpr D3DCOLOR kGreen = 0x8014B428;
-  static constexpr D3DCOLOR kBlue = 0xFF0A28DC;
-  static constexpr D3DCOLOR kWhite = 0xFFFAFBFC;
-
-  void SetUp() override {
+// A device of the first card.
+struct Direct3D9Device {
+  void Open() {
     m_module = LoadLibraryA("d3d9.dll");
     ASSERT_TRUE(m_module);
     const auto create = reinterpret_cast<decltype(&Direct3DCreate9Ex)>(
@@ -44,11 +38,54 @@ class Direct3D9 : public testing::Test {
                   D3DCREATE_HARDWARE_VERTEXPROCESSING, &parameters, nullptr, &m_device),
               D3D_OK);
   }
-  void TearDown() override {
-    for (IDirect3DSurface9* surface : m_surfaces) surface->Release();
+  void Close() {
     if (m_device) m_device->Release();
     if (m_d3d) m_d3d->Release();
     FreeLibrary(m_module);
+  }
+
+  HMODULE m_module = nullptr;
+  IDirect3D9Ex* m_d3d = nullptr;
+  IDirect3DDevice9Ex* m_device = nullptr;
+};
+
+// Rows top to bottom without gaps.
+inline std::vector<std::uint32_t> PixelsOf(IDirect3DDevice9* device, IDirect3DSurface9* surface) {
+  D3DSURFACE_DESC desc{};
+  EXPECT_EQ(surface->GetDesc(&desc), D3D_OK);
+  IDirect3DSurface9* copy = nullptr;
+  if (desc.Pool == D3DPOOL_DEFAULT) {
+    EXPECT_EQ(device->CreateOffscreenPlainSurface(desc.Width, desc.Height, desc.Format,
+                                                  D3DPOOL_SYSTEMMEM, &copy, nullptr),
+              D3D_OK);
+    EXPECT_EQ(device->GetRenderTargetData(surface, copy), D3D_OK);
+    surface = copy;
+  }
+  D3DLOCKED_RECT locked{};
+  EXPECT_EQ(surface->LockRect(&locked, nullptr, D3DLOCK_READONLY), D3D_OK);
+  std::vector<std::uint32_t> pixels;
+  for (int y = 0; y < static_cast<int>(desc.Height); ++y) {
+    const auto* row = reinterpret_cast<const std::uint32_t*>(
+        static_cast<const char*>(locked.pBits) + y * locked.Pitch);
+    pixels.insert(pixels.end(), row, row + desc.Width);
+  }
+  EXPECT_EQ(surface->UnlockRect(), D3D_OK);
+  if (copy) copy->Release();
+  return pixels;
+}
+
+class Direct3D9 : public testing::Test, protected Direct3D9Device {
+ protected:
+  static constexpr D3DFORMAT kFormat = D3DFMT_A8R8G8B8;
+  static constexpr D3DCOLOR kRed = 0xFFC81E0A;
+  static constexpr D3DCOLOR kGreen = 0x8014B428;
+  static constexpr D3DCOLOR kBlue = 0xFF0A28DC;
+  static constexpr D3DCOLOR kWhite = 0xFFFAFBFC;
+
+  void SetUp() override { Open(); }
+  void TearDown() override {
+    for (IDirect3DSurface9* surface : m_surfaces) surface->Release();
+    Close();
   }
 
   IDirect3DSurface9* target(UINT width, UINT height, D3DFORMAT format = kFormat) {
@@ -58,10 +95,10 @@ class Direct3D9 : public testing::Test {
               D3D_OK);
     return kept(surface);
   }
-  IDirect3DSurface9* readable(UINT width, UINT height, D3DFORMAT format = kFormat,
-                              D3DPOOL pool = D3DPOOL_SYSTEMMEM) {
+  IDirect3DSurface9* readable(UINT width, UINT height, D3DFORMAT format = kFormat) {
     IDirect3DSurface9* surface = nullptr;
-    EXPECT_EQ(m_device->CreateOffscreenPlainSurface(width, height, format, pool, &surface, nullptr),
+    EXPECT_EQ(m_device->CreateOffscreenPlainSurface(width, height, format, D3DPOOL_SYSTEMMEM,
+                                                    &surface, nullptr),
               D3D_OK);
     return kept(surface);
   }
@@ -77,29 +114,10 @@ class Direct3D9 : public testing::Test {
       EXPECT_EQ(m_device->ColorFill(surface, &parts[i], colors[i]), D3D_OK);
     return surface;
   }
-  // Rows top to bottom without gaps.
   std::vector<std::uint32_t> pixelsOf(IDirect3DSurface9* surface) {
-    D3DSURFACE_DESC desc{};
-    EXPECT_EQ(surface->GetDesc(&desc), D3D_OK);
-    IDirect3DSurface9* copy = surface;
-    if (desc.Pool == D3DPOOL_DEFAULT) {
-      copy = readable(desc.Width, desc.Height, desc.Format);
-      EXPECT_EQ(m_device->GetRenderTargetData(surface, copy), D3D_OK);
-    }
-    D3DLOCKED_RECT locked{};
-    EXPECT_EQ(copy->LockRect(&locked, nullptr, D3DLOCK_READONLY), D3D_OK);
-    std::vector<std::uint32_t> pixels;
-    for (UINT y = 0; y < desc.Height; ++y) {
-      const auto* row = reinterpret_cast<const std::uint32_t*>(
-          static_cast<const char*>(locked.pBits) + static_cast<int>(y) * locked.Pitch);
-      pixels.insert(pixels.end(), row, row + desc.Width);
-    }
-    EXPECT_EQ(copy->UnlockRect(), D3D_OK);
-    return pixels;
+    return PixelsOf(m_device, surface);
   }
 
-  IDirect3D9Ex* m_d3d = nullptr;
-  IDirect3DDevice9Ex* m_device = nullptr;
   std::vector<IDirect3DSurface9*> m_surfaces;
 
  private:
@@ -107,8 +125,6 @@ class Direct3D9 : public testing::Test {
     if (surface) m_surfaces.push_back(surface);
     return surface;
   }
-
-  HMODULE m_module = nullptr;
 };
 
 }  // namespace qx::test

@@ -2,6 +2,7 @@
 // look into. Only Windows calls, so that the tests run on a real system as well.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <windows.h>
 // After windows.h.
 #include <process.h>
@@ -13,6 +14,66 @@
 
 namespace qx::test {
 
+constexpr COLORREF kDesktop = RGB(32, 64, 96);
+constexpr std::uint32_t kDesktopPixel = 0x00204060;
+constexpr COLORREF kRed = RGB(200, 30, 10);
+constexpr std::uint32_t kRedPixel = 0x00C81E0A;
+constexpr COLORREF kGreen = RGB(20, 180, 40);
+constexpr std::uint32_t kGreenPixel = 0x0014B428;
+
+// Whether a call fails, and with this error.
+template <typename Call>
+testing::AssertionResult FailsWith(DWORD error, const Call& call) {
+  SetLastError(0);
+  const bool done = static_cast<bool>(call());
+  const DWORD seen = GetLastError();
+  if (!done && seen == error) return testing::AssertionSuccess();
+  return testing::AssertionFailure() << (done ? "it worked" : "it failed") << ", error " << seen;
+}
+
+// Whether the system says that it is this version, or a later one.
+inline BOOL IsAtLeast(DWORD major, DWORD minor, WORD servicePack) {
+  OSVERSIONINFOEXW wanted{};
+  wanted.dwOSVersionInfoSize = sizeof(wanted);
+  wanted.dwMajorVersion = major;
+  wanted.dwMinorVersion = minor;
+  wanted.wServicePackMajor = servicePack;
+  ULONGLONG conditions = 0;
+  for (const DWORD type : {VER_MAJORVERSION, VER_MINORVERSION, VER_SERVICEPACKMAJOR})
+    conditions = VerSetConditionMask(conditions, type, VER_GREATER_EQUAL);
+  return VerifyVersionInfoW(&wanted, VER_MAJORVERSION | VER_MINORVERSION | VER_SERVICEPACKMAJOR,
+                            conditions);
+}
+
+// Left, top, right, bottom.
+using Sides = std::vector<LONG>;
+inline Sides SidesOf(const RECT& rect) { return {rect.left, rect.top, rect.right, rect.bottom}; }
+inline Sides SidesOf(HWND window) {
+  RECT rect{};
+  EXPECT_TRUE(GetWindowRect(window, &rect));
+  return SidesOf(rect);
+}
+
+// In the order of windows.
+inline void Place(HWND window, HWND after) {
+  EXPECT_TRUE(SetWindowPos(window, after, 0, 0, 0, 0, SWP_NOSIZE | SWP_NOMOVE | SWP_NOACTIVATE));
+}
+inline bool IsTopmost(HWND window) {
+  return (GetWindowLongPtrW(window, GWL_EXSTYLE) & WS_EX_TOPMOST) != 0;
+}
+
+// Pixels of 32 bits, rows from top to bottom when the height is negative.
+inline BITMAPINFO DescribePixels(int width, int height) {
+  BITMAPINFO info{};
+  info.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
+  info.bmiHeader.biWidth = width;
+  info.bmiHeader.biHeight = height;
+  info.bmiHeader.biPlanes = 1;
+  info.bmiHeader.biBitCount = 32;
+  info.bmiHeader.biCompression = BI_RGB;
+  return info;
+}
+
 // A popup that paints its client area in one colour and notes its messages. It
 // belongs to the thread that makes it.
 class TestWindow {
@@ -20,7 +81,11 @@ class TestWindow {
   explicit TestWindow(const RECT& rect, COLORREF color = RGB(10, 20, 30), DWORD exStyle = 0,
                       HWND parent = nullptr, DWORD style = WS_POPUP, const wchar_t* title = L"")
       : m_color(color) {
-    registerClass();
+    WNDCLASSEXW description{};
+    description.cbSize = sizeof(description);
+    description.lpfnWndProc = &TestWindow::procedure;
+    description.lpszClassName = kClass;
+    RegisterClassExW(&description);
     m_handle =
         CreateWindowExW(exStyle, kClass, title, style, rect.left, rect.top, rect.right - rect.left,
                         rect.bottom - rect.top, parent, nullptr, nullptr, nullptr);
@@ -50,14 +115,6 @@ class TestWindow {
   std::vector<UINT> noted;  // messages from WM_USER on, WM_DESTROY and WM_NCDESTROY
 
  private:
-  static void registerClass() {
-    WNDCLASSEXW description{};
-    description.cbSize = sizeof(description);
-    description.lpfnWndProc = &TestWindow::procedure;
-    description.lpszClassName = kClass;
-    RegisterClassExW(&description);
-  }
-
   static LRESULT CALLBACK procedure(HWND handle, UINT message, WPARAM wParam, LPARAM lParam) {
     auto* self = reinterpret_cast<TestWindow*>(GetWindowLongPtrW(handle, GWLP_USERDATA));
     if (!self) return DefWindowProcW(handle, message, wParam, lParam);
@@ -119,13 +176,14 @@ class TestThread {
 };
 
 struct TestEvent {
-  TestEvent() = default;
+  explicit TestEvent(BOOL manualReset = TRUE, BOOL set = FALSE)
+      : handle(CreateEventW(nullptr, manualReset, set, nullptr)) {}
   ~TestEvent() { CloseHandle(handle); }
   TestEvent(const TestEvent&) = delete;
   TestEvent& operator=(const TestEvent&) = delete;
   void Set() { SetEvent(handle); }
   void Wait() { WaitForSingleObject(handle, INFINITE); }
-  const HANDLE handle = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  const HANDLE handle;
 };
 
 // A window on a thread of its own that handles messages until the end of the scope.
@@ -202,13 +260,7 @@ class TestBitmap {
   // Rows top to bottom, 0xXXRRGGBB.
   std::vector<std::uint32_t> Pixels() const { return Lines(0, m_height, true); }
   std::vector<std::uint32_t> Lines(int first, int count, bool topDown) const {
-    BITMAPINFO info{};
-    info.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
-    info.bmiHeader.biWidth = m_width;
-    info.bmiHeader.biHeight = topDown ? -m_height : m_height;
-    info.bmiHeader.biPlanes = 1;
-    info.bmiHeader.biBitCount = 32;
-    info.bmiHeader.biCompression = BI_RGB;
+    BITMAPINFO info = DescribePixels(m_width, topDown ? -m_height : m_height);
     std::vector<std::uint32_t> pixels(static_cast<std::size_t>(m_width * count), kUntouched);
     const int lines = GetDIBits(m_dc, m_bitmap, static_cast<UINT>(first), static_cast<UINT>(count),
                                 pixels.data(), &info, DIB_RGB_COLORS);

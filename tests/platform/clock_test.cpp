@@ -1,12 +1,8 @@
 // The owned clock.
 #include "platform/control/Clock.h"
 
-#include <gtest/gtest.h>
-#include <windows.h>
-
 #include <chrono>
-#include <string>
-#include <vector>
+#include <utility>
 
 #include "tests/platform/TestWindow.h"
 
@@ -14,6 +10,8 @@ namespace {
 
 using namespace std::chrono_literals;
 using namespace vwin::control;
+using Lines = std::vector<std::string>;
+using qx::test::TestEvent;
 using qx::test::TestThread;
 using std::chrono::microseconds;
 
@@ -21,122 +19,100 @@ using std::chrono::microseconds;
 // at a time in these tests, but for starts and ends.
 class Diary {
  public:
-  Diary() {
-    OwnClock();
-    m_start = Now();
-  }
   void Note(const std::string& what) {
     AcquireSRWLockExclusive(&m_lock);
-    const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(Now() - m_start);
-    m_lines.push_back(what + " " + std::to_string(ms.count()));
+    m_lines.push_back(what + " " + std::to_string((Now() - m_start) / 1ms));
     ReleaseSRWLockExclusive(&m_lock);
   }
-  std::vector<std::string> Lines() {
+  Lines Take() {
     AcquireSRWLockExclusive(&m_lock);
-    std::vector<std::string> lines = std::move(m_lines);
-    m_lines.clear();
+    Lines lines = std::exchange(m_lines, {});
     ReleaseSRWLockExclusive(&m_lock);
     return lines;
   }
 
  private:
-  microseconds m_start{};
+  const microseconds m_start = (OwnClock(), Now());
   SRWLOCK m_lock = SRWLOCK_INIT;
-  std::vector<std::string> m_lines;
+  Lines m_lines;
 };
-
-using Lines = std::vector<std::string>;
 
 }  // namespace
 
 TEST(OwnedClock, RunsAPingPongThroughAConditionVariableTheSameWayEveryTime) {
-  Diary diary;
   for (int round = 0; round < 50; ++round) {
+    Diary diary;
     SRWLOCK lock = SRWLOCK_INIT;
     CONDITION_VARIABLE changed = CONDITION_VARIABLE_INIT;
     bool served = false;
-    const microseconds start = Now();
-    Lines lines;
-    const auto note = [&](const char* what) {
-      lines.push_back(what + std::to_string((Now() - start) / 1ms));
-    };
     {
       TestThread ping([&] {
-        AcquireSRWLockExclusive(&lock);
         for (int i = 0; i < 3; ++i) {
-          ReleaseSRWLockExclusive(&lock);
           Sleep(10);
           AcquireSRWLockExclusive(&lock);
-          note("ping ");
+          diary.Note("ping");
           served = true;
           WakeAllConditionVariable(&changed);
+          ReleaseSRWLockExclusive(&lock);
         }
-        ReleaseSRWLockExclusive(&lock);
       });
       TestThread pong([&] {
         AcquireSRWLockExclusive(&lock);
         for (int i = 0; i < 3; ++i) {
           while (!served) {
-            if (SleepConditionVariableSRW(&changed, &lock, 4, 0) == FALSE) note("late ");
+            if (SleepConditionVariableSRW(&changed, &lock, 4, 0) == FALSE) diary.Note("late");
           }
           served = false;
-          note("pong ");
+          diary.Note("pong");
         }
         ReleaseSRWLockExclusive(&lock);
       });
       Settle();
-      ASSERT_TRUE(lines.empty()) << "time stands still";
+      ASSERT_EQ(Lines{}, diary.Take()) << "time stands still";
       Advance(30ms);
     }
     ASSERT_EQ((Lines{"late 4", "late 8", "ping 10", "pong 10", "late 14", "late 18", "ping 20",
                      "pong 20", "late 24", "late 28", "ping 30", "pong 30"}),
-              lines)
+              diary.Take())
         << "in round " << round;
   }
 }
 
 TEST(OwnedClock, StopsAtEveryDeadlineOnTheWay) {
   Diary diary;
-  const HANDLE stop = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  {
-    TestThread every30([&] {
-      while (WaitForSingleObject(stop, 30) == DWORD{WAIT_TIMEOUT}) diary.Note("a");
-    });
-    TestThread every50([&] {
-      while (WaitForSingleObject(stop, 50) == DWORD{WAIT_TIMEOUT}) diary.Note("b");
-    });
-    Advance(29ms);
-    EXPECT_EQ(Lines{}, diary.Lines());
-    Advance(100ms);
-    EXPECT_EQ((Lines{"a 30", "b 50", "a 60", "a 90", "b 100", "a 120"}), diary.Lines());
-    SetEvent(stop);
-  }
-  CloseHandle(stop);
+  TestEvent stop;
+  const auto every = [&](DWORD time, const char* name) {
+    return [&, time, name] {
+      while (WaitForSingleObject(stop.handle, time) == DWORD{WAIT_TIMEOUT}) diary.Note(name);
+    };
+  };
+  TestThread every30(every(30, "a"));
+  TestThread every50(every(50, "b"));
+  Advance(29ms);
+  EXPECT_EQ(Lines{}, diary.Take());
+  Advance(100ms);
+  EXPECT_EQ((Lines{"a 30", "b 50", "a 60", "a 90", "b 100", "a 120"}), diary.Take());
+  stop.Set();
 }
 
 TEST(OwnedClock, MovesByItselfWhenTheTestsOwnThreadWaits) {
   OwnClock();
   const microseconds start = Now();
-  const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  EXPECT_EQ(DWORD{WAIT_TIMEOUT}, WaitForSingleObject(event, 60'000));
+  TestEvent event;
+  EXPECT_EQ(DWORD{WAIT_TIMEOUT}, WaitForSingleObject(event.handle, 60'000));
   EXPECT_EQ(start + 60s, Now());
-  {
-    // Also for a wait without end, as long as somebody else has a deadline.
-    TestThread setter([&] {
-      Sleep(5000);
-      SetEvent(event);
-    });
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(event, INFINITE));
-  }
+  // Also for a wait without end, as long as somebody else has a deadline.
+  TestThread setter([&] {
+    Sleep(5000);
+    event.Set();
+  });
+  EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(event.handle, INFINITE));
   EXPECT_EQ(start + 65s, Now());
-  CloseHandle(event);
 }
 
 TEST(OwnedClock, ShowsInEveryWindowsClock) {
   OwnClock();
-  LARGE_INTEGER frequency{};
-  LARGE_INTEGER before{};
-  LARGE_INTEGER after{};
+  LARGE_INTEGER frequency{}, before{}, after{};
   QueryPerformanceFrequency(&frequency);
   QueryPerformanceCounter(&before);
   SetSystemTime(microseconds(1'700'000'000'000'000));
@@ -158,8 +134,8 @@ TEST(OwnedClockDeathTest, SaysWhereEachThreadStandsWhenTheTestHangs) {
   const auto hang = [] {
     OwnClock();
     SetPatience(50ms);
-    const HANDLE never = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    TestThread stuck([&] { WaitForSingleObject(never, INFINITE); });
+    TestEvent never;
+    TestThread stuck([&] { never.Wait(); });
     WaitForSingleObject(stuck.handle(), INFINITE);
   };
   EXPECT_DEATH(hang(),

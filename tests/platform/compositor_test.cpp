@@ -1,6 +1,4 @@
 // What the screen shows of other programs' windows.
-#include <cstdlib>
-
 #include "tests/platform/DesktopTest.h"
 
 namespace qx::test {
@@ -10,16 +8,6 @@ using namespace vwin::control;
 
 class CompositorTest : public DesktopTest {};
 
-testing::AssertionResult near(std::uint32_t seen, std::uint32_t wanted) {
-  for (int shift = 0; shift < 32; shift += 8) {
-    const int a = seen >> shift & 0xFF;
-    const int b = wanted >> shift & 0xFF;
-    if (std::abs(a - b) > 1)
-      return testing::AssertionFailure() << std::hex << seen << " is not about " << wanted;
-  }
-  return testing::AssertionSuccess();
-}
-
 TEST_F(CompositorTest, ShowsTheTopmostWindowThatIsThere) {
   EXPECT_EQ(screenAt(50, 50), kDesktopPixel);
   const HWND low = open({.rect = {10, 10, 100, 90}, .color = kRed});
@@ -27,27 +15,25 @@ TEST_F(CompositorTest, ShowsTheTopmostWindowThatIsThere) {
   EXPECT_EQ(screenAt(39, 50), kRedPixel);
   EXPECT_EQ(screenAt(40, 50), kGreenPixel);
   EXPECT_EQ(screenAt(150, 50), kDesktopPixel);
-
-  ToTop(low);
-  EXPECT_EQ(screenAt(50, 50), kRedPixel);
-  ToBottom(low);
-  EXPECT_EQ(screenAt(50, 50), kGreenPixel);
-  SetTopmost(low, true);
-  ToTop(high);
-  EXPECT_EQ(screenAt(50, 50), kRedPixel) << "topmost windows stay above";
-
-  Hide(low);
-  EXPECT_EQ(screenAt(50, 50), kGreenPixel);
-  Show(low);
-  SetCloaked(low, true);
-  EXPECT_EQ(screenAt(50, 50), kGreenPixel);
-  SetCloaked(low, false);
-  Minimise(low);
-  EXPECT_EQ(screenAt(50, 50), kGreenPixel);
-  Restore(low);
-  EXPECT_EQ(screenAt(50, 50), kRedPixel);
-  MoveTo(low, 100, 0);
-  EXPECT_EQ(screenAt(50, 50), kGreenPixel);
+  struct Step {
+    const char* what;
+    std::function<void()> change;
+    std::uint32_t pixel;
+  };
+  const Step steps[] = {
+      {"to the top", [&] { ToTop(low); }, kRedPixel},
+      {"to the bottom", [&] { ToBottom(low); }, kGreenPixel},
+      {"topmost", [&] { SetTopmost(low, true), ToTop(high); }, kRedPixel},
+      {"hidden", [&] { Hide(low); }, kGreenPixel},
+      {"cloaked", [&] { Show(low), SetCloaked(low, true); }, kGreenPixel},
+      {"minimised", [&] { SetCloaked(low, false), Minimise(low); }, kGreenPixel},
+      {"restored", [&] { Restore(low); }, kRedPixel},
+      {"moved", [&] { MoveTo(low, 100, 0); }, kGreenPixel},
+  };
+  for (const Step& step : steps) {
+    step.change();
+    EXPECT_EQ(screenAt(50, 50), step.pixel) << step.what;
+  }
   EXPECT_EQ(screenAt(189, 79), kRedPixel);
   Close(low);
   EXPECT_EQ(screenAt(189, 79), kDesktopPixel);
@@ -72,15 +58,15 @@ TEST_F(CompositorTest, ShowsWhatWindowsDraw) {
   const HWND plain = open({.rect = {120, 10, 140, 30}, .color = kGreen});
   Resize(plain, 40, 20);
   EXPECT_EQ(screenAt(159, 29), kGreenPixel) << "grows in its own colour";
-}
 
-TEST_F(CompositorTest, ChildrenAreCutAtTheirParentsEdge) {
-  const HWND parent = open({.rect = {10, 10, 60, 60}, .color = kRed});
-  open({.rect = {50, 50, 90, 90}, .color = kGreen, .parent = parent});
-  EXPECT_EQ(screenAt(59, 59), kGreenPixel);
-  EXPECT_EQ(screenAt(60, 59), kDesktopPixel);
+  const HWND parent = open({.rect = {110, 40, 160, 90}, .color = kRed});
+  open({.rect = {150, 80, 190, 100}, .color = kGreen, .parent = parent});
+  TestBitmap edge(2, 1);
+  EXPECT_TRUE(edge.CopyScreen(159, 89));
+  EXPECT_EQ(edge.Pixels(), (std::vector<std::uint32_t>{kGreenPixel, kDesktopPixel}))
+      << "children are cut at their parent's edge";
   Hide(parent);
-  EXPECT_EQ(screenAt(59, 59), kDesktopPixel);
+  EXPECT_EQ(screenAt(159, 89), kDesktopPixel) << "and go with it";
 }
 
 TEST_F(CompositorTest, MixesLayeredWindows) {
@@ -88,25 +74,21 @@ TEST_F(CompositorTest, MixesLayeredWindows) {
   Fill(window, {50, 0, 100, 100}, kGreen);
   // 25 of 255 over the desktop's 32, 64, 96.
   SetLayered(window, std::nullopt, std::uint8_t{25});
-  EXPECT_TRUE(near(screenAt(10, 10), 0x00303D58));
+  EXPECT_EQ(screenAt(10, 10), 0x00303D58u);
   SetLayered(window, kGreen, std::nullopt);
   EXPECT_EQ(screenAt(10, 10), kRedPixel);
   EXPECT_EQ(screenAt(60, 10), kDesktopPixel);
   SetLayered(window, kGreen, std::uint8_t{128});
-  EXPECT_TRUE(near(screenAt(10, 10), 0x00742F35));
+  EXPECT_EQ(screenAt(10, 10), 0x00742F35u);
   EXPECT_EQ(screenAt(60, 10), kDesktopPixel);
   SetExStyle(window, 0);
   EXPECT_EQ(screenAt(60, 10), kGreenPixel);
   SetExStyle(window, WS_EX_LAYERED);
   EXPECT_EQ(screenAt(60, 10), kDesktopPixel) << "without attributes it shows nothing";
-}
-
-TEST_F(CompositorTest, WithoutCompositionLayeredWindowsAreLeftOut) {
-  const HWND window = open({.rect = {0, 0, 100, 100}, .color = kRed});
   SetLayered(window, std::nullopt, std::uint8_t{255});
   EXPECT_EQ(screenAt(10, 10), kRedPixel);
   SetComposition(false);
-  EXPECT_EQ(screenAt(10, 10), kDesktopPixel);
+  EXPECT_EQ(screenAt(10, 10), kDesktopPixel) << "left out";
   EXPECT_EQ(screenAt(10, 10, SRCCOPY | CAPTUREBLT), kRedPixel);
 }
 
@@ -123,9 +105,8 @@ TEST_F(CompositorTest, PrintWindowDrawsWhatIsCovered) {
     EXPECT_EQ(picture.At(50, 29), 0x00090909u) << "beyond the window nothing is drawn";
   }
   Close(window);
-  SetLastError(0);
-  EXPECT_FALSE(PrintWindow(window, picture.dc(), 0));
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_WINDOW_HANDLE));
+  EXPECT_TRUE(
+      FailsWith(ERROR_INVALID_WINDOW_HANDLE, [&] { return PrintWindow(window, picture.dc(), 0); }));
 }
 
 TEST_F(CompositorTest, TheCursorIsDrawnOnDemand) {
@@ -137,8 +118,7 @@ TEST_F(CompositorTest, TheCursorIsDrawnOnDemand) {
   cursor.cbSize = sizeof(cursor);
   ASSERT_TRUE(GetCursorInfo(&cursor));
   EXPECT_EQ(cursor.flags, static_cast<DWORD>(CURSOR_SHOWING));
-  EXPECT_EQ(cursor.ptScreenPos.x, 50);
-  EXPECT_EQ(cursor.ptScreenPos.y, 60);
+  EXPECT_EQ(std::pair(cursor.ptScreenPos.x, cursor.ptScreenPos.y), std::pair(LONG{50}, LONG{60}));
   TestBitmap picture(4, 2);
   picture.Fill({0, 0, 4, 2}, kGreen);
   EXPECT_TRUE(DrawIcon(picture.dc(), 3, 1, cursor.hCursor));
@@ -175,38 +155,34 @@ TEST_F(CompositorTest, WindowAttributesDependOnTheVersion) {
       open({.rect = {10, 10, 60, 60}, .cloaked = true, .invisibleFrame = {7, 0, 7, 7}});
   DWORD cloaked = 0;
   RECT bounds{};
-  EXPECT_EQ(DwmGetWindowAttribute(window, DWMWA_CLOAKED, &cloaked, sizeof(cloaked)), S_OK);
+  const auto askCloaked = [&] {
+    return DwmGetWindowAttribute(window, DWMWA_CLOAKED, &cloaked, sizeof(cloaked));
+  };
+  const auto askBounds = [&](DWORD size) {
+    return DwmGetWindowAttribute(window, DWMWA_EXTENDED_FRAME_BOUNDS, &bounds, size);
+  };
+  EXPECT_EQ(askCloaked(), S_OK);
   EXPECT_NE(cloaked, 0u);
-  EXPECT_EQ(DwmGetWindowAttribute(window, DWMWA_EXTENDED_FRAME_BOUNDS, &bounds, sizeof(bounds)),
-            S_OK);
-  EXPECT_EQ(bounds.left, 17);
-  EXPECT_EQ(bounds.top, 10);
-  EXPECT_EQ(bounds.bottom, 53);
-  EXPECT_EQ(DwmGetWindowAttribute(window, DWMWA_EXTENDED_FRAME_BOUNDS, &bounds, 8), E_INVALIDARG);
+  EXPECT_EQ(askBounds(sizeof(bounds)), S_OK);
+  EXPECT_EQ(SidesOf(bounds), (Sides{17, 10, 53, 53}));
+  EXPECT_EQ(askBounds(8), E_INVALIDARG);
   SetVersion(kWindows7);
-  EXPECT_EQ(DwmGetWindowAttribute(window, DWMWA_CLOAKED, &cloaked, sizeof(cloaked)), E_INVALIDARG);
+  EXPECT_EQ(askCloaked(), E_INVALIDARG);
   SetComposition(false);
-  EXPECT_EQ(DwmGetWindowAttribute(window, DWMWA_EXTENDED_FRAME_BOUNDS, &bounds, sizeof(bounds)),
-            DWM_E_COMPOSITIONDISABLED);
+  EXPECT_EQ(askBounds(sizeof(bounds)), DWM_E_COMPOSITIONDISABLED);
 }
 
 TEST_F(CompositorTest, MaximisedWindowsReachOverTheWorkArea) {
-  const HMONITOR monitor = AddMonitor({200, 0, 400, 100}, {.workArea = RECT{200, 0, 400, 90}});
-  ASSERT_TRUE(monitor);
+  ASSERT_TRUE(AddMonitor({200, 0, 400, 100}, {.workArea = RECT{200, 0, 400, 90}}));
   const HWND window = open({.rect = {210, 10, 260, 60}, .style = WS_OVERLAPPEDWINDOW});
-  const auto rect = [&] {
-    RECT now{};
-    GetWindowRect(window, &now);
-    return std::vector<LONG>{now.left, now.top, now.right, now.bottom};
-  };
   Maximise(window);
   EXPECT_TRUE(IsZoomed(window));
-  EXPECT_EQ(rect(), (std::vector<LONG>{192, -8, 408, 98}));
+  EXPECT_EQ(SidesOf(window), (Sides{192, -8, 408, 98}));
   Minimise(window);
   Restore(window);
   EXPECT_TRUE(IsZoomed(window)) << "it was maximised before";
   Restore(window);
-  EXPECT_EQ(rect(), (std::vector<LONG>{210, 10, 260, 60}));
+  EXPECT_EQ(SidesOf(window), (Sides{210, 10, 260, 60}));
 }
 
 }  // namespace

@@ -1,5 +1,8 @@
-// Direct3D 9: what Windows refuses, and Wine doesn't.
+// Direct3D 9: what Windows refuses, and Wine doesn't; what is noted as misuse.
+#include "platform/control/Ledger.h"
+#include "platform/control/Magnification.h"
 #include "tests/platform/Direct3D9Test.h"
+#include "tests/platform/TestWindow.h"
 
 namespace qx::test {
 namespace {
@@ -28,6 +31,31 @@ TEST_F(Direct3D9, RefusesSurfacesThatDoNotFitTheCall) {
       m_device->CreateRenderTarget(0, 8, kFormat, D3DMULTISAMPLE_NONE, 0, FALSE, &none, nullptr),
       D3DERR_INVALIDCALL);
   EXPECT_FALSE(none);
+
+  vwin::control::SetD3D9DeviceState(D3DERR_DEVICEHUNG);
+  EXPECT_EQ(m_device->CreateOffscreenPlainSurface(4, 4, kFormat, D3DPOOL_SYSTEMMEM, &none, nullptr),
+            D3DERR_DEVICEHUNG);
+  EXPECT_FALSE(none);
+  vwin::control::SetD3D9DeviceState(S_OK);
+}
+
+TEST_F(Direct3D9, IsForOneThreadAndHandsOutGapsAndGarbage) {
+  D3DLOCKED_RECT locked{};
+  IDirect3DSurface9* const memory = readable(16, 8);
+  EXPECT_EQ(memory->LockRect(&locked, nullptr, 0), D3D_OK);
+  EXPECT_GT(locked.Pitch, 16 * 4);
+  EXPECT_EQ(memory->UnlockRect(), D3D_OK);
+  EXPECT_NE(pixelsOf(memory)[0], 0u) << "nothing clears what is new";
+  EXPECT_NE(pixelsOf(target(1, 1))[0], 0u);
+  TestThread stranger([this] { m_device->ColorFill(nullptr, nullptr, 0); });
+  stranger.Join();
+  EXPECT_EQ(vwin::control::TakeMisuses().size(), 1u);
+  for (IDirect3DSurface9* surface : m_surfaces) surface->Release();
+  m_surfaces.clear();
+  m_device->Release();
+  m_device->Release();
+  EXPECT_EQ(vwin::control::TakeMisuses().size(), 1u) << "once too often";
+  m_device = nullptr;
 }
 
 }  // namespace

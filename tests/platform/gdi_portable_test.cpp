@@ -1,6 +1,4 @@
 // GDI: bitmaps, copying, what the screen shows.
-#include <gtest/gtest.h>
-
 #include "tests/platform/TestWindow.h"
 
 namespace qx::test {
@@ -8,31 +6,23 @@ namespace {
 
 using Pixels = std::vector<std::uint32_t>;
 
-constexpr COLORREF kRed = RGB(200, 30, 10);
-constexpr std::uint32_t kRedPixel = 0x00C81E0A;
-constexpr COLORREF kGreen = RGB(20, 180, 40);
-constexpr std::uint32_t kGreenPixel = 0x0014B428;
 constexpr COLORREF kBlue = RGB(15, 25, 220);
 constexpr std::uint32_t kBluePixel = 0x000F19DC;
 
 // One pixel wide and three high: red, green, blue from the top.
-void paintRows(TestBitmap& bitmap) {
-  bitmap.Fill({0, 0, 1, 1}, kRed);
-  bitmap.Fill({0, 1, 1, 2}, kGreen);
-  bitmap.Fill({0, 2, 1, 3}, kBlue);
-}
+struct ThreeRows : TestBitmap {
+  ThreeRows() : TestBitmap(1, 3) {
+    EXPECT_EQ(Pixels(), (std::vector<std::uint32_t>{0, 0, 0})) << "a new bitmap is black";
+    Fill({0, 0, 1, 1}, kRed);
+    Fill({0, 1, 1, 2}, kGreen);
+    Fill({0, 2, 1, 3}, kBlue);
+  }
+};
 
-TEST(DIBits, ComeInTheAskedOrder) {
-  TestBitmap bitmap(1, 3);
-  EXPECT_EQ(bitmap.Pixels(), (Pixels{0, 0, 0})) << "a new bitmap is black";
-  paintRows(bitmap);
+TEST(DIBits, ComeInTheAskedOrderAndCountFromTheBottom) {
+  const ThreeRows bitmap;
   EXPECT_EQ(bitmap.Lines(0, 3, true), (Pixels{kRedPixel, kGreenPixel, kBluePixel}));
   EXPECT_EQ(bitmap.Lines(0, 3, false), (Pixels{kBluePixel, kGreenPixel, kRedPixel}));
-}
-
-TEST(DIBits, LinesCountFromTheBottom) {
-  TestBitmap bitmap(1, 3);
-  paintRows(bitmap);
   EXPECT_EQ(bitmap.Lines(0, 1, false), (Pixels{kBluePixel}));
   EXPECT_EQ(bitmap.Lines(1, 2, false), (Pixels{kGreenPixel, kRedPixel}));
   EXPECT_EQ(bitmap.Lines(0, 1, true), (Pixels{kBluePixel}));
@@ -40,47 +30,28 @@ TEST(DIBits, LinesCountFromTheBottom) {
   EXPECT_EQ(bitmap.Lines(2, 5, false)[0], kRedPixel);
 }
 
-TEST(BitBlt, IsClippedToBothBitmaps) {
-  TestBitmap from(3, 1);
-  from.Fill({0, 0, 1, 1}, kRed);
-  from.Fill({1, 0, 2, 1}, kGreen);
-  from.Fill({2, 0, 3, 1}, kBlue);
-  TestBitmap to(4, 1);
-  EXPECT_TRUE(BitBlt(to.dc(), 2, 0, 5, 5, from.dc(), 0, 0, SRCCOPY));
+TEST(BitBlt, IsClippedToBothBitmapsAndCopiesWithinOne) {
+  const ThreeRows from;
+  TestBitmap to(1, 4);
+  EXPECT_TRUE(BitBlt(to.dc(), 0, 2, 5, 5, from.dc(), 0, 0, SRCCOPY));
   EXPECT_EQ(to.Pixels(), (Pixels{0, 0, kRedPixel, kGreenPixel}));
-  EXPECT_TRUE(BitBlt(to.dc(), -1, 0, 2, 1, from.dc(), 1, 0, SRCCOPY));
+  EXPECT_TRUE(BitBlt(to.dc(), 0, -1, 1, 2, from.dc(), 0, 1, SRCCOPY));
   EXPECT_EQ(to.Pixels(), (Pixels{kBluePixel, 0, kRedPixel, kGreenPixel}));
+  EXPECT_TRUE(BitBlt(from.dc(), 0, 1, 1, 2, from.dc(), 0, 0, SRCCOPY));
+  EXPECT_EQ(from.Pixels(), (Pixels{kRedPixel, kRedPixel, kGreenPixel}));
+  EXPECT_TRUE(FailsWith(ERROR_INVALID_HANDLE, [&] {
+    return BitBlt(to.dc(), 0, 0, 1, 1, reinterpret_cast<HDC>(from.bitmap()), 0, 0, SRCCOPY);
+  }));
 }
 
-TEST(BitBlt, CopiesWithinOneBitmap) {
-  TestBitmap bitmap(1, 3);
-  paintRows(bitmap);
-  EXPECT_TRUE(BitBlt(bitmap.dc(), 0, 1, 1, 2, bitmap.dc(), 0, 0, SRCCOPY));
-  EXPECT_EQ(bitmap.Pixels(), (Pixels{kRedPixel, kRedPixel, kGreenPixel}));
-}
-
-TEST(BitBlt, RefusesWhatIsNoDC) {
-  TestBitmap bitmap(2, 2);
-  SetLastError(0);
-  EXPECT_FALSE(
-      BitBlt(bitmap.dc(), 0, 0, 1, 1, reinterpret_cast<HDC>(bitmap.bitmap()), 0, 0, SRCCOPY));
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
-}
-
-TEST(Bitmaps, GoIntoOneDCAtATime) {
-  TestBitmap bitmap(2, 2);
-  const HDC other = CreateCompatibleDC(nullptr);
-  EXPECT_FALSE(SelectObject(other, bitmap.bitmap()));
-  EXPECT_TRUE(DeleteDC(other));
-}
-
-TEST(Bitmaps, OfANewMemoryDCAreBlackAndWhite) {
-  const HDC dc = CreateCompatibleDC(nullptr);
-  const HBITMAP bitmap = CreateCompatibleBitmap(dc, 2, 1);
-  const HGDIOBJ previous = SelectObject(dc, bitmap);
+TEST(Bitmaps, GoIntoOneDCAtATimeAndAreBlackAndWhiteInANewOne) {
   TestBitmap colours(2, 1);
   colours.Fill({0, 0, 1, 1}, kGreen);
   colours.Fill({1, 0, 2, 1}, RGB(255, 255, 255));
+  const HDC dc = CreateCompatibleDC(nullptr);
+  EXPECT_FALSE(SelectObject(dc, colours.bitmap()));
+  const HBITMAP bitmap = CreateCompatibleBitmap(dc, 2, 1);
+  const HGDIOBJ previous = SelectObject(dc, bitmap);
   EXPECT_TRUE(BitBlt(dc, 0, 0, 2, 1, colours.dc(), 0, 0, SRCCOPY));
   TestBitmap back(2, 1);
   EXPECT_TRUE(BitBlt(back.dc(), 0, 0, 2, 1, dc, 0, 0, SRCCOPY));
@@ -111,7 +82,7 @@ void repaint(const TestWindow& window) {
   UpdateWindow(window);
 }
 
-TEST(Screen, ShowsWindowsFromTheBottomToTheTop) {
+TEST(Screen, ShowsWindowsFromTheBottomToTheTopThroughTheirKeyColour) {
   TestWindow low({100, 100, 200, 200}, kRed, WS_EX_TOPMOST);
   TestWindow high({150, 150, 250, 250}, kGreen, WS_EX_TOPMOST);
   TestWindow child({0, 0, 10, 10}, kBlue, 0, high, WS_CHILD | WS_VISIBLE);
@@ -127,14 +98,10 @@ TEST(Screen, ShowsWindowsFromTheBottomToTheTop) {
   ShowWindow(high, SW_HIDE);
   repaint(low);
   EXPECT_EQ(screenAt(160, 160, kRedPixel), kRedPixel);
-}
 
-TEST(Screen, LetsThroughAWindowsKeyColour) {
-  TestWindow low({100, 100, 200, 200}, kRed, WS_EX_TOPMOST);
-  TestWindow high({100, 100, 200, 200}, kGreen, WS_EX_TOPMOST | WS_EX_LAYERED);
-  ASSERT_TRUE(SetLayeredWindowAttributes(high, kGreen, 255, LWA_COLORKEY | LWA_ALPHA));
-  low.Show();
-  high.Show();
+  TestWindow keyed({100, 100, 200, 200}, kGreen, WS_EX_TOPMOST | WS_EX_LAYERED);
+  ASSERT_TRUE(SetLayeredWindowAttributes(keyed, kGreen, 255, LWA_COLORKEY | LWA_ALPHA));
+  keyed.Show();
   repaint(low);
   EXPECT_EQ(screenAt(125, 125, kRedPixel, SRCCOPY | CAPTUREBLT), kRedPixel);
 }

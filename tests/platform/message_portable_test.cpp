@@ -1,5 +1,5 @@
-// Messages: order, threads, timers, painting.
-#include <gtest/gtest.h>
+// Messages: order, threads, timers, painting; what waits for windows of other threads.
+#include <utility>
 
 #include "tests/platform/TestWindow.h"
 
@@ -14,10 +14,8 @@ UINT next() {
 }
 
 // Handles messages until one with this number was handled.
-int handleUntil(UINT wanted) {
-  int handled = 0;
-  while (next() != wanted) ++handled;
-  return handled;
+void handleUntil(UINT wanted) {
+  while (next() != wanted) continue;
 }
 
 void drain(HWND window) {
@@ -41,12 +39,25 @@ TEST(Messages, PostedComeFirstThenPaintingThenTimers) {
   ASSERT_TRUE(GetMessageW(&message, nullptr, 0, 0));
   EXPECT_EQ(message.message, static_cast<UINT>(WM_TIMER));
   EXPECT_EQ(message.wParam, 7u);
+  handleUntil(WM_TIMER);  // again and again
+  static int called;
+  called = 0;
+  // The same id again changes the timer.
+  SetTimer(window, 7, 10, [](HWND, UINT, UINT_PTR, DWORD) { ++called; });
+  handleUntil(WM_TIMER);
+  handleUntil(WM_TIMER);
+  EXPECT_EQ(called, 2);
   EXPECT_TRUE(KillTimer(window, 7));
   EXPECT_FALSE(KillTimer(window, 7));
 }
 
-TEST(Messages, GoToThreadsAsWell) {
+TEST(Messages, GoToThreadsAsWellAndDieWithTheirWindow) {
   TestWindow window({0, 0, 50, 50});
+  {
+    TestWindow gone({0, 0, 50, 50});
+    PostMessageW(gone, WM_USER + 1, 0, 0);
+    SetTimer(gone, 1, 10, nullptr);
+  }
   ASSERT_TRUE(PostThreadMessageW(GetCurrentThreadId(), WM_USER + 3, 5, 6));
   PostQuitMessage(7);
   PostMessageW(window, WM_USER + 4, 0, 0);
@@ -67,50 +78,28 @@ TEST(Messages, GoToThreadsAsWell) {
 
 TEST(Messages, ComeFromOtherThreadsInOrder) {
   TestWindow window({0, 0, 50, 50});
+  std::vector<UINT> expected;
+  for (UINT i = 0; i < 100; ++i) expected.push_back(WM_USER + i);
   TestThread poster([&] {
-    for (UINT i = 0; i < 100; ++i) PostMessageW(window, WM_USER + i, 0, 0);
+    for (const UINT message : expected) PostMessageW(window, message, 0, 0);
     PostMessageW(window, WM_QUIT, 9, 0);
   });
   MSG message{};
   while (GetMessageW(&message, nullptr, 0, 0)) DispatchMessageW(&message);
   EXPECT_EQ(message.message, static_cast<UINT>(WM_QUIT));
   EXPECT_EQ(message.wParam, 9u);
-  ASSERT_EQ(window.noted.size(), 100u);
-  for (UINT i = 0; i < 100; ++i) EXPECT_EQ(window.noted[i], WM_USER + i);
+  EXPECT_EQ(window.noted, expected);
 }
 
-TEST(Messages, DieWithTheirWindow) {
-  TestWindow kept({0, 0, 50, 50});
-  {
-    TestWindow gone({0, 0, 50, 50});
-    PostMessageW(gone, WM_USER + 1, 0, 0);
-    SetTimer(gone, 1, 10, nullptr);
-  }
-  PostMessageW(kept, WM_USER + 2, 0, 0);
-  MSG message{};
-  ASSERT_TRUE(GetMessageW(&message, nullptr, WM_USER, WM_USER + 10));
-  EXPECT_EQ(message.message, WM_USER + 2u);
-}
-
-TEST(Messages, TimersRepeatUntilKilled) {
-  TestWindow window({0, 0, 50, 50});
-  SetTimer(window, 1, 10, nullptr);
-  handleUntil(WM_TIMER);
-  handleUntil(WM_TIMER);
-  static int called;
-  called = 0;
-  const auto callback = [](HWND, UINT, UINT_PTR, DWORD) { ++called; };
-  // The same id again changes the timer.
-  SetTimer(window, 1, 10, callback);
-  handleUntil(WM_TIMER);
-  handleUntil(WM_TIMER);
-  EXPECT_EQ(called, 2);
-  KillTimer(window, 1);
-}
-
-TEST(Painting, RequestsBecomeOnePaint) {
+TEST(Painting, RequestsOfAShownWindowBecomeOnePaint) {
   TestWindow window({50, 50, 250, 250});
-  window.Show();
+  InvalidateRect(window, nullptr, FALSE);
+  UpdateWindow(window);
+  drain(window);
+  EXPECT_EQ(window.paints, 0) << "hidden";
+  ShowWindow(window, SW_SHOWNA);
+  handleUntil(WM_PAINT);
+  EXPECT_EQ(window.paints, 1);
   drain(window);
   const int before = window.paints;
   const RECT one = {10, 10, 20, 20};
@@ -119,27 +108,13 @@ TEST(Painting, RequestsBecomeOnePaint) {
   InvalidateRect(window, &two, FALSE);
   handleUntil(WM_PAINT);
   EXPECT_EQ(window.paints, before + 1);
-  EXPECT_EQ(window.lastPaint.left, 10);
-  EXPECT_EQ(window.lastPaint.top, 10);
-  EXPECT_EQ(window.lastPaint.right, 130);
-  EXPECT_EQ(window.lastPaint.bottom, 140);
+  EXPECT_EQ(SidesOf(window.lastPaint), (Sides{10, 10, 130, 140}));
   drain(window);
   UpdateWindow(window);
   EXPECT_EQ(window.paints, before + 1) << "nothing is left to paint";
   InvalidateRect(window, nullptr, FALSE);
   UpdateWindow(window);
   EXPECT_EQ(window.paints, before + 2) << "it paints before it returns";
-}
-
-TEST(Painting, HiddenWindowsPaintWhenShown) {
-  TestWindow window({50, 50, 250, 250});
-  InvalidateRect(window, nullptr, FALSE);
-  UpdateWindow(window);
-  drain(window);
-  EXPECT_EQ(window.paints, 0);
-  ShowWindow(window, SW_SHOWNA);
-  handleUntil(WM_PAINT);
-  EXPECT_EQ(window.paints, 1);
 }
 
 DWORD waitFor(DWORD kinds, DWORD flags, DWORD milliseconds = 0, HANDLE handle = nullptr) {
@@ -180,7 +155,7 @@ TEST(WaitingForMessages, SeesNewsOrAllThatThereIs) {
   EXPECT_EQ(peeked(PM_REMOVE), UINT{WM_TIMER});
 }
 
-TEST(WaitingForMessages, LooksAtSentOnesAlone) {
+TEST(WaitingForMessages, LooksAtSentOnesAloneAndGivesAThreadAQueue) {
   TestWindow window({0, 0, 50, 50});
   PostMessageW(window, WM_USER + 1, 0, 0);
   TestThread sender([&] { SendMessageW(window, WM_USER + 2, 0, 0); });
@@ -190,9 +165,7 @@ TEST(WaitingForMessages, LooksAtSentOnesAlone) {
   EXPECT_EQ(window.noted, std::vector<UINT>{WM_USER + 2});
   EXPECT_EQ(peeked(PM_REMOVE), WM_USER + 1u);
   EXPECT_EQ(waitFor(QS_ALLINPUT, 0, INFINITE, sender.handle()), WAIT_OBJECT_0);
-}
 
-TEST(WaitingForMessages, GivesAThreadAQueue) {
   TestEvent ready;
   UINT came = WM_NULL;
   TestThread thread([&] {
@@ -223,9 +196,7 @@ TEST(SentMessages, WaitForAThreadThatHangsNoLongerThanTheySay) {
                                result);
   };
   DWORD_PTR result = 0;
-  SetLastError(0);
-  EXPECT_FALSE(send(1, 30, &result));
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_TIMEOUT));
+  EXPECT_TRUE(FailsWith(ERROR_TIMEOUT, [&] { return send(1, 30, &result); }));
   EXPECT_EQ(result, 0u);
   EXPECT_FALSE(send(1, 1, nullptr));
   go.Set();
@@ -235,8 +206,12 @@ TEST(SentMessages, WaitForAThreadThatHangsNoLongerThanTheySay) {
   EXPECT_EQ(SendMessageW(other.handle(), WM_USER, 4, 0), 8);
 }
 
-TEST(SentMessages, ReachASenderUnlessItIsBlocked) {
+TEST(SentMessages, RunAtOnceOnTheOwnThreadAndReachASenderUnlessItIsBlocked) {
   TestWindow own({0, 0, 50, 50});
+  DWORD_PTR result = 7;
+  EXPECT_TRUE(SendMessageTimeoutW(own, WM_USER + 5, 0, 0, SMTO_BLOCK, 0, &result));
+  EXPECT_EQ(result, 0u);
+  EXPECT_EQ(own.noted, std::vector<UINT>{WM_USER + 5});
   // Answers whether it got an answer itself, in time.
   WindowThread other([&](TestWindow& window) {
     window.onMessage = [&](UINT, WPARAM, LPARAM) {
@@ -244,26 +219,89 @@ TEST(SentMessages, ReachASenderUnlessItIsBlocked) {
       return SendMessageTimeoutW(own, WM_USER, 0, 0, SMTO_NORMAL, 50, &answer);
     };
   });
-  const auto answered = [&](UINT flags) {
-    DWORD_PTR result = 7;
+  for (const UINT flags : {SMTO_NORMAL, SMTO_BLOCK}) {
     EXPECT_TRUE(SendMessageTimeoutW(other.handle(), WM_USER, 0, 0, flags, 20000, &result));
-    return result == 1;
-  };
-  EXPECT_TRUE(answered(SMTO_NORMAL));
-  EXPECT_FALSE(answered(SMTO_BLOCK));
+    EXPECT_EQ(result, flags == SMTO_NORMAL ? 1u : 0u);
+  }
+  const HWND gone = own;
+  DestroyWindow(gone);
+  EXPECT_TRUE(FailsWith(ERROR_INVALID_WINDOW_HANDLE, [&] {
+    return SendMessageTimeoutW(gone, WM_USER, 0, 0, SMTO_BLOCK, 20000, &result);
+  }));
 }
 
-TEST(SentMessages, RunAtOnceOnTheOwnThread) {
-  TestWindow window({0, 0, 50, 50});
-  DWORD_PTR result = 7;
-  EXPECT_TRUE(SendMessageTimeoutW(window, WM_USER + 5, 0, 0, SMTO_BLOCK, 0, &result));
-  EXPECT_EQ(result, 0u);
-  EXPECT_EQ(window.noted, std::vector<UINT>{WM_USER + 5});
-  const HWND gone = window;
-  DestroyWindow(gone);
-  SetLastError(0);
-  EXPECT_FALSE(SendMessageTimeoutW(gone, WM_USER, 0, 0, SMTO_BLOCK, 20000, &result));
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_WINDOW_HANDLE));
+constexpr UINT kStay = SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE;
+
+void setLong(HWND window, int index, LONG_PTR more) {
+  SetWindowLongPtrW(window, index, GetWindowLongPtrW(window, index) | more);
+}
+
+// The owner sends to a window of the caller before it handles messages, and answers none
+// itself: only a caller that waits, and answers meanwhile, lets it go on.
+TEST(OtherThreads, AreWaitedForByCallsThatTellTheWindow) {
+  const TestBitmap picture(10, 10);
+  wchar_t text[16] = {};
+  char narrow[16] = {};
+  using Call = std::function<void(HWND)>;
+  const std::vector<std::pair<const char*, Call>> calls = {
+      {"ShowWindow", [](HWND w) { EXPECT_TRUE(ShowWindow(w, SW_HIDE)); }},
+      {"SetWindowPos", [](HWND w) { EXPECT_TRUE(SetWindowPos(w, nullptr, 5, 5, 0, 0, kStay)); }},
+      {"MoveWindow", [](HWND w) { EXPECT_TRUE(MoveWindow(w, 5, 5, 9, 9, FALSE)); }},
+      {"BringWindowToTop", [](HWND w) { EXPECT_TRUE(BringWindowToTop(w)); }},
+      {"CloseWindow", [](HWND w) { EXPECT_TRUE(CloseWindow(w)); }},
+      {"GWL_STYLE", [](HWND w) { setLong(w, GWL_STYLE, WS_MAXIMIZE); }},
+      {"GWL_EXSTYLE", [](HWND w) { setLong(w, GWL_EXSTYLE, WS_EX_NOACTIVATE); }},
+      {"UpdateWindow", [](HWND w) { UpdateWindow(w); }},
+      {"RedrawWindow",
+       [](HWND w) { RedrawWindow(w, nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW); }},
+      {"PrintWindow", [&](HWND w) { EXPECT_TRUE(PrintWindow(w, picture.dc(), 0)); }},
+      {"GetWindowTextW", [&](HWND w) { EXPECT_EQ(GetWindowTextW(w, text, 16), 7); }},
+      {"GetWindowTextA", [&](HWND w) { EXPECT_EQ(GetWindowTextA(w, narrow, 16), 7); }},
+      {"SendMessageW", [](HWND w) { SendMessageW(w, WM_USER, 0, 0); }}};
+  for (const auto& [name, call] : calls) {
+    TestWindow ours({0, 0, 50, 50});
+    TestEvent go;
+    bool answered = false;
+    WindowThread other(
+        [](TestWindow& window) {
+          window.Show();
+          InvalidateRect(window, nullptr, FALSE);
+        },
+        [&](TestWindow&) {
+          go.Wait();
+          DWORD_PTR result = 0;
+          answered = SendMessageTimeoutW(ours, WM_USER, 0, 0, SMTO_BLOCK, 5000, &result) != 0;
+        });
+    go.Set();
+    call(other.handle());
+    EXPECT_EQ(ours.noted, std::vector<UINT>{WM_USER}) << name;
+    other.Flush();
+    EXPECT_TRUE(answered) << name;
+  }
+}
+
+TEST(OtherThreads, AreNotWaitedForByTheOthers) {
+  TestWindow owner({0, 0, 50, 50});
+  TestEvent go;
+  WindowThread other({}, [&](TestWindow&) { go.Wait(); });
+  const HWND window = other.handle();
+  wchar_t text[16] = {};
+  EXPECT_TRUE(ShowWindowAsync(window, SW_SHOWNA));
+  EXPECT_TRUE(SetWindowPos(window, nullptr, 5, 7, 0, 0, kStay | SWP_ASYNCWINDOWPOS));
+  EXPECT_EQ(InternalGetWindowText(window, text, 16), 7);
+  EXPECT_STREQ(text, L"A title");
+  EXPECT_TRUE(InvalidateRect(window, nullptr, TRUE));
+  SetWindowLongPtrW(window, GWLP_HWNDPARENT, reinterpret_cast<LONG_PTR>(owner.handle()));
+  EXPECT_EQ(GetWindow(window, GW_OWNER), owner.handle());
+  SetWindowLongPtrW(window, GWLP_HWNDPARENT, 0);
+  EXPECT_TRUE(PostMessageW(window, WM_USER, 0, 0));
+  EXPECT_FALSE(IsWindowVisible(window));
+  EXPECT_EQ(SidesOf(window), (Sides{10, 10, 60, 60}));
+  EXPECT_FALSE(IsHungAppWindow(window)) << "not yet";
+  go.Set();
+  other.Flush();
+  EXPECT_TRUE(IsWindowVisible(window));
+  EXPECT_EQ(SidesOf(window), (Sides{5, 7, 55, 57}));
 }
 
 }  // namespace

@@ -47,18 +47,24 @@ TEST_F(OwnWindowTest, TimersKeepToTheClock) {
   EXPECT_EQ(thread->timers, 13);
 }
 
-TEST_F(OwnWindowTest, ShownFromAnotherThreadItPaintsOnItsOwn) {
+TEST_F(OwnWindowTest, ShownFromAnotherThreadItPaintsOnItsOwnAndGrowsWithWhatItPaints) {
   OwnClock();
   WindowThread thread(withTimer(0));
-  ShowWindow(thread.handle(), SW_SHOW);
+  const HWND window = thread.handle();
+  ShowWindow(window, SW_SHOW);
   Settle();
   EXPECT_EQ(thread->paints, 1);
   EXPECT_EQ(screenAt(20, 20), kRedPixel);
-  InvalidateRect(thread.handle(), nullptr, FALSE);
-  RedrawWindow(thread.handle(), nullptr, nullptr, RDW_INVALIDATE);
+  InvalidateRect(window, nullptr, FALSE);
+  RedrawWindow(window, nullptr, nullptr, RDW_INVALIDATE);
   Settle();
   EXPECT_GE(thread->paints, 2);
-  EXPECT_EQ(RedrawCount(thread.handle()), 2u);
+  EXPECT_EQ(RedrawCount(window), 2u);
+  SetWindowPos(window, HWND_TOPMOST, 30, 30, 90, 40, SWP_NOACTIVATE);
+  EXPECT_EQ(screenAt(79, 69), kRedPixel) << "what was painted moves along";
+  Settle();
+  EXPECT_EQ(screenAt(119, 69), kRedPixel);
+  EXPECT_EQ(screenAt(120, 69), kDesktopPixel);
 }
 
 TEST_F(OwnWindowTest, GoesWithAnOwnerOfAnotherProgram) {
@@ -113,22 +119,16 @@ TEST_F(OwnWindowTest, MovesInTheOrderWithItsOwner) {
   TestWindow owned({0, 0, 10, 10}, kRed, 0, owner);
   TestWindow second({0, 0, 10, 10}, kRed, 0, owner);
   const HWND other = open({.rect = {0, 0, 10, 10}});
-  const auto put = [](HWND window, HWND after) {
-    SetWindowPos(window, after, 0, 0, 0, 0, SWP_NOSIZE | SWP_NOMOVE | SWP_NOACTIVATE);
-  };
-  const auto isTopmost = [](HWND window) {
-    return (GetWindowLongPtrW(window, GWL_EXSTYLE) & WS_EX_TOPMOST) != 0;
-  };
-  put(owner, HWND_BOTTOM);
+  Place(owner, HWND_BOTTOM);
   EXPECT_EQ(WindowsInOrder(), (std::vector<HWND>{other, bottom, second, owned, owner}));
-  put(owner, HWND_TOPMOST);
+  Place(owner, HWND_TOPMOST);
   EXPECT_EQ(WindowsInOrder(), (std::vector<HWND>{second, owned, owner, other, bottom}));
-  EXPECT_TRUE(isTopmost(owned) && isTopmost(second));
-  put(owned, HWND_NOTOPMOST);
-  EXPECT_TRUE(isTopmost(owned)) << "it would lie under its owner";
-  put(owner, bottom);
+  EXPECT_TRUE(IsTopmost(owned) && IsTopmost(second));
+  Place(owned, HWND_NOTOPMOST);
+  EXPECT_TRUE(IsTopmost(owned)) << "it would lie under its owner";
+  Place(owner, bottom);
   EXPECT_EQ(WindowsInOrder(), (std::vector<HWND>{other, bottom, second, owned, owner}));
-  EXPECT_FALSE(isTopmost(owned) || isTopmost(second) || isTopmost(owner));
+  EXPECT_FALSE(IsTopmost(owned) || IsTopmost(second) || IsTopmost(owner));
 }
 
 TEST_F(OwnWindowTest, IsHiddenWhileItsOwnerIsMinimised) {
@@ -147,29 +147,23 @@ TEST_F(OwnWindowTest, IsHiddenWhileItsOwnerIsMinimised) {
   EXPECT_FALSE(IsWindowVisible(shown)) << "it has no owner to show it again";
 }
 
-TEST_F(OwnWindowTest, ForegroundIsTheUsersOrTheTopmostThatCanBe) {
+TEST_F(OwnWindowTest, ForegroundIsTheUsersOrTheTopmostThatCanBeOrOfThoseWhoShareInput) {
   SetForeground(nullptr);
-  const HWND editor = open({.rect = {0, 0, 50, 50}});
+  const HWND editor = open({.rect = {0, 0, 50, 50}, .threadId = 7001});
   EXPECT_FALSE(GetForegroundWindow());
   SetForeground(editor);
-  const HWND front = open({.rect = {0, 0, 50, 50}});
-  open({.rect = {0, 0, 50, 50}, .exStyle = WS_EX_NOACTIVATE});
+  const HWND other = open({.rect = {0, 0, 50, 50}, .threadId = 7002});
+  const HWND passive = open({.rect = {0, 0, 50, 50}, .exStyle = WS_EX_NOACTIVATE});
   EXPECT_EQ(GetForegroundWindow(), editor);
   Minimise(editor);
-  EXPECT_EQ(GetForegroundWindow(), front);
-  Close(editor);
-  EXPECT_EQ(GetForegroundWindow(), front);
-}
-
-TEST_F(OwnWindowTest, RaisesAndActivatesWithTheInputOfTheForeground) {
-  const HWND editor = open({.rect = {0, 0, 50, 50}, .threadId = 7001});
-  const HWND other = open({.rect = {0, 0, 50, 50}, .threadId = 7002});
+  EXPECT_EQ(GetForegroundWindow(), other);
+  Restore(editor);
   SetForeground(other);
-  const DWORD self = GetCurrentThreadId();
   EXPECT_TRUE(BringWindowToTop(editor));
-  EXPECT_EQ(WindowsInOrder(), (std::vector<HWND>{editor, other}));
+  EXPECT_EQ(WindowsInOrder(), (std::vector<HWND>{editor, other, passive}));
   EXPECT_EQ(GetForegroundWindow(), other) << "that is for its user to decide";
 
+  const DWORD self = GetCurrentThreadId();
   const LedgerSnapshot before = Snapshot();
   EXPECT_TRUE(AttachThreadInput(7002, self, TRUE));
   EXPECT_NE(Difference(before), "") << "never detached";
@@ -181,16 +175,8 @@ TEST_F(OwnWindowTest, RaisesAndActivatesWithTheInputOfTheForeground) {
   EXPECT_FALSE(AttachThreadInput(self, self, TRUE));
   EXPECT_FALSE(AttachThreadInput(0, self, TRUE));
   EXPECT_FALSE(AttachThreadInput(self, 7003, TRUE)) << "no such thread";
-}
-
-TEST_F(OwnWindowTest, GrowsWithWhatItPaints) {
-  TestWindow window({10, 10, 20, 20}, kRed, WS_EX_TOPMOST);
-  window.Show();
-  SetWindowPos(window, HWND_TOPMOST, 30, 30, 50, 40, SWP_NOACTIVATE);
-  EXPECT_EQ(screenAt(35, 35), kRedPixel) << "what was painted moves along";
-  UpdateWindow(window);
-  EXPECT_EQ(screenAt(79, 69), kRedPixel);
-  EXPECT_EQ(screenAt(80, 69), kDesktopPixel);
+  Close(editor);
+  EXPECT_EQ(GetForegroundWindow(), other);
 }
 
 TEST_F(OwnWindowTest, MisuseIsNoted) {
