@@ -212,7 +212,7 @@ TEST_F(GraphicsCaptureTest, AWindowIsWholeWhateverCoversIt) {
   }
   for (const auto& [away, back] : {std::pair(&Minimise, &Restore), std::pair(&Hide, &Show)}) {
     away(window);
-    Fill(window, {5, 5, 6, 6}, away == &Hide ? kGreen : RGB(9, 9, 9));
+    Fill(window, {9, 9, 10, 10}, away == &Hide ? kGreen : RGB(9, 9, 9));
     EXPECT_FALSE(capture.Next());
     back(window);
     EXPECT_TRUE(capture.Next());
