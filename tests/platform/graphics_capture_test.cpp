@@ -209,6 +209,8 @@ TEST_F(GraphicsCaptureTest, AWindowIsWholeWhateverCoversIt) {
     EXPECT_EQ(capture.pool->Recreate(capture.device.Get(), kFormat, 1, {50, 30}), S_OK);
     EXPECT_EQ(capture.card.Read(frame.texture.Get()).width, 20) << "the frame in hand lives on";
     EXPECT_EQ(capture.Next().picture.At(33, 26), kRedPixel | kOpaque);
+    EXPECT_EQ(capture.pool->Recreate(capture.device.Get(), kFormat, 1, {50, 30}), S_OK);
+    EXPECT_TRUE(capture.Next()) << "what is in new textures is new";
   }
   for (const auto& [away, back] : {std::pair(&Minimise, &Restore), std::pair(&Hide, &Show)}) {
     away(window);
