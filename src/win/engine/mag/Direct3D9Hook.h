@@ -26,6 +26,7 @@ class Direct3D9Hook : public Singleton<Direct3D9Hook> {
   bool HookDirect3DCreate9Ex();
   // The first detour stays. Makes a device for a moment, to find the function.
   bool HookStretchRect(StretchRectFunction detour);
+  bool IsHookingStretchRect() const { return m_stretchRectHooking; }
 
   // Keeps d3d12.dll in the process if Direct3D 9 turns out to work by way of it. Counts
   // when it comes before StretchRect is hooked.

@@ -8,6 +8,7 @@
 #include "win/engine/mag/MagThread.h"
 #include "win/engine/mag/MagnificationLibrary.h"
 #include "win/engine/mag/StretchRectHook.h"
+#include "win/util/Clock.h"
 #include "win/util/SystemProbes.h"
 #include "win/util/Utils.h"
 #include "win/util/WindowHelpers.h"
@@ -28,6 +29,23 @@ bool ChangeColors(HWND window) {
   }
   effect.transform[4][0] = 0.004F;  // a little more red
   return Magnification::MagSetColorEffect(window, &effect);
+}
+
+// One engine at a time hooks it; who comes meanwhile waits for that.
+bool HookStretchRect() {
+  Direct3D9Hook& hook = Direct3D9Hook::Instance();
+  const Deadline deadline(kPatience);
+  for (;;) {
+    if (hook.HookStretchRect(StretchRectHook)) {
+      return true;
+    }
+    while (hook.IsHookingStretchRect() && deadline.MillisLeft() > 0) {
+      Sleep(1);
+    }
+    if (hook.IsHookingStretchRect() || !hook.GetStretchRectOriginal()) {
+      return false;
+    }
+  }
 }
 
 // Only ever down.
@@ -85,7 +103,7 @@ bool ScreenCaptureEngineMag::start() {
   if (!m_magnificationWindow) {
     return false;
   }
-  if (!Direct3D9Hook::Instance().HookStretchRect(StretchRectHook)) {
+  if (!HookStretchRect()) {
     QX_LOG_ERROR("HookStretchRect failed");
     return false;
   }
