@@ -1,7 +1,4 @@
-// Thumbnails of the Desktop Window Manager, and what else pictures of windows are made
-// with.
-#include <gdiplus.h>
-
+// Thumbnails of the Desktop Window Manager.
 #include <vector>
 
 #include "platform/control/Thumbnails.h"
@@ -70,9 +67,7 @@ TEST_F(ThumbnailTest, ShowASourceInWhateverStateItIs) {
   update(thumbnail, DWM_TNP_VISIBLE, {}, true);
   EXPECT_EQ(printed(host, 49, edges), asItIs) << "covered";
   EXPECT_EQ(printed(host, 10, edges, PW_RENDERFULLCONTENT), asItIs);
-  EXPECT_EQ(printed(host, 50, {20}), Pixels{kHostPixel});
   EXPECT_EQ(screenAt(110, 10), kRedPixel);
-  EXPECT_EQ(screenAt(109, 10), kHostPixel);
 
   const HWND child = open({.rect = {10, 10, 20, 20}, .color = RGB(9, 9, 9), .parent = source});
   Minimise(source);
@@ -102,7 +97,6 @@ TEST_F(ThumbnailTest, StretchAPartOfTheSource) {
       << "beyond the source the host shows through";
   EXPECT_EQ(Thumbnails().at(0).from->right, 60);
   update(thumbnail, DWM_TNP_RECTDESTINATION, {-40, -10, 40, 10});
-  EXPECT_EQ(printed(host, 9, {0, 1}), (Pixels{kHostPixel, kHostPixel}));
   update(thumbnail, DWM_TNP_RECTSOURCE, {0, 0, 40, 40});
   EXPECT_EQ(printed(host, 9, {0, 39, 40}), (Pixels{kGreenPixel, kGreenPixel, kHostPixel}));
   EXPECT_EQ(printed(host, 10, {0}), Pixels{kHostPixel});
@@ -125,7 +119,6 @@ TEST_F(ThumbnailTest, StretchAPartOfTheSource) {
 
 TEST_F(ThumbnailTest, EndWithEitherWindow) {
   const HWND source = openSource();
-  SIZE size{};
   HTHUMBNAIL ofClosed = nullptr;
   {
     TestWindow host({100, 0, 180, 80}, kHost);
@@ -139,6 +132,7 @@ TEST_F(ThumbnailTest, EndWithEitherWindow) {
     ofClosed = shown(host, source, {0, 0, 80, 80});
     Close(source);
     EXPECT_EQ(printed(host, 20, {20}), Pixels{kHostPixel});
+    SIZE size{};
     EXPECT_EQ(DwmQueryThumbnailSourceSize(ofClosed, &size), E_INVALIDARG);
     EXPECT_EQ(update(ofClosed, DWM_TNP_RECTSOURCE, {}), E_INVALIDARG);
     EXPECT_EQ(DwmRegisterThumbnail(host, source, &none), E_INVALIDARG);
@@ -193,21 +187,6 @@ TEST_F(ThumbnailTest, KnowTheSizeOfWhatTheyShow) {
   Minimise(source);
   expectSize(280, 260, "Restore leads to the work area");
   DwmUnregisterThumbnail(thumbnail);
-}
-
-TEST_F(ThumbnailTest, GdiplusMayHaveNoPngEncoder) {
-  using namespace Gdiplus;
-  ULONG_PTR token = 0;
-  const GdiplusStartupInput input;
-  ASSERT_EQ(GdiplusStartup(&token, &input, nullptr), Ok);
-  RemovePngEncoder();
-  UINT count = 0;
-  UINT size = 0;
-  ASSERT_EQ(DllExports::GdipGetImageEncodersSize(&count, &size), Ok);
-  std::vector<ImageCodecInfo> encoders(size / sizeof(ImageCodecInfo) + 1);
-  ASSERT_EQ(DllExports::GdipGetImageEncoders(count, size, encoders.data()), Ok);
-  EXPECT_EQ(count, 4u);
-  for (UINT i = 0; i < count; ++i) EXPECT_STRNE(encoders[i].MimeType, L"image/png");
 }
 
 }  // namespace
