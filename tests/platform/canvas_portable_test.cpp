@@ -8,6 +8,7 @@
 #include <gdiplus.h>
 
 #include <cstdint>
+#include <vector>
 
 #include "tests/platform/TestWindow.h"
 #include "tests/support/PngReader.h"
@@ -79,10 +80,13 @@ TEST_F(Canvases, KeepAPictureAsItIsOrStretchItsColours) {
     EXPECT_EQ(at(margin.x, margin.y) >> 24, 0u) << margin.x << "," << margin.y;
 
   EXPECT_EQ(GdipGraphicsClear(m_canvas, kClearWhite), Ok);
-  pixels[1] = pixels[0];
+  EXPECT_EQ(GdipDisposeImage(m_image), Ok);
+  // Large enough to have an inside: at its edges GDI+ mixes in what is beyond it.
+  std::vector<std::uint32_t> large(20 * 10, kRed);
+  makeImage(20, 10, PixelFormat32bppRGB, large.data());
   EXPECT_EQ(draw(-10, 20, 120, 30), Ok) << "cut at the edges";
-  EXPECT_EQ(at(0, 30), kRed);
-  EXPECT_EQ(at(40, 30), kRed);
+  EXPECT_EQ(at(10, 35), kRed);
+  EXPECT_EQ(at(40, 35), kRed);
   EXPECT_EQ(at(30, 19) >> 24, 0u);
   EXPECT_EQ(at(30, 50) >> 24, 0u);
   EXPECT_EQ(draw(0, 60, 0, 20), Ok);
