@@ -70,13 +70,16 @@ class Canvases : public testing::Test {
 };
 
 TEST_F(Canvases, KeepAPictureAsItIsOrStretchItsColours) {
-  std::uint32_t pixels[] = {0x00C81E0A, 0x7714B428};  // alpha means nothing
-  makeImage(2, 1, PixelFormat32bppRGB, pixels);
+  std::uint32_t pixels[] = {0x00C81E0A, 0x7714B428,  // alpha means nothing
+                            0x0014B428, 0x000000FF};
+  makeImage(2, 2, PixelFormat32bppRGB, pixels);
   makeCanvas(60, 80, PixelFormat32bppARGB, kClearWhite);
-  EXPECT_EQ(draw(1, 2, 2, 1), Ok);
+  EXPECT_EQ(draw(1, 2, 2, 2), Ok);
   EXPECT_EQ(at(1, 2), kRed);
   EXPECT_EQ(at(2, 2), kGreen);
-  for (const POINT margin : {POINT{0, 2}, POINT{3, 2}, POINT{1, 1}, POINT{1, 3}})
+  EXPECT_EQ(at(1, 3), kGreen);
+  EXPECT_EQ(at(2, 3), 0xFF0000FF);
+  for (const POINT margin : {POINT{0, 2}, POINT{3, 2}, POINT{1, 1}, POINT{1, 4}})
     EXPECT_EQ(at(margin.x, margin.y) >> 24, 0u) << margin.x << "," << margin.y;
 
   EXPECT_EQ(GdipGraphicsClear(m_canvas, kClearWhite), Ok);
