@@ -30,6 +30,7 @@ struct Version {
 };
 
 inline constexpr Version kWindows8{6, 2, 9200};
+inline constexpr Version kWindows81{6, 3, 9600};
 inline constexpr Version kFirstWindows10{10, 0, 10240};
 inline constexpr Version kWindows11{10, 0, 22000};
 
@@ -102,6 +103,7 @@ struct Machine {
 
   HRESULT captureClassResult = S_OK;            // of activating classes of Windows.Graphics.Capture
   std::optional<Micros> captureStartTakes = 0;  // to start a session; nothing: it hangs
+  bool pngEncoder = true;                       // GDI+ has one
 
   bool virtualDesktopManager = true;
   std::set<HWND> onOtherVirtualDesktop;
