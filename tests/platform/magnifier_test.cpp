@@ -103,12 +103,12 @@ TEST_F(Magnifiers, SeeAThumbnailBeyondTheMonitors) {
   const DWM_THUMBNAIL_PROPERTIES properties{
       DWM_TNP_RECTDESTINATION | DWM_TNP_VISIBLE, {5, 5, 20, 20}, {}, 0, TRUE, FALSE};
   ASSERT_EQ(DwmUpdateThumbnailProperties(thumbnail, &properties), S_OK);
-  ASSERT_TRUE(m_mag->SetSource(window, {-20, -20, 10, 10}));
+  ASSERT_TRUE(MagSetWindowSource(window, {-20, -20, 10, 10}));
   EXPECT_EQ(seenAt(5, 19), kOpaque | kGreenPixel);
   EXPECT_EQ(seenAt(4, 19), kOpaque) << "a layered window without attributes has no picture";
   EXPECT_EQ(seenAt(20, 20), kOpaque | kDesktopPixel);
   SetLayeredWindowAttributes(host, 0, 255, LWA_ALPHA);
-  ASSERT_TRUE(m_mag->SetSource(window, {-20, -20, 10, 10}));
+  ASSERT_TRUE(MagSetWindowSource(window, {-20, -20, 10, 10}));
   EXPECT_EQ(seenAt(4, 19), kOpaque | kRedPixel);
   EXPECT_EQ(DwmUnregisterThumbnail(thumbnail), S_OK);
   EXPECT_TRUE(DestroyWindow(window));
