@@ -5,7 +5,9 @@
 
 #include "platform/model/D3D11Device.h"
 #include "platform/model/Faults.h"
+#include "platform/model/GraphicsCaptureFrame.h"
 #include "platform/model/Machine.h"
+#include "platform/model/Modules.h"
 
 using namespace vwin;
 
@@ -56,4 +58,14 @@ HRESULT WINAPI D3D11CreateDevice(IDXGIAdapter* adapter, D3D_DRIVER_TYPE driverTy
   if (featureLevel != nullptr) *featureLevel = level;
   if (device == nullptr && context == nullptr) return S_FALSE;
   return d3d11::MakeDevice(0, level, device, context);
+}
+
+HRESULT WINAPI CreateDirect3D11DeviceFromDXGIDevice(IDXGIDevice* device,
+                                                    wgc::IInspectable** direct3dDevice) {
+  VWIN_CALL(CreateDirect3D11DeviceFromDXGIDevice);
+  if (direct3dDevice == nullptr) return E_POINTER;
+  *direct3dDevice = nullptr;
+  if (fault) return fault->hresult;
+  ID3D11Device* const behind = d3d11::DeviceOf(device).device;
+  return behind ? capture::MakeDirect3DDevice(behind, direct3dDevice) : E_INVALIDARG;
 }

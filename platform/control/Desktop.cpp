@@ -7,6 +7,7 @@
 
 #include "platform/model/Compositor.h"
 #include "platform/model/Desktop.h"
+#include "platform/model/GraphicsCaptureItem.h"
 #include "platform/model/OwnWindows.h"
 #include "platform/model/Rects.h"
 
@@ -166,6 +167,7 @@ void RemoveMonitor(HMONITOR handle) {
   const Monitor& monitor = monitorOf(lock, handle);
   auto& monitors = desktop::Get(lock).monitors;
   handles::Remove(lock, HandleKind::kMonitor, handle);
+  capture::CloseItemsOfNothing(lock);
   const bool primary = monitor.primary;
   std::erase_if(monitors, [&](const auto& other) { return other.get() == &monitor; });
   if (primary && !monitors.empty()) monitors.front()->primary = true;

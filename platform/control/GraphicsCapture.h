@@ -29,7 +29,8 @@ void CloseCaptureItems(HWND window);
 void CloseCaptureItems(HMONITOR monitor);
 
 // Whoever is to be told of `Closed` from now on is called only with DeliverClosed: the
-// system's thread has the handler in hand and takes its time.
+// system's thread has the handler in hand and takes its time, whatever is removed or
+// released meanwhile. DeliverClosed ends the holding, too.
 void HoldClosed();
 void DeliverClosed();
 

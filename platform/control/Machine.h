@@ -24,7 +24,7 @@ inline constexpr Version kWindows7{6, 1, 7601};
 using vwin::kWindows8;
 inline constexpr Version kWindows81{6, 3, 9600};
 inline constexpr Version kWindows10{10, 0, 19045};
-inline constexpr Version kWindows11{10, 0, 22000};
+using vwin::kWindows11;
 
 // Composition stays as it is: only Windows 7 can be without.
 void SetVersion(Version version);

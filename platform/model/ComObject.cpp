@@ -27,6 +27,14 @@ ULONG ComObject::addRef() {
   return ++m_count;
 }
 
+bool ComObject::addRefIfAlive() {
+  ULONG count = m_count.load();
+  while (count != 0) {
+    if (m_count.compare_exchange_weak(count, count + 1)) return true;
+  }
+  return false;
+}
+
 ULONG ComObject::release() {
   ULONG count = m_count.load();
   do {

@@ -28,6 +28,8 @@ class ComObject {
   virtual ~ComObject() = default;
 
   ULONG addRef();
+  // For who finds the object by itself, with the lock held: false after the last release.
+  bool addRefIfAlive();
   ULONG release();
   // What ends with the last reference; and what of it must be done without the lock,
   // such as releasing other objects.

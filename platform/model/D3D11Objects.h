@@ -46,7 +46,7 @@ struct TextureContent {
   std::shared_ptr<std::uint32_t[]> pixels;
   std::ptrdiff_t stride;  // in pixels; of a staging texture wider than the picture
   bool mapped = false;
-  bool withdrawn = false;  // its duplication's frame was released
+  bool withdrawn = false;  // the frame that gave it was released
 
   Image image() const {
     return {pixels.get(), static_cast<int>(desc.Width), static_cast<int>(desc.Height), stride};
@@ -134,6 +134,8 @@ class Texture final : public Holder<TextureContent, ID3D11Texture2D, IDXGIResour
   void STDMETHODCALLTYPE GetDesc(D3D11_TEXTURE2D_DESC* desc) override;
   HRESULT STDMETHODCALLTYPE Map(DXGI_MAPPED_RECT* mapped, UINT flags) override;
   HRESULT STDMETHODCALLTYPE Unmap() override;
+  // QueryInterface for other objects of the system: no call of anybody's.
+  using Holder::query;
 
  private:
   void onLastRelease(Lock& lock) override;

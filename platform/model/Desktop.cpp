@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "platform/model/Gdi.h"
+#include "platform/model/GraphicsCaptureItem.h"
 #include "platform/model/Rects.h"
 
 namespace vwin {
@@ -121,6 +122,7 @@ void RenewHandle(Lock& lock, Monitor& monitor) {
   const HMONITOR renewed = enterHandle(lock, kept, negative);
   handles::Remove(lock, HandleKind::kMonitor, monitor.handle);
   monitor.handle = renewed;
+  capture::CloseItemsOfNothing(lock);
 }
 
 std::shared_ptr<Monitor> FindMonitor(Lock& lock, HMONITOR handle) {

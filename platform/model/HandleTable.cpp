@@ -80,6 +80,8 @@ const char* LedgerKind(HandleKind kind) {
       return "process handle";
     case HandleKind::kDesktop:
       return "desktop";
+    case HandleKind::kString:
+      return "string";
     case HandleKind::kModule:
       return "module";
     case HandleKind::kRegistryKey:

@@ -29,6 +29,7 @@ enum class HandleKind : std::uint8_t {
   kProcess,
   kDesktop,
   kModule,
+  kString,
   kRegistryKey,
 };
 

@@ -31,6 +31,7 @@ struct Version {
 
 inline constexpr Version kWindows8{6, 2, 9200};
 inline constexpr Version kFirstWindows10{10, 0, 10240};
+inline constexpr Version kWindows11{10, 0, 22000};
 
 struct Process {
   std::wstring imagePath;
@@ -99,6 +100,9 @@ struct Machine {
   int magnifierStretches = 1;                // calls of StretchRect in a render
   std::optional<Micros> magnifierTakes = 0;  // to render; nothing: it hangs
 
+  HRESULT captureClassResult = S_OK;            // of activating classes of Windows.Graphics.Capture
+  std::optional<Micros> captureStartTakes = 0;  // to start a session; nothing: it hangs
+
   bool virtualDesktopManager = true;
   std::set<HWND> onOtherVirtualDesktop;
 
@@ -112,5 +116,9 @@ struct Machine {
 
 // The one machine of the process.
 Machine& TheMachine(Lock& lock);
+
+// Waits for as long as `takes` says. It may change meanwhile, and counts from the
+// beginning. `what` is a literal.
+void SpendTime(Lock& lock, const char* what, std::optional<Micros> Machine::*takes);
 
 }  // namespace vwin

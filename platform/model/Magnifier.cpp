@@ -107,17 +107,6 @@ std::shared_ptr<d3d9::SurfaceContent> sized(Magnifier& magnifier, IDirect3DSurfa
   return d3d9::ContentOf(surface);
 }
 
-void spendRenderTime(Lock& lock) {
-  const Micros began = scheduler::Now(lock);
-  for (;;) {
-    const std::optional<Micros> takes = TheMachine(lock).magnifierTakes;
-    if (takes && began + *takes <= scheduler::Now(lock)) return;
-    scheduler::WaitUntil(
-        lock, "a magnifier's render", [&] { return TheMachine(lock).magnifierTakes != takes; },
-        takes ? std::optional<Micros>(began + *takes) : std::nullopt);
-  }
-}
-
 void draw(Lock& lock, const State& state, d3d9::SurfaceContent& picture) {
   if (TheMachine(lock).blackMagnifier) {
     std::fill(picture.pixels.begin(), picture.pixels.end(), 0u);
@@ -143,7 +132,7 @@ bool render(HWND window, const RECT& source) {
     if (!magnifier || !found) return false;
     magnifier->state.source = source;
     ++magnifier->state.renders;
-    spendRenderTime(lock);
+    SpendTime(lock, "a magnifier's render", &Machine::magnifierTakes);
     shown = found->wholeClient();
     // Another desktop has the screen.
     calls = TheMachine(lock).secureDesktop ? 0 : TheMachine(lock).magnifierStretches;

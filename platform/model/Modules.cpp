@@ -44,6 +44,11 @@ const ExportEntry kExports[] = {
     {"magnification.dll", "MagSetWindowFilterList", kEveryVersion,
      AsExport(&MagSetWindowFilterList)},
     {"magnification.dll", "MagSetColorEffect", kEveryVersion, AsExport(&MagSetColorEffect)},
+    {"combase.dll", "RoGetActivationFactory", kEveryVersion, AsExport(&RoGetActivationFactory)},
+    {"combase.dll", "WindowsCreateString", kEveryVersion, AsExport(&WindowsCreateString)},
+    {"combase.dll", "WindowsDeleteString", kEveryVersion, AsExport(&WindowsDeleteString)},
+    {"d3d11.dll", "CreateDirect3D11DeviceFromDXGIDevice", kFirstWindows10,
+     AsExport(&CreateDirect3D11DeviceFromDXGIDevice)},
 };
 
 struct Module : Object {
@@ -51,7 +56,8 @@ struct Module : Object {
   const std::string name;
   int references = 0;
   bool isPinned = false;
-  bool isPresent = true;       // as a file
+  bool isPresent = true;  // as a file
+  Version since = kEveryVersion;
   bool isLoadedAnyhow = true;  // whoever frees it
   std::set<std::string> missingExports;
 
@@ -84,6 +90,9 @@ ModuleMap& All(Lock& lock) {
     }
     for (const char* name : {"d3d9.dll", "d3d9on12.dll", "d3d12.dll", "magnification.dll"})
       Get(lock, Enter(lock, *map, name))->isLoadedAnyhow = false;
+    const std::shared_ptr<Module> combase = Get(lock, Enter(lock, *map, "combase.dll"));
+    combase->isLoadedAnyhow = false;
+    combase->since = kWindows8;
     return map;
   }();
   return *modules;
@@ -97,9 +106,10 @@ std::string Normal(const std::string& name) {
 
 // Null when there is no such file.
 HMODULE Present(Lock& lock, const std::string& name) {
-  const auto module = All(lock).find(Normal(name));
-  return module != All(lock).end() && Get(lock, module->second)->isPresent ? module->second
-                                                                           : nullptr;
+  const auto found = All(lock).find(Normal(name));
+  if (found == All(lock).end()) return nullptr;
+  const std::shared_ptr<Module> module = Get(lock, found->second);
+  return module->isPresent && TheMachine(lock).version >= module->since ? found->second : nullptr;
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include <magnification.h>
 #include <windows.h>
+#include <windows_graphics_capture.h>
 
 #include <string>
 
@@ -54,4 +55,9 @@ BOOL WINAPI MagUninitialize();
 BOOL WINAPI MagSetWindowSource(HWND window, RECT source);
 BOOL WINAPI MagSetWindowFilterList(HWND window, DWORD mode, int count, HWND* windows);
 BOOL WINAPI MagSetColorEffect(HWND window, MAGCOLOREFFECT* effect);
+HRESULT WINAPI RoGetActivationFactory(wgc::HSTRING className, REFIID iid, void** factory);
+HRESULT WINAPI WindowsCreateString(const WCHAR* text, UINT32 length, wgc::HSTRING* string);
+HRESULT WINAPI WindowsDeleteString(wgc::HSTRING string);
+HRESULT WINAPI CreateDirect3D11DeviceFromDXGIDevice(IDXGIDevice* device,
+                                                    wgc::IInspectable** direct3dDevice);
 }

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "platform/model/Desktop.h"
+#include "platform/model/GraphicsCaptureItem.h"
 #include "platform/model/Rects.h"
 
 namespace vwin::desktop {
@@ -120,6 +121,7 @@ std::shared_ptr<Window> Leave(Lock& lock, Window& window) {
   std::shared_ptr<Window> last = std::move(*position);
   siblings.erase(position);
   handles::Remove(lock, HandleKind::kWindow, window.handle);
+  capture::CloseItemsOfNothing(lock);
   Desktop& desktop = Get(lock);
   if (desktop.focus == window.handle) desktop.focus = nullptr;
   if (desktop.foreground == window.handle) desktop.foreground.reset();
