@@ -1,11 +1,11 @@
 #include "win/engine/wgc/ScreenCaptureEngineWGC.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "common/Logging.h"
 #include "win/engine/wgc/CaptureLibrary.h"
 #include "win/source/WindowEnumeration.h"
+#include "win/util/Clock.h"
 #include "win/util/SystemProbes.h"
 #include "win/util/WindowHelpers.h"
 
@@ -94,6 +94,7 @@ bool ScreenCaptureEngineWGC::Initialize() {
   m_firstFrame = true;
   m_anotherWanted = false;
   m_restartWanted = false;
+  m_cursorTime = 0;
   return true;
 }
 
@@ -129,9 +130,7 @@ void ScreenCaptureEngineWGC::ShowCursor(bool show) {
   if (!m_session->ShowCursor(show)) {
     m_restartWanted = m_restartWanted || changed;
   } else if (changed) {
-    // What lies in the pool shows the cursor as it was.
-    ComPtr<wgc::IDirect3D11CaptureFrame> old;
-    static_cast<void>(m_session->TryGetNextFrame(old));
+    m_cursorTime = MonotonicMicros();
     wantAnotherPicture();
   }
 }
@@ -180,7 +179,7 @@ bool ScreenCaptureEngineWGC::Capture(std::int32_t x, std::int32_t y, std::int32_
     QX_LOG_LIMITED(LogLevelError, "TryGetNextFrame failed:{}", static_cast<std::int32_t>(hr));
     return false;
   }
-  if (!captured) {
+  if (!captured || showsOldCursor(captured.Get())) {
     return handleNoFrame(rect, change, result);
   }
   m_emptyCaptures = 0;
@@ -200,6 +199,17 @@ bool ScreenCaptureEngineWGC::Capture(std::int32_t x, std::int32_t y, std::int32_
   }
   m_missed = Missed::None;
   return true;
+}
+
+// What lay in the pool when the cursor was turned on or off.
+bool ScreenCaptureEngineWGC::showsOldCursor(wgc::IDirect3D11CaptureFrame* captured) {
+  std::int64_t time = 0;  // in units of 100 ns
+  if (m_cursorTime != 0 &&
+      (FAILED(captured->get_SystemRelativeTime(&time)) || time / 10 < m_cursorTime)) {
+    return true;
+  }
+  m_cursorTime = 0;
+  return false;
 }
 
 // What the duplication told of is told once, and so is a picture of the pool.

@@ -67,6 +67,7 @@ class ScreenCaptureEngineWGC : public ScreenCaptureEngine {
   void createDevice();
   bool restart();
   void wantAnotherPicture();
+  bool showsOldCursor(wgc::IDirect3D11CaptureFrame* captured);
   Change checkForChange(const RECT& rect, ScreenCaptureFrame& frame);
   bool handleNoFrame(const RECT& rect, Change change, CaptureResult& result);
   bool needsAnotherPicture(const RECT& rect);
@@ -91,6 +92,7 @@ class ScreenCaptureEngineWGC : public ScreenCaptureEngine {
   Missed m_missed = Missed::None;
   bool m_anotherWanted = false;
   bool m_restartWanted = false;
+  std::int64_t m_cursorTime = 0;     // since when pictures show it as it is wanted; 0: all do
   std::int32_t m_emptyCaptures = 0;  // since another picture is wanted
   std::int32_t m_looksLeft = 0;      // that the last change is good for
   CaptureThread m_thread;
