@@ -51,7 +51,8 @@ class CaptureThread::Life {
   void Stop(const std::shared_ptr<CaptureSession>& session);
   // Makes the thread end. How long that may take.
   DWORD End();
-  std::atomic<bool>& WindowStateChanged() { return m_windowStateChanged; }
+  bool HasWindowStateChanged() const { return m_windowStateChanged; }
+  void ForgetWindowStateChange();
 
   // The thread's body.
   void Run();
@@ -147,6 +148,14 @@ DWORD CaptureThread::Life::End() {
   const std::lock_guard lock(m_mutex);
   const bool late = m_busy && std::ranges::count(m_sessions, false, &Entry::wanted) > 0;
   return late ? 0 : kPatience;
+}
+
+// What has changed since the last look is forgotten with it.
+void CaptureThread::Life::ForgetWindowStateChange() {
+  if (m_windowStateChanged) {
+    m_windowState = StateOf(m_sharedWindow);
+    m_windowStateChanged = false;
+  }
 }
 
 // ---------------------------------------------------------------- the helper thread
@@ -328,8 +337,8 @@ bool CaptureThread::Start(const std::shared_ptr<CaptureSession>& session) {
 
 void CaptureThread::Stop(const std::shared_ptr<CaptureSession>& session) { m_life->Stop(session); }
 
-bool CaptureThread::HasWindowStateChanged() const { return m_life->WindowStateChanged(); }
+bool CaptureThread::HasWindowStateChanged() const { return m_life->HasWindowStateChanged(); }
 
-bool CaptureThread::TakeWindowStateChange() { return m_life->WindowStateChanged().exchange(false); }
+void CaptureThread::ForgetWindowStateChange() { m_life->ForgetWindowStateChange(); }
 
 }  // namespace qx

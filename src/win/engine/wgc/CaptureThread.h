@@ -32,9 +32,10 @@ class CaptureThread {
   // Of a session that was started here. It is not for the caller any more.
   void Stop(const std::shared_ptr<CaptureSession>& session);
 
-  // Whether the shared window's state has changed since TakeWindowStateChange.
+  // Whether the shared window's state has changed since the start, or since it was told to
+  // forget it.
   bool HasWindowStateChanged() const;
-  bool TakeWindowStateChange();
+  void ForgetWindowStateChange();
 
  private:
   class Life;

@@ -110,6 +110,7 @@ void ScreenCaptureEngineWGC::UnInitialize() {
 }
 
 bool ScreenCaptureEngineWGC::restart() {
+  m_thread.ForgetWindowStateChange();
   UnInitialize();
   return Initialize();
 }
@@ -188,7 +189,7 @@ bool ScreenCaptureEngineWGC::Capture(std::int32_t x, std::int32_t y, std::int32_
     m_missed = Missed::Now;
     return false;
   }
-  if (m_window && m_thread.TakeWindowStateChange()) {
+  if (m_thread.HasWindowStateChanged()) {
     texture.Reset();
     captured.Reset();
     return restart();
