@@ -1,5 +1,6 @@
 // Shares of monitors and windows that Windows.Graphics.Capture serves.
 #include "platform/control/Modules.h"
+#include "tests/share/AllocationHook.h"
 #include "tests/share/WgcShareTest.h"
 
 namespace qx::test {
@@ -177,11 +178,14 @@ TEST_F(WgcShareTest, EachCallThatFailsForEverBringsTheNextEngineAndTheLogTellsWh
     const char* call;
     const char* message;
     std::uint64_t nth = 1;
+    vwin::Fault fault = kDeviceRemoved;
   };
   const Failure failures[] = {
       {"RoGetActivationFactory", "ScreenCaptureEngineWGC init failed"},
       {"WindowsCreateString", "ScreenCaptureEngineWGC init failed"},
       {"IGraphicsCaptureItemInterop::CreateForWindow", "ScreenCaptureEngineWGC init failed"},
+      {"IGraphicsCaptureItemInterop::CreateForWindow", "CreateForWindow throw a exception", 1,
+       kAccessViolation},
       {"IGraphicsCaptureItem::add_Closed", "Failed to add_Closed:"},
       {"CreateDirect3D11DeviceFromDXGIDevice", "Failed to get Direct3dDevice:"},
       {"RoGetActivationFactory", "Failed to get IDirect3D11CaptureFramePoolStatics:", 2},
@@ -204,7 +208,7 @@ TEST_F(WgcShareTest, EachCallThatFailsForEverBringsTheNextEngineAndTheLogTellsWh
     const LedgerSnapshot ledger = Snapshot();
     log.Forget();
     host.Forget();
-    FailNth(failure.call, failure.nth, kDeviceRemoved, Repeat::kOnward);
+    FailNth(failure.call, failure.nth, failure.fault, Repeat::kOnward);
     startWindow();
     Advance(1s);
     ASSERT_FALSE(host.Engines().empty());
@@ -284,23 +288,120 @@ TEST_F(WgcShareTest, StopThatHangsEndsByItself) {
   EXPECT_EQ(Difference(ledger), "");
 }
 
-TEST_F(WgcShareTest, RemovedFunctionsClassesAndDevicesLeaveTheNextEngine) {
-  SetD3DResult(DXGI_ERROR_UNSUPPORTED);
-  startWindow();
-  EXPECT_EQ(host.Engines(), Engines{kWgc}) << "there is a software device\n" << log.Dump();
-  EXPECT_TRUE(showsWindow());
-  capture.ShareStop();
-  host.Forget();
-  SetD3DResult(E_FAIL);
-  startWindow();
-  EXPECT_EQ(host.Engines(), Engines{kPrint});
-  EXPECT_GE(log.Count("Failed to create D3D11Device:"), 1);
-  capture.ShareStop();
-  host.Forget();
-  SetD3DResult(S_OK);
+TEST_F(WgcShareTest, WithoutHardwareTheSystemDrawsAndWithoutItsModuleTheNextEngineDoes) {
   RemoveModule("combase.dll");
   startWindow();
   EXPECT_EQ(host.Engines(), Engines{kPrint});
+  capture.ShareStop();
+  SetD3DResult(E_FAIL);
+  startWindow();
+  EXPECT_GE(log.Count("Failed to create D3D11Device:"), 1);
+}
+
+TEST_F(WgcShareTest, SoftwareDeviceWillDo) {
+  SetD3DResult(DXGI_ERROR_UNSUPPORTED);
+  startWindow();
+  EXPECT_EQ(host.Engines(), Engines{kWgc}) << log.Dump();
+  EXPECT_TRUE(showsWindow());
+}
+
+TEST_F(WgcShareTest, EmptyPoolIsNoFailureAndNothingIsSentBeforeTheFirstPicture) {
+  for (const bool check : {true, false}) {
+    if (!check) {
+      withoutDynamicCheck();
+    }
+    FailNth("IDirect3D11CaptureFramePool::TryGetNextFrame", 1, {0, S_OK}, Repeat::kOnward);
+    host.Forget();
+    startWindow();
+    Advance(3s);
+    EXPECT_EQ(host.FrameCount(), 0);
+    ClearFaults();
+    tick();
+    EXPECT_TRUE(showsWindow());
+    EXPECT_EQ(host.Engines(), Engines{kWgc});
+    capture.ShareStop();
+  }
+  EXPECT_EQ(starts(), 2u);
+}
+
+// A duplication tells of a change before the pool has its picture, and a picture that is
+// not delivered is told of no more.
+TEST_F(WgcShareTest, ChangeIsShownThoughItsPictureComesLateOrIsDropped) {
+  startWindow();
+  Advance(2100ms);
+  FailNth("IDirect3D11CaptureFramePool::TryGetNextFrame", 1, {0, S_OK});
+  Fill(window, {40, 40, 60, 60}, RGB(1, 2, 3));
+  tick();
+  EXPECT_TRUE(InjectedInto());
+  tick(2);
+  EXPECT_EQ(host.LastFrame().At(50, 50), 0x010203u);
+
+  withoutDynamicCheck();
+  tick(2);
+  Fill(window, {40, 40, 60, 60}, RGB(3, 2, 1));
+  AtNth("ID3D11DeviceContext::Map", 1, [&] { MoveTo(window, 60, 70); });
+  Advance(2s);
+  EXPECT_EQ(host.LastFrame().At(50, 50), 0x030201u);
+  EXPECT_EQ(host.Engines().back(), kWgc);
+}
+
+TEST_F(WgcShareTest, LackOfMemoryRepeatsTheLastPictureUntilThereIsSome) {
+  startWindow();
+  Advance(1s);
+  {
+    const FailLargeAllocations noMemory(200 * 150 * 4);
+    Resize(window, 200, 150);
+    Advance(1s);
+    EXPECT_GE(noMemory.failed(), 1);
+    EXPECT_EQ(host.LastFrame().width, 100);
+  }
+  Advance(1s);
+  EXPECT_EQ(host.LastFrame().width, 200);
+  EXPECT_EQ(host.Engines(), Engines{kWgc});
+}
+
+// --------------------------------------------------------------- beside a duplication
+
+// A watched monitor's duplication gives its picture once.
+TEST_F(WgcShareTest, SharesOfAWindowAndOfItsMonitorShowTheirPicturesAtOnceSideBySide) {
+  ScreenCapture other;
+  const IScreenCapture::CaptureEngineType dxgi[] = {IScreenCapture::CaptureEngineDXGI,
+                                                    IScreenCapture::CaptureEngineGDIBitBlt};
+  other.SetCaptureEngineConfig(dxgi, 2, false);
+  other.EnablePromptWindow(false);
+  other.EnableCaptureCursor(false);
+  const std::vector<Patch> shown = {{20, 30, 120, 110, kColor}, {30, 40, 50, 50, kMark}};
+  for (const bool windowFirst : {true, false}) {
+    ShareRecorder screen(&context);
+    const auto startOther = [&] {
+      ASSERT_TRUE(other.ShareDesktop(&context, idOf(monitor()), &screen, error)) << log.Dump();
+    };
+    host.Forget();
+    if (windowFirst) {
+      startWindow();
+      Advance(2s);  // and watches the monitor
+      startOther();
+    } else {
+      startOther();
+      Advance(2s);
+      startWindow();
+    }
+    tick(2);
+    EXPECT_TRUE(showsWindow());
+    EXPECT_TRUE(Shows(screen.LastFrame(), kBackground, shown)) << log.Dump();
+    EXPECT_EQ(screen.Engines(), Engines{kDxgi}) << windowFirst << log.Dump();
+
+    RenewMonitorHandle(monitor());  // access is lost
+    Advance(2s);
+    Fill(window, {10, 10, 30, 20}, RGB(0xC8, 0x0A, 0xF1));
+    Fill(window, {10, 10, 30, 20}, RGB(0xC8, 0x0A, 0xF0));
+    Advance(1s);
+    EXPECT_TRUE(Shows(screen.LastFrame(), kBackground, shown)) << log.Dump();
+    EXPECT_TRUE(showsWindow());
+    EXPECT_EQ(host.Engines(), Engines{kWgc});
+    other.ShareStop();
+    capture.ShareStop();
+  }
 }
 
 }  // namespace

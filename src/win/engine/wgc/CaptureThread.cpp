@@ -213,10 +213,14 @@ void CaptureThread::Life::serve() {
   SetEvent(m_upEvent.Get());
   RunClosed("WGCHelperWindow's thread met an exception", [this] {
     MSG message = {};
-    // An error would only come again.
-    while (!m_ending && GetMessageW(&message, nullptr, 0, 0) > 0) {
-      TranslateMessage(&message);
-      DispatchMessageW(&message);
+    while (!m_ending) {
+      if (GetMessageW(&message, nullptr, 0, 0) > 0) {
+        TranslateMessage(&message);
+        DispatchMessageW(&message);
+      } else if (!m_ending) {
+        // Only its owner ends it, who uses the sessions until then.
+        Sleep(kTimerMs);
+      }
     }
   });
   static_cast<void>(KillTimer(window, kTimer));

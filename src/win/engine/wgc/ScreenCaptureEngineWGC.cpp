@@ -144,8 +144,9 @@ void ScreenCaptureEngineWGC::SetDynamicCheck(bool check) {
   }
 }
 
+// Every session begins with a picture, so a first one is not asked for.
 void ScreenCaptureEngineWGC::wantAnotherPicture() {
-  m_anotherWanted = true;
+  m_anotherWanted = !m_firstFrame;
   m_emptyCaptures = 0;
 }
 
@@ -167,6 +168,9 @@ bool ScreenCaptureEngineWGC::Capture(std::int32_t x, std::int32_t y, std::int32_
   }
   if (m_restartWanted || (!m_window && m_session->Source().monitor != m_source)) {
     return restart();
+  }
+  if (width < 1 || height < 1) {
+    return false;  // no picture is given away for it
   }
   const RECT rect = {x, y, x + width, y + height};
   const Change change = checkForChange(rect, frame);
@@ -207,6 +211,7 @@ bool ScreenCaptureEngineWGC::showsOldCursor(wgc::IDirect3D11CaptureFrame* captur
   std::int64_t time = 0;  // in units of 100 ns
   if (m_cursorTime != 0 &&
       (FAILED(captured->get_SystemRelativeTime(&time)) || time / 10 < m_cursorTime)) {
+    m_anotherWanted = true;
     return true;
   }
   m_cursorTime = 0;
@@ -266,7 +271,6 @@ bool ScreenCaptureEngineWGC::handleNoFrame(const RECT& rect, Change change, Capt
   return true;
 }
 
-// Every session begins with a picture, so the first one is not asked for again.
 bool ScreenCaptureEngineWGC::needsAnotherPicture(const RECT& rect) {
   if (m_anotherWanted || m_thread.HasWindowStateChanged()) {
     return true;
@@ -349,7 +353,7 @@ bool ScreenCaptureEngineWGC::copyPicture(ComPtr<ID3D11Texture2D> texture, const 
     case PictureReader::Outcome::Failed:
       return false;
     case PictureReader::Outcome::NoRoom:
-      wantAnotherPicture();
+      m_anotherWanted = true;
       return true;
     case PictureReader::Outcome::Read:
       break;
