@@ -26,25 +26,25 @@ struct PoolSpec {
 
 // False for what no pool can be made of.
 bool read(wgc::IDirect3DDevice* device, wgc::DirectXPixelFormat format, std::int32_t buffers,
-          wgc::SizeInt32 size, const char* call, PoolSpec& spec) {
+          wgc::SizeInt32 size, const char* call, PoolSpec& wanted) {
   constexpr std::int32_t kMost = D3D11_REQ_TEXTURE2D_U_OR_V_DIMENSION;
-  spec = {DeviceBehind(device, call), buffers, {size.width, size.height}};
-  return spec.device != nullptr && format == wgc::DirectXPixelFormat::B8G8R8A8UIntNormalized &&
+  wanted = {DeviceBehind(device, call), buffers, {size.width, size.height}};
+  return wanted.device != nullptr && format == wgc::DirectXPixelFormat::B8G8R8A8UIntNormalized &&
          buffers >= 1 && size.width > 0 && size.height > 0 && size.width <= kMost &&
          size.height <= kMost;
 }
 
-std::vector<std::shared_ptr<Buffer>> makeBuffers(const PoolSpec& spec) {
+std::vector<std::shared_ptr<Buffer>> makeBuffers(const PoolSpec& wanted) {
   D3D11_TEXTURE2D_DESC desc{};
-  desc.Width = static_cast<UINT>(spec.size.cx);
-  desc.Height = static_cast<UINT>(spec.size.cy);
+  desc.Width = static_cast<UINT>(wanted.size.cx);
+  desc.Height = static_cast<UINT>(wanted.size.cy);
   desc.MipLevels = 1;
   desc.ArraySize = 1;
   desc.Format = DXGI_FORMAT_B8G8R8A8_UNORM;
   desc.SampleDesc = {1, 0};
   desc.BindFlags = D3D11_BIND_SHADER_RESOURCE | D3D11_BIND_RENDER_TARGET;
   std::vector<std::shared_ptr<Buffer>> buffers;
-  for (std::int32_t i = 0; i < spec.buffers; ++i) {
+  for (std::int32_t i = 0; i < wanted.buffers; ++i) {
     buffers.push_back(std::make_shared<Buffer>());
     buffers.back()->texture = std::make_shared<d3d11::TextureContent>(desc);
   }
@@ -53,12 +53,12 @@ std::vector<std::shared_ptr<Buffer>> makeBuffers(const PoolSpec& spec) {
 
 class Pool final : public Inspectable<wgc::IDirect3D11CaptureFramePool, wgc::IClosable> {
  public:
-  explicit Pool(const PoolSpec& spec)
+  explicit Pool(const PoolSpec& wanted)
       : Inspectable("Direct3D11CaptureFramePool",
                     "IDirect3D11CaptureFramePoolStatics2::CreateFreeThreaded"),
-        m_device(spec.device),
-        m_size(spec.size),
-        m_buffers(makeBuffers(spec)) {
+        m_device(wanted.device),
+        m_size(wanted.size),
+        m_buffers(makeBuffers(wanted)) {
     m_device->AddRef();
   }
 
@@ -66,18 +66,18 @@ class Pool final : public Inspectable<wgc::IDirect3D11CaptureFramePool, wgc::ICl
                                      std::int32_t buffers, wgc::SizeInt32 size) override {
     VWIN_METHOD(IDirect3D11CaptureFramePool::Recreate);
     if (fault) return fault->hresult;
-    PoolSpec spec;
-    if (!read(device, format, buffers, size, "IDirect3D11CaptureFramePool::Recreate", spec))
+    PoolSpec wanted;
+    if (!read(device, format, buffers, size, "IDirect3D11CaptureFramePool::Recreate", wanted))
       return E_INVALIDARG;
-    auto made = makeBuffers(spec);
-    ID3D11Device* unused = spec.device;
+    auto made = makeBuffers(wanted);
+    ID3D11Device* unused = wanted.device;
     unused->AddRef();
     HRESULT result = RO_E_CLOSED;
     {
       Lock lock;
       if (!m_closed) {
         std::swap(m_device, unused);
-        m_size = spec.size;
+        m_size = wanted.size;
         m_buffers.swap(made);
         if (m_session) {
           m_session->poolSize = m_size;
@@ -206,13 +206,13 @@ class PoolFactory final : public Inspectable<wgc::IDirect3D11CaptureFramePoolSta
     if (pool == nullptr) return E_POINTER;
     *pool = nullptr;
     if (fault) return fault->hresult;
-    PoolSpec spec;
+    PoolSpec wanted;
     if (!read(device, format, buffers, size,
-              "IDirect3D11CaptureFramePoolStatics2::CreateFreeThreaded", spec)) {
+              "IDirect3D11CaptureFramePoolStatics2::CreateFreeThreaded", wanted)) {
       return E_INVALIDARG;
     }
     return Pool::Make<Pool>(wgc::IID_IDirect3D11CaptureFramePool, reinterpret_cast<void**>(pool),
-                            spec);
+                            wanted);
   }
 };
 
