@@ -1,7 +1,6 @@
 #include "win/engine/wgc/PictureReader.h"
 
 #include <cstring>
-#include <utility>
 
 #include "common/Logging.h"
 
@@ -18,10 +17,11 @@ bool PictureReader::Init(const ComPtr<ID3D11Device>& device) {
 
 void PictureReader::Release() { m_direct11Scale.Release(); }
 
-PictureReader::Outcome PictureReader::Read(ComPtr<ID3D11Texture2D> texture, const Wish& wish,
+PictureReader::Outcome PictureReader::Read(ID3D11Texture2D* captured, const Wish& wish,
                                            ScreenCaptureFrame& frame) {
   ComPtr<ID3D11DeviceContext> context;
   m_device->GetImmediateContext(context.Put());
+  ComPtr<ID3D11Texture2D> texture(captured);
   if (!cut(context.Get(), wish.part, texture)) {
     return Outcome::Failed;
   }

@@ -30,7 +30,7 @@ class PictureReader {
   void Release();
 
   // Nothing of `frame` changes but with Read. Failures are logged.
-  Outcome Read(ComPtr<ID3D11Texture2D> texture, const Wish& wish, ScreenCaptureFrame& frame);
+  Outcome Read(ID3D11Texture2D* captured, const Wish& wish, ScreenCaptureFrame& frame);
 
  private:
   bool cut(ID3D11DeviceContext* context, const RECT& part, ComPtr<ID3D11Texture2D>& texture);

@@ -20,16 +20,6 @@ constexpr std::int32_t kLateLooks = 3;
 // A window's border.
 constexpr LONG kMargin = 2;
 
-// Each step of a frame has a limit of its own. Nor is a success without its object one.
-template <int Step>
-bool Done(HRESULT hr, bool got, const char* what) {
-  if (SUCCEEDED(hr) && got) {
-    return true;
-  }
-  QX_LOG_LIMITED(LogLevelError, "{}:{}", what, static_cast<std::int32_t>(FAILED(hr) ? hr : E_FAIL));
-  return false;
-}
-
 }  // namespace
 
 ScreenCaptureEngineWGC::ScreenCaptureEngineWGC(HMONITOR monitor, HWND window,
@@ -178,27 +168,27 @@ bool ScreenCaptureEngineWGC::Capture(std::int32_t x, std::int32_t y, std::int32_
     result = CaptureResult::NoChange;
     return false;
   }
-  ComPtr<wgc::IDirect3D11CaptureFrame> captured;
-  const HRESULT hr = m_session->TryGetNextFrame(captured);
+  ComPtr<wgc::IDirect3D11CaptureFrame> taken;
+  const HRESULT hr = m_session->TryGetNextFrame(taken);
   if (FAILED(hr)) {
     QX_LOG_LIMITED(LogLevelError, "TryGetNextFrame failed:{}", static_cast<std::int32_t>(hr));
     return false;
   }
-  if (!captured || showsOldCursor(captured.Get())) {
+  CapturedFrame captured(std::move(taken));
+  if (!captured || showsOldCursor(captured)) {
+    captured.Reset();
     return handleNoFrame(rect, change, result);
   }
   m_emptyCaptures = 0;
-  ComPtr<ID3D11Texture2D> texture;
-  if (!openFrame(captured.Get(), texture)) {
+  if (!captured.Open() || !followSize(captured.Size())) {
     m_missed = Missed::Now;
     return false;
   }
   if (m_thread.HasWindowStateChanged()) {
-    texture.Reset();
     captured.Reset();
     return restart();
   }
-  if (!copyPicture(std::move(texture), rect, frame, result)) {
+  if (!copyPicture(captured, rect, frame, result)) {
     m_missed = Missed::Now;
     return false;
   }
@@ -207,10 +197,8 @@ bool ScreenCaptureEngineWGC::Capture(std::int32_t x, std::int32_t y, std::int32_
 }
 
 // What lay in the pool when the cursor was turned on or off.
-bool ScreenCaptureEngineWGC::showsOldCursor(wgc::IDirect3D11CaptureFrame* captured) {
-  std::int64_t time = 0;  // in units of 100 ns
-  if (m_cursorTime != 0 &&
-      (FAILED(captured->get_SystemRelativeTime(&time)) || time / 10 < m_cursorTime)) {
+bool ScreenCaptureEngineWGC::showsOldCursor(const CapturedFrame& captured) {
+  if (m_cursorTime != 0 && captured.IsOlderThan(m_cursorTime)) {
     m_anotherWanted = true;
     return true;
   }
@@ -288,32 +276,18 @@ bool ScreenCaptureEngineWGC::needsAnotherPicture(const RECT& rect) {
   return true;
 }
 
-bool ScreenCaptureEngineWGC::openFrame(wgc::IDirect3D11CaptureFrame* captured,
-                                       ComPtr<ID3D11Texture2D>& texture) {
-  ComPtr<wgc::IDirect3DSurface> surface;
-  HRESULT hr = captured->get_Surface(surface.Put());
-  if (!Done<0>(hr, surface.Get(), "get_Surface failed")) {
-    return false;
-  }
-  ComPtr<wgc::IDirect3DDxgiInterfaceAccess> access;
-  hr = surface.As(wgc::IID_IDirect3DDxgiInterfaceAccess, access);
-  if (!Done<1>(hr, access.Get(), "Failed to get IDirect3DDxgiInterfaceAccess")) {
-    return false;
-  }
-  hr = access->GetInterface(IID_ID3D11Texture2D, texture.PutVoid());
-  if (!Done<2>(hr, texture.Get(), "Failed to get ID3D11Texture2D")) {
-    return false;
-  }
-  hr = captured->get_ContentSize(&m_frameSize);
-  if (!Done<3>(hr, true, "Failed to get ContentSize")) {
-    return false;
-  }
-  m_frameIsOld = m_frameSize != m_session->ContentSize();
+// The frame in hand is used even so, and another one of the new size is wanted.
+bool ScreenCaptureEngineWGC::followSize(const wgc::SizeInt32& size) {
+  m_frameIsOld = size != m_session->ContentSize();
   if (!m_frameIsOld) {
     return true;
   }
-  hr = m_session->Resize(m_frameSize);
-  return Done<4>(hr, true, "Failed to Recreate");
+  const HRESULT hr = m_session->Resize(size);
+  if (FAILED(hr)) {
+    QX_LOG_LIMITED(LogLevelError, "Failed to Recreate:{}", static_cast<std::int32_t>(hr));
+    return false;
+  }
+  return true;
 }
 
 // In pixels of the window's picture. Its border is left out unless it fills the screen.
@@ -332,7 +306,7 @@ bool ScreenCaptureEngineWGC::findPart(const RECT& rect, Part& part) const {
   return true;
 }
 
-bool ScreenCaptureEngineWGC::copyPicture(ComPtr<ID3D11Texture2D> texture, const RECT& rect,
+bool ScreenCaptureEngineWGC::copyPicture(const CapturedFrame& captured, const RECT& rect,
                                          ScreenCaptureFrame& frame, CaptureResult& result) {
   Part part;
   if (!findPart(rect, part)) {
@@ -340,7 +314,7 @@ bool ScreenCaptureEngineWGC::copyPicture(ComPtr<ID3D11Texture2D> texture, const 
   }
   const std::int32_t width = rect.right - rect.left;
   const std::int32_t height = rect.bottom - rect.top;
-  PictureReader::Wish wish = {.part = {0, 0, m_frameSize.width, m_frameSize.height},
+  PictureReader::Wish wish = {.part = {0, 0, captured.Size().width, captured.Size().height},
                               .rawWidth = width,
                               .rawHeight = height,
                               .width = m_targetWidth != 0 ? m_targetWidth : width,
@@ -349,7 +323,7 @@ bool ScreenCaptureEngineWGC::copyPicture(ComPtr<ID3D11Texture2D> texture, const 
     const RECT all = wish.part;
     IntersectRect(&wish.part, &part.box, &all);
   }
-  switch (m_reader.Read(std::move(texture), wish, frame)) {
+  switch (m_reader.Read(captured.Texture(), wish, frame)) {
     case PictureReader::Outcome::Failed:
       return false;
     case PictureReader::Outcome::NoRoom:

@@ -12,6 +12,7 @@
 #include "win/engine/dxgi/DynamicCaptureHelper.h"
 #include "win/engine/wgc/CaptureSession.h"
 #include "win/engine/wgc/CaptureThread.h"
+#include "win/engine/wgc/CapturedFrame.h"
 #include "win/engine/wgc/PictureReader.h"
 #include "win/util/ComPtr.h"
 
@@ -67,13 +68,13 @@ class ScreenCaptureEngineWGC : public ScreenCaptureEngine {
   void createDevice();
   bool restart();
   void wantAnotherPicture();
-  bool showsOldCursor(wgc::IDirect3D11CaptureFrame* captured);
+  bool showsOldCursor(const CapturedFrame& captured);
   Change checkForChange(const RECT& rect, ScreenCaptureFrame& frame);
   bool handleNoFrame(const RECT& rect, Change change, CaptureResult& result);
   bool needsAnotherPicture(const RECT& rect);
-  bool openFrame(wgc::IDirect3D11CaptureFrame* captured, ComPtr<ID3D11Texture2D>& texture);
+  bool followSize(const wgc::SizeInt32& size);
   bool findPart(const RECT& rect, Part& part) const;
-  bool copyPicture(ComPtr<ID3D11Texture2D> texture, const RECT& rect, ScreenCaptureFrame& frame,
+  bool copyPicture(const CapturedFrame& captured, const RECT& rect, ScreenCaptureFrame& frame,
                    CaptureResult& result);
 
   const HWND m_window;  // null for a monitor
@@ -85,9 +86,8 @@ class ScreenCaptureEngineWGC : public ScreenCaptureEngine {
   PictureReader m_reader;
   std::unique_ptr<DynamicCaptureHelper> m_dynamicCaptureHelper;
   bool m_firstFrame = true;
-  wgc::SizeInt32 m_frameSize = {};  // of the frame in hand; its texture may have another one
-  bool m_frameIsOld = false;        // made before what it shows changed its size
-  RECT m_pictureRect = {};          // of the last picture, and what it shows
+  bool m_frameIsOld = false;  // made before what it shows changed its size
+  RECT m_pictureRect = {};    // of the last picture, and what it shows
   Part m_picturePart;
   Missed m_missed = Missed::None;
   bool m_anotherWanted = false;
