@@ -98,6 +98,19 @@ TEST_F(GraphicsCaptureEngineTest, ManyStartsAndStopsLeaveNothingBehind) {
   EXPECT_TRUE(LibraryWindows(L"WGCHelperWindow").empty());
 }
 
+TEST_F(GraphicsCaptureEngineTest, LateStartIsUndoneWhileItsEngineLives) {
+  ScreenCaptureEngineWGC engine(PrimaryMonitor(), false, false);
+  SetCaptureStartTime(std::nullopt);
+  EXPECT_FALSE(engine.Initialize());
+  EXPECT_EQ(CaptureSessions().size(), 1u);
+  SetCaptureStartTime(std::chrono::milliseconds(0));
+  Settle();
+  EXPECT_TRUE(CaptureSessions().empty());
+  EXPECT_FALSE(engine.Capture(0, 0, 64, 48, frame, result));
+  ASSERT_TRUE(engine.Initialize()) << log.Dump();
+  EXPECT_TRUE(captures(engine, 64, 48));
+}
+
 TEST_F(GraphicsCaptureEngineTest, ClosedThatIsUnderWayKeepsTheLibraryAndNobodyElse) {
   const HWND window = OpenWindow({.rect = {2, 2, 40, 40}});
   const LedgerSnapshot ledger = Snapshot();

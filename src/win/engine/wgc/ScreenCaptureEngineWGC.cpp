@@ -134,6 +134,11 @@ void ScreenCaptureEngineWGC::SetDynamicCheck(bool check) {
   }
 }
 
+void ScreenCaptureEngineWGC::DropPicture() {
+  m_pictureDropped = true;
+  wantAnotherPicture();
+}
+
 // Every session begins with a picture, so a first one is not asked for.
 void ScreenCaptureEngineWGC::wantAnotherPicture() {
   m_anotherWanted = !m_firstFrame;
@@ -145,6 +150,18 @@ bool ScreenCaptureEngineWGC::Capture(std::int32_t x, std::int32_t y, std::int32_
                                      CaptureResult& result) {
   result = CaptureResult::Failed;
   frame.SetDirty({});
+  const bool captured = capture({x, y, x + width, y + height}, frame, result);
+  if (result == CaptureResult::Success) {
+    m_pictureDropped = false;
+  } else if (captured && m_pictureDropped) {
+    result = CaptureResult::NoChange;
+    return false;
+  }
+  return captured;
+}
+
+bool ScreenCaptureEngineWGC::capture(const RECT& rect, ScreenCaptureFrame& frame,
+                                     CaptureResult& result) {
   if (m_session && m_session->IsClosed()) {
     if (IsWindow(m_window)) {
       return restart();
@@ -159,10 +176,9 @@ bool ScreenCaptureEngineWGC::Capture(std::int32_t x, std::int32_t y, std::int32_
   if (m_restartWanted || (!m_window && m_session->Source().monitor != m_source)) {
     return restart();
   }
-  if (width < 1 || height < 1) {
+  if (IsRectEmpty(&rect)) {
     return false;  // no picture is given away for it
   }
-  const RECT rect = {x, y, x + width, y + height};
   const Change change = checkForChange(rect, frame);
   if (change == Change::None) {
     result = CaptureResult::NoChange;

@@ -49,7 +49,7 @@ class ScreenCaptureEngineWGC : public ScreenCaptureEngine {
   void ShowCursor(bool show) override;
   void SetDynamicCheck(bool check) override;
   bool IsDesktopBased() const override { return true; }
-  void DropPicture() override { wantAnotherPicture(); }
+  void DropPicture() override;
 
  private:
   // Whether the screen has changed: not since some captures, or lately, or nobody can tell.
@@ -66,6 +66,7 @@ class ScreenCaptureEngineWGC : public ScreenCaptureEngine {
                          bool dynamicCheck, bool dirtyInfo);
 
   void createDevice();
+  bool capture(const RECT& rect, ScreenCaptureFrame& frame, CaptureResult& result);
   bool restart();
   void wantAnotherPicture();
   bool showsOldCursor(const CapturedFrame& captured);
@@ -91,6 +92,7 @@ class ScreenCaptureEngineWGC : public ScreenCaptureEngine {
   Part m_picturePart;
   Missed m_missed = Missed::None;
   bool m_anotherWanted = false;
+  bool m_pictureDropped = false;  // the last one; it must not be repeated
   bool m_restartWanted = false;
   std::int64_t m_cursorTime = 0;     // since when pictures show it as it is wanted; 0: all do
   std::int32_t m_emptyCaptures = 0;  // since another picture is wanted
