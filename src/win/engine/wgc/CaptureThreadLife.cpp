@@ -85,10 +85,6 @@ void CaptureThread::Life::giveUp(WPARAM id) {
       entry->wanted = false;
     }
   }
-  if (id != 0) {
-    find(id)->wanted = true;
-    return;
-  }
   static_cast<void>(PostMessageW(m_window, WM_STOP_CAPTURE, id, 0));
 }
 
