@@ -20,8 +20,10 @@ struct ID3D11DeviceContext : ID3D11DeviceChild {
                                              UINT classInstanceCount) = 0;
   VWIN_SLOT(DrawIndexed);
   virtual void STDMETHODCALLTYPE Draw(UINT vertexCount, UINT startVertexLocation) = 0;
-  VWIN_SLOT(Map);
-  VWIN_SLOT(Unmap);
+  virtual HRESULT STDMETHODCALLTYPE Map(ID3D11Resource* resource, UINT subresource,
+                                        D3D11_MAP mapType, UINT mapFlags,
+                                        D3D11_MAPPED_SUBRESOURCE* mappedResource) = 0;
+  virtual void STDMETHODCALLTYPE Unmap(ID3D11Resource* resource, UINT subresource) = 0;
   VWIN_SLOT(PSSetConstantBuffers);
   virtual void STDMETHODCALLTYPE IASetInputLayout(ID3D11InputLayout* inputLayout) = 0;
   virtual void STDMETHODCALLTYPE IASetVertexBuffers(UINT startSlot, UINT bufferCount,

@@ -70,6 +70,18 @@ typedef struct D3D11_BOX {
   UINT back;
 } D3D11_BOX;
 
+typedef enum D3D11_MAP {
+  D3D11_MAP_READ = 1,
+  D3D11_MAP_WRITE = 2,
+  D3D11_MAP_READ_WRITE = 3,
+} D3D11_MAP;
+
+typedef struct D3D11_MAPPED_SUBRESOURCE {
+  void* pData;
+  UINT RowPitch;
+  UINT DepthPitch;
+} D3D11_MAPPED_SUBRESOURCE;
+
 // ----------------------------------------------------------------------- views
 
 typedef D3D_SRV_DIMENSION D3D11_SRV_DIMENSION;

@@ -5,6 +5,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "platform/model/Rects.h"
 
@@ -216,6 +217,42 @@ class Context final : public DeviceChild<ID3D11DeviceContext> {
     drawing.viewport = {viewport.TopLeftX, viewport.TopLeftY, viewport.Width, viewport.Height};
     if (m_pipeline.blending) drawing.blending = *m_pipeline.blending;
     if (!DrawTriangleStrip(*corners, drawing)) NotProvided("Draw in perspective");
+  }
+
+  // -------------------------------------------------------------------- mapping
+
+  HRESULT STDMETHODCALLTYPE Map(ID3D11Resource* resource, UINT part, D3D11_MAP type, UINT flags,
+                                D3D11_MAPPED_SUBRESOURCE* mapped) override {
+    VWIN_METHOD(ID3D11DeviceContext::Map);
+    constexpr const char* kCall = "ID3D11DeviceContext::Map";
+    if (mapped == nullptr) return E_INVALIDARG;
+    *mapped = {};
+    if (fault) return fault->hresult;
+    const auto texture = ContentOf<Texture>(resource, device(), kCall);
+    UINT access = 0;
+    if (type & D3D11_MAP_READ) access |= D3D11_CPU_ACCESS_READ;
+    if (type & D3D11_MAP_WRITE) access |= D3D11_CPU_ACCESS_WRITE;
+    if (!texture || part != 0 || flags != 0 || access == 0 ||
+        texture->desc.Usage != D3D11_USAGE_STAGING ||
+        (access & ~texture->desc.CPUAccessFlags) != 0) {
+      return E_INVALIDARG;
+    }
+    if (std::exchange(texture->mapped, true)) {
+      ignored(kCall, "it is mapped");
+      return E_INVALIDARG;
+    }
+    mapped->pData = texture->pixels.get();
+    mapped->RowPitch = static_cast<UINT>(texture->stride) * UINT{sizeof(std::uint32_t)};
+    mapped->DepthPitch = mapped->RowPitch * texture->desc.Height;
+    return S_OK;
+  }
+  void STDMETHODCALLTYPE Unmap(ID3D11Resource* resource, UINT part) override {
+    VWIN_METHOD_INFALLIBLE(ID3D11DeviceContext::Unmap);
+    constexpr const char* kCall = "ID3D11DeviceContext::Unmap";
+    const auto texture = ContentOf<Texture>(resource, device(), kCall);
+    if (!texture || part != 0 || !std::exchange(texture->mapped, false)) {
+      ignored(kCall, "it is not mapped");
+    }
   }
 
   // -------------------------------------------------------------------- copying

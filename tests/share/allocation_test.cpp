@@ -2,6 +2,7 @@
 #include "tests/share/AllocationHook.h"
 #include "tests/share/DxgiShareTest.h"
 #include "tests/share/MagShareTest.h"
+#include "tests/share/WgcShareTest.h"
 #include "tests/share/WindowShareTest.h"
 
 namespace qx::test {
@@ -84,6 +85,27 @@ TEST_F(MagShareTest, MagnifiedShareAllocatesNothingPerFrame) {
   startMag();
   ExpectNoAllocations(host);
   EXPECT_EQ(host.Engines(), Engines{});
+}
+
+TEST_F(WgcShareTest, SteadyWindowShareAllocatesNothingPerFrame) {
+  OpenWindow({.rect = {60, 50, 200, 190}});
+  host.keepPixels = false;
+  ScreenCapture::UnregisterLogCallBack();
+  startWindow();
+  const auto run = [&](int ticks) {
+    for (int i = 0; i < ticks; ++i) {
+      Fill(window, {0, 0, 10, 10}, RGB(i % 2, 0, 0));
+      tick();
+    }
+  };
+  run(90);  // longer than any interval of the log
+  host.Forget();
+  const std::uint64_t textures = Count("ID3D11Device::CreateTexture2D");
+  const LibraryAllocations allocations;
+  run(30);
+  EXPECT_EQ(allocations.count(), 0) << allocations.where();
+  EXPECT_EQ(host.FrameCount(), 30);
+  EXPECT_EQ(Count("ID3D11Device::CreateTexture2D") - textures, 30u) << "the scaler's";
 }
 
 TEST_F(DxgiShareTest, AllocatesNothingPerFrameNorWhenNothingChanges) {

@@ -12,6 +12,7 @@
 #include <tuple>
 
 #include "platform/control/Graphics.h"
+#include "platform/control/GraphicsCapture.h"
 #include "platform/control/Ledger.h"
 #include "platform/control/Magnification.h"
 #include "platform/control/Modules.h"
@@ -22,9 +23,11 @@ namespace {
 
 using namespace vwin::control;
 
-enum class Kind { kMonitor, kFailover, kMagFailover, kWindow };
+enum class Kind { kMonitor, kFailover, kMagFailover, kWindow, kWgcFailover };
 constexpr int kDxgi = IScreenCapture::CaptureEngineDXGI;
 constexpr int kMag = IScreenCapture::CaptureEngineMag;
+constexpr int kWgc = IScreenCapture::CaptureEngineWGC;
+constexpr int kPrint = IScreenCapture::CaptureEngineGDIPrintWindow;
 constexpr int kBitBlt = IScreenCapture::CaptureEngineGDIBitBlt;
 
 struct Scenario {
@@ -117,6 +120,8 @@ class CallSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
         return failoverShare(capture, host);
       case Kind::kWindow:
         return windowShare(capture, host);
+      case Kind::kWgcFailover:
+        return wgcFailoverShare(capture, host);
     }
   }
 
@@ -245,6 +250,39 @@ class CallSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
     SetRect(shared, {20, 10, 40, 30});
   }
 
+  // The window is maximised and restored, its item closes, and then sessions are started no
+  // more, until there is another engine's turn and the first one's again.
+  void wgcFailoverShare(ScreenCapture& capture, ShareRecorder& host) {
+    SetCaptureClassResult(S_OK);
+    capture.SetCaptureFPS(5);
+    IScreenCapture::ShareError error = {};
+    if (!started(capture.ShareWindow(nullptr, idOf(shared), &host, error), error, host)) {
+      return;
+    }
+    Settle();
+    capture.EnableCaptureCursor(false);
+    const HWND cover = OpenWindow({.rect = {30, 20, 50, 40}, .color = RGB(0, 0xFA, 0)});
+    Advance(200ms);
+    Maximise(shared);
+    Advance(600ms);
+    Restore(shared);
+    Advance(600ms);
+    CloseCaptureItems(shared);
+    Advance(200ms);
+    SetCaptureClassResult(REGDB_E_CLASSNOTREG);
+    CloseCaptureItems(shared);
+    Advance(600ms);
+    SetCaptureClassResult(S_OK);
+    IScreenCapture::ScreenCaptureConfig config;
+    config.GetDirtyRectInfo = true;
+    capture.SetScreenCaptureConfig(config);
+    Advance(2500ms);
+    capture.ShareStop();
+    Settle();
+    Close(cover);
+    SetRect(shared, {20, 10, 40, 30});
+  }
+
   // A plain share, which must succeed and show what is there.
   void goodShare(const std::string& after) {
     SetMonitorRect(PrimaryMonitor(), {0, 0, 64, 48});
@@ -330,6 +368,8 @@ TEST_P(CallSweep, EveryCallFailsOnceAndTheShareSurvivesOrReports) {
       ASSERT_EQ(host.Engines(), (std::vector<int>{kDxgi, kBitBlt, kDxgi}));
     } else if (scenario().kind == Kind::kMagFailover) {
       ASSERT_EQ(host.Engines(), (std::vector<int>{kMag, kDxgi, kBitBlt, kMag}));
+    } else if (scenario().kind == Kind::kWgcFailover) {
+      ASSERT_EQ(host.Engines(), (std::vector<int>{kWgc, kPrint, kWgc}));
     }
     ASSERT_EQ(leaks, 0);
     goodShare("before the sweep");
@@ -426,6 +466,8 @@ constexpr Scenario kMagnified[] = {
     {"MagnifiedFailover", Kind::kMagFailover, kWindows10, true, true},
     {"MagnifiedWindow", Kind::kWindow, kWindows10, true, true}};
 
+constexpr Scenario kGraphicsCapture = {"GraphicsCapture", Kind::kWgcFailover, kWindows11, true};
+
 std::string NameOf(const testing::TestParamInfo<std::tuple<Scenario, int>>& test) {
   return std::string(std::get<0>(test.param).name) + "From" +
          std::to_string(std::get<1>(test.param));
@@ -447,6 +489,15 @@ INSTANTIATE_TEST_SUITE_P(Magnified, CallSweep,
                          NameOf);
 INSTANTIATE_TEST_SUITE_P(Magnified, LastingFaults,
                          testing::Combine(testing::ValuesIn(kMagnified),
+                                          testing::Range(1, kShares + 1)),
+                         NameOf);
+
+INSTANTIATE_TEST_SUITE_P(GraphicsCapture, CallSweep,
+                         testing::Combine(testing::Values(kGraphicsCapture),
+                                          testing::Range(1, kShares + 1)),
+                         NameOf);
+INSTANTIATE_TEST_SUITE_P(GraphicsCapture, LastingFaults,
+                         testing::Combine(testing::Values(kGraphicsCapture),
                                           testing::Range(1, kShares + 1)),
                          NameOf);
 

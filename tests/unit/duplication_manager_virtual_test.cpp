@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "platform/control/Clock.h"
 #include "platform/control/Desktop.h"
 #include "platform/control/Faults.h"
 #include "platform/control/Graphics.h"
@@ -71,8 +72,10 @@ TEST_F(DuplicationManagerTest, CapturingOwnersWaitForEachOtherAndWatchersForBoth
 }
 
 TEST_F(DuplicationManagerTest, WatcherLosesItsRecordAndCanTakeNothingFromWhoeverHasItSince) {
-  std::weak_ptr<const DXGIDuplication> record = get(a, kWatch);
-  EXPECT_EQ(get(b, kCapture), record.lock()) << "taken over as it is";
+  std::weak_ptr<const DXGIDuplication> watched = get(a, kWatch);
+  std::weak_ptr<const DXGIDuplication> record = get(b, kCapture);
+  EXPECT_TRUE(watched.expired()) << "its picture was taken";
+  ASSERT_FALSE(record.expired()) << log.Dump();
   EXPECT_EQ(log.Count("DXGIDuplication change to capture: "), 1);
   EXPECT_EQ(get(a, kWatch), nullptr);
   release(a, kWatch);
@@ -86,6 +89,21 @@ TEST_F(DuplicationManagerTest, WatcherLosesItsRecordAndCanTakeNothingFromWhoever
   EXPECT_NE(get(c, kWatch), nullptr) << "others came later still";
   release(c, kWatch);
   release(c, kWatch);
+}
+
+TEST_F(DuplicationManagerTest, WatcherThatIsLookingIsWaitedForButNotForEver) {
+  OwnClock();
+  Record looking = get(a, kWatch);
+  AtNth("Sleep", 3, [&] { looking.reset(); });
+  std::weak_ptr<const DXGIDuplication> record = get(b, kCapture);
+  EXPECT_EQ(log.Count("CreateDXGIDuplication succeed"), 2) << log.Dump();
+  release(b, kCapture);
+  EXPECT_TRUE(record.expired());
+
+  looking = get(a, kWatch);
+  EXPECT_EQ(get(b, kCapture), looking) << "as it is";
+  release(b, kCapture);
+  looking.reset();
 }
 
 TEST_F(DuplicationManagerTest, AfterThreeFailuresInARowNoneIsMadeInThisProcess) {

@@ -14,11 +14,13 @@ const EngineFactories& EngineFactories::Default() {
       .dxgi = [](HMONITOR monitor, bool dynamicCheck, bool dirtyInfo) -> Engine {
         return std::make_unique<ScreenCaptureEngineDXGI>(monitor, dynamicCheck, dirtyInfo);
       },
-      .wgcMonitor = [](HMONITOR, bool, bool) -> Engine {
-        return std::make_unique<ScreenCaptureEngineWGC>();
+      .wgcMonitor = [](HMONITOR monitor, bool dynamicCheck, bool dirtyInfo) -> Engine {
+        return std::make_unique<ScreenCaptureEngineWGC>(monitor, dynamicCheck, dirtyInfo);
       },
-      .wgcWindow = [](HWND, FilterWindowProvider, bool, bool) -> Engine {
-        return std::make_unique<ScreenCaptureEngineWGC>();
+      .wgcWindow = [](HWND window, FilterWindowProvider filterWindows, bool dynamicCheck,
+                      bool dirtyInfo) -> Engine {
+        return std::make_unique<ScreenCaptureEngineWGC>(window, std::move(filterWindows),
+                                                        dynamicCheck, dirtyInfo);
       },
       .mag = [](HMONITOR monitor, FilterWindowProvider filterWindows, bool dynamicCheck,
                 bool dirtyInfo, bool newMouseCaptureWay) -> Engine {

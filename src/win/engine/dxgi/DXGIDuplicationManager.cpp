@@ -10,6 +10,8 @@ namespace {
 constexpr std::int32_t kMostFailures = 2;
 // More than any adapter has. One whose driver only fails would be asked for ever.
 constexpr UINT kMostOutputs = 64;
+// Of a millisecond each.
+constexpr int kMostWaitsForWatcher = 100;
 
 // Log lines tell records apart by the low half of their address.
 std::int32_t NumberOf(const DXGIDuplicationManager::Record& record) {
@@ -117,20 +119,38 @@ DXGIDuplicationManager::Record DXGIDuplicationManager::GetDXGIDuplication(HMONIT
                                                                           const void* owner,
                                                                           DuplicationUse use) {
   const DeferredLog afterTheLock;
-  const std::lock_guard lock(m_mutex);
-  if (const auto found = m_duplications.find(monitor); found != m_duplications.end()) {
-    Entry& entry = found->second;
-    if (entry.owner == owner) {
-      return entry.record;
-    }
-    if (entry.use == use || entry.use == DuplicationUse::Capture) {
-      return nullptr;
-    }
-    QX_LOG_INFO("DXGIDuplication change to capture: {}", NumberOf(entry.record));
-    entry.owner = owner;
-    entry.use = use;
+  std::unique_lock lock(m_mutex);
+  const auto found = m_duplications.find(monitor);
+  if (found == m_duplications.end()) {
+    return create(monitor, owner, use);
+  }
+  Entry& entry = found->second;
+  if (entry.owner == owner) {
     return entry.record;
   }
+  if (entry.use == use || entry.use == DuplicationUse::Capture) {
+    return nullptr;
+  }
+  QX_LOG_INFO("DXGIDuplication change to capture: {}", NumberOf(entry.record));
+  entry.owner = owner;
+  entry.use = use;
+  // Nobody gets it from here on, but the watcher may be looking at this moment. It never
+  // waits for anything but this mutex.
+  for (int i = 0; entry.record.use_count() > 1; ++i) {
+    if (i == kMostWaitsForWatcher) {
+      return entry.record;  // the owner gets only what changes from now on
+    }
+    lock.unlock();
+    Sleep(1);
+    lock.lock();
+  }
+  // The watcher took the picture and the cursor's shape that the system tells of once.
+  m_duplications.erase(monitor);
+  return create(monitor, owner, use);
+}
+
+DXGIDuplicationManager::Record DXGIDuplicationManager::create(HMONITOR monitor, const void* owner,
+                                                              DuplicationUse use) {
   if (m_createFailCount > kMostFailures) {
     return nullptr;
   }

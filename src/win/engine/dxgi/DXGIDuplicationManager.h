@@ -28,9 +28,9 @@ struct DXGIDuplication {
 enum class DuplicationUse { Capture = 0, Watch = 1 };
 
 // The duplications of the process: the system gives one per monitor and process. Each
-// has one owner at a time. One that captures takes a duplication over from one that
-// watches, which learns of it at its next request; all others have to wait until it
-// is released.
+// has one owner at a time. One that captures takes the monitor over from one that
+// watches, which learns of it at its next request, and gets a duplication of its own, whose
+// picture nobody has taken yet; all others have to wait until it is released.
 //
 // After three failures in a row no more duplications are made in this process.
 //
@@ -57,6 +57,9 @@ class DXGIDuplicationManager : public Singleton<DXGIDuplicationManager> {
     DuplicationUse use;
     const void* owner;
   };
+
+  // With the mutex held.
+  Record create(HMONITOR monitor, const void* owner, DuplicationUse use);
 
   std::mutex m_mutex;
   std::unordered_map<HMONITOR, Entry> m_duplications;

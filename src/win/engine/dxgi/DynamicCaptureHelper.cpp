@@ -66,7 +66,7 @@ void DynamicCaptureHelper::check(const RECT& rect) {
     m_lastFullTime = now;
     return;
   }
-  if (!EqualRect(&rect, &m_captureRect)) {
+  if (!EqualRect(&rect, &m_captureRect) || (!m_hasDuplication && hasMonitorChanged())) {
     m_captureRect = rect;
     updateMonitor();
   }
@@ -79,6 +79,13 @@ void DynamicCaptureHelper::check(const RECT& rect) {
   if (record) {
     process(*record);
   }
+}
+
+// Nobody else tells while the duplication is somebody else's. Asking for that of a monitor
+// that is gone would use up the process's attempts.
+bool DynamicCaptureHelper::hasMonitorChanged() const {
+  const RECT rect = WindowsUtil::GetMonitorRect(m_monitor);
+  return m_monitor && !EqualRect(&rect, &m_monitorRect);
 }
 
 void DynamicCaptureHelper::updateMonitor() {

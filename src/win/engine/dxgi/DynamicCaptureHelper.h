@@ -37,6 +37,7 @@ class DynamicCaptureHelper {
   DirtyInfo GetDirtyInfo() const { return {m_dirtyRatio, m_dirtyRectCount, m_hasDuplication}; }
 
  private:
+  bool hasMonitorChanged() const;
   void updateMonitor();
   void releaseDuplication();
   void process(const DXGIDuplication& record);

@@ -1,7 +1,7 @@
 #include "win/engine/dxgi/ScreenCaptureEngineDXGI.h"
 
 #include <algorithm>
-#include <cstring>
+#include <cstddef>
 #include <span>
 #include <utility>
 
@@ -82,8 +82,7 @@ void ScreenCaptureEngineDXGI::UnInitialize() {
 void ScreenCaptureEngineDXGI::release() {
   m_checkBlackFrame = true;
   m_blackCheckFrame.Reset();
-  m_cpuAccessSurface.Reset();
-  m_cpuAccessTexture.Reset();
+  m_cpuAccess.Reset();
   m_direct11Scale.Release();
   if (m_duplication) {
     m_duplication.reset();
@@ -272,7 +271,7 @@ bool ScreenCaptureEngineDXGI::copyFrame(ID3D11Texture2D* texture, RECT rect,
   ComPtr<ID3D11Texture2D> scaled;
   static_cast<void>(m_direct11Scale.Scale(texture, scaled, sourceWidth, sourceHeight, width, height,
                                           m_showCursor));
-  if (!checkCreateTexture(scaled.Get())) {
+  if (!m_cpuAccess.Fit(m_duplication->device.Get(), scaled.Get())) {
     QX_LOG_LIMITED(LogLevelError, "checkCreateTexture failed");
     return false;
   }
@@ -280,55 +279,13 @@ bool ScreenCaptureEngineDXGI::copyFrame(ID3D11Texture2D* texture, RECT rect,
                   static_cast<std::uint32_t>(height), frame);
 }
 
-// Makes the staging texture fit.
-bool ScreenCaptureEngineDXGI::checkCreateTexture(ID3D11Texture2D* texture) {
-  if (!texture) {
-    QX_LOG_LIMITED(LogLevelError, "texture is nullptr");
-    return false;
-  }
-  D3D11_TEXTURE2D_DESC wanted = {};
-  texture->GetDesc(&wanted);
-  wanted.MipLevels = 1;
-  wanted.ArraySize = 1;
-  wanted.SampleDesc = {1, 0};
-  wanted.Usage = D3D11_USAGE_STAGING;
-  wanted.BindFlags = 0;
-  wanted.CPUAccessFlags = D3D11_CPU_ACCESS_READ | D3D11_CPU_ACCESS_WRITE;
-  wanted.MiscFlags = 0;
-  if (m_cpuAccessTexture) {
-    D3D11_TEXTURE2D_DESC present = {};
-    m_cpuAccessTexture->GetDesc(&present);
-    if (std::memcmp(&present, &wanted, sizeof(wanted)) == 0) {
-      return true;
-    }
-    QX_LOG_INFO("need recreate m_cpuAccessTexture");
-    m_cpuAccessSurface.Reset();
-    m_cpuAccessTexture.Reset();
-  }
-  QX_LOG_INFO("create m_cpuAccessTexture");
-  HRESULT hr = m_duplication->device->CreateTexture2D(&wanted, nullptr, m_cpuAccessTexture.Put());
-  if (FAILED(hr)) {
-    QX_LOG_LIMITED(LogLevelError, "create a new ID3D11Texture2D as cpu access failed res:{}",
-                   static_cast<std::int32_t>(hr));
-    return false;
-  }
-  hr = m_cpuAccessTexture.As(IID_IDXGISurface, m_cpuAccessSurface);
-  if (FAILED(hr)) {
-    QX_LOG_LIMITED(LogLevelError, "convert ID3D11Texture2D to IDXGISurface failed res:{}",
-                   static_cast<std::int32_t>(hr));
-    m_cpuAccessTexture.Reset();  // or the next frame would take it for complete
-    return false;
-  }
-  return true;
-}
-
 // The frame is touched only when there is something to put into it. Without memory for
 // it the last picture goes out again.
 bool ScreenCaptureEngineDXGI::readBack(ID3D11Texture2D* texture, std::uint32_t width,
                                        std::uint32_t height, ScreenCaptureFrame& frame) {
-  m_duplication->context->CopyResource(m_cpuAccessTexture.Get(), texture);
+  m_duplication->context->CopyResource(m_cpuAccess.Texture(), texture);
   DXGI_MAPPED_RECT mapped = {};
-  const HRESULT hr = m_cpuAccessSurface->Map(&mapped, DXGI_MAP_READ);
+  const HRESULT hr = m_cpuAccess.Surface()->Map(&mapped, DXGI_MAP_READ);
   if (hr != S_OK) {
     QX_LOG_LIMITED(LogLevelError, "surface map failed res:{}", static_cast<std::int32_t>(hr));
     return false;
@@ -337,16 +294,10 @@ bool ScreenCaptureEngineDXGI::readBack(ID3D11Texture2D* texture, std::uint32_t w
   if (m_pictureMissed) {
     QX_LOG_LIMITED(LogLevelWarn, "resize buffer failed, use last");
   } else {
-    const std::size_t rowBytes = std::size_t{width} * 4;
-    std::uint8_t* to = frame.Buffer().get();
-    const BYTE* from = mapped.pBits;
-    for (std::uint32_t row = 0; row < height; ++row) {
-      std::memcpy(to, from, rowBytes);
-      to += rowBytes;
-      from += mapped.Pitch;
-    }
+    CopyRows(frame.Buffer().get(), mapped.pBits, static_cast<std::size_t>(mapped.Pitch), width,
+             height);
   }
-  static_cast<void>(m_cpuAccessSurface->Unmap());
+  static_cast<void>(m_cpuAccess.Surface()->Unmap());
   return true;
 }
 

@@ -10,6 +10,7 @@
 #include "win/engine/dxgi/DXGIDuplicationManager.h"
 #include "win/engine/dxgi/Direct11Scale.h"
 #include "win/engine/dxgi/FrameMetadata.h"
+#include "win/engine/dxgi/StagingTexture.h"
 #include "win/util/ComPtr.h"
 
 namespace qx {
@@ -46,7 +47,6 @@ class ScreenCaptureEngineDXGI : public ScreenCaptureEngine {
   bool takeTestedPicture(ScreenCaptureFrame& frame);
   void updateMetadata(const DXGI_OUTDUPL_FRAME_INFO& frameInfo);
   bool copyFrame(ID3D11Texture2D* texture, RECT rect, ScreenCaptureFrame& frame);
-  bool checkCreateTexture(ID3D11Texture2D* texture);
   bool readBack(ID3D11Texture2D* texture, std::uint32_t width, std::uint32_t height,
                 ScreenCaptureFrame& frame);
 
@@ -63,9 +63,9 @@ class ScreenCaptureEngineDXGI : public ScreenCaptureEngine {
   std::uint64_t m_dirtyRectCount = 0;
   double m_dirtyRatio = 0.0;
   FrameMetadata m_metadata;
-  // What the processor reads the finished picture from.
-  ComPtr<ID3D11Texture2D> m_cpuAccessTexture;
-  ComPtr<IDXGISurface> m_cpuAccessSurface;
+  StagingTexture m_cpuAccess{{.create = "create m_cpuAccessTexture",
+                              .recreate = "need recreate m_cpuAccessTexture",
+                              .withSurface = true}};
   Direct11Scale m_direct11Scale;
   bool m_checkBlackFrame = true;         // no picture has passed yet
   ScreenCaptureFrame m_blackCheckFrame;  // once one has: not yet delivered, if any

@@ -1,18 +1,369 @@
 #include "win/engine/wgc/ScreenCaptureEngineWGC.h"
 
+#include <utility>
+
 #include "common/Logging.h"
+#include "win/engine/wgc/CaptureLibrary.h"
+#include "win/source/WindowEnumeration.h"
+#include "win/util/Clock.h"
+#include "win/util/SystemProbes.h"
+#include "win/util/WindowHelpers.h"
 
 namespace qx {
+namespace {
 
-bool ScreenCaptureEngineWGC::Initialize() {
-  QX_LOG_WARN("ScreenCaptureEngineWGC is not part of this build");
+// How many captures in a row may find nothing before the session is started anew: the
+// system may be about to draw.
+constexpr std::int32_t kPatientCaptures = 3;
+// A duplication may tell of a change before the session has its picture.
+constexpr std::int32_t kLateLooks = 3;
+// A window's border.
+constexpr LONG kMargin = 2;
+
+// Each step of a frame has a limit of its own. Nor is a success without its object one.
+template <int Step>
+bool Done(HRESULT hr, bool got, const char* what) {
+  if (SUCCEEDED(hr) && got) {
+    return true;
+  }
+  QX_LOG_LIMITED(LogLevelError, "{}:{}", what, static_cast<std::int32_t>(FAILED(hr) ? hr : E_FAIL));
   return false;
 }
 
-bool ScreenCaptureEngineWGC::Capture(std::int32_t, std::int32_t, std::int32_t, std::int32_t,
-                                     ScreenCaptureFrame&, CaptureResult& result) {
+}  // namespace
+
+ScreenCaptureEngineWGC::ScreenCaptureEngineWGC(HMONITOR monitor, HWND window,
+                                               FilterWindowProvider filterWindows,
+                                               bool dynamicCheck, bool dirtyInfo)
+    : m_window(window),
+      m_filterProvider(std::move(filterWindows)),
+      m_dirtyInfo(dirtyInfo),
+      m_thread(window) {
+  m_source = monitor;
+  static_cast<void>(CaptureLibrary::LoadCaptureFunctions());
+  createDevice();
+  ScreenCaptureEngineWGC::SetDynamicCheck(dynamicCheck);
+}
+
+ScreenCaptureEngineWGC::ScreenCaptureEngineWGC(HMONITOR monitor, bool dynamicCheck, bool dirtyInfo)
+    : ScreenCaptureEngineWGC(monitor, nullptr, {}, dynamicCheck, dirtyInfo) {}
+
+ScreenCaptureEngineWGC::ScreenCaptureEngineWGC(HWND window, FilterWindowProvider filterWindows,
+                                               bool dynamicCheck, bool dirtyInfo)
+    : ScreenCaptureEngineWGC(nullptr, window, std::move(filterWindows), dynamicCheck, dirtyInfo) {}
+
+ScreenCaptureEngineWGC::~ScreenCaptureEngineWGC() { ScreenCaptureEngineWGC::UnInitialize(); }
+
+// Without one the engine doesn't start.
+void ScreenCaptureEngineWGC::createDevice() {
+  bool faulted = false;
+  const auto create = [&](D3D_DRIVER_TYPE type) {
+    return WindowsUtil::SafeD3D11CreateDevice(
+        nullptr, type, nullptr, D3D11_CREATE_DEVICE_BGRA_SUPPORT, nullptr, 0, D3D11_SDK_VERSION,
+        m_device.Put(), nullptr, nullptr, faulted);
+  };
+  HRESULT hr = create(D3D_DRIVER_TYPE_HARDWARE);
+  if (hr == DXGI_ERROR_UNSUPPORTED && !faulted) {
+    hr = create(D3D_DRIVER_TYPE_WARP);
+  }
+  if (FAILED(hr) && !faulted) {
+    QX_LOG_ERROR("Failed to create D3D11Device:{}", static_cast<std::int32_t>(hr));
+  }
+}
+
+bool ScreenCaptureEngineWGC::Initialize() {
+  if (m_session) {
+    QX_LOG_ERROR("already init");
+    return true;
+  }
+  if (m_missed != Missed::None) {
+    m_missed = Missed::Before;
+    createDevice();  // it may have been removed
+  }
+  if (!m_reader.Init(m_device)) {
+    QX_LOG_ERROR("m_direct11Scale Init failed");
+    return false;
+  }
+  const CaptureSource source = {m_window ? nullptr : m_source, m_window};
+  auto session = std::make_shared<CaptureSession>(source, m_device, m_showCursor);
+  if (!m_thread.Start(session)) {
+    m_reader.Release();
+    return false;
+  }
+  m_session = std::move(session);
+  m_firstFrame = true;
+  m_anotherWanted = false;
+  m_restartWanted = false;
+  m_cursorTime = 0;
+  return true;
+}
+
+void ScreenCaptureEngineWGC::UnInitialize() {
+  if (m_session) {
+    m_thread.Stop(std::exchange(m_session, nullptr));
+  }
+  m_reader.Release();
+  if (m_dynamicCaptureHelper) {
+    m_dynamicCaptureHelper->Reset();
+  }
+  m_firstFrame = true;
+}
+
+bool ScreenCaptureEngineWGC::restart() {
+  m_thread.ForgetWindowStateChange();
+  UnInitialize();
+  return Initialize();
+}
+
+void ScreenCaptureEngineWGC::SetTargetSize(std::int32_t width, std::int32_t height) {
+  if (width != m_targetWidth || height != m_targetHeight) {
+    ScreenCaptureEngine::SetTargetSize(width, height);
+    wantAnotherPicture();
+  }
+}
+
+void ScreenCaptureEngineWGC::ShowCursor(bool show) {
+  const bool changed = show != m_showCursor;
+  ScreenCaptureEngine::ShowCursor(show);
+  if (!m_session) {
+    return;
+  }
+  if (!m_session->ShowCursor(show)) {
+    m_restartWanted = m_restartWanted || changed;
+  } else if (changed) {
+    m_cursorTime = MonotonicMicros();
+    wantAnotherPicture();
+  }
+}
+
+void ScreenCaptureEngineWGC::SetDynamicCheck(bool check) {
+  if (!check) {
+    m_dynamicCaptureHelper.reset();
+  } else if (!m_dynamicCaptureHelper) {
+    m_dynamicCaptureHelper = std::make_unique<DynamicCaptureHelper>(m_dirtyInfo);
+  }
+}
+
+// Every session begins with a picture, so a first one is not asked for.
+void ScreenCaptureEngineWGC::wantAnotherPicture() {
+  m_anotherWanted = !m_firstFrame;
+  m_emptyCaptures = 0;
+}
+
+bool ScreenCaptureEngineWGC::Capture(std::int32_t x, std::int32_t y, std::int32_t width,
+                                     std::int32_t height, ScreenCaptureFrame& frame,
+                                     CaptureResult& result) {
   result = CaptureResult::Failed;
+  frame.SetDirty({});
+  if (m_session && m_session->IsClosed()) {
+    if (IsWindow(m_window)) {
+      return restart();
+    }
+    QX_LOG_LIMITED(LogLevelError, "The target source has been closed");
+    return false;
+  }
+  if (!m_session) {
+    QX_LOG_LIMITED(LogLevelError, "The capture session has not been started");
+    return false;
+  }
+  if (m_restartWanted || (!m_window && m_session->Source().monitor != m_source)) {
+    return restart();
+  }
+  if (width < 1 || height < 1) {
+    return false;  // no picture is given away for it
+  }
+  const RECT rect = {x, y, x + width, y + height};
+  const Change change = checkForChange(rect, frame);
+  if (change == Change::None) {
+    result = CaptureResult::NoChange;
+    return false;
+  }
+  ComPtr<wgc::IDirect3D11CaptureFrame> captured;
+  const HRESULT hr = m_session->TryGetNextFrame(captured);
+  if (FAILED(hr)) {
+    QX_LOG_LIMITED(LogLevelError, "TryGetNextFrame failed:{}", static_cast<std::int32_t>(hr));
+    return false;
+  }
+  if (!captured || showsOldCursor(captured.Get())) {
+    return handleNoFrame(rect, change, result);
+  }
+  m_emptyCaptures = 0;
+  ComPtr<ID3D11Texture2D> texture;
+  if (!openFrame(captured.Get(), texture)) {
+    m_missed = Missed::Now;
+    return false;
+  }
+  if (m_thread.HasWindowStateChanged()) {
+    texture.Reset();
+    captured.Reset();
+    return restart();
+  }
+  if (!copyPicture(std::move(texture), rect, frame, result)) {
+    m_missed = Missed::Now;
+    return false;
+  }
+  m_missed = Missed::None;
+  return true;
+}
+
+// What lay in the pool when the cursor was turned on or off.
+bool ScreenCaptureEngineWGC::showsOldCursor(wgc::IDirect3D11CaptureFrame* captured) {
+  std::int64_t time = 0;  // in units of 100 ns
+  if (m_cursorTime != 0 &&
+      (FAILED(captured->get_SystemRelativeTime(&time)) || time / 10 < m_cursorTime)) {
+    m_anotherWanted = true;
+    return true;
+  }
+  m_cursorTime = 0;
   return false;
+}
+
+// What the duplication told of is told once, and so is a picture of the pool.
+ScreenCaptureEngineWGC::Change ScreenCaptureEngineWGC::checkForChange(const RECT& rect,
+                                                                      ScreenCaptureFrame& frame) {
+  if (m_firstFrame || !m_dynamicCaptureHelper) {
+    return Change::Possible;
+  }
+  if (m_filterProvider) {
+    m_filterProvider(rect, m_coveringWindows);
+    // What lies below other programs' windows changes without the screen showing it.
+    if (!m_coveringWindows.empty() && !WindowsUtil::AreWindowsOfCurrentProcess(m_coveringWindows)) {
+      return Change::Possible;
+    }
+  }
+  m_dynamicCaptureHelper->check(rect);
+  frame.SetDirty(m_dynamicCaptureHelper->GetDirtyInfo());
+  if (m_dynamicCaptureHelper->IsFrameChanged() ||
+      (m_showCursor && m_dynamicCaptureHelper->IsMouseChanged())) {
+    m_looksLeft = kLateLooks;
+    return Change::Possible;
+  }
+  if (m_missed != Missed::None || m_anotherWanted || m_thread.HasWindowStateChanged() ||
+      !EqualRect(&rect, &m_pictureRect)) {
+    return Change::Possible;
+  }
+  if (m_looksLeft > 0) {
+    --m_looksLeft;
+    return Change::Lately;
+  }
+  return Change::None;
+}
+
+bool ScreenCaptureEngineWGC::handleNoFrame(const RECT& rect, Change change, CaptureResult& result) {
+  switch (m_missed) {
+    case Missed::Now:
+      QX_LOG_LIMITED(LogLevelError, "the last picture is missed, and there is no other one");
+      return false;
+    case Missed::Before:
+      // The session has yet to draw, which is neither a failure nor a success.
+      result = CaptureResult::NoChange;
+      return false;
+    case Missed::None:
+      break;
+  }
+  if (needsAnotherPicture(rect)) {
+    return ++m_emptyCaptures < kPatientCaptures || restart();
+  }
+  if (change == Change::Lately) {
+    result = CaptureResult::NoChange;
+    return false;
+  }
+  return true;
+}
+
+bool ScreenCaptureEngineWGC::needsAnotherPicture(const RECT& rect) {
+  if (m_anotherWanted || m_thread.HasWindowStateChanged()) {
+    return true;
+  }
+  if (m_firstFrame || EqualRect(&rect, &m_pictureRect)) {
+    return false;
+  }
+  Part part;
+  if (findPart(rect, part) && part.whole == m_picturePart.whole &&
+      EqualRect(&part.box, &m_picturePart.box)) {
+    m_pictureRect = rect;  // only the place is another one
+    return false;
+  }
+  wantAnotherPicture();
+  return true;
+}
+
+bool ScreenCaptureEngineWGC::openFrame(wgc::IDirect3D11CaptureFrame* captured,
+                                       ComPtr<ID3D11Texture2D>& texture) {
+  ComPtr<wgc::IDirect3DSurface> surface;
+  HRESULT hr = captured->get_Surface(surface.Put());
+  if (!Done<0>(hr, surface.Get(), "get_Surface failed")) {
+    return false;
+  }
+  ComPtr<wgc::IDirect3DDxgiInterfaceAccess> access;
+  hr = surface.As(wgc::IID_IDirect3DDxgiInterfaceAccess, access);
+  if (!Done<1>(hr, access.Get(), "Failed to get IDirect3DDxgiInterfaceAccess")) {
+    return false;
+  }
+  hr = access->GetInterface(IID_ID3D11Texture2D, texture.PutVoid());
+  if (!Done<2>(hr, texture.Get(), "Failed to get ID3D11Texture2D")) {
+    return false;
+  }
+  hr = captured->get_ContentSize(&m_frameSize);
+  if (!Done<3>(hr, true, "Failed to get ContentSize")) {
+    return false;
+  }
+  m_frameIsOld = m_frameSize != m_session->ContentSize();
+  if (!m_frameIsOld) {
+    return true;
+  }
+  hr = m_session->Resize(m_frameSize);
+  return Done<4>(hr, true, "Failed to Recreate");
+}
+
+// In pixels of the window's picture. Its border is left out unless it fills the screen.
+bool ScreenCaptureEngineWGC::findPart(const RECT& rect, Part& part) const {
+  RECT window = rect;
+  if (m_window && !WindowsUtil::GetCaptureRect(m_window, window)) {
+    return false;
+  }
+  IntersectRect(&part.box, &rect, &window);
+  OffsetRect(&part.box, -window.left, -window.top);
+  part.whole = !m_window || (EqualRect(&rect, &window) && IsZoomed(m_window));
+  if (!part.whole) {
+    part.box = {part.box.left + kMargin, part.box.top + kMargin, part.box.right - kMargin,
+                part.box.bottom - kMargin};
+  }
+  return true;
+}
+
+bool ScreenCaptureEngineWGC::copyPicture(ComPtr<ID3D11Texture2D> texture, const RECT& rect,
+                                         ScreenCaptureFrame& frame, CaptureResult& result) {
+  Part part;
+  if (!findPart(rect, part)) {
+    return false;
+  }
+  const std::int32_t width = rect.right - rect.left;
+  const std::int32_t height = rect.bottom - rect.top;
+  PictureReader::Wish wish = {.part = {0, 0, m_frameSize.width, m_frameSize.height},
+                              .rawWidth = width,
+                              .rawHeight = height,
+                              .width = m_targetWidth != 0 ? m_targetWidth : width,
+                              .height = m_targetHeight != 0 ? m_targetHeight : height};
+  if (!part.whole) {
+    const RECT all = wish.part;
+    IntersectRect(&wish.part, &part.box, &all);
+  }
+  switch (m_reader.Read(std::move(texture), wish, frame)) {
+    case PictureReader::Outcome::Failed:
+      return false;
+    case PictureReader::Outcome::NoRoom:
+      m_anotherWanted = true;
+      return true;
+    case PictureReader::Outcome::Read:
+      break;
+  }
+  m_pictureRect = rect;
+  m_picturePart = part;
+  m_anotherWanted = std::exchange(m_frameIsOld, false);
+  m_firstFrame = false;
+  result = CaptureResult::Success;
+  return true;
 }
 
 }  // namespace qx

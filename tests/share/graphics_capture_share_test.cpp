@@ -1,0 +1,408 @@
+// Shares of monitors and windows that Windows.Graphics.Capture serves.
+#include "platform/control/Modules.h"
+#include "tests/share/AllocationHook.h"
+#include "tests/share/WgcShareTest.h"
+
+namespace qx::test {
+namespace {
+
+using namespace vwin::control;
+
+constexpr vwin::Fault kDeviceRemoved{0, static_cast<HRESULT>(0x887A0005)};
+
+TEST_F(WgcShareTest, MonitorIsShownAsItIsAndAStillOneCostsNothing) {
+  start();
+  EXPECT_EQ(host.Engines(), Engines{kWgc}) << log.Dump();
+  const std::vector<Patch> shown = {{20, 30, 120, 110, kColor}, {30, 40, 50, 50, kMark}};
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, shown));
+  Advance(1s);  // the duplication gives its first picture
+  const std::uint64_t read = Count("ID3D11DeviceContext::Map");
+  tick(10);
+  EXPECT_EQ(Count("ID3D11DeviceContext::Map"), read);
+  MoveTo(window, 50, 60);
+  EXPECT_TRUE(nextFrameShows({{50, 60, 150, 140, kColor}, {60, 70, 80, 80, kMark}}));
+  limitTo(160, 100);
+  MoveTo(window, 20, 30);  // which the next picture but one follows
+  tick(5);
+  EXPECT_EQ(host.LastFrame().width, 160) << "also of a still screen";
+}
+
+TEST_F(WgcShareTest, WindowIsShownWithoutItsBorderAndWhatCoversItWhereverItLies) {
+  OpenWindow({.rect = {60, 50, 200, 190}, .color = RGB(250, 0, 0)});
+  startWindow();
+  EXPECT_TRUE(showsWindow());
+  const auto sessions = CaptureSessions();
+  ASSERT_EQ(sessions.size(), 1u);
+  EXPECT_FALSE(sessions[0].border);
+  MoveTo(window, 70, 70);
+  Advance(1s);
+  EXPECT_TRUE(showsWindow());
+  Fill(window, {40, 40, 60, 60}, RGB(1, 2, 3));
+  EXPECT_FALSE(nextShowsWindow()) << "what is covered is followed, too";
+  EXPECT_EQ(starts(), 1u);
+
+  MoveTo(window, 270, 70);  // half of it is on no monitor
+  Advance(1s);
+  EXPECT_EQ(host.LastFrame().width, 50);
+  EXPECT_EQ(host.LastFrame().At(20, 15), kMark);
+  MoveTo(window, 400, 70);
+  host.Forget();
+  Advance(1s);
+  EXPECT_EQ(host.Count("pause 3"), 1);
+  EXPECT_EQ(host.Engines(), Engines{}) << log.Dump();
+}
+
+TEST_F(WgcShareTest, ChangedSizeIsFollowedFromPictureToPicture) {
+  withoutDynamicCheck();
+  startWindow();
+  for (const auto& [width, height] : {std::pair(160, 120), {60, 50}, {280, 160}}) {
+    Resize(window, width, height);
+    Fill(window, {10, 10, 30, 20}, RGB(0xC8, 0x0A, 0xF0));
+    Advance(1s);
+    EXPECT_TRUE(showsWindow(width, height));
+  }
+  EXPECT_GE(Count("IDirect3D11CaptureFramePool::Recreate"), 3u);
+  EXPECT_EQ(starts(), 1u);
+  EXPECT_EQ(host.Engines(), Engines{kWgc});
+  Resize(window, 1, 1);  // all border
+  Advance(3s);
+  Resize(window, 100, 80);
+  Fill(window, {10, 10, 30, 20}, RGB(0xC8, 0x0A, 0xF0));
+  Advance(1s);
+  EXPECT_EQ(host.LastFrame().width, 100) << "whoever draws it";
+  EXPECT_EQ(host.Count("stop"), 0);
+}
+
+TEST_F(WgcShareTest, ChangedStateOfTheWindowBringsANewSession) {
+  startWindow();
+  EXPECT_EQ(starts(), 1u);
+  const auto expectRestart = [&](std::uint64_t count, const char* what) {
+    Advance(1s);
+    EXPECT_EQ(starts(), count) << what;
+    EXPECT_EQ(host.Engines(), Engines{kWgc}) << what << '\n' << log.Dump();
+  };
+  Maximise(window);
+  expectRestart(2, "maximised");
+  EXPECT_EQ(host.LastFrame().rawWidth, 298) << "what a maximised window has on the screen";
+  EXPECT_EQ(host.LastFrame().At(0, 0), kColor) << "without a border there is none to cut";
+  Restore(window);
+  expectRestart(3, "restored");
+  EXPECT_EQ(host.LastFrame().width, 100);
+  Minimise(window);
+  Advance(1s);
+  EXPECT_EQ(host.Count("pause 3"), 1) << log.Dump();
+  Restore(window);
+  expectRestart(4, "shown again");
+  Hide(window);
+  Advance(1s);
+  Show(window);
+  expectRestart(5, "and again");
+}
+
+TEST_F(WgcShareTest, CursorComesAndGoesInARunningShareOfAStillScreen) {
+  SetCursorShape({2, 2, 0, 0, std::vector<std::uint32_t>(4, 0xFF00FFFF)});
+  SetCursorPosition(200, 150);
+  const std::vector<Patch> still = {{20, 30, 120, 110, kColor}, {30, 40, 50, 50, kMark}};
+  auto withCursor = still;
+  withCursor.push_back({200, 150, 202, 152, 0x00FFFF});
+  start();
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, still));
+  for (int i = 0; i < 2; ++i) {
+    capture.EnableCaptureCursor(true);
+    tick(2);
+    EXPECT_TRUE(Shows(host.LastFrame(), kBackground, withCursor));
+    capture.EnableCaptureCursor(false);
+    tick(2);
+    EXPECT_TRUE(Shows(host.LastFrame(), kBackground, still));
+  }
+  EXPECT_EQ(starts(), 1u);
+  // A session that won't is no session: the next engine has no cursor either.
+  FailNth("IGraphicsCaptureSession2::put_IsCursorCaptureEnabled", 2, kOutOfMemory, Repeat::kOnward);
+  capture.EnableCaptureCursor(true);
+  tick(3);
+  capture.EnableCaptureCursor(false);
+  Advance(1s);
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, still));
+  EXPECT_EQ(host.Engines(), (Engines{kWgc, kCopy}));
+}
+
+TEST_F(WgcShareTest, ClosedItemIsReplacedWhileItsSourceLives) {
+  startWindow();
+  CloseCaptureItems(window);
+  Settle();
+  Fill(window, {10, 10, 30, 20}, RGB(0xC8, 0x0A, 0xF1));
+  Advance(1s);
+  EXPECT_EQ(host.LastFrame().At(19, 13), 0xC80AF1u);
+  EXPECT_EQ(starts(), 2u);
+  Close(window);
+  Advance(1s);
+  EXPECT_EQ(host.Count("stop"), 1);
+
+  host.Forget();
+  capture.ShareStop();
+  start();
+  CloseCaptureItems(monitor());
+  Settle();
+  const HWND late = OpenWindow({.rect = {0, 0, 50, 60}, .color = RGB(1, 2, 3)});
+  Advance(1s);
+  EXPECT_TRUE(log.Has(5, "The target source has been closed")) << log.Dump();
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {{0, 0, 50, 60, 0x010203}}));
+  RenewMonitorHandle(monitor());
+  MoveTo(late, 10, 10);
+  Advance(1s);
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {{10, 10, 60, 70, 0x010203}}));
+  EXPECT_EQ(CaptureSessions()[0].monitor, monitor());
+  EXPECT_EQ(host.Engines(), Engines{kWgc}) << log.Dump();
+}
+
+TEST_F(WgcShareTest, LateClosedReachesNeitherAnEngineThatIsGoneNorTheNextSession) {
+  startWindow();
+  HoldClosed();
+  CloseCaptureItems(window);
+  Maximise(window);
+  Fill(window, {0, 0, 9, 9}, RGB(9, 9, 9));
+  Advance(1s);
+  capture.ShareStop();
+  ASSERT_TRUE(capture.ShareWindow(&context, idOf(window), &host, error)) << log.Dump();
+  const std::uint64_t before = starts();
+  DeliverClosed();
+  Advance(1s);
+  EXPECT_EQ(starts(), before);
+  EXPECT_EQ(host.Count("stop"), 0);
+}
+
+// ------------------------------------------------------------------------- failures
+
+TEST_F(WgcShareTest, EachCallThatFailsForEverBringsTheNextEngineAndTheLogTellsWhy) {
+  struct Failure {
+    const char* call;
+    const char* message;
+    std::uint64_t nth = 1;
+    vwin::Fault fault = kDeviceRemoved;
+  };
+  const Failure failures[] = {
+      {"RoGetActivationFactory", "ScreenCaptureEngineWGC init failed"},
+      {"WindowsCreateString", "ScreenCaptureEngineWGC init failed"},
+      {"IGraphicsCaptureItemInterop::CreateForWindow", "ScreenCaptureEngineWGC init failed"},
+      {"IGraphicsCaptureItemInterop::CreateForWindow", "CreateForWindow throw a exception", 1,
+       kAccessViolation},
+      {"IGraphicsCaptureItem::add_Closed", "Failed to add_Closed:"},
+      {"CreateDirect3D11DeviceFromDXGIDevice", "Failed to get Direct3dDevice:"},
+      {"RoGetActivationFactory", "Failed to get IDirect3D11CaptureFramePoolStatics:", 2},
+      {"IGraphicsCaptureItem::get_Size", "Failed to get SizeInt32:"},
+      {"IDirect3D11CaptureFramePoolStatics2::CreateFreeThreaded",
+       "Failed to get IDirect3D11CaptureFramePool:"},
+      {"IDirect3D11CaptureFramePool::CreateCaptureSession",
+       "Failed to get IGraphicsCaptureSession:"},
+      {"IGraphicsCaptureSession::StartCapture", "Failed to StartCapture:"},
+      {"IDirect3D11CaptureFramePool::TryGetNextFrame", "TryGetNextFrame failed:"},
+      {"IDirect3D11CaptureFrame::get_Surface", "get_Surface failed:"},
+      {"IDirect3DDxgiInterfaceAccess::GetInterface", "Failed to get ID3D11Texture2D:"},
+      {"IDirect3D11CaptureFrame::get_ContentSize", "Failed to get ContentSize:"},
+      {"ID3D11Device::CreateVertexShader", "m_direct11Scale Init failed"},
+      {"ID3D11DeviceContext::Map", "Failed to map frame:"},
+      {"SendMessageTimeoutW", "ScreenCaptureEngineWGC init failed"},
+  };
+  for (const Failure& failure : failures) {
+    SCOPED_TRACE(failure.call);
+    const LedgerSnapshot ledger = Snapshot();
+    log.Forget();
+    host.Forget();
+    FailNth(failure.call, failure.nth, failure.fault, Repeat::kOnward);
+    startWindow();
+    Advance(1s);
+    ASSERT_FALSE(host.Engines().empty());
+    EXPECT_EQ(host.Engines().back(), kPrint) << log.Dump();
+    EXPECT_GE(host.FrameCount(), 1);
+    EXPECT_GE(log.Count(failure.message), 1) << log.Dump();
+    capture.ShareStop();
+    ClearFaults();
+    EXPECT_EQ(Difference(ledger), "");
+  }
+  startWindow();
+  EXPECT_TRUE(showsWindow());
+}
+
+// One picture is lost, of a screen that stays as it is, and comes again.
+TEST_F(WgcShareTest, CallThatFailsOnceCostsNoPictureOfAStillWindow) {
+  for (const char* call :
+       {"IDirect3D11CaptureFramePool::TryGetNextFrame", "IDirect3D11CaptureFrame::get_Surface",
+        "IDirect3DDxgiInterfaceAccess::GetInterface", "IDirect3D11CaptureFrame::get_ContentSize",
+        "ID3D11Device::CreateTexture2D", "ID3D11Device::CreateShaderResourceView",
+        "ID3D11DeviceContext::Map", "DwmGetWindowAttribute"}) {
+    SCOPED_TRACE(call);
+    startWindow();
+    Advance(2s);
+    Fill(window, {40, 40, 60, 60}, RGB(1, 2, 3));
+    AtNth("IDirect3D11CaptureFramePool::TryGetNextFrame", 1, [&] { FailNth(call, 1); });
+    Advance(2s);
+    EXPECT_TRUE(InjectedInto());
+    EXPECT_EQ(host.LastFrame().At(50, 50), 0x010203u) << log.Dump();
+    EXPECT_EQ(host.Engines().back(), kWgc);
+    Fill(window, {40, 40, 60, 60}, RGB(0x0A, 0x78, 0x1E));
+    capture.ShareStop();
+    ClearFaults();
+  }
+}
+
+TEST_F(WgcShareTest, StartThatTakesTooLongIsUndoneWheneverItComesToAnEnd) {
+  for (const bool stoppedBefore : {false, true}) {
+    const LedgerSnapshot ledger = Snapshot();
+    SetCaptureStartTime(std::nullopt);
+    host.Forget();
+    const auto begin = Now();
+    startWindow();
+    EXPECT_EQ(host.Engines(), Engines{kPrint}) << log.Dump();
+    EXPECT_EQ(CaptureSessions().size(), 1u) << "it hangs";
+    if (stoppedBefore) {
+      capture.ShareStop();
+    }
+    EXPECT_LE(Now() - begin, 2100ms) << "nobody waits for it twice";
+    SetCaptureStartTime(0ms);
+    Settle();
+    EXPECT_TRUE(CaptureSessions().empty());
+    capture.ShareStop();
+    EXPECT_EQ(Difference(ledger), "");
+  }
+  SetCaptureStartTime(1900ms);
+  host.Forget();
+  startWindow();
+  EXPECT_EQ(host.Engines(), Engines{kWgc});
+  EXPECT_TRUE(showsWindow());
+}
+
+// The system has the thread, and the engine is long gone.
+TEST_F(WgcShareTest, StopThatHangsEndsByItself) {
+  const LedgerSnapshot ledger = Snapshot();
+  startWindow();
+  const HANDLE goOn = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  AtNth("IClosable::Close", 1, [&] { WaitForSingleObject(goOn, INFINITE); });
+  const auto begin = Now();
+  capture.ShareStop();
+  EXPECT_LE(Now() - begin, 2100ms);
+  EXPECT_EQ(CaptureSessions().size(), 1u);
+  SetEvent(goOn);
+  Settle();
+  EXPECT_TRUE(CaptureSessions().empty());
+  CloseHandle(goOn);
+  EXPECT_EQ(Difference(ledger), "");
+}
+
+TEST_F(WgcShareTest, WithoutHardwareTheSystemDrawsAndWithoutItsModuleTheNextEngineDoes) {
+  RemoveModule("combase.dll");
+  startWindow();
+  EXPECT_EQ(host.Engines(), Engines{kPrint});
+  capture.ShareStop();
+  SetD3DResult(E_FAIL);
+  startWindow();
+  EXPECT_GE(log.Count("Failed to create D3D11Device:"), 1);
+}
+
+TEST_F(WgcShareTest, SoftwareDeviceWillDo) {
+  SetD3DResult(DXGI_ERROR_UNSUPPORTED);
+  startWindow();
+  EXPECT_EQ(host.Engines(), Engines{kWgc}) << log.Dump();
+  EXPECT_TRUE(showsWindow());
+}
+
+TEST_F(WgcShareTest, EmptyPoolIsNoFailureAndNothingIsSentBeforeTheFirstPicture) {
+  for (const bool check : {true, false}) {
+    if (!check) {
+      withoutDynamicCheck();
+    }
+    FailNth("IDirect3D11CaptureFramePool::TryGetNextFrame", 1, {0, S_OK}, Repeat::kOnward);
+    host.Forget();
+    startWindow();
+    Advance(3s);
+    EXPECT_EQ(host.FrameCount(), 0);
+    ClearFaults();
+    tick();
+    EXPECT_TRUE(showsWindow());
+    EXPECT_EQ(host.Engines(), Engines{kWgc});
+    capture.ShareStop();
+  }
+  EXPECT_EQ(starts(), 2u);
+}
+
+// A duplication tells of a change before the pool has its picture, and a picture that is
+// not delivered is told of no more.
+TEST_F(WgcShareTest, ChangeIsShownThoughItsPictureComesLateOrIsDropped) {
+  startWindow();
+  Advance(2100ms);
+  FailNth("IDirect3D11CaptureFramePool::TryGetNextFrame", 1, {0, S_OK});
+  Fill(window, {40, 40, 60, 60}, RGB(1, 2, 3));
+  tick();
+  EXPECT_TRUE(InjectedInto());
+  tick(2);
+  EXPECT_EQ(host.LastFrame().At(50, 50), 0x010203u);
+
+  withoutDynamicCheck();
+  tick(2);
+  Fill(window, {40, 40, 60, 60}, RGB(3, 2, 1));
+  AtNth("ID3D11DeviceContext::Map", 1, [&] { MoveTo(window, 60, 70); });
+  Advance(2s);
+  EXPECT_EQ(host.LastFrame().At(50, 50), 0x030201u);
+  EXPECT_EQ(host.Engines().back(), kWgc);
+}
+
+TEST_F(WgcShareTest, LackOfMemoryRepeatsTheLastPictureUntilThereIsSome) {
+  startWindow();
+  Advance(1s);
+  {
+    const FailLargeAllocations noMemory(200 * 150 * 4);
+    Resize(window, 200, 150);
+    Advance(1s);
+    EXPECT_GE(noMemory.failed(), 1);
+    EXPECT_EQ(host.LastFrame().width, 100);
+  }
+  Advance(1s);
+  EXPECT_EQ(host.LastFrame().width, 200);
+  EXPECT_EQ(host.Engines(), Engines{kWgc});
+}
+
+// --------------------------------------------------------------- beside a duplication
+
+// A watched monitor's duplication gives its picture once.
+TEST_F(WgcShareTest, SharesOfAWindowAndOfItsMonitorShowTheirPicturesAtOnceSideBySide) {
+  ScreenCapture other;
+  const IScreenCapture::CaptureEngineType dxgi[] = {IScreenCapture::CaptureEngineDXGI,
+                                                    IScreenCapture::CaptureEngineGDIBitBlt};
+  other.SetCaptureEngineConfig(dxgi, 2, false);
+  other.EnablePromptWindow(false);
+  other.EnableCaptureCursor(false);
+  const std::vector<Patch> shown = {{20, 30, 120, 110, kColor}, {30, 40, 50, 50, kMark}};
+  for (const bool windowFirst : {true, false}) {
+    ShareRecorder screen(&context);
+    const auto startOther = [&] {
+      ASSERT_TRUE(other.ShareDesktop(&context, idOf(monitor()), &screen, error)) << log.Dump();
+    };
+    host.Forget();
+    if (windowFirst) {
+      startWindow();
+      Advance(2s);  // and watches the monitor
+      startOther();
+    } else {
+      startOther();
+      Advance(2s);
+      startWindow();
+    }
+    tick(2);
+    EXPECT_TRUE(showsWindow());
+    EXPECT_TRUE(Shows(screen.LastFrame(), kBackground, shown)) << log.Dump();
+    EXPECT_EQ(screen.Engines(), Engines{kDxgi}) << windowFirst << log.Dump();
+
+    RenewMonitorHandle(monitor());  // access is lost
+    Advance(2s);
+    Fill(window, {10, 10, 30, 20}, RGB(0xC8, 0x0A, 0xF1));
+    Fill(window, {10, 10, 30, 20}, RGB(0xC8, 0x0A, 0xF0));
+    Advance(1s);
+    EXPECT_TRUE(Shows(screen.LastFrame(), kBackground, shown)) << log.Dump();
+    EXPECT_TRUE(showsWindow());
+    EXPECT_EQ(host.Engines(), Engines{kWgc});
+    other.ShareStop();
+    capture.ShareStop();
+  }
+}
+
+}  // namespace
+}  // namespace qx::test
