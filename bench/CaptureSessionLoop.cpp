@@ -173,10 +173,30 @@ class Watch {
 
   void Look() const {
     if (m_window) {
-      WatchWindow(m_window);
+      LookAtWindow(m_window);
     } else {
       WatchMonitor(m_monitor);
     }
+  }
+
+  void LookAgain() const {
+    if (m_window) {
+      LookAtWindowAgain(m_window);
+    }
+  }
+
+  // Changes below other windows are not on the screen.
+  bool IsUncovered() const {
+    if (!m_window) {
+      return true;
+    }
+    const HWND desktop = GetDesktopWindow();
+    HWND above = nullptr;
+    do {
+      above = FindWindowExW(desktop, above, nullptr, nullptr);
+    } while (above && above != m_window &&
+             (GetWindow(above, GW_OWNER) == m_window || !IsWindowVisible(above)));
+    return above == m_window;
   }
 
  private:
@@ -193,7 +213,9 @@ class EmptyPoolLoop {
   bool Capture() {
     m_watch.Look();
     ComPtr<wgc::IDirect3D11CaptureFrame> frame;
-    return SUCCEEDED(m_session.pool->TryGetNextFrame(frame.Put()));
+    const HRESULT hr = m_session.pool->TryGetNextFrame(frame.Put());
+    m_watch.LookAgain();
+    return SUCCEEDED(hr);
   }
 
  private:
@@ -208,6 +230,9 @@ class StillLoop {
   // The first time there is a picture.
   bool Capture() {
     m_watch.Look();
+    if (!m_watch.IsUncovered()) {
+      return false;
+    }
     DXGI_OUTDUPL_FRAME_INFO info = {};
     ComPtr<IDXGIResource> resource;
     const HRESULT hr = m_screen.duplication->AcquireNextFrame(0, &info, resource.Put());
