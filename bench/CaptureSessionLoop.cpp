@@ -169,7 +169,7 @@ class DrawingLoop {
 // Asks as a share does, by what virtual Windows logs of one.
 class Watch {
  public:
-  explicit Watch(HWND window) : m_window(window) {}
+  explicit Watch(HWND window) : m_neighbour(window ? 50 : 10), m_window(window) {}
 
   void Look() const {
     if (m_window) {
