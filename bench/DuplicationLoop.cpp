@@ -3,34 +3,17 @@
 #include <d3d11.h>
 #include <dxgi1_2.h>
 
-#include <cfloat>
-#include <cstdint>
-#include <cstring>
-#include <iterator>
-#include <memory>
-
 #include "Duplication.h"
 #include "PacedLoop.h"
-#include "src/win/engine/dxgi/shaders/QuadShaders.h"
+#include "PictureDrawing.h"
 
 namespace {
 
 using qx::ComPtr;
 
-struct Vertex {
-  float x, y, z, u, v;
-};
-constexpr Vertex kQuad[] = {{-1, -1, 0, 0, 1}, {-1, 1, 0, 0, 0}, {1, -1, 0, 1, 1}, {1, 1, 0, 1, 0}};
-
 class DrawingLoop {
  public:
-  explicit DrawingLoop(const Round& round)
-      : m_width(static_cast<UINT>(round.picture.cx)),
-        m_height(static_cast<UINT>(round.picture.cy)),
-        m_argb(std::make_unique<std::uint8_t[]>(std::size_t{m_width} * m_height * 4)) {
-    makeTextures();
-    setPipeline();
-  }
+  explicit DrawingLoop(const Round& round) : m_drawing(m_screen.device, round.picture) {}
 
   bool Capture() {
     DXGI_OUTDUPL_FRAME_INFO info = {};
@@ -39,121 +22,15 @@ class DrawingLoop {
       return false;
     }
     ComPtr<ID3D11Texture2D> texture;
-    const bool copied = SUCCEEDED(resource.As(IID_ID3D11Texture2D, texture)) && copy(texture.Get());
+    const bool copied =
+        SUCCEEDED(resource.As(IID_ID3D11Texture2D, texture)) && m_drawing.Draw(texture.Get());
     m_screen.duplication->ReleaseFrame();
     return copied;
   }
 
  private:
-  void makeTextures() {
-    D3D11_TEXTURE2D_DESC desc = {};
-    desc.Width = m_width;
-    desc.Height = m_height;
-    desc.MipLevels = 1;
-    desc.ArraySize = 1;
-    desc.Format = DXGI_FORMAT_B8G8R8A8_UNORM;
-    desc.SampleDesc = {1, 0};
-    desc.BindFlags = D3D11_BIND_RENDER_TARGET | D3D11_BIND_SHADER_RESOURCE;
-    ID3D11Device& device = *m_screen.device.Get();
-    Check(device.CreateTexture2D(&desc, nullptr, m_target.Put()));
-    Check(device.CreateRenderTargetView(m_target.Get(), nullptr, m_targetView.Put()));
-    desc.Usage = D3D11_USAGE_STAGING;
-    desc.BindFlags = 0;
-    desc.CPUAccessFlags = D3D11_CPU_ACCESS_READ | D3D11_CPU_ACCESS_WRITE;
-    Check(device.CreateTexture2D(&desc, nullptr, m_staging.Put()));
-    Check(m_staging.As(IID_IDXGISurface, m_surface));
-  }
-
-  // Nothing of it changes from picture to picture but the texture that is drawn.
-  void setPipeline() {
-    ID3D11Device& device = *m_screen.device.Get();
-    ID3D11DeviceContext& context = *m_screen.context.Get();
-    Check(device.CreateVertexShader(qx::kQuadVertexShader, sizeof(qx::kQuadVertexShader), nullptr,
-                                    m_vertexShader.Put()));
-    context.VSSetShader(m_vertexShader.Get(), nullptr, 0);
-    Check(device.CreatePixelShader(qx::kQuadPixelShader, sizeof(qx::kQuadPixelShader), nullptr,
-                                   m_pixelShader.Put()));
-    context.PSSetShader(m_pixelShader.Get(), nullptr, 0);
-
-    const D3D11_INPUT_ELEMENT_DESC elements[] = {
-        {"POSITION", 0, DXGI_FORMAT_R32G32B32_FLOAT, 0, 0, D3D11_INPUT_PER_VERTEX_DATA, 0},
-        {"TEXCOORD", 0, DXGI_FORMAT_R32G32_FLOAT, 0, 12, D3D11_INPUT_PER_VERTEX_DATA, 0},
-    };
-    Check(device.CreateInputLayout(elements, 2, qx::kQuadVertexShader,
-                                   sizeof(qx::kQuadVertexShader), m_layout.Put()));
-    context.IASetInputLayout(m_layout.Get());
-    context.IASetPrimitiveTopology(D3D11_PRIMITIVE_TOPOLOGY_TRIANGLESTRIP);
-
-    D3D11_BUFFER_DESC bufferDesc = {};
-    bufferDesc.ByteWidth = sizeof(kQuad);
-    bufferDesc.Usage = D3D11_USAGE_IMMUTABLE;
-    bufferDesc.BindFlags = D3D11_BIND_VERTEX_BUFFER;
-    D3D11_SUBRESOURCE_DATA data = {};
-    data.pSysMem = kQuad;
-    Check(device.CreateBuffer(&bufferDesc, &data, m_vertices.Put()));
-    ID3D11Buffer* const vertices = m_vertices.Get();
-    const UINT stride = sizeof(Vertex);
-    const UINT offset = 0;
-    context.IASetVertexBuffers(0, 1, &vertices, &stride, &offset);
-
-    D3D11_SAMPLER_DESC samplerDesc = {};
-    samplerDesc.Filter = D3D11_FILTER_ANISOTROPIC;
-    samplerDesc.AddressU = D3D11_TEXTURE_ADDRESS_CLAMP;
-    samplerDesc.AddressV = D3D11_TEXTURE_ADDRESS_CLAMP;
-    samplerDesc.AddressW = D3D11_TEXTURE_ADDRESS_CLAMP;
-    samplerDesc.MaxAnisotropy = 16;
-    samplerDesc.ComparisonFunc = D3D11_COMPARISON_NEVER;
-    samplerDesc.MaxLOD = FLT_MAX;
-    Check(device.CreateSamplerState(&samplerDesc, m_sampler.Put()));
-    ID3D11SamplerState* const sampler = m_sampler.Get();
-    context.PSSetSamplers(0, 1, &sampler);
-
-    const D3D11_VIEWPORT viewport = {
-        0, 0, static_cast<FLOAT>(m_width), static_cast<FLOAT>(m_height), 0, 1};
-    context.RSSetViewports(1, &viewport);
-    ID3D11RenderTargetView* const target = m_targetView.Get();
-    context.OMSetRenderTargets(1, &target, nullptr);
-  }
-
-  bool copy(ID3D11Texture2D* texture) {
-    D3D11_SHADER_RESOURCE_VIEW_DESC desc = {};
-    desc.Format = DXGI_FORMAT_B8G8R8A8_UNORM;
-    desc.ViewDimension = D3D11_SRV_DIMENSION_TEXTURE2D;
-    desc.Texture2D.MipLevels = 1;
-    ComPtr<ID3D11ShaderResourceView> view;
-    if (FAILED(m_screen.device->CreateShaderResourceView(texture, &desc, view.Put()))) {
-      return false;
-    }
-    ID3D11ShaderResourceView* const source = view.Get();
-    m_screen.context->PSSetShaderResources(0, 1, &source);
-    m_screen.context->Draw(static_cast<UINT>(std::size(kQuad)), 0);
-    m_screen.context->CopyResource(m_staging.Get(), m_target.Get());
-    DXGI_MAPPED_RECT mapped = {};
-    if (FAILED(m_surface->Map(&mapped, DXGI_MAP_READ))) {
-      return false;
-    }
-    const std::size_t rowBytes = std::size_t{m_width} * 4;
-    for (UINT row = 0; row < m_height; ++row) {
-      std::memcpy(m_argb.get() + row * rowBytes, mapped.pBits + std::ptrdiff_t{mapped.Pitch} * row,
-                  rowBytes);
-    }
-    m_surface->Unmap();
-    return true;
-  }
-
-  const UINT m_width;
-  const UINT m_height;
-  const std::unique_ptr<std::uint8_t[]> m_argb;
   Duplication m_screen;
-  ComPtr<ID3D11Texture2D> m_target;
-  ComPtr<ID3D11RenderTargetView> m_targetView;
-  ComPtr<ID3D11Texture2D> m_staging;
-  ComPtr<IDXGISurface> m_surface;
-  ComPtr<ID3D11VertexShader> m_vertexShader;
-  ComPtr<ID3D11PixelShader> m_pixelShader;
-  ComPtr<ID3D11InputLayout> m_layout;
-  ComPtr<ID3D11Buffer> m_vertices;
-  ComPtr<ID3D11SamplerState> m_sampler;
+  PictureDrawing m_drawing;
 };
 
 class StillLoop {

@@ -6,6 +6,17 @@
 
 #include "LibraryLoop.h"
 
+namespace {
+
+std::unique_ptr<Scene> Open(int width, int height, SceneKind kind) {
+  if (!SkipWaits()) {
+    throw std::runtime_error("there is no virtual Windows here");
+  }
+  return OpenScene(width, height, false, kind);
+}
+
+}  // namespace
+
 Round MakeMonitorRound(IScreenCapture::CaptureEngineType engine, int frames) {
   Round round;
   round.frames = frames;
@@ -25,8 +36,9 @@ double TimesHandLoop(Round round, int turns, double (*byHand)(const Round&)) {
 }
 
 std::unique_ptr<Scene> OpenWithoutWaits(int width, int height) {
-  if (!SkipWaits()) {
-    throw std::runtime_error("there is no virtual Windows here");
-  }
-  return OpenScene(width, height, false);
+  return Open(width, height, SceneKind::Plain);
+}
+
+std::unique_ptr<Scene> OpenWindows11WithoutWaits(int width, int height) {
+  return Open(width, height, SceneKind::Windows11);
 }

@@ -14,6 +14,7 @@ Round MakeMonitorRound(IScreenCapture::CaptureEngineType engine, int frames);
 // The library's processor time a frame, as a multiple of the loop's by hand.
 double TimesHandLoop(Round round, int turns, double (*byHand)(const Round&));
 
-// A scene where nobody waits for a clock. Throws std::runtime_error where there is no
-// virtual Windows.
+// A scene where nobody waits for a clock, and one of Windows 11. Both throw
+// std::runtime_error where there is no virtual Windows.
 std::unique_ptr<Scene> OpenWithoutWaits(int width, int height);
+std::unique_ptr<Scene> OpenWindows11WithoutWaits(int width, int height);

@@ -6,17 +6,6 @@
 #include <cstdio>
 #include <exception>
 
-namespace {
-
-unsigned WakeUpOften(void* stop) {
-  constexpr DWORD kMillis = 10;
-  while (WaitForSingleObject(stop, kMillis) == WAIT_TIMEOUT) {
-  }
-  return 0;
-}
-
-}  // namespace
-
 void RunOnThread(std::function<void()> body) {
   const auto start = [](void* run) -> unsigned {
     const HRESULT com = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
@@ -36,16 +25,24 @@ void RunOnThread(std::function<void()> body) {
   CloseHandle(thread);
 }
 
-Neighbour::Neighbour()
-    : m_stop(CreateEventW(nullptr, TRUE, FALSE, nullptr)),
+Neighbour::Neighbour(DWORD millis)
+    : m_millis(millis),
+      m_stop(CreateEventW(nullptr, TRUE, FALSE, nullptr)),
       m_thread(
-          reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, WakeUpOften, m_stop, 0, nullptr))) {}
+          reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, wakeUpOften, this, 0, nullptr))) {}
 
 Neighbour::~Neighbour() {
   SetEvent(m_stop);
   WaitForSingleObject(m_thread, INFINITE);
   CloseHandle(m_thread);
   CloseHandle(m_stop);
+}
+
+unsigned Neighbour::wakeUpOften(void* self) {
+  const auto& neighbour = *static_cast<Neighbour*>(self);
+  while (WaitForSingleObject(neighbour.m_stop, neighbour.m_millis) == WAIT_TIMEOUT) {
+  }
+  return 0;
 }
 
 double ClockMicros() {

@@ -16,16 +16,20 @@
 // exception ends the body and is told.
 void RunOnThread(std::function<void()> body);
 
-// A thread that often wakes up, as the prompt frame's does beside a share. With nobody
+// A thread that often wakes up, as others of the library do beside a share: the prompt
+// frame's of a monitor every 10 ms, the helper of a window's session every 50. With nobody
 // else to wait for, a wait would cost next to nothing where the clock is owned.
 class Neighbour {
  public:
-  Neighbour();
+  explicit Neighbour(DWORD millis = 10);
   Neighbour(const Neighbour&) = delete;
   Neighbour& operator=(const Neighbour&) = delete;
   ~Neighbour();
 
  private:
+  static unsigned wakeUpOften(void* self);
+
+  const DWORD m_millis;
   const HANDLE m_stop;
   const HANDLE m_thread;
 };

@@ -60,10 +60,9 @@ void ReadWallClock() {
   }
 }
 
-void WatchWindow(HWND window) {
+void LookAtWindow(HWND window) {
   RECT rect = {};
   DWORD cloaked = 0;
-  BOOL composition = FALSE;
   ReadWallClock();
   IsWindow(window);
   AskVirtualDesktop(window);
@@ -73,11 +72,20 @@ void WatchWindow(HWND window) {
   // Which monitor it is on.
   GetWindowRect(window, &rect);
   AskMonitors(rect);
-  DwmIsCompositionEnabled(&composition);
-  // Whether it has changed while the screen was copied.
+}
+
+void LookAtWindowAgain(HWND window) {
+  DWORD cloaked = 0;
   AskRectangle(window, GetWindowLongPtrW(window, GWL_STYLE));
   IsWindowVisible(window);
   DwmGetWindowAttribute(window, DWMWA_CLOAKED, &cloaked, sizeof(cloaked));
+}
+
+void WatchWindow(HWND window) {
+  BOOL composition = FALSE;
+  LookAtWindow(window);
+  DwmIsCompositionEnabled(&composition);
+  LookAtWindowAgain(window);
 }
 
 void WatchMonitor(HMONITOR monitor) {

@@ -7,6 +7,11 @@
 // them; what the library asks beyond this counts as the library's own time.
 void WatchWindow(HWND window);
 
+// Its parts, of any engine: before the picture is taken, and whether the window has
+// changed meanwhile.
+void LookAtWindow(HWND window);
+void LookAtWindowAgain(HWND window);
+
 // The same for a share of that monitor.
 void WatchMonitor(HMONITOR monitor);
 

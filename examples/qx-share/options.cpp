@@ -82,6 +82,7 @@ SceneKind ParseScene(const std::string& option, const std::string& text) {
       {"masked-cursor", SceneKind::MaskedCursor},
       {"turned", SceneKind::Turned},
       {"mode-change", SceneKind::ModeChange},
+      {"windows-11", SceneKind::Windows11},
   };
   const auto found = kinds.find(text);
   if (found == kinds.end()) {
@@ -303,5 +304,6 @@ const char* UsageText() {
          "--exclude-title and --include-title take the whole title of a window on the list.\n"
          "--beside, on virtual Windows only, saves beside each frame what was on the screen.\n"
          "--scene NAME, with any command, on virtual Windows only: what there is to see is\n"
-         "       color-cursor, monochrome-cursor, masked-cursor, turned or mode-change\n";
+         "       color-cursor, monochrome-cursor, masked-cursor, turned, mode-change or\n"
+         "       windows-11\n";
 }

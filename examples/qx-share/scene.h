@@ -20,6 +20,7 @@ enum class SceneKind {
   MaskedCursor,
   Turned,      // the monitor stands upright, turned by 90 degrees
   ModeChange,  // the monitor gets another size after kModeChangeSeconds
+  Windows11,   // the system is Windows 11
 };
 
 constexpr double kModeChangeSeconds = 2;
@@ -43,6 +44,13 @@ bool OpenManyWindows(int count);
 // Gives a small part of the screen another colour with each call. False where the system
 // has a desktop of its own.
 bool ChangeScreen();
+
+// Opens a window of another program, on top of all and as large as the screen but for
+// `margin` pixels at each side. Null where the system has a desktop of its own.
+void* OpenPage(int margin);
+
+// Gives a small part of such a window another colour with each call.
+void ChangePage(void* page);
 
 // From now on nobody waits for the clock: when all wait it moves to the first deadline.
 // False where the system has a clock of its own.

@@ -15,6 +15,10 @@ bool OpenManyWindows(int) { return false; }
 
 bool ChangeScreen() { return false; }
 
+void* OpenPage(int) { return nullptr; }
+
+void ChangePage(void*) {}
+
 bool SkipWaits() { return false; }
 
 std::uint64_t CountCalls(const std::string&) { return 0; }

@@ -26,6 +26,7 @@ using vwin::control::Canvas;
 constexpr std::chrono::milliseconds kStep(15);
 constexpr int kTitleHeight = 28;
 constexpr std::uint32_t kFirstProcessId = 7000;
+constexpr std::uint32_t kPageProcessId = 7900;
 
 // A title bar with three buttons above an area in one colour.
 void PaintFrame(Canvas& canvas, COLORREF bar, COLORREF area) {
@@ -112,11 +113,21 @@ int Bounce(double distance, int range) {
   return static_cast<int>(turn < range ? turn : 2.0 * range - turn);
 }
 
+// Gives a small part of the window another colour with each call.
+void Blink(HWND window) {
+  static bool lit = false;
+  lit = !lit;
+  vwin::control::Fill(window, {0, 0, 64, 64}, lit ? RGB(250, 200, 20) : RGB(20, 60, 200));
+}
+
 class VirtualScene : public Scene {
  public:
   VirtualScene(int width, int height, bool lively, SceneKind kind)
       : m_kind(kind), m_width(width), m_height(height) {
     using namespace vwin::control;
+    if (kind == SceneKind::Windows11) {
+      SetVersion(kWindows11);
+    }
     SetMonitorRect(PrimaryMonitor(), {0, 0, width, height});
     if (kind == SceneKind::Turned) {
       TurnMonitor(PrimaryMonitor(), DXGI_MODE_ROTATION_ROTATE90);
@@ -271,11 +282,19 @@ bool OpenManyWindows(int count) {
 
 bool ChangeScreen() {
   static const HWND window = vwin::control::OpenWindow({.rect = {8, 8, 72, 72}});
-  static bool lit = false;
-  lit = !lit;
-  vwin::control::Fill(window, {0, 0, 64, 64}, lit ? RGB(250, 200, 20) : RGB(20, 60, 200));
+  Blink(window);
   return true;
 }
+
+void* OpenPage(int margin) {
+  const RECT rect = {margin, margin, GetSystemMetrics(SM_CXSCREEN) - margin,
+                     GetSystemMetrics(SM_CYSCREEN) - margin};
+  vwin::control::AddProcess(kPageProcessId, L"C:\\Program Files\\Page.exe");
+  return vwin::control::OpenWindow(
+      {.title = L"Page", .rect = rect, .paint = PaintNotes, .processId = kPageProcessId});
+}
+
+void ChangePage(void* page) { Blink(static_cast<HWND>(page)); }
 
 bool SkipWaits() {
   vwin::control::OwnClock();
