@@ -10,7 +10,7 @@
 #include "platform/control/Faults.h"
 #include "platform/control/Machine.h"
 #include "tests/support/ShareRecorder.h"
-#include "win/source/ShareListManager.h"
+#include "win/list/ShareListManager.h"
 #include "win/source/WindowEnumeration.h"
 #include "win/util/Utils.h"
 #include "win/util/WindowHelpers.h"
