@@ -68,6 +68,8 @@ ATOM RegisterClass(Lock& lock, const WNDCLASSEXW& description) {
   made->style = description.style;
   made->procedure = description.lpfnWndProc;
   made->background = description.hbrBackground;
+  // The class has the brush from now on, and goes with the process.
+  ledger::Return(lock, "brush", reinterpret_cast<std::uintptr_t>(description.hbrBackground));
   made->icon = description.hIcon;
   desktop.classes.push_back(made);
   ledger::Take(lock, "window class", made->atom, "RegisterClassExW");
