@@ -47,7 +47,8 @@ extern "C" GpStatus WINAPI Gdiplus::DllExports::GdipCreateBitmapFromScan0(
     return InvalidParameter;
   if (pixels && (stride == 0 || stride % 4 != 0)) return InvalidParameter;
   if (fault) return OutOfMemory;
-  *bitmap = gdiplus::AddBitmap(lock, width, height, stride, format == PixelFormat32bppARGB, pixels);
+  *bitmap = gdiplus::AddBitmap(lock, width, height, stride, format == PixelFormat32bppARGB, pixels,
+                               "GdipCreateBitmapFromScan0");
   return Ok;
 }
 
@@ -70,9 +71,10 @@ extern "C" GpStatus WINAPI Gdiplus::DllExports::GdipSaveImageToStream(GpImage* h
     Lock lock;
     if (!gdiplus::IsStarted(lock)) return GdiplusNotInitialized;
     image = gdiplus::FindImage(lock, handle);
+    if (handle && !image) ledger::Misuse(lock, "GdipSaveImageToStream: not an image");
     if (!image || !stream || !encoder) return InvalidParameter;
     if (fault) return OutOfMemory;
-    const auto known = gdiplus::FindEncoder(*encoder);
+    const auto known = gdiplus::FindEncoder(lock, *encoder);
     if (!known) return UnknownImageFormat;
     if (*known != gdiplus::Encoder::kPng) {
       ledger::Misuse(lock, "GdipSaveImageToStream: virtual Windows writes only PNG");
@@ -90,8 +92,8 @@ extern "C" GpStatus WINAPI Gdiplus::DllExports::GdipGetImageEncodersSize(UINT* c
   if (!gdiplus::IsStarted(lock)) return GdiplusNotInitialized;
   if (!count || !size) return InvalidParameter;
   if (fault) return OutOfMemory;
-  *count = gdiplus::kEncoderCount;
-  *size = gdiplus::EncodersSize();
+  *count = gdiplus::EncoderCount(lock);
+  *size = gdiplus::EncodersSize(lock);
   return Ok;
 }
 
@@ -100,9 +102,9 @@ extern "C" GpStatus WINAPI Gdiplus::DllExports::GdipGetImageEncoders(UINT count,
   VWIN_CALL(GdipGetImageEncoders);
   Lock lock;
   if (!gdiplus::IsStarted(lock)) return GdiplusNotInitialized;
-  if (!encoders || count != gdiplus::kEncoderCount || size != gdiplus::EncodersSize())
+  if (!encoders || count != gdiplus::EncoderCount(lock) || size != gdiplus::EncodersSize(lock))
     return GenericError;
   if (fault) return OutOfMemory;
-  gdiplus::WriteEncoders(encoders);
+  gdiplus::WriteEncoders(lock, encoders);
   return Ok;
 }

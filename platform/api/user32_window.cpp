@@ -161,7 +161,14 @@ BOOL WINAPI GetWindowPlacement(HWND handle, WINDOWPLACEMENT* placement) {
                                                : SW_SHOWNORMAL;
   placement->ptMinPosition = {-1, -1};
   placement->ptMaxPosition = {-1, -1};
-  placement->rcNormalPosition = window->normalRect;
+  // Of top-level windows in the coordinates of their monitor's work area.
+  const bool absolute = !desktop::IsTopLevel(lock, *window) || window->exStyle & WS_EX_TOOLWINDOW;
+  const Monitor* const monitor =
+      absolute ? nullptr : desktop::MonitorOf(lock, window->normalRect, true);
+  const RECT& normal = window->normalRect;
+  placement->rcNormalPosition = monitor ? Moved(normal, monitor->rect.left - monitor->work.left,
+                                                monitor->rect.top - monitor->work.top)
+                                        : normal;
   return TRUE;
 }
 

@@ -22,7 +22,7 @@ namespace vwin::control {
 
 inline constexpr Version kWindows7{6, 1, 7601};
 using vwin::kWindows8;
-inline constexpr Version kWindows81{6, 3, 9600};
+using vwin::kWindows81;
 inline constexpr Version kWindows10{10, 0, 19045};
 inline constexpr Version kWindows11{10, 0, 22000};
 

@@ -43,6 +43,9 @@ struct GdiplusStartupOutput {
 
 class GpImage {};
 class GpBitmap : public GpImage {};
+class GpGraphics {};
+
+typedef DWORD ARGB;
 
 typedef INT PixelFormat;
 #define PixelFormat32bppRGB ((INT)0x22009)
@@ -77,7 +80,16 @@ extern "C" {
 // bytes apart.
 GpStatus WINAPI GdipCreateBitmapFromScan0(INT width, INT height, INT stride, PixelFormat format,
                                           BYTE* pixels, GpBitmap** bitmap);
+// A copy, without alpha.
+GpStatus WINAPI GdipCreateBitmapFromHBITMAP(HBITMAP from, HPALETTE palette, GpBitmap** bitmap);
 GpStatus WINAPI GdipDisposeImage(GpImage* image);
+// What draws on the image; to be deleted before it.
+GpStatus WINAPI GdipGetImageGraphicsContext(GpImage* image, GpGraphics** graphics);
+GpStatus WINAPI GdipDeleteGraphics(GpGraphics* graphics);
+GpStatus WINAPI GdipGraphicsClear(GpGraphics* graphics, ARGB color);
+// Stretches the whole image over the rectangle.
+GpStatus WINAPI GdipDrawImageRectI(GpGraphics* graphics, GpImage* image, INT x, INT y, INT width,
+                                   INT height);
 GpStatus WINAPI GdipSaveImageToStream(GpImage* image, IStream* stream, const CLSID* encoder,
                                       const EncoderParameters* parameters);
 // `size` is the bytes that GdipGetImageEncoders writes, more than `count` records.

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cstring>
 
+#include "platform/model/Machine.h"
 #include "platform/model/Rects.h"
+#include "platform/model/Thumbnails.h"
 
 // The loops over pixels are worth vector instructions in every build.
 #pragma GCC optimize("O3")
@@ -103,7 +105,9 @@ void drawSurface(const Output& output, const Window& window, const RECT& visible
 // A layered window passes its attributes on to its children.
 void drawTree(const Output& output, const Window& window, const RECT& clip,
               const LayeredAttributes* attributes) {
-  const RECT visible = Overlap(clip, window.rect);
+  // A minimised window is where a thumbnail sees it: its picture is as it was.
+  const RECT visible =
+      Overlap(clip, Moved(window.surface.bounds(), window.rect.left, window.rect.top));
   if (IsEmpty(visible)) return;
   drawSurface(output, window, visible, attributes);
   for (auto child = window.children.rbegin(); child != window.children.rend(); ++child) {
@@ -112,15 +116,55 @@ void drawTree(const Output& output, const Window& window, const RECT& clip,
   }
 }
 
+void drawThumbnail(Lock& lock, const Output& output, const Window& host, const RECT& clip,
+                   const Thumbnail& thumbnail, std::uint32_t alpha) {
+  const auto source = desktop::FindWindow(lock, thumbnail.source);
+  if (!thumbnail.visible || !source || !(source->style & WS_VISIBLE)) return;
+  const RECT client = host.clientRect();
+  const RECT to = Moved(thumbnail.to, client.left, client.top);
+  const RECT drawn = Overlap(clip, Overlap(to, client));
+  const RECT from = thumbnails::SourcePart(thumbnail, *source);
+  const RECT known = Overlap(from, source->surface.bounds());
+  if (IsEmpty(drawn) || IsEmpty(known)) return;
+
+  const int width = WidthOf(known);
+  std::vector<std::uint32_t> picture(static_cast<std::size_t>(width) *
+                                     static_cast<std::size_t>(HeightOf(known)));
+  const RECT part = Moved(known, source->rect.left, source->rect.top);
+  drawTree(Output{part, picture.data(), width}, *source, part, nullptr);
+  for (int y = drawn.top; y < drawn.bottom; ++y) {
+    const std::int64_t row =
+        from.top + (std::int64_t{y} - to.top) * HeightOf(from) / HeightOf(to) - known.top;
+    if (row < 0 || row >= HeightOf(known)) continue;
+    std::uint32_t* const pixels = output.At(drawn.left, y);
+    for (int x = drawn.left; x < drawn.right; ++x) {
+      const std::int64_t column =
+          from.left + (std::int64_t{x} - to.left) * WidthOf(from) / WidthOf(to) - known.left;
+      if (column < 0 || column >= width) continue;
+      std::uint32_t& pixel = pixels[x - drawn.left];
+      pixel = blended(picture[static_cast<std::size_t>(row * width + column)], pixel, alpha);
+    }
+  }
+}
+
+void drawThumbnails(Lock& lock, const Output& output, const Window& host, const RECT& clip,
+                    std::uint32_t alpha) {
+  if (host.thumbnails.empty() || !TheMachine(lock).composition) return;
+  for (const auto& thumbnail : host.thumbnails)
+    drawThumbnail(lock, output, host, clip, *thumbnail, alpha);
+}
+
 bool shows(const Window& window, const Options& options) {
   if (!(window.style & WS_VISIBLE) || window.isMinimised() || window.cloaked) return false;
-  if (window.isLayered() && !(options.layered && window.layered)) return false;
+  const bool hasPicture = window.layered || !window.thumbnails.empty();
+  if (window.isLayered() && !(options.layered && hasPicture)) return false;
   return !options.leaveOut || std::find(options.leaveOut->begin(), options.leaveOut->end(),
                                         window.handle) == options.leaveOut->end();
 }
 
-void composeMonitor(const Desktop& desktop, const Output& output, const RECT& clip,
-                    const Options& options) {
+// What is to be seen in `clip`, over a background.
+void composePart(Lock& lock, const Desktop& desktop, const Output& output, const RECT& clip,
+                 std::uint32_t background, const Options& options) {
   // Kept between calls, so that a steady picture costs no allocation.
   thread_local std::vector<const Window*> layers;
   layers.clear();
@@ -134,10 +178,14 @@ void composeMonitor(const Desktop& desktop, const Output& output, const RECT& cl
   }
   if (!covered) {
     for (int y = clip.top; y < clip.bottom; ++y)
-      std::fill_n(output.At(clip.left, y), WidthOf(clip), desktop.color);
+      std::fill_n(output.At(clip.left, y), WidthOf(clip), background);
   }
-  for (auto window = layers.rbegin(); window != layers.rend(); ++window)
-    drawTree(output, **window, clip, (*window)->isLayered() ? &*(*window)->layered : nullptr);
+  for (auto position = layers.rbegin(); position != layers.rend(); ++position) {
+    const Window& window = **position;
+    const LayeredAttributes* const attributes = window.layered ? &*window.layered : nullptr;
+    if (attributes || !window.isLayered()) drawTree(output, window, clip, attributes);
+    drawThumbnails(lock, output, window, clip, attributes ? attributes->alpha.value_or(255) : 255);
+  }
 }
 
 }  // namespace
@@ -150,13 +198,15 @@ void Compose(Lock& lock, const RECT& area, std::uint32_t* pixels, std::ptrdiff_t
   const bool withinOne =
       std::any_of(desktop.monitors.begin(), desktop.monitors.end(),
                   [&](const auto& monitor) { return Covers(monitor->rect, area); });
-  if (!withinOne) {
+  if (!withinOne && options.beyondMonitors) {
+    composePart(lock, desktop, output, area, 0, options);
+  } else if (!withinOne) {
     for (int y = area.top; y < area.bottom; ++y)
       std::fill_n(output.At(area.left, y), WidthOf(area), 0u);
   }
   for (const auto& monitor : desktop.monitors) {
     const RECT clip = Overlap(monitor->rect, area);
-    if (!IsEmpty(clip)) composeMonitor(desktop, output, clip, options);
+    if (!IsEmpty(clip)) composePart(lock, desktop, output, clip, desktop.color, options);
   }
 }
 
@@ -164,10 +214,11 @@ std::uint32_t Blended(std::uint32_t over, std::uint32_t under, std::uint32_t alp
   return blended(over, under, alpha);
 }
 
-void DrawWindow(Lock&, const Window& window, const RECT& part, std::uint32_t* pixels,
-                std::ptrdiff_t stride) {
-  const RECT area = Moved(part, window.rect.left, window.rect.top);
-  drawTree(Output{area, pixels, stride}, window, area, nullptr);
+void DrawWindow(Lock& lock, const Window& window, const RECT& part, std::uint32_t* pixels,
+                std::ptrdiff_t stride, bool withThumbnails) {
+  const Output output{Moved(part, window.rect.left, window.rect.top), pixels, stride};
+  drawTree(output, window, output.area, nullptr);
+  if (withThumbnails) drawThumbnails(lock, output, window, output.area, 255);
 }
 
 void Overlay(Surface& surface, const RECT& clip, int x, int y, const CursorShape& picture) {

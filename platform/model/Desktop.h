@@ -65,9 +65,22 @@ struct WindowClass {
   HICON icon = nullptr;
 };
 
+// How far a maximised window with a sizing frame reaches over the work area.
+inline constexpr int kSizingFrame = 8;
+
 struct LayeredAttributes {
   std::optional<std::uint32_t> key;  // a pixel, not a COLORREF
   std::optional<std::uint8_t> alpha;
+};
+
+// A picture of one top-level window in another, which need not be near.
+struct Thumbnail : Object {
+  HANDLE handle = nullptr;
+  HWND destination = nullptr;
+  HWND source = nullptr;
+  RECT to{};                 // in the destination's client area
+  std::optional<RECT> from;  // of what the source shows; none: all of it
+  bool visible = false;
 };
 
 // A window of this process (`windowClass` is set) or of another program.
@@ -97,6 +110,9 @@ struct Window : Object {
   std::uint32_t background = 0xFFFFFF;  // of what another program's window grows by
   Surface surface;                      // as large as the window is when it is not minimised
   std::function<void(Surface&)> paint;  // draws another program's window anew
+
+  std::vector<std::shared_ptr<Thumbnail>> thumbnails;  // that it shows, lowest first
+  std::optional<SIZE> thumbnailSize;                   // what thumbnails of it call its size
 
   // Of another program's window: its icons by ICON_SMALL, ICON_BIG, ICON_SMALL2, its
   // class's, and how long it takes to answer; nothing when it hangs.
@@ -179,6 +195,8 @@ std::vector<HWND> DependentsOf(Lock& lock, const Window& window);
 // Gives a top-level window another owner, null for none; its place in the order stays.
 // False for a child and for a window that `owner` depends on.
 bool SetOwner(Lock& lock, Window& window, Window* owner);
+// False for children, for the desktop window and for windows that are never seen.
+bool IsTopLevel(Lock& lock, const Window& window);
 // Handle of a child's parent or of a top-level window's owner, null without one.
 HWND ParentOrOwner(const Window& window);
 

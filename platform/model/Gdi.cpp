@@ -188,7 +188,7 @@ bool Copy(Lock& lock, const DeviceContext& to, const RECT& area, const DeviceCon
     if (IsEmpty(drawn)) return true;
     std::uint32_t* pixels = target.surface->MutableRow(drawn.top) + drawn.left;
     compositor::Compose(lock, Moved(drawn, dx, dy), pixels, target.surface->width(),
-                        {.layered = withLayered, .leaveOut = nullptr});
+                        {.beyondMonitors = false, .layered = withLayered, .leaveOut = nullptr});
   } else {
     const Target origin = TargetOf(lock, from);
     if (!origin.surface) return false;
@@ -228,7 +228,7 @@ bool DrawWholeWindow(Lock& lock, const DeviceContext& dc, const Window& window) 
   if (IsEmpty(drawn)) return true;
   std::uint32_t* pixels = target.surface->MutableRow(drawn.top) + drawn.left;
   compositor::DrawWindow(lock, window, Moved(drawn, -target.origin.x, -target.origin.y), pixels,
-                         target.surface->width());
+                         target.surface->width(), TheMachine(lock).version >= kWindows81);
   finish(target, drawn);
   return true;
 }

@@ -90,6 +90,7 @@ bool Copy(Lock& lock, const DeviceContext& to, const RECT& area, const DeviceCon
 // In the DC's coordinates.
 bool Fill(Lock& lock, const DeviceContext& dc, const RECT& rect, std::uint32_t pixel);
 bool DrawCursor(Lock& lock, const DeviceContext& dc, int x, int y, const CursorShape& shape);
+// With its thumbnails from Windows 8.1 on; before that a window draws itself.
 bool DrawWholeWindow(Lock& lock, const DeviceContext& dc, const Window& window);
 // Copies lines as GetDIBits counts them, into rows of `width` pixels. Returns how
 // many lines were written.

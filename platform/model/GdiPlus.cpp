@@ -9,6 +9,7 @@
 #include <string>
 
 #include "platform/model/Ledger.h"
+#include "platform/model/Machine.h"
 
 namespace vwin::gdiplus {
 namespace {
@@ -24,7 +25,7 @@ struct EncoderFacts {
   const wchar_t* mimeType;
 };
 
-constexpr EncoderFacts kEncoders[kEncoderCount] = {
+constexpr EncoderFacts kEncoders[] = {
     {Encoder::kBmp, 0x557cf400, 0xb96b3cab, L"BMP", L"*.BMP;*.DIB;*.RLE", L"image/bmp"},
     {Encoder::kJpeg, 0x557cf401, 0xb96b3cae, L"JPEG", L"*.JPG;*.JPEG;*.JPE;*.JFIF", L"image/jpeg"},
     {Encoder::kGif, 0x557cf402, 0xb96b3cb0, L"GIF", L"*.GIF", L"image/gif"},
@@ -47,6 +48,12 @@ constexpr GUID formatId(const EncoderFacts& facts) {
   return {facts.formatId, 0x0728, 0x11d3, {0x9d, 0x7b, 0x00, 0x00, 0xf8, 0x1e, 0xf3, 0x2e}};
 }
 
+std::vector<EncoderFacts> encodersOf(Lock& lock) {
+  std::vector<EncoderFacts> encoders(std::begin(kEncoders), std::end(kEncoders));
+  if (!TheMachine(lock).pngEncoder) encoders.pop_back();
+  return encoders;
+}
+
 ULONG_PTR lastToken = 0;  // guarded by the machine's lock
 
 }  // namespace
@@ -59,7 +66,7 @@ ULONG_PTR Start(Lock& lock) {
 bool IsStarted(Lock&) { return lastToken != 0; }
 
 Gdiplus::GpBitmap* AddBitmap(Lock& lock, int width, int height, std::ptrdiff_t stride,
-                             bool hasAlpha, BYTE* pixels) {
+                             bool hasAlpha, BYTE* pixels, const char* call) {
   const auto image = std::make_shared<GdiPlusImage>();
   image->width = width;
   image->height = height;
@@ -71,8 +78,18 @@ Gdiplus::GpBitmap* AddBitmap(Lock& lock, int width, int height, std::ptrdiff_t s
     image->pixels = image->own.data();
   }
   // Opaque outside: the pointer is a handle like all others.
-  return static_cast<Gdiplus::GpBitmap*>(
-      handles::Add(lock, HandleKind::kImage, image, "GdipCreateBitmapFromScan0"));
+  return static_cast<Gdiplus::GpBitmap*>(handles::Add(lock, HandleKind::kImage, image, call));
+}
+
+Gdiplus::GpBitmap* AddCopy(Lock& lock, const Surface& surface) {
+  const auto copy = AddBitmap(lock, surface.width(), surface.height(), 0, false, nullptr,
+                              "GdipCreateBitmapFromHBITMAP");
+  const auto image = FindImage(lock, copy);
+  for (int y = 0; y < surface.height(); ++y) {
+    auto* const row = reinterpret_cast<std::uint32_t*>(image->pixels + y * image->stride);
+    for (int x = 0; x < surface.width(); ++x) row[x] = surface.At(x, y);
+  }
+  return copy;
 }
 
 std::shared_ptr<GdiPlusImage> FindImage(Lock& lock, const Gdiplus::GpImage* image) {
@@ -83,30 +100,32 @@ bool Dispose(Lock& lock, const Gdiplus::GpImage* image) {
   return handles::Remove(lock, HandleKind::kImage, image);
 }
 
-std::optional<Encoder> FindEncoder(REFCLSID id) {
-  for (const EncoderFacts& facts : kEncoders) {
+UINT EncoderCount(Lock& lock) { return static_cast<UINT>(encodersOf(lock).size()); }
+
+std::optional<Encoder> FindEncoder(Lock& lock, REFCLSID id) {
+  for (const EncoderFacts& facts : encodersOf(lock)) {
     if (encoderId(facts) == id) return facts.encoder;
   }
   return std::nullopt;
 }
 
-UINT EncodersSize() {
-  std::size_t size = sizeof(ImageCodecInfo) * kEncoderCount;
-  for (const EncoderFacts& facts : kEncoders) {
+UINT EncodersSize(Lock& lock) {
+  std::size_t size = sizeof(ImageCodecInfo) * EncoderCount(lock);
+  for (const EncoderFacts& facts : encodersOf(lock)) {
     for (const std::wstring& text : textsOf(facts)) size += (text.size() + 1) * sizeof(WCHAR);
   }
   return static_cast<UINT>(size);
 }
 
-void WriteEncoders(ImageCodecInfo* encoders) {
-  auto* text = reinterpret_cast<WCHAR*>(encoders + kEncoderCount);
+void WriteEncoders(Lock& lock, ImageCodecInfo* encoders) {
+  auto* text = reinterpret_cast<WCHAR*>(encoders + EncoderCount(lock));
   const auto write = [&](const std::wstring& from) {
     const WCHAR* const begin = text;
     text = std::copy(from.begin(), from.end(), text);
     *text++ = L'\0';
     return begin;
   };
-  for (const EncoderFacts& facts : kEncoders) {
+  for (const EncoderFacts& facts : encodersOf(lock)) {
     ImageCodecInfo* const info = new (encoders++) ImageCodecInfo{};
     info->Clsid = encoderId(facts);
     info->FormatID = formatId(facts);

@@ -70,6 +70,10 @@ const char* LedgerKind(HandleKind kind) {
       return "icon";
     case HandleKind::kImage:
       return "GDI+ image";
+    case HandleKind::kGraphics:
+      return "GDI+ graphics";
+    case HandleKind::kThumbnail:
+      return "DWM thumbnail";
     case HandleKind::kMemory:
       return "global memory";
     case HandleKind::kEvent:

@@ -23,6 +23,8 @@ enum class HandleKind : std::uint8_t {
   kCursor,
   kIcon,
   kImage,
+  kGraphics,
+  kThumbnail,
   kMemory,
   kEvent,
   kThread,

@@ -30,6 +30,7 @@ struct Version {
 };
 
 inline constexpr Version kWindows8{6, 2, 9200};
+inline constexpr Version kWindows81{6, 3, 9600};
 inline constexpr Version kFirstWindows10{10, 0, 10240};
 
 struct Process {
@@ -98,6 +99,8 @@ struct Machine {
   bool blackMagnifier = false;               // a driver's fault: pictures of zeros
   int magnifierStretches = 1;                // calls of StretchRect in a render
   std::optional<Micros> magnifierTakes = 0;  // to render; nothing: it hangs
+
+  bool pngEncoder = true;  // GDI+ has one
 
   bool virtualDesktopManager = true;
   std::set<HWND> onOtherVirtualDesktop;

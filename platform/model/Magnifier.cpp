@@ -126,7 +126,7 @@ void draw(Lock& lock, const State& state, d3d9::SurfaceContent& picture) {
   std::vector<HWND> leftOut = state.filterList;
   leftOut.push_back(state.window);
   compositor::Compose(lock, state.source, picture.pixels.data(), picture.stride,
-                      {.layered = true, .leaveOut = &leftOut});
+                      {.beyondMonitors = true, .layered = true, .leaveOut = &leftOut});
   for (std::uint32_t& pixel : picture.pixels) pixel |= 0xFF000000;
   if (state.effect) Apply(*state.effect, picture.pixels);
 }

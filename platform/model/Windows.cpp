@@ -11,8 +11,6 @@ namespace {
 using Siblings = std::vector<std::shared_ptr<Window>>;
 
 constexpr RECT kMinimisedRect = {-32000, -32000, -31840, -31972};
-// How far a maximised window with a sizing frame reaches over the work area.
-constexpr int kSizingFrame = 8;
 
 Siblings::iterator positionOf(Siblings& siblings, const Window& window) {
   return std::find_if(siblings.begin(), siblings.end(),
@@ -120,6 +118,8 @@ std::shared_ptr<Window> Leave(Lock& lock, Window& window) {
   std::shared_ptr<Window> last = std::move(*position);
   siblings.erase(position);
   handles::Remove(lock, HandleKind::kWindow, window.handle);
+  for (const auto& thumbnail : window.thumbnails)
+    handles::Remove(lock, HandleKind::kThumbnail, thumbnail->handle);
   Desktop& desktop = Get(lock);
   if (desktop.focus == window.handle) desktop.focus = nullptr;
   if (desktop.foreground == window.handle) desktop.foreground.reset();
@@ -145,6 +145,8 @@ bool SetOwner(Lock&, Window& window, Window* owner) {
   scheduler::Changed();
   return true;
 }
+
+bool IsTopLevel(Lock& lock, const Window& window) { return window.parent == Get(lock).root.get(); }
 
 HWND ParentOrOwner(const Window& window) {
   const Window* const above = window.isChild() ? window.parent : window.owner;
