@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "platform/model/Gdi.h"
+#include "platform/model/HandleTable.h"
 #include "platform/model/Ledger.h"
 #include "platform/model/Machine.h"
 #include "platform/model/MessageQueue.h"
@@ -69,7 +70,8 @@ ATOM RegisterClass(Lock& lock, const WNDCLASSEXW& description) {
   made->procedure = description.lpfnWndProc;
   made->background = description.hbrBackground;
   // The class has the brush from now on, and goes with the process.
-  ledger::Return(lock, "brush", reinterpret_cast<std::uintptr_t>(description.hbrBackground));
+  if (handles::KindOf(lock, made->background) == HandleKind::kBrush)
+    ledger::Return(lock, "brush", reinterpret_cast<std::uintptr_t>(made->background));
   made->icon = description.hIcon;
   desktop.classes.push_back(made);
   ledger::Take(lock, "window class", made->atom, "RegisterClassExW");

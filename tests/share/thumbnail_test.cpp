@@ -1,6 +1,7 @@
 // What a host is shown of monitors and windows to choose from, pixel for pixel, on every
 // system.
 #include <algorithm>
+#include <cstdlib>
 #include <functional>
 #include <iterator>
 #include <map>
@@ -13,6 +14,7 @@
 #include "data_url.h"
 #include "platform/control/Graphics.h"
 #include "platform/control/Ledger.h"
+#include "platform/control/Thumbnails.h"
 #include "tests/share/MagShareTest.h"
 #include "tests/support/PngReader.h"
 
@@ -30,10 +32,19 @@ COLORREF Color(std::uint32_t rgb) { return RGB(rgb >> 16 & 255, rgb >> 8 & 255, 
 
 PngPicture Decode(const char* url) { return ReadPng(DecodePngDataUrl(url ? url : "")); }
 
+// How far two pixels are from each other in the channel where they differ most.
+int Distance(std::uint32_t a, std::uint32_t b) {
+  int most = 0;
+  for (int shift = 0; shift < 32; shift += 8) {
+    most = std::max(most, std::abs(int(a >> shift & 255) - int(b >> shift & 255)));
+  }
+  return most;
+}
+
 // Every pixel of a picture of this size is the last of the opaque `patches` over it, and
 // transparent beside them.
-testing::AssertionResult Is(const PngPicture& picture, SIZE size,
-                            const std::vector<Patch>& patches) {
+testing::AssertionResult Is(const PngPicture& picture, SIZE size, const std::vector<Patch>& patches,
+                            int tolerance = 0) {
   if (picture.width != size.cx || picture.height != size.cy) {
     return testing::AssertionFailure() << picture.width << "x" << picture.height;
   }
@@ -45,7 +56,7 @@ testing::AssertionResult Is(const PngPicture& picture, SIZE size,
         expected = PtInRect(&rect, {x, y}) ? kOpaque | patch.rgb : expected;
       }
       const std::uint32_t pixel = picture.pixels[static_cast<std::size_t>(y * size.cx + x)];
-      if (pixel != expected && (pixel >> 24 != 0 || expected != 0)) {
+      if (expected == 0 ? pixel >> 24 != 0 : Distance(pixel, expected) > tolerance) {
         return testing::AssertionFailure()
                << std::hex << pixel << ", not " << expected << std::dec << ", at " << x << "," << y;
       }
@@ -108,44 +119,17 @@ class ThumbnailTest : public MagShareTest {
     Fill(window, {2, 0, 12, 10}, Color(kMark));
     return window;
   }
-  // Each pixel tells where it lies.
-  static HWND openRuler(const RECT& rect, DWORD style, const RECT& invisibleFrame) {
-    return OpenWindow({.title = L"Ruler",
-                       .rect = rect,
-                       .paint =
-                           [](Canvas& canvas) {
-                             for (int y = 0; y < canvas.height(); ++y) {
-                               for (int x = 0; x < canvas.width(); ++x) {
-                                 canvas.Row(y)[x] = Ruler(x, y);
-                               }
-                             }
-                           },
-                       .style = style,
-                       .invisibleFrame = invisibleFrame});
-  }
-  static std::uint32_t Ruler(int x, int y) {
-    return static_cast<std::uint32_t>(x & 255) | static_cast<std::uint32_t>(y & 255) << 8;
-  }
-  // Whether a thumbnail of just this size shows `size` from (left, top) on; what reaches
-  // beyond `whole` is black.
-  testing::AssertionResult shows(HWND ruler, int left, int top, SIZE size, SIZE whole,
-                                 std::uint32_t redder = 0) {
-    const PngPicture picture = ofWindow(ruler, size);
-    std::vector<Patch> patches;
-    for (int y = 0; y < size.cy; y += size.cy - 1) {
-      for (int x = 0; x < size.cx; x += size.cx - 1) {
-        const bool known = left + x < whole.cx && top + y < whole.cy;
-        const std::uint32_t expected = kOpaque | ((known ? Ruler(left + x, top + y) : 0) + redder);
-        const auto index = static_cast<std::size_t>(y * picture.width + x);
-        if (picture.width != size.cx || picture.pixels.at(index) != expected) {
-          return testing::AssertionFailure()
-                 << std::hex << (picture.width ? picture.pixels.at(index) : 0) << ", not "
-                 << expected << std::dec << ", at " << x << "," << y << '\n'
-                 << log.Dump();
-        }
-      }
-    }
-    return testing::AssertionSuccess();
+  // Which part of a window's picture its thumbnail is made from.
+  RECT partOf(HWND window) {
+    RECT part = {};
+    AtNth("GdipCreateBitmapFromScan0", 1, [&] {
+      const std::vector<ThumbnailState> shown = Thumbnails();
+      ASSERT_EQ(shown.size(), 1u);
+      EXPECT_EQ(shown[0].source, window);
+      part = shown[0].from.value_or(RECT{});
+    });
+    EXPECT_EQ(ofWindow(window, {8, 8}).width, 8) << log.Dump();
+    return part;
   }
 
   static void useMagOnWindows7() {
@@ -237,9 +221,11 @@ TEST_P(WindowThumbnailTest, ListsFitInWithMagAndAreStretchedElse) {
   ResetCounts();
   const bool fits = GetParam().way == Way::kMag;
   const Patch expected = {fits ? 20 : 0, 0, fits ? 140 : 160, 90, kOrange + redder()};
-  EXPECT_TRUE(Is(Decode(ofWindows({160, 90}).texts[idOf(window)].c_str()), {160, 90}, {expected}))
+  // On Windows 8 it is scaled by the processor, which rounds.
+  EXPECT_TRUE(Is(Decode(ofWindows({160, 90}).texts[idOf(window)].c_str()), {160, 90}, {expected},
+                 fits && !isWindows7() ? 2 : 0))
       << log.Dump();
-  EXPECT_EQ(Count("RegisterClassExW") > 0, GetParam().way != Way::kPrint);
+  EXPECT_EQ(Count("DwmRegisterThumbnail"), GetParam().way == Way::kPrint ? 0u : 2u);
   EXPECT_EQ(log.Count(fits ? "entry WindowsUtil::GetWindowThumbnailListByMag"
                            : "entry WindowsUtil::GetWindowThumbnailListByGDI"),
             1);
@@ -259,31 +245,50 @@ INSTANTIATE_TEST_SUITE_P(Systems, WindowThumbnailTest,
                                          System{"Windows10", kWindows10, true, Way::kHost}),
                          [](const auto& test) { return test.param.name; });
 
-// What is shown of a window, by the numbers.
 TEST_F(ThumbnailTest, TheSystemsEdgesAreLeftOut) {
-  constexpr RECT kFrame = {7, 0, 7, 7};
-  const SIZE whole = {200, 100};
-  const HWND ordinary = openRuler({40, 30, 240, 130}, WS_POPUP, kFrame);
-  const HWND minimised = openRuler({40, 30, 240, 130}, WS_POPUP, kFrame);
-  Minimise(minimised);
-  const HWND maximised = openRuler({40, 30, 240, 130}, WS_POPUP | WS_THICKFRAME, {});
+  constexpr RECT kPlace = {40, 30, 240, 130};
+  const auto window = [&](const RECT& frame) {
+    return OpenWindow({.title = L"Window",
+                       .rect = kPlace,
+                       .style = WS_POPUP | WS_THICKFRAME,
+                       .invisibleFrame = frame});
+  };
+  const HWND ordinary = window({7, 0, 7, 7});
+  const HWND maximised = window({7, 0, 7, 7});
   Maximise(maximised);
+  const HWND minimised = window({7, 0, 7, 7});
+  const HWND wide = window({7, 0, 7, 0});
+  const HWND high = window({0, 5, 0, 5});
+  const HWND other = window({7, 0, 7, 7});
+  const HWND flat = window({});
+  for (const HWND one : {minimised, wide, high, other, flat}) {
+    Minimise(one);
+  }
+  SetThumbnailSourceSize(other, SIZE{120, 90});
+  SetThumbnailSourceSize(flat, SIZE{120, 90});
   list();
-  log.Forget();
-  EXPECT_TRUE(shows(ordinary, 9, 0, {196, 100}, whole));
-  EXPECT_EQ(log.Count("ThumbnailWindow::SetTarget else 0x"), 1);
-  EXPECT_TRUE(shows(minimised, 9, 0, {182, 93}, whole));
-  EXPECT_EQ(log.Count("ThumbnailWindow::SetTarget IsIconic 0x"), 1);
-  // 8 pixels of frame all around, of which the thumbnail has none, and 8 more.
-  EXPECT_TRUE(shows(maximised, 16, 16, {304, 164}, {336, 196}));
-  EXPECT_EQ(log.Count("ThumbnailWindow::SetTarget IsZoomed 0x"), 1);
-}
-
-TEST_F(ThumbnailTest, Windows7ShowsAll) {
+  const struct {
+    HWND window;
+    RECT part;
+    const char* said;
+  } rows[] = {{ordinary, {9, 0, 205, 100}, "ThumbnailWindow::SetTarget else 0x"},
+              {maximised, {8, 8, 312, 172}, "ThumbnailWindow::SetTarget IsZoomed 0x"},
+              {minimised, {9, 0, 191, 93}, "ThumbnailWindow::SetTarget IsIconic 0x"},
+              {wide, {9, 0, 191, 93}, "ThumbnailWindow::SetTarget IsIconic 0x"},
+              {high, {2, 5, 193, 95}, "ThumbnailWindow::SetTarget IsIconic 0x"},
+              {other, {9, 7, 111, 83}, "ThumbnailWindow::SetTarget IsIconic 0x"},
+              {flat, {2, 0, 118, 90}, "ThumbnailWindow::SetTarget IsIconic 0x"}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(&row - rows);
+    log.Forget();
+    const RECT part = partOf(row.window);
+    EXPECT_TRUE(EqualRect(&part, &row.part))
+        << part.left << "," << part.top << " " << part.right << "," << part.bottom;
+    EXPECT_EQ(log.Count(row.said), 1);
+  }
   useMagOnWindows7();
-  const HWND window = openRuler({40, 30, 240, 130}, WS_POPUP, {7, 0, 7, 7});
-  list();
-  EXPECT_TRUE(shows(window, 0, 0, {200, 100}, {200, 100}, kRedder));
+  log.Forget();
+  EXPECT_EQ(partOf(ordinary).right, 200) << "all of it";
   EXPECT_EQ(log.Count("ThumbnailWindow::SetTarget"), 0);
 }
 
@@ -298,16 +303,16 @@ TEST_F(ThumbnailTest, TheHostWindowLiesBesideTheMonitors) {
       corner = {rect.right, rect.bottom};
     });
     ofWindow(window, {8, 8});
-    return std::pair(corner.x, corner.y);
+    return std::pair(int{corner.x}, int{corner.y});
   };
   const HMONITOR right = AddMonitor({320, -300, 640, 0});
   capture.GetWindowList([](const IScreenCapture::WindowInfo*, const int&, void*) {}, nullptr);
-  EXPECT_EQ(place(), std::pair(0L, 0L)) << "never right of 0";
+  EXPECT_EQ(place(), std::pair(0, 0)) << "never right of 0";
   SetMonitorRect(right, {-320, 300, 0, 480});
-  EXPECT_EQ(place(), std::pair(-320L, 300L));
+  EXPECT_EQ(place(), std::pair(-320, 300));
   AddMonitor({-320, -200, 0, 0});
   list();
-  EXPECT_EQ(place(), std::pair(-320L, -200L));
+  EXPECT_EQ(place(), std::pair(-320, -200));
 }
 
 TEST_F(ThumbnailTest, IdsAreThoseOfTheLastLists) {
@@ -371,6 +376,7 @@ TEST_F(ThumbnailTest, AHundredWindowsHaveOneHostAndAnyMayClose) {
     windows.push_back(open(64, 64, L"Window " + std::to_wstring(i)));
   }
   list();
+  ofWindows({8, 8});  // the graphics are looked at once
   ResetCounts();
   // The list is topmost first.
   AtNth("DwmQueryThumbnailSourceSize", 3, [&] { Close(windows[97]); });
@@ -383,7 +389,7 @@ TEST_F(ThumbnailTest, AHundredWindowsHaveOneHostAndAnyMayClose) {
   EXPECT_EQ(Count("CreateWindowExW"), 1u);
   EXPECT_EQ(hosts(), 0u);
 
-  FailNth("GdipGetImageEncodersSize", 1, kOutOfMemory, vwin::Repeat::kOnward);
+  RemovePngEncoder();
   EXPECT_EQ(ofWindows({16, 9}).Failed(), 100u) << "no PNG encoder";
   EXPECT_EQ(capture.GetWindowThumbnail(idOf(windows[0]), 16, 9), nullptr);
   EXPECT_EQ(capture.GetDesktopThumbnail(idOf(monitor()), 16, 9), nullptr);
@@ -465,9 +471,8 @@ TEST_P(FailingThumbnails, EachIdOnceAndNothingLeft) {
   const auto run = [&](Answer& windows, Answer& desktops) {
     if (async) {
       capture.GetWindowThumbnailAllAsync(16, 9, Answer::Take, &windows);
-      Settle();
       capture.GetDesktopThumbnailAllAsync(16, 9, Answer::Take, &desktops);
-      Settle();
+      Advance(5s);
     } else {
       capture.GetWindowThumbnailAll(16, 9, Answer::Take, &windows);
       capture.GetDesktopThumbnailAll(16, 9, Answer::Take, &desktops);
