@@ -128,11 +128,11 @@ int RunList(IScreenCapture& capture, const Options& options) {
     }
     PrintWindow(window, icon, options.json);
   }
-  if (!options.thumbnailDirectory.empty()) {
-    SaveThumbnails(capture, options.thumbnailSize, options.thumbnailDirectory);
-  }
   if (!options.sheetFile.empty()) {
     WriteSheet(capture, desktops, windows, options.thumbnailSize, options.sheetFile);
+  }
+  if (!options.thumbnailDirectory.empty()) {
+    SaveThumbnails(capture, options.thumbnailSize, options.thumbnailDirectory);
   }
   return 0;
 }
