@@ -78,7 +78,7 @@ extern "C" GpStatus WINAPI Gdiplus::DllExports::GdipDrawImageRectI(GpGraphics* g
   if (!canvas) return refused(lock, graphics, "GdipDrawImageRectI: nothing to draw on");
   const auto image = gdiplus::FindImage(lock, handle);
   if (!image) return refused(lock, handle, "GdipDrawImageRectI: not an image");
-  if (width <= 0 || height <= 0) return InvalidParameter;
+  if (width < 0 || height < 0) return refused(lock, handle, "GdipDrawImageRectI: would mirror");
   const bool huge =
       width > kLongest || height > kLongest || std::int64_t{width} * height > kMostPixels;
   if (fault || huge) return OutOfMemory;

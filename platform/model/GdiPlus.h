@@ -53,7 +53,8 @@ Gdiplus::GpGraphics* AddGraphics(Lock& lock, const Gdiplus::GpImage* image);
 bool DeleteGraphics(Lock& lock, const Gdiplus::GpGraphics* graphics);
 // What it draws on; null for a stale one and when the image is.
 std::shared_ptr<GdiPlusImage> CanvasOf(Lock& lock, const Gdiplus::GpGraphics* graphics);
-// The colour takes the place of what was there, its alpha too.
+// The colour takes the place of what was there, its alpha too. Without alpha in the
+// canvas, what is transparent is black.
 void Clear(GdiPlusImage& canvas, Gdiplus::ARGB color);
 // Lays the whole image over `to`. Where GDI+ mixes neighbours, this takes the nearest
 // pixel of the image: sizes that are equal and areas of one colour come out the same.

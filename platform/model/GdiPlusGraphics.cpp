@@ -51,6 +51,7 @@ std::shared_ptr<GdiPlusImage> CanvasOf(Lock& lock, const Gdiplus::GpGraphics* gr
 }
 
 void Clear(GdiPlusImage& canvas, Gdiplus::ARGB color) {
+  if (!canvas.hasAlpha && color >> 24 == 0) color = 0;
   for (int y = 0; y < canvas.height; ++y) std::fill_n(rowOf(canvas, y), canvas.width, color);
 }
 

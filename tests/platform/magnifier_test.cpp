@@ -152,6 +152,28 @@ class Magnifiers : public DesktopTest {
   std::vector<std::uint32_t> m_seen;
 };
 
+// A window beyond the monitors that nobody sees: how a picture of another window is got.
+TEST_F(Magnifiers, SeeAThumbnailBeyondTheMonitors) {
+  const HWND source = open({.rect = {10, 10, 30, 30}, .color = kGreen});
+  const HWND window = makeWindow();
+  TestWindow host({-20, -20, 0, 0}, kRed, WS_EX_LAYERED);
+  host.Show();
+  HTHUMBNAIL thumbnail = nullptr;
+  ASSERT_EQ(DwmRegisterThumbnail(host, source, &thumbnail), S_OK);
+  const DWM_THUMBNAIL_PROPERTIES properties{
+      DWM_TNP_RECTDESTINATION | DWM_TNP_VISIBLE, {5, 5, 20, 20}, {}, 0, TRUE, FALSE};
+  ASSERT_EQ(DwmUpdateThumbnailProperties(thumbnail, &properties), S_OK);
+  ASSERT_TRUE(m_mag->SetSource(window, {-20, -20, 10, 10}));
+  EXPECT_EQ(seenAt(5, 19), kOpaque | kGreenPixel);
+  EXPECT_EQ(seenAt(4, 19), kOpaque) << "a layered window without attributes has no picture";
+  EXPECT_EQ(seenAt(20, 20), kOpaque | kDesktopPixel);
+  SetLayeredWindowAttributes(host, 0, 255, LWA_ALPHA);
+  ASSERT_TRUE(m_mag->SetSource(window, {-20, -20, 10, 10}));
+  EXPECT_EQ(seenAt(4, 19), kOpaque | kRedPixel);
+  EXPECT_EQ(DwmUnregisterThumbnail(thumbnail), S_OK);
+  EXPECT_TRUE(DestroyWindow(window));
+}
+
 TEST_F(Magnifiers, LeaveOutTheWindowsOnTheirListAndThemselves) {
   const HWND shown = open({.rect = {10, 10, 50, 50}, .color = kGreen});
   const HWND excluded = open({.rect = {30, 10, 90, 50}, .color = kRed});
