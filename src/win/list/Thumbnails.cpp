@@ -28,8 +28,8 @@ RECT HostRect(ThumbnailOrigin origin, SIZE box) {
   return {origin.x - box.cx, origin.y - box.cy, origin.x, origin.y};
 }
 
-// In what size to capture a host window that shows so much of a window. From Windows 8 on
-// it is captured as it is.
+// In what size to take the picture of a host window that shows so much of a window. From
+// Windows 8 on it is taken as it is.
 SIZE CaptureSize(SIZE normal, SIZE box) {
   if (WindowsUtil::IsWindows8OrGreater() || normal.cx == 0 || normal.cy == 0) {
     QX_LOG_INFO("normalWidth|normalHeight|isWindows8OrGreater = 0");
@@ -159,9 +159,11 @@ class MagMaker : public Maker {
 
  private:
   bool makeFrom(const RECT& place, SIZE normal, Png& png) {
-    const SIZE size = m_fits ? CaptureSize(normal, m_box) : SizeOf(place);
+    // The host shows the window stretched; below Windows 8 the engine scales that back.
+    const SIZE size = m_fits ? CaptureSize(normal, m_box) : m_box;
+    m_engine->SetTargetSize(size.cx, size.cy);
     ScreenCaptureFrame frame;
-    if (!Capture(*m_engine, place.left, place.top, size, frame)) {
+    if (!Capture(*m_engine, place.left, place.top, SizeOf(place), frame)) {
       return false;
     }
     ThumbnailSource source = PictureOf(frame, PixelFormat32bppARGB);
