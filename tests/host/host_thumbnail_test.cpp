@@ -18,7 +18,6 @@ namespace {
 TEST(HostThumbnailTest, EachMonitorAndWindowHasAPictureOfTheWantedSizeOrNone) {
   constexpr std::uint32_t kColor = 0xC8280A;
   const ColorWindow window({40, 40, 240, 190}, kColor);
-  SetWindowTextW(window.Handle(), L"Window");
   ScreenCapture capture;
   std::vector<IScreenCapture::DesktopInfo> desktops;
   capture.GetDesktopList(

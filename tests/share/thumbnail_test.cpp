@@ -225,9 +225,9 @@ TEST_P(WindowThumbnailTest, ListsFitInWithMagAndAreStretchedElse) {
   const int bar = fits ? 20 : 0;
   const std::vector<Patch> expected = {{bar, 0, 80, 90, kOrange + redder()},
                                        {80, 0, 160 - bar, 90, kMark + redder()}};
-  // On Windows 8 it is scaled by the processor, which rounds.
+  // Scaling rounds.
   EXPECT_TRUE(Is(Decode(ofWindows({160, 90}).texts[idOf(window)].c_str()), {160, 90}, expected,
-                 fits && !isWindows7() ? 2 : 0))
+                 fits ? 2 : 0))
       << log.Dump();
   EXPECT_EQ(Count("DwmRegisterThumbnail"), GetParam().way == Way::kPrint ? 0u : 2u);
   EXPECT_EQ(log.Count(fits ? "entry WindowsUtil::GetWindowThumbnailListByMag"
