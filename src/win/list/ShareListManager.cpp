@@ -168,12 +168,13 @@ void ShareListManager::GetDesktopList(IScreenCapture::DesktopListCallback callba
   }
   std::vector<DesktopInfo> desktops;
   RunClosed(kListFailed, [&] {
-    desktops = ListDesktops();
-    if (!desktops.empty()) {
-      auto kept = std::make_shared<const std::vector<DesktopInfo>>(desktops);
+    std::vector<DesktopInfo> listed = ListDesktops();
+    if (!listed.empty()) {
+      auto kept = std::make_shared<const std::vector<DesktopInfo>>(listed);
       const std::lock_guard lock(m_desktopListMutex);
       m_desktopList = std::move(kept);
     }
+    desktops.swap(listed);  // only ids that are known from now on
   });
   Deliver(desktops, callback, user);
 }
