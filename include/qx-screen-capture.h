@@ -242,8 +242,8 @@ class QX_SCREEN_CAPTURE_API IScreenCapture {
 
   using DesktopListCallback = void (*)(const DesktopInfo* desktops, const int& count, void* user);
   using WindowListCallback = void (*)(const WindowInfo* windows, const int& count, void* user);
-  // One text per id, "data:image/png; base64," and the picture, or "" where the
-  // thumbnail failed.
+  // One text per id, ids ascending: "data:image/png; base64," and the picture, or ""
+  // where the thumbnail failed.
   using ThumbnailListCallback = void (*)(const int* ids, const char** thumbnails, const int& count,
                                          void* user);
   using LogCallback = void (*)(int level, const char* file, int line, const char* message);
@@ -333,24 +333,44 @@ class QX_SCREEN_CAPTURE_API IScreenCapture {
   virtual void ClearIncludeWindows() = 0;
 
   // Monitors in the system's order. The callback runs before the call returns;
-  // with Async on a thread made for the call, and the library must stay loaded
-  // until it has returned. A null callback does nothing.
+  // with Async on a thread made for the call, which keeps the library loaded and
+  // needs this object no more. Callbacks of several Async calls may overlap. A
+  // callback comes exactly once, on the caller's thread when there is no other; a
+  // null one does nothing.
   virtual void GetDesktopList(DesktopListCallback callback, void* user) = 0;
   virtual void GetDesktopListAsync(DesktopListCallback callback, void* user) = 0;
 
-  // A picture of a listed monitor that fits into width x height, as PNG text, or
-  // null. Valid until the next call.
+  // Thumbnails: PNG pictures of exactly width x height, 1 to 16384 pixels each, as
+  // text as in ThumbnailListCallback. `id` is one of the last list, by any object,
+  // that was not empty; null when it isn't, for other sizes, and when there is no
+  // picture, since the monitor or window is gone, say. The text belongs to the
+  // library and is valid until the next call of the same operation that gives one,
+  // on any object: call it on one thread at a time, and copy.
+  //
+  // The All forms make one of each monitor or window of that list; the callback
+  // runs as for the lists.
+  //
+  // A monitor's thumbnail is what the screen shows, whole windows and all, with its
+  // proportions; the bars above and below or left and right are transparent.
   virtual const char* GetDesktopThumbnail(int id, int width, int height) = 0;
-  // Pictures of all monitors of the last list, by ascending id.
   virtual void GetDesktopThumbnailAll(int width, int height, ThumbnailListCallback callback,
                                       void* user) = 0;
   virtual void GetDesktopThumbnailAllAsync(int width, int height, ThumbnailListCallback callback,
                                            void* user) = 0;
 
-  // Top-level windows that can be shared, topmost first. The object must live
-  // until the callback of the Async form has returned.
+  // Top-level windows that can be shared, topmost first.
   virtual void GetWindowList(WindowListCallback callback, void* user) = 0;
   virtual void GetWindowListAsync(WindowListCallback callback, void* user) = 0;
+
+  // A window's thumbnail shows that window alone, also when it is covered or
+  // minimised, and leaves it as it is. The picture fills width x height, so ask for
+  // the window's own proportions; only with the All forms on Windows 7 and 8, where
+  // the magnification engine works, it has the window's proportions, with bars as
+  // above. Below Windows 8.1 a window may have to print itself, for which a hung one
+  // gets 200 milliseconds.
+  //
+  // While such a call runs, a window of the library lies left of and above the
+  // monitors of the last list. It is never activated.
   virtual const char* GetWindowThumbnail(int id, int width, int height) = 0;
   virtual void GetWindowThumbnailAll(int width, int height, ThumbnailListCallback callback,
                                      void* user) = 0;

@@ -19,6 +19,7 @@
 #include "scene.h"
 #include "sources.h"
 #include "text.h"
+#include "thumbnails.h"
 
 namespace {
 
@@ -112,18 +113,26 @@ std::string SaveIcon(IScreenCapture& capture, std::int32_t window, const std::st
 }
 
 int RunList(IScreenCapture& capture, const Options& options) {
-  for (const IScreenCapture::DesktopInfo& desktop : ListDesktops(capture)) {
+  const std::vector<IScreenCapture::DesktopInfo> desktops = ListDesktops(capture);
+  for (const IScreenCapture::DesktopInfo& desktop : desktops) {
     PrintDesktop(desktop, options.json);
   }
   if (!options.iconDirectory.empty()) {
     CreateDirectories(options.iconDirectory);
   }
-  for (const WindowSource& window : ListWindows(capture)) {
+  const std::vector<WindowSource> windows = ListWindows(capture);
+  for (const WindowSource& window : windows) {
     std::string icon;
     if (!options.iconDirectory.empty()) {
       icon = SaveIcon(capture, window.id, options.iconDirectory);
     }
     PrintWindow(window, icon, options.json);
+  }
+  if (!options.sheetFile.empty()) {
+    WriteSheet(capture, desktops, windows, options.thumbnailSize, options.sheetFile);
+  }
+  if (!options.thumbnailDirectory.empty()) {
+    SaveThumbnails(capture, options.thumbnailSize, options.thumbnailDirectory);
   }
   return 0;
 }
@@ -215,9 +224,13 @@ std::optional<std::int32_t> FindWindowLike(IScreenCapture& capture, const Option
 // None, and a line that says why, when there is nothing to share.
 std::optional<Target> ChooseTarget(IScreenCapture& capture, const Options& options) {
   if (options.command == Options::Command::Picker) {
+    const std::vector<IScreenCapture::DesktopInfo> desktops = ListDesktops(capture);
+    const std::vector<WindowSource> windows = ListWindows(capture);
+    if (!options.sheetFile.empty()) {
+      WriteSheet(capture, desktops, windows, options.thumbnailSize, options.sheetFile);
+    }
     // What is read by a program has standard output for itself.
-    const auto picked = PickSource(ListDesktops(capture), ListWindows(capture), stdin,
-                                   options.json ? stderr : stdout);
+    const auto picked = PickSource(desktops, windows, stdin, options.json ? stderr : stdout);
     if (!picked) {
       std::fputs("qx-share: nothing was picked\n", stderr);
     }

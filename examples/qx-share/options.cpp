@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <stdexcept>
+#include <tuple>
 #include <utility>
 
 namespace {
@@ -40,17 +41,28 @@ double ParseSeconds(const std::string& option, const std::string& text) {
   return value;
 }
 
-IScreenCapture::ScreenFrameResolutionLimit ParseLimit(const std::string& option,
-                                                      const std::string& text) {
+// Both sides from 1 to `most`.
+std::pair<std::uint32_t, std::uint32_t> ParseSize(const std::string& option,
+                                                  const std::string& text, std::uint32_t most) {
   const std::size_t cross = text.find('x');
   if (cross == std::string::npos) {
     throw WrongUsage(option + " takes WIDTHxHEIGHT, not '" + text + "'");
   }
+  return {ParseNumber<std::uint32_t>(option, text.substr(0, cross), 1, most),
+          ParseNumber<std::uint32_t>(option, text.substr(cross + 1), 1, most)};
+}
+
+IScreenCapture::ScreenFrameResolutionLimit ParseLimit(const std::string& option,
+                                                      const std::string& text) {
   IScreenCapture::ScreenFrameResolutionLimit limit;
-  limit.maxScreenWidth = ParseNumber<std::uint32_t>(option, text.substr(0, cross), 1, 16384);
-  limit.maxScreenHeight = ParseNumber<std::uint32_t>(option, text.substr(cross + 1), 1, 16384);
+  std::tie(limit.maxScreenWidth, limit.maxScreenHeight) = ParseSize(option, text, 16384);
   limit.maxScreenPixels = limit.maxScreenWidth * limit.maxScreenHeight;
   return limit;
+}
+
+ThumbnailSize ParseThumbnailSize(const std::string& option, const std::string& text) {
+  const auto [width, height] = ParseSize(option, text, 4096);
+  return {static_cast<int>(width), static_cast<int>(height)};
 }
 
 std::vector<Engine> ParseEngines(const std::string& option, const std::string& text) {
@@ -196,6 +208,14 @@ class Parser {
         {"--scene",
          {kList | kShares, [](P p, N n) { p.m_options.scene = ParseScene(n, p.value(n)); }}},
         {"--icons", {kList, [](P p, N n) { p.m_options.iconDirectory = p.path(n); }}},
+        {"--thumbnails", {kList, [](P p, N n) { p.m_options.thumbnailDirectory = p.path(n); }}},
+        {"--sheet", {kList | kPicker, [](P p, N n) { p.m_options.sheetFile = p.path(n); }}},
+        {"--size",
+         {kList | kPicker,
+          [](P p, N n) {
+            p.m_options.thumbnailSize = ParseThumbnailSize(n, p.value(n));
+            p.m_sizeGiven = true;
+          }}},
         {"--id",
          {kDesktop | kWindow,
           [](P p, N n) {
@@ -248,6 +268,9 @@ class Parser {
   }
 
   void checkTogether() {
+    if (m_sizeGiven && m_options.thumbnailDirectory.empty() && m_options.sheetFile.empty()) {
+      throw WrongUsage("--size goes with --thumbnails or --sheet");
+    }
     if (m_options.command == Options::Command::List) {
       return;
     }
@@ -274,6 +297,7 @@ class Parser {
   std::size_t m_next = 0;
   Options m_options;
   bool m_formatGiven = false;
+  bool m_sizeGiven = false;
 };
 
 }  // namespace
@@ -288,16 +312,20 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, s
 }
 
 const char* UsageText() {
-  return "usage: qx-share list [--json] [--icons DIR]\n"
+  return "usage: qx-share list [--json] [--icons DIR] [--thumbnails DIR] [--sheet FILE.png]\n"
+         "                [--size WxH]\n"
          "       qx-share desktop [--id N] SHARE\n"
          "       qx-share window (--id H | --title TEXT | --class CLASS) [--track] SHARE\n"
-         "       qx-share picker [--track] SHARE\n"
+         "       qx-share picker [--sheet FILE.png [--size WxH]] [--track] SHARE\n"
          "SHARE: (--frames N | --seconds S) [--fps F] [--format argb|i420] [--limit WxH]\n"
          "       [--engines dxgi,wgc,mag,gdi,print] [--wgc-first]\n"
          "       [--no-cursor] [--no-prompt] [--no-filter]\n"
          "       [--exclude-pid P] [--exclude-window H] [--exclude-title TITLE]\n"
          "       [--include-title TITLE] [--dynamic] [--dirty]\n"
          "       [--save DIR [--beside]] [--y4m FILE] [--json] [--events FILE] [--log FILE]\n"
+         "--thumbnails writes a small picture of each monitor and window, monitor-ID.png and\n"
+         "       window-ID.png; --sheet one picture of all, each with the number that picker\n"
+         "       asks for. --size is that of each small picture, else 320x180.\n"
          "--dirty tells of each frame how many rectangles of the screen have changed and how\n"
          "       large they are together, in percent, where the engine knows. The dxgi engine\n"
          "       gathers them with --no-filter only; without it, it tells of none.\n"

@@ -7,6 +7,7 @@
 
 #include "qx-screen-capture.h"
 #include "scene.h"
+#include "thumbnails.h"
 
 // The command line of qx-share.
 struct Options {
@@ -17,7 +18,12 @@ struct Options {
   SceneKind scene = SceneKind::Plain;
 
   // For Command::List.
-  std::string iconDirectory;  // empty: write no icons
+  std::string iconDirectory;       // empty: write no icons
+  std::string thumbnailDirectory;  // empty: write no thumbnails
+
+  // For Command::List and Command::Picker.
+  std::string sheetFile;  // empty: make none
+  ThumbnailSize thumbnailSize;
 
   // What to share. A window share has one of the three.
   std::optional<std::int32_t> id;  // of a monitor share none: the primary monitor

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "platform/model/Gdi.h"
+#include "platform/model/HandleTable.h"
 #include "platform/model/Ledger.h"
 #include "platform/model/Machine.h"
 #include "platform/model/MessageQueue.h"
@@ -68,6 +69,9 @@ ATOM RegisterClass(Lock& lock, const WNDCLASSEXW& description) {
   made->style = description.style;
   made->procedure = description.lpfnWndProc;
   made->background = description.hbrBackground;
+  // The class has the brush from now on, and goes with the process.
+  if (handles::KindOf(lock, made->background) == HandleKind::kBrush)
+    ledger::Return(lock, "brush", reinterpret_cast<std::uintptr_t>(made->background));
   made->icon = description.hIcon;
   desktop.classes.push_back(made);
   ledger::Take(lock, "window class", made->atom, "RegisterClassExW");

@@ -32,8 +32,8 @@ void Base64Encode(const std::vector<std::uint8_t>& bytes, std::string& text) {
 std::string MakePngDataUrl(const std::vector<std::uint8_t>& bytes) {
   std::string encoded;
   Base64Encode(bytes, encoded);
-  // Hosts compare the prefix whole, so the blank stays.
-  return "data:image/png; base64," + encoded;
+  encoded.insert(0, kPngDataUrlPrefix);
+  return encoded;
 }
 
 }  // namespace qx

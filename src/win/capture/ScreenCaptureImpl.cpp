@@ -9,7 +9,7 @@
 #include <algorithm>
 
 #include "common/Logging.h"
-#include "win/source/ShareListManager.h"
+#include "win/list/ShareListManager.h"
 #include "win/task/ScreenCaptureTaskDesktop.h"
 #include "win/task/ScreenCaptureTaskWindow.h"
 #include "win/util/Clock.h"
@@ -20,7 +20,6 @@ namespace qx {
 namespace {
 
 constexpr int kMaxFps = 30;
-constexpr int kNothing = 0;
 
 // How log lines name the kind of a filter rule, behind the name of its list.
 const char* KindOf(const IScreenCapture::FilterWindowInfo& window) {
@@ -132,29 +131,23 @@ void ScreenCaptureImpl::GetDesktopListAsync(IScreenCapture::DesktopListCallback 
   ShareListManager::Instance().GetDesktopListAsync(callback, user);
 }
 
-// This build makes no thumbnails.
-
-const char* ScreenCaptureImpl::GetDesktopThumbnail(int /*id*/, int /*width*/, int /*height*/) {
+const char* ScreenCaptureImpl::GetDesktopThumbnail(int id, int width, int height) {
   QX_TRACE("ScreenCaptureImpl::GetDesktopThumbnail");
-  return nullptr;
+  return ShareListManager::Instance().GetDesktopThumbnail(id, width, height);
 }
 
-void ScreenCaptureImpl::GetDesktopThumbnailAll(int /*width*/, int /*height*/,
+void ScreenCaptureImpl::GetDesktopThumbnailAll(int width, int height,
                                                IScreenCapture::ThumbnailListCallback callback,
                                                void* user) {
   QX_TRACE("ScreenCaptureImpl::GetDesktopThumbnailAll");
-  if (callback) {
-    callback(nullptr, nullptr, kNothing, user);
-  }
+  ShareListManager::Instance().GetDesktopThumbnailAll(width, height, callback, user);
 }
 
-void ScreenCaptureImpl::GetDesktopThumbnailAllAsync(int /*width*/, int /*height*/,
+void ScreenCaptureImpl::GetDesktopThumbnailAllAsync(int width, int height,
                                                     IScreenCapture::ThumbnailListCallback callback,
                                                     void* user) {
   QX_TRACE("ScreenCaptureImpl::GetDesktopThumbnailAllAsync");
-  if (callback) {
-    callback(nullptr, nullptr, kNothing, user);
-  }
+  ShareListManager::Instance().GetDesktopThumbnailAllAsync(width, height, callback, user);
 }
 
 void ScreenCaptureImpl::GetWindowList(IScreenCapture::WindowListCallback callback, void* user) {
@@ -168,27 +161,23 @@ void ScreenCaptureImpl::GetWindowListAsync(IScreenCapture::WindowListCallback ca
   ShareListManager::Instance().GetWindowListAsync(callback, user, m_filterWindowManager);
 }
 
-const char* ScreenCaptureImpl::GetWindowThumbnail(int /*id*/, int /*width*/, int /*height*/) {
+const char* ScreenCaptureImpl::GetWindowThumbnail(int id, int width, int height) {
   QX_TRACE("ScreenCaptureImpl::GetWindowThumbnail");
-  return nullptr;
+  return ShareListManager::Instance().GetWindowThumbnail(id, width, height);
 }
 
-void ScreenCaptureImpl::GetWindowThumbnailAll(int /*width*/, int /*height*/,
+void ScreenCaptureImpl::GetWindowThumbnailAll(int width, int height,
                                               IScreenCapture::ThumbnailListCallback callback,
                                               void* user) {
   QX_TRACE("ScreenCaptureImpl::GetWindowThumbnailAll");
-  if (callback) {
-    callback(nullptr, nullptr, kNothing, user);
-  }
+  ShareListManager::Instance().GetWindowThumbnailAll(width, height, callback, user);
 }
 
-void ScreenCaptureImpl::GetWindowThumbnailAllAsync(int /*width*/, int /*height*/,
+void ScreenCaptureImpl::GetWindowThumbnailAllAsync(int width, int height,
                                                    IScreenCapture::ThumbnailListCallback callback,
                                                    void* user) {
   QX_TRACE("ScreenCaptureImpl::GetWindowThumbnailAllAsync");
-  if (callback) {
-    callback(nullptr, nullptr, kNothing, user);
-  }
+  ShareListManager::Instance().GetWindowThumbnailAllAsync(width, height, callback, user);
 }
 
 const char* ScreenCaptureImpl::GetWindowIcon(int id) {

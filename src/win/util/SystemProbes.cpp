@@ -73,6 +73,7 @@ std::atomic<bool> g_canUseMagCapture = true;
 std::atomic<bool> g_d3dFaulted = false;
 std::atomic<bool> g_integratedGpuProbed = false;
 std::atomic<bool> g_integratedGpu = true;
+std::atomic<HRESULT> g_integratedGpuResult = S_OK;
 
 const char* ToText(bool value) { return value ? "true" : "false"; }
 
@@ -255,9 +256,12 @@ bool IsRunOnIntegrateGPU(HRESULT* hr) {
   if (hr) {
     *hr = last;
   }
+  g_integratedGpuResult = last;  // before the answer that it belongs to
   g_integratedGpu = result;
   return result;
 }
+
+HRESULT IntegrateGPUProbeResult() { return g_integratedGpuResult; }
 
 bool CanUseMagCapture() { return g_canUseMagCapture; }
 

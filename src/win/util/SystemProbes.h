@@ -41,10 +41,12 @@ HRESULT SafeD3D11CreateDevice(IDXGIAdapter* adapter, D3D_DRIVER_TYPE driverType,
                               bool& faulted);
 
 // Whether desktop duplication works on the adapter that Direct3D gives by
-// default. Probes once per process. `hr` (not null) receives the last HRESULT of
+// default. Probes once per process. `hr`, unless null, receives the last HRESULT of
 // the probe; a call that finds the probe made already, or still running on
 // another thread, leaves it alone. The answer during a running probe is true.
 bool IsRunOnIntegrateGPU(HRESULT* hr);
+// The last HRESULT of that probe, whoever made it; S_OK until its answer is known.
+HRESULT IntegrateGPUProbeResult();
 
 // The host's leave to use the magnification engine, for the whole process.
 bool CanUseMagCapture();

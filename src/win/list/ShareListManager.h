@@ -10,17 +10,18 @@
 #include <vector>
 
 #include "common/Singleton.h"
+#include "win/list/Thumbnails.h"
 #include "win/source/WindowList.h"
 
 namespace qx {
 
 class FilterWindowManager;
 
-// What can be shared. Keeps the last list of windows that was not empty, since the ids
-// that a host passes later are those of a list.
+// What can be shared and what it looks like. Keeps the last lists of monitors and windows
+// that were not empty, since the ids that a host passes later are those of a list.
 //
 // A callback comes once, without any lock held. What it receives is valid during the
-// call only; an empty list, and one that could not be made, is a null array and count 0.
+// call only; an empty list, and one that could not be made, is null arrays and count 0.
 // A null callback does nothing.
 class ShareListManager : public Singleton<ShareListManager> {
  public:
@@ -38,6 +39,23 @@ class ShareListManager : public Singleton<ShareListManager> {
   void GetWindowList(IScreenCapture::WindowListCallback callback, void* user, const Filter& filter);
   void GetWindowListAsync(IScreenCapture::WindowListCallback callback, void* user, Filter filter);
 
+  // A picture of a listed monitor or window of exactly this size, as a data URL. Null for
+  // an id that is not in the list, for a size that can't be, and when none could be made.
+  // Valid until the next call that gives one.
+  const char* GetDesktopThumbnail(int desktopId, int width, int height);
+  const char* GetWindowThumbnail(int windowId, int width, int height);
+
+  // The same of all monitors or windows of the last list, by ascending id; "" for one
+  // that failed. With Async as for the lists; which monitors is settled when it returns.
+  void GetDesktopThumbnailAll(int width, int height, IScreenCapture::ThumbnailListCallback callback,
+                              void* user);
+  void GetDesktopThumbnailAllAsync(int width, int height,
+                                   IScreenCapture::ThumbnailListCallback callback, void* user);
+  void GetWindowThumbnailAll(int width, int height, IScreenCapture::ThumbnailListCallback callback,
+                             void* user);
+  void GetWindowThumbnailAllAsync(int width, int height,
+                                  IScreenCapture::ThumbnailListCallback callback, void* user);
+
   // The icon of a listed window as a data URL; empty for an id that is not in the
   // list and for a window without one. Never null; valid until the next call.
   const char* GetWindowIcon(int windowId);
@@ -50,19 +68,29 @@ class ShareListManager : public Singleton<ShareListManager> {
   ShareListManager() = default;
 
   // Immutable: a reader takes the pointer and works without a lock and without a copy.
+  using DesktopList = std::shared_ptr<const std::vector<IScreenCapture::DesktopInfo>>;
   using WindowList = std::shared_ptr<const std::vector<ShareWindowRecord>>;
 
-  WindowList windowList();  // null before the first one
+  // Null before the first one.
+  DesktopList desktopList();
+  WindowList windowList();
   // Null for an id that is not in the list.
   HWND findWindow(std::int32_t id);
+  ThumbnailOrigin thumbnailOrigin();
 
   // Each mutex is held for a copy only, and never while another one is.
+  DesktopList m_desktopList;
+  std::mutex m_desktopListMutex;
   WindowList m_windowList;
   std::mutex m_windowListMutex;
 
   // What the pointers lead to that a host gets. They are written in place and never
   // shrink, so that a host that calls on two threads may read a mixed text, but
   // hardly ever one that is gone.
+  std::string m_desktopThumbnail;
+  std::mutex m_desktopThumbnailMutex;
+  std::string m_windowThumbnail;
+  std::mutex m_windowThumbnailMutex;
   std::string m_windowIcon;
   std::mutex m_windowIconMutex;
   std::wstring m_windowTitle;

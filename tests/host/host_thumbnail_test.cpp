@@ -1,0 +1,68 @@
+// Thumbnails as a host gets them. Where the system has no picture of a window to give, as
+// Wine, there is none; there is always one of a monitor.
+#include <gtest/gtest.h>
+#include <qx-screen-capture.h>
+
+#include <algorithm>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "data_url.h"
+#include "tests/host/ColorWindow.h"
+#include "tests/support/PngReader.h"
+
+namespace qx::test {
+namespace {
+
+TEST(HostThumbnailTest, EachMonitorAndWindowHasAPictureOfTheWantedSizeOrNone) {
+  constexpr std::uint32_t kColor = 0xC8280A;
+  const ColorWindow window({40, 40, 240, 190}, kColor);
+  ScreenCapture capture;
+  std::vector<IScreenCapture::DesktopInfo> desktops;
+  capture.GetDesktopList(
+      [](const IScreenCapture::DesktopInfo* list, const int& count, void* user) {
+        static_cast<decltype(desktops)*>(user)->assign(list, list + count);
+      },
+      &desktops);
+  ASSERT_FALSE(desktops.empty());
+  std::vector<int> windows;
+  capture.GetWindowList(
+      [](const IScreenCapture::WindowInfo* list, const int& count, void* user) {
+        for (int i = 0; i < count; ++i) {
+          static_cast<decltype(windows)*>(user)->push_back(list[i].id);
+        }
+      },
+      &windows);
+  std::ranges::sort(windows);
+
+  const auto primary = std::ranges::find(desktops, 1, &IScreenCapture::DesktopInfo::isPrimary);
+  const char* const url = capture.GetDesktopThumbnail(primary->id, primary->width, primary->height);
+  ASSERT_NE(url, nullptr);
+  const PngPicture screen = ReadPng(DecodePngDataUrl(url));
+  ASSERT_EQ(screen.width, primary->width);
+  ASSERT_EQ(screen.height, primary->height);
+  EXPECT_EQ(screen.pixels[static_cast<std::size_t>(115 * screen.width + 140)], 0xFF000000 | kColor);
+
+  struct Answer {
+    std::vector<int> ids;
+    bool fit = true;
+  } answer;
+  capture.GetWindowThumbnailAll(
+      64, 36,
+      [](const int* ids, const char** thumbnails, const int& count, void* user) {
+        auto& self = *static_cast<Answer*>(user);
+        for (int i = 0; i < count; ++i) {
+          self.ids.push_back(ids[i]);
+          const PngPicture picture = ReadPng(DecodePngDataUrl(thumbnails[i]));
+          self.fit =
+              self.fit && (*thumbnails[i] == '\0' || (picture.width == 64 && picture.height == 36));
+        }
+      },
+      &answer);
+  EXPECT_EQ(answer.ids, windows);
+  EXPECT_TRUE(answer.fit);
+}
+
+}  // namespace
+}  // namespace qx::test
