@@ -280,9 +280,7 @@ int Run(int windows, double limit) {
   const double handMicros = LowerHalfMean(hand.micros);
   const double libraryMicros = LowerHalfMean(library.micros);
   std::fprintf(stderr, "  hand loop %.0f us, library %.0f us a list\n", handMicros, libraryMicros);
-  if (hand.made == 0 || library.made == 0) {
-    throw std::runtime_error("nothing is counted where something has to be");
-  }
+  Demand(hand.made > 0 && library.made > 0);  // they are counted
   const std::string what = "thumbnails of " + std::to_string(windows) + " windows, ";
   Report report;
   report.AtMost(what + "times the hand loop", libraryMicros / handMicros, limit);
