@@ -44,6 +44,24 @@ TEST(HostThumbnailTest, EachMonitorAndWindowHasAPictureOfTheWantedSizeOrNone) {
   ASSERT_EQ(screen.height, primary->height);
   EXPECT_EQ(screen.pixels[static_cast<std::size_t>(115 * screen.width + 140)], 0xFF000000 | kColor);
 
+  // A wide picture in a square box has bars above and below.
+  const char* const boxed = capture.GetDesktopThumbnail(primary->id, 320, 320);
+  ASSERT_NE(boxed, nullptr);
+  const PngPicture square = ReadPng(DecodePngDataUrl(boxed));
+  ASSERT_EQ(square.width, 320);
+  ASSERT_EQ(square.height, 320);
+  const auto pixel = [&](int x, int y) {
+    return square.pixels[static_cast<std::size_t>(y * square.width + x)];
+  };
+  const int scaledHeight = 320 * primary->height / primary->width;
+  const int bar = (320 - scaledHeight) / 2;
+  for (const int y : {0, bar - 1, bar + scaledHeight + 1, 319}) {
+    EXPECT_EQ(pixel(160, y) >> 24, 0u) << y;
+  }
+  EXPECT_EQ(pixel(160, bar + 2) >> 24, 255u);
+  EXPECT_EQ(pixel(140 * 320 / primary->width, bar + 115 * 320 / primary->width),
+            0xFF000000 | kColor);
+
   struct Answer {
     std::vector<int> ids;
     bool fit = true;

@@ -174,6 +174,22 @@ TEST_F(WgcShareTest, LateClosedReachesNeitherAnEngineThatIsGoneNorTheNextSession
   EXPECT_EQ(host.Count("stop"), 0);
 }
 
+TEST_F(WgcShareTest, MonitorThatIsUnpluggedEndsTheShareAndServesAgainWhenItIsBack) {
+  for (int i = 0; i < 2; ++i) {
+    const HMONITOR second = AddMonitor({320, 0, 400, 100});
+    host.Forget();
+    ASSERT_TRUE(capture.ShareDesktop(&context, idOf(second), &host, error)) << log.Dump();
+    tick(2);
+    EXPECT_EQ(host.Engines(), Engines{kWgc}) << log.Dump();
+    EXPECT_EQ(host.LastFrame().width, 80);
+    RemoveMonitor(second);
+    Advance(1s);
+    EXPECT_EQ(host.Count("stop"), 1) << log.Dump();
+    capture.ShareStop();
+    EXPECT_TRUE(CaptureSessions().empty());
+  }
+}
+
 // ------------------------------------------------------------------------- failures
 
 TEST_F(WgcShareTest, EachCallThatFailsForEverBringsTheNextEngineAndTheLogTellsWhy) {
@@ -242,6 +258,28 @@ TEST_F(WgcShareTest, CallThatFailsOnceCostsNoPictureOfAStillWindow) {
     EXPECT_TRUE(InjectedInto());
     EXPECT_EQ(host.LastFrame().At(50, 50), 0x010203u) << log.Dump();
     EXPECT_EQ(host.Engines().back(), kWgc);
+    Fill(window, {40, 40, 60, 60}, RGB(0x0A, 0x78, 0x1E));
+    capture.ShareStop();
+    ClearFaults();
+  }
+}
+
+TEST_F(WgcShareTest, DeviceThatIsRemovedInTheMiddleIsMadeAnewOrTheNextEngineDraws) {
+  for (const bool comesBack : {true, false}) {
+    startWindow();
+    Advance(1s);
+    for (const char* call : {"ID3D11Device::CreateTexture2D", "ID3D11DeviceContext::Map",
+                             "CreateDirect3D11DeviceFromDXGIDevice"}) {
+      FailNth(call, 1, kDeviceRemoved, Repeat::kOnward);
+    }
+    Fill(window, {40, 40, 60, 60}, RGB(1, 2, 3));
+    if (comesBack) {
+      tick(2);
+      ClearFaults();
+    }
+    Advance(2s);
+    EXPECT_EQ(host.LastFrame().At(50, 50), 0x010203u) << log.Dump();
+    EXPECT_EQ(host.Engines().back(), comesBack ? kWgc : kPrint) << log.Dump();
     Fill(window, {40, 40, 60, 60}, RGB(0x0A, 0x78, 0x1E));
     capture.ShareStop();
     ClearFaults();
