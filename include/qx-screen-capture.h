@@ -308,6 +308,8 @@ class QX_SCREEN_CAPTURE_API IScreenCapture {
   //                    covers a shared window
   //   Mag              left out                        shown
   //   DXGI             shown                           shown
+  //   WGC, a monitor   shown                           shown
+  //   WGC, a window    left out                        (not used while there are some)
   //   GDIBitBlt        shown; left out only without    shown
   //                    desktop composition
   //   GDIPrintWindow   left out                        not shown
