@@ -190,6 +190,26 @@ TEST_F(WgcShareTest, MonitorThatIsUnpluggedEndsTheShareAndServesAgainWhenItIsBac
   }
 }
 
+TEST_F(WgcShareTest, GoesOnBesideAListOfThumbnails) {
+  capture.GetWindowList([](const IScreenCapture::WindowInfo*, const int&, void*) {}, nullptr);
+  startWindow();
+  int pictures = 0;
+  capture.GetWindowThumbnailAll(
+      50, 40,
+      [](const int*, const char** thumbnails, const int& count, void* user) {
+        for (int i = 0; i < count; ++i) {
+          *static_cast<int*>(user) += *thumbnails[i] != '\0' ? 1 : 0;
+        }
+      },
+      &pictures);
+  EXPECT_EQ(pictures, 1) << log.Dump();
+  MoveTo(window, 50, 60);
+  Advance(1s);
+  EXPECT_TRUE(showsWindow());
+  EXPECT_EQ(host.Engines(), Engines{kWgc});
+  EXPECT_EQ(starts(), 1u);
+}
+
 // ------------------------------------------------------------------------- failures
 
 TEST_F(WgcShareTest, EachCallThatFailsForEverBringsTheNextEngineAndTheLogTellsWhy) {
