@@ -22,7 +22,7 @@ constexpr Vertex kQuad[] = {{-1, -1, 0, 0, 1}, {-1, 1, 0, 0, 0}, {1, -1, 0, 1, 1
 PictureDrawing::PictureDrawing(ComPtr<ID3D11Device> device, SIZE picture)
     : m_width(static_cast<UINT>(picture.cx)),
       m_height(static_cast<UINT>(picture.cy)),
-      m_argb(std::make_unique<std::uint8_t[]>(std::size_t{m_width} * m_height * 4)),
+      m_argb(new (kPage) std::uint8_t[std::size_t{m_width} * m_height * 4]()),
       m_device(std::move(device)) {
   m_device->GetImmediateContext(m_context.Put());
   makeTextures();

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <new>
 
 #include "src/win/util/ComPtr.h"
 
@@ -19,12 +20,18 @@ class PictureDrawing {
   bool Draw(ID3D11Texture2D* texture);
 
  private:
+  // Copies between places that lie differently within their pages take longer.
+  static constexpr std::align_val_t kPage{4096};
+  struct FreePages {
+    void operator()(std::uint8_t* bytes) const { ::operator delete[](bytes, kPage); }
+  };
+
   void makeTextures();
   void setPipeline();
 
   const UINT m_width;
   const UINT m_height;
-  const std::unique_ptr<std::uint8_t[]> m_argb;
+  const std::unique_ptr<std::uint8_t[], FreePages> m_argb;
   const qx::ComPtr<ID3D11Device> m_device;
   qx::ComPtr<ID3D11DeviceContext> m_context;
   qx::ComPtr<ID3D11Texture2D> m_target;

@@ -1,7 +1,9 @@
 #include "platform/model/D3D11Objects.h"
 
 #include <algorithm>
+#include <iterator>
 #include <mutex>
+#include <new>
 
 namespace vwin::d3d11 {
 namespace {
@@ -9,6 +11,13 @@ namespace {
 constexpr std::size_t kKeptBlocks = 8;
 constexpr std::size_t kPitchUnit = 256;
 constexpr std::uint32_t kGarbage = 0xCDABCDAB;
+
+// Drivers map pictures from the start of a page.
+constexpr std::align_val_t kPage{4096};
+struct FreePages {
+  void operator()(std::uint32_t* pixels) const { ::operator delete[](pixels, kPage); }
+};
+using Pixels = std::unique_ptr<std::uint32_t[], FreePages>;
 
 // Pixels of textures that are gone. New ones of the same size get them, with what is in
 // them, as drivers do it.
@@ -20,29 +29,28 @@ class PixelPool {
   }
 
   std::shared_ptr<std::uint32_t[]> Take(std::size_t count) {
-    std::unique_ptr<std::uint32_t[]> pixels = takeKept(count);
+    Pixels pixels = takeKept(count);
     if (!pixels) {
-      pixels.reset(new std::uint32_t[count]);
+      pixels.reset(new (kPage) std::uint32_t[count]);
       std::fill_n(pixels.get(), count, kGarbage);
     }
-    return {pixels.release(), [this, count](std::uint32_t* gone) {
-              keep({std::unique_ptr<std::uint32_t[]>(gone), count});
-            }};
+    return {pixels.release(), [this, count](std::uint32_t* gone) { keep({Pixels(gone), count}); }};
   }
 
  private:
   struct Block {
-    std::unique_ptr<std::uint32_t[]> pixels;
+    Pixels pixels;
     std::size_t count;
   };
 
-  std::unique_ptr<std::uint32_t[]> takeKept(std::size_t count) {
+  Pixels takeKept(std::size_t count) {
     std::scoped_lock lock(m_mutex);
-    const auto found = std::find_if(m_kept.begin(), m_kept.end(),
+    // The last one, which the processor's caches know best.
+    const auto found = std::find_if(m_kept.rbegin(), m_kept.rend(),
                                     [&](const Block& block) { return block.count == count; });
-    if (found == m_kept.end()) return nullptr;
+    if (found == m_kept.rend()) return nullptr;
     auto pixels = std::move(found->pixels);
-    m_kept.erase(found);
+    m_kept.erase(std::next(found).base());
     return pixels;
   }
   void keep(Block block) {
