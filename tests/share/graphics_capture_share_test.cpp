@@ -191,6 +191,7 @@ TEST_F(WgcShareTest, MonitorThatIsUnpluggedEndsTheShareAndServesAgainWhenItIsBac
 }
 
 TEST_F(WgcShareTest, GoesOnBesideAListOfThumbnails) {
+  OpenWindow({.title = L"Other", .rect = {200, 20, 260, 60}});
   capture.GetWindowList([](const IScreenCapture::WindowInfo*, const int&, void*) {}, nullptr);
   startWindow();
   int pictures = 0;
