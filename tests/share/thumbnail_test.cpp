@@ -374,6 +374,27 @@ TEST_F(ThumbnailTest, SizesThatCannotBeCostNothing) {
   EXPECT_EQ(Count("GetDC") + Count("CreateWindowExW") + Count("_beginthreadex"), 0u);
 }
 
+TEST_F(ThumbnailTest, AnySizeThatCanBeIsKeptAndWithoutMonitorsThereIsNone) {
+  const HWND window = open(104, 80);
+  list();
+  for (const SIZE box : {SIZE{1, 1}, {10000, 10}, {3, 9000}, {640, 500}}) {
+    for (const char* const url : {capture.GetWindowThumbnail(idOf(window), box.cx, box.cy),
+                                  capture.GetDesktopThumbnail(idOf(monitor()), box.cx, box.cy)}) {
+      ASSERT_NE(url, nullptr) << box.cx << '\n' << log.Dump();
+      const auto picture = Decode(url);
+      EXPECT_EQ(picture.width, box.cx);
+      EXPECT_EQ(picture.height, box.cy);
+    }
+  }
+  const int id = idOf(monitor());
+  RemoveMonitor(monitor());
+  list();
+  Answer desktops;
+  capture.GetDesktopThumbnailAll(8, 8, Answer::Take, &desktops);
+  EXPECT_EQ(desktops.texts, (std::map<int, std::string>{{id, ""}})) << "of the last list with any";
+  EXPECT_EQ(capture.GetDesktopThumbnail(id, 8, 8), nullptr);
+}
+
 TEST_F(ThumbnailTest, AHundredWindowsHaveOneHostAndAnyMayClose) {
   std::vector<HWND> windows;
   for (int i = 0; i < 100; ++i) {
