@@ -30,9 +30,6 @@ class MagShareTest : public ShareTest {
     ASSERT_EQ(host.FrameCount(), 1) << log.Dump();
   }
 
-  // A new picture in every tick.
-  void withoutDynamicCheck() { capture.SetScreenCaptureConfig({.scDynamicCheck = false}); }
-
   static testing::AssertionResult ShowsRedder(const Frame& frame, std::vector<Patch> patches) {
     for (Patch& patch : patches) {
       patch.rgb += kRedder;

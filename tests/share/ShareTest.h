@@ -52,6 +52,9 @@ class ShareTest : public testing::Test {
     capture.SetCaptureEngineConfig(std::data(engines), static_cast<int>(engines.size()), false);
   }
 
+  // A new picture in every tick that has one.
+  void withoutDynamicCheck() { capture.SetScreenCaptureConfig({.scDynamicCheck = false}); }
+
   // Of the pictures, also while they are shared.
   void limitTo(std::uint64_t width, std::uint64_t height, std::uint64_t pixels,
                std::int32_t aspectRatioMode = 0) {

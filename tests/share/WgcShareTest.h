@@ -33,13 +33,6 @@ class WgcShareTest : public ShareTest {
     vwin::control::Settle();
   }
 
-  // A new picture in every tick that has one.
-  void withoutDynamicCheck() {
-    IScreenCapture::ScreenCaptureConfig config;
-    config.scDynamicCheck = false;
-    capture.SetScreenCaptureConfig(config);
-  }
-
   // The last frame is a picture of the window, which is cut by 2 pixels at each side and
   // scaled to its size again: what is near an edge between colours isn't looked at.
   testing::AssertionResult showsWindow(int width = 100, int height = 80,
