@@ -11,12 +11,12 @@
 #include <shobjidl.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "CountMain.h"
 #include "Report.h"
 #include "ThreadTime.h"
 #include "qx-screen-capture.h"
@@ -169,23 +169,14 @@ int Run(int windows, double limit) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const int windows = argc == 3 ? std::atoi(argv[1]) : 0;
-  const double limit = argc == 3 ? std::strtod(argv[2], nullptr) : 0;
-  if (windows <= 0 || limit <= 0) {
-    std::fputs("usage: list-bench WINDOWS LIMIT\n", stderr);
-    return 2;
-  }
-  // As on a host's main thread, so that virtual desktops are asked about.
-  if (FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) {
-    std::fputs("list-bench: no COM\n", stderr);
-    return 2;
-  }
-  int code = 2;
-  try {
-    code = Run(windows, limit);
-  } catch (const std::exception& failure) {
-    std::fprintf(stderr, "list-bench: %s\n", failure.what());
-  }
-  CoUninitialize();
-  return code;
+  return CountMain(argc, argv, "list-bench", [](int windows, double limit) {
+    // As on a host's main thread, so that virtual desktops are asked about.
+    if (FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) {
+      throw std::runtime_error("no COM");
+    }
+    struct Apartment {
+      ~Apartment() { CoUninitialize(); }
+    } const apartment;
+    return Run(windows, limit);
+  });
 }

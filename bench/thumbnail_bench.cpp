@@ -12,7 +12,6 @@
 
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <future>
 #include <map>
 #include <stdexcept>
@@ -20,6 +19,7 @@
 #include <thread>
 #include <vector>
 
+#include "CountMain.h"
 #include "Report.h"
 #include "ThreadTime.h"
 #include "qx-screen-capture.h"
@@ -290,17 +290,4 @@ int Run(int windows, double limit) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
-  const int windows = argc == 3 ? std::atoi(argv[1]) : 0;
-  const double limit = argc == 3 ? std::strtod(argv[2], nullptr) : 0;
-  if (windows <= 0 || limit <= 0) {
-    std::fputs("usage: thumbnail-bench WINDOWS LIMIT\n", stderr);
-    return 2;
-  }
-  try {
-    return Run(windows, limit);
-  } catch (const std::exception& failure) {
-    std::fprintf(stderr, "thumbnail-bench: %s\n", failure.what());
-    return 2;
-  }
-}
+int main(int argc, char** argv) { return CountMain(argc, argv, "thumbnail-bench", Run); }
