@@ -1,7 +1,9 @@
 // Hosts that are slow, call back into the library, throw, or go away.
+#include <atomic>
 #include <stdexcept>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "tests/share/ShareTest.h"
 
@@ -144,6 +146,46 @@ TEST(RunningShare, TakesSettingsFromTheHostWhileItsEngineFailsAndReturns) {
   capture.ShareStop();
   EXPECT_EQ(host.Count("firstFrame"), 1);
   EXPECT_EQ(host.Count("stop"), 0);
+}
+
+TEST(RunningShare, ThreadsMayStartStopAndSetItAtOnce) {
+  vwin::control::SetMonitorRect(PrimaryMonitor(), {0, 0, 64, 48});
+  ScreenCapture capture;
+  capture.SetCaptureFPS(30);
+  const int id = static_cast<int>(reinterpret_cast<std::intptr_t>(PrimaryMonitor()));
+  std::atomic<int> started = 0;
+  const auto host = [&](int number) {
+    // From the return of a stop on nothing comes, whoever started the share.
+    std::atomic<bool> mayHear = false;
+    ShareRecorder listener;
+    listener.onEvent = [&](const std::string& event) {
+      EXPECT_TRUE(mayHear) << event;
+      capture.SetCaptureFPS(29);
+    };
+    for (int round = 0; round < 40; ++round) {
+      mayHear = true;
+      IScreenCapture::ShareError error = {};
+      started += capture.ShareDesktop(nullptr, id, &listener, error) ? 1 : 0;
+      EXPECT_TRUE(error == IScreenCapture::ShareErrorNone ||
+                  error == IScreenCapture::ShareErrorTaskRunning ||
+                  error == IScreenCapture::ShareErrorStartFailed)
+          << error;
+      capture.SetScreenCaptureConfig({.scDynamicCheck = (round + number) % 2 == 0});
+      capture.SetCaptureEngineConfig(nullptr, 0, number == 0);
+      IScreenCapture::CaptureRect rect = {};
+      capture.GetCaptureRect(rect);
+      capture.ShareStop();
+      mayHear = false;
+    }
+  };
+  std::vector<std::thread> threads;
+  for (int number = 0; number < 3; ++number) {
+    threads.emplace_back(host, number);
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_GT(started, 0);
 }
 
 }  // namespace
