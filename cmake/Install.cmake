@@ -22,6 +22,7 @@ elseif(MINGW)
     DEPENDS ${module_definition} VERBATIM)
   add_custom_target(msvc-import-library ALL DEPENDS ${msvc_import_library})
   install(FILES ${msvc_import_library} DESTINATION lib)
+  install(DIRECTORY ${QX_DEPS}/licenses DESTINATION share/doc/${PROJECT_NAME})
 endif()
 
 configure_package_config_file(cmake/qx-screen-capture-config.cmake.in
