@@ -39,8 +39,9 @@ static const char* take_frames(qx_queue* queue, const qx_desktop_info* monitor) 
   int frames = 0;
   int events = 0;
   while (frames < 10) {
-    qx_event event = {sizeof event};
+    qx_event event = {0};
     qx_frame* frame = NULL;
+    event.size = sizeof event;
     if (qx_queue_wait(queue, 10000) != QX_OK) {
       return "no frame came";
     }
@@ -66,11 +67,12 @@ const char* run_c_host(void) {
   const char* wrong = NULL;
   qx_desktop_info monitor = {0};
   struct heard heard = {{0}, 0, 0};
-  qx_share_listener listener = {sizeof listener};
+  qx_share_listener listener = {0};
   qx_screen_capture* first = qx_create();
   qx_screen_capture* second = qx_create();
   qx_queue* queue = qx_queue_create();
 
+  listener.size = sizeof listener;
   listener.on_start = on_start;
   listener.on_first_frame = on_first_frame;
   listener.on_frame = on_frame;

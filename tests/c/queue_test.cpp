@@ -138,9 +138,9 @@ TEST_F(QueueTest, DirtyFiguresComeWithTheirFrame) {
   qx_set_capture_engine_config(c, &dxgi, 1, false);
   qx_enable_filter_window_when_share_desktop(c, false);
   configure(true, true);
-  HideCursor();
   const HWND mark = OpenWindow({.rect = {0, 0, 20, 10}});
   startQueue(monitor());
+  MoveTo(mark, 50, 50);
   tick(2);
   qx_frame_release(take());
   MoveTo(mark, 100, 50);

@@ -80,7 +80,8 @@ class ManyThreads : public testing::Test {
     return qx_share_resume(c) == QX_ERROR_OBJECT;
   }
   bool lists() {
-    qx_get_desktop_list(c, [](const qx_desktop_info*, std::int32_t, void*) {}, nullptr);
+    qx_get_desktop_list(
+        c, [](const qx_desktop_info*, std::int32_t, void*) {}, nullptr);
     std::int32_t id = 0;
     qx_get_window_list(
         c,
