@@ -127,7 +127,7 @@ class ManyThreads : public testing::Test {
 
 TEST_F(ManyThreads, MayUseOneObjectAndOneQueueUntilBothAreDestroyed) {
   // Shares come and go, until some of their frames were taken.
-  const auto enough = [this] { return frames > 20; };
+  const auto enough = [this] { return frames > 10; };
   together({[&] { return starts() || enough(); }, [&] { return starts() || enough(); },
             [&] { return listens() || enough(); },
             [&] {
@@ -138,11 +138,11 @@ TEST_F(ManyThreads, MayUseOneObjectAndOneQueueUntilBothAreDestroyed) {
             [&] { return lists() || enough(); }, [&] { return takes() || enough(); },
             [&] { return takes() || enough(); }});
   // In the middle of all that both go, and everybody is told.
-  frames = 0;
+  turn = 0;
   together({[&] { return starts(); }, [&] { return listens(); }, [&] { return stops(); },
             [&] { return sets(); }, [&] { return lists(); }, [&] { return takes(); },
             [&] {
-              if (turn < 100) {
+              if (turn < 20) {
                 return false;
               }
               EXPECT_EQ(qx_destroy(c), QX_OK);
