@@ -28,19 +28,21 @@ OPERATOR = re.compile(r"(?<=\s)[-+*/%&|<>=!]{1,2}(?=\s)|\b(?:true|false|std::min
 NEGATION = re.compile(r"(?<![\w)\]])!(?=[\w(:*])|(?<=[(\[{,=\s])-(?=[\w(])")
 NUMBER = re.compile(r"(?<![\w.'])(?:\d+\.\d+|\d+(?=[uUlL]*\b)(?!['.x]))")
 CONDITION = re.compile(r"\b(if|while) \(")
-STATEMENT = re.compile(r"(?<=[;{}])\s*([^;{}\s][^;{}]*;)")
+STATEMENT = re.compile(r"(?<=[;{}])\s*((?:\+\+|--|\*|\b)[^;{}\s][^;{}]*;)")
 NO_STATEMENT = re.compile(
     r"(return|using|typedef|namespace|class|struct|enum|case|default|public|private|protected|if|for|while|do|else"
     r"|switch|try|throw|friend|template|static_assert|goto)\b"
     r"|[^(=\[]*[\w>*&]\s+[\w*&~]"  # a declaration has a type before its name
-    r"|.*= (delete|default|0);", re.S)
+    r"|.*= (delete|default|0);"
+    r"|.*\breserve\(", re.S)
 
 UNINTERESTING = re.compile(
     r"""^\#if\ defined\(_WIN32\).*?(?=^\#else|^\#endif)  # not compiled here
       | ^[ \t]*\#(?:[^\n]*\\\n)*[^\n]*
       | //[^\n]* | /\*.*?\*/
       | "(?:\\.|[^"\\\n])*" | (?<!\d)'(?:\\.|[^'\\\n])+'""", re.S | re.M | re.X)
-UNINTERESTING_CALL = re.compile(r"\b(?:QX_LOG\w*|QX_TRACE|static_assert)\(")
+# All macros of ours log or are static assertions.
+UNINTERESTING_CALL = re.compile(r"\b(?:QX_\w+|static_assert)\(")
 
 
 def blank(text, start, end):
