@@ -28,7 +28,7 @@ OPERATOR = re.compile(r"(?<=\s)[-+*/%&|<>=!]{1,2}(?=\s)|\b(?:true|false|std::min
 NEGATION = re.compile(r"(?<![\w)\]])!(?=[\w(:*])|(?<=[(\[{,=\s])-(?=[\w(])")
 NUMBER = re.compile(r"(?<![\w.'])(?:\d+\.\d+|\d+(?=[uUlL]*\b)(?!['.x]))")
 CONDITION = re.compile(r"\b(if|while) \(")
-STATEMENT = re.compile(r"(?<=[;{}])\s*((?:\+\+|--|\*|\b)[^;{}\s][^;{}]*;)")
+STATEMENT = re.compile(r"(?:(?<=\{)\s*|(?<=[;}])\s*\n\s*)((?:\+\+|--|\*|\b)[^;{}\s][^;{}]*;)")
 NO_STATEMENT = re.compile(
     r"(return|using|typedef|namespace|class|struct|enum|case|default|public|private|protected|if|for|while|do|else"
     r"|switch|try|throw|friend|template|static_assert|goto)\b"
