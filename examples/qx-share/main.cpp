@@ -10,6 +10,7 @@
 
 #include "console.h"
 #include "data_url.h"
+#include "doctor.h"
 #include "files.h"
 #include "frame_writer.h"
 #include "options.h"
@@ -307,8 +308,15 @@ int main(int argc, char** argv) {
     const std::unique_ptr<Scene> scene = OpenScene(1280, 720, true, options->scene);
     const LogFile log(options->logFile);
     ScreenCapture capture;
-    return options->command == Options::Command::List ? RunList(capture, *options)
-                                                      : RunShare(capture, *options);
+    switch (options->command) {
+      case Options::Command::Doctor:
+        Diagnose(capture, options->json, stdout);
+        return 0;
+      case Options::Command::List:
+        return RunList(capture, *options);
+      default:
+        return RunShare(capture, *options);
+    }
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "qx-share: %s\n", failure.what());
     return 1;

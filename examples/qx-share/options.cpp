@@ -134,6 +134,7 @@ IScreenCapture::FilterWindowInfo ExcludeWindow(const std::string& option, const 
 using Commands = unsigned;
 constexpr Commands Bit(Options::Command command) { return 1u << static_cast<unsigned>(command); }
 constexpr Commands kList = Bit(Options::Command::List);
+constexpr Commands kDoctor = Bit(Options::Command::Doctor);
 constexpr Commands kDesktop = Bit(Options::Command::Desktop);
 constexpr Commands kWindow = Bit(Options::Command::Window);
 constexpr Commands kPicker = Bit(Options::Command::Picker);
@@ -145,7 +146,7 @@ class Parser {
 
   Options Parse() {
     if (m_arguments.empty()) {
-      throw WrongUsage("a command is missing: list, desktop, window or picker");
+      throw WrongUsage("a command is missing: list, doctor, desktop, window or picker");
     }
     m_options.command = command(m_arguments[m_next++]);
     while (m_next < m_arguments.size()) {
@@ -163,14 +164,14 @@ class Parser {
 
   static Options::Command command(const std::string& name) {
     static const std::map<std::string, Options::Command> commands = {
-        {"list", Options::Command::List},
-        {"desktop", Options::Command::Desktop},
-        {"window", Options::Command::Window},
+        {"list", Options::Command::List},       {"doctor", Options::Command::Doctor},
+        {"desktop", Options::Command::Desktop}, {"window", Options::Command::Window},
         {"picker", Options::Command::Picker},
     };
     const auto found = commands.find(name);
     if (found == commands.end()) {
-      throw WrongUsage("unknown command '" + name + "': it is list, desktop, window or picker");
+      throw WrongUsage("unknown command '" + name +
+                       "': it is list, doctor, desktop, window or picker");
     }
     return found->second;
   }
@@ -204,9 +205,10 @@ class Parser {
     using P = Parser&;
     using N = const std::string&;
     static const std::map<std::string, Option> options = {
-        {"--json", {kList | kShares, [](P p, N) { p.m_options.json = true; }}},
+        {"--json", {kList | kDoctor | kShares, [](P p, N) { p.m_options.json = true; }}},
         {"--scene",
-         {kList | kShares, [](P p, N n) { p.m_options.scene = ParseScene(n, p.value(n)); }}},
+         {kList | kDoctor | kShares,
+          [](P p, N n) { p.m_options.scene = ParseScene(n, p.value(n)); }}},
         {"--icons", {kList, [](P p, N n) { p.m_options.iconDirectory = p.path(n); }}},
         {"--thumbnails", {kList, [](P p, N n) { p.m_options.thumbnailDirectory = p.path(n); }}},
         {"--sheet", {kList | kPicker, [](P p, N n) { p.m_options.sheetFile = p.path(n); }}},
@@ -271,7 +273,7 @@ class Parser {
     if (m_sizeGiven && m_options.thumbnailDirectory.empty() && m_options.sheetFile.empty()) {
       throw WrongUsage("--size goes with --thumbnails or --sheet");
     }
-    if (m_options.command == Options::Command::List) {
+    if ((Bit(m_options.command) & kShares) == 0) {
       return;
     }
     if (m_options.command == Options::Command::Window &&
@@ -314,6 +316,7 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, s
 const char* UsageText() {
   return "usage: qx-share list [--json] [--icons DIR] [--thumbnails DIR] [--sheet FILE.png]\n"
          "                [--size WxH]\n"
+         "       qx-share doctor [--json]\n"
          "       qx-share desktop [--id N] SHARE\n"
          "       qx-share window (--id H | --title TEXT | --class CLASS) [--track] SHARE\n"
          "       qx-share picker [--sheet FILE.png [--size WxH]] [--track] SHARE\n"
@@ -323,6 +326,8 @@ const char* UsageText() {
          "       [--exclude-pid P] [--exclude-window H] [--exclude-title TITLE]\n"
          "       [--include-title TITLE] [--dynamic] [--dirty]\n"
          "       [--save DIR [--beside]] [--y4m FILE] [--json] [--events FILE] [--log FILE]\n"
+         "doctor tries each engine on each monitor for half a second and tells what became of\n"
+         "       it, and why.\n"
          "--thumbnails writes a small picture of each monitor and window, monitor-ID.png and\n"
          "       window-ID.png; --sheet one picture of all, each with the number that picker\n"
          "       asks for. --size is that of each small picture, else 320x180.\n"

@@ -11,7 +11,7 @@
 
 // The command line of qx-share.
 struct Options {
-  enum class Command { List, Desktop, Window, Picker };
+  enum class Command { List, Doctor, Desktop, Window, Picker };
 
   Command command = Command::List;
   bool json = false;
