@@ -136,7 +136,7 @@ def describe(place, replacement):
 
 Test = namedtuple("Test", "program name file number")  # its source file, and which of its tests it is
 
-PROGRAMS = {"unit-tests": "tests/unit", "share-tests": "tests/share", "host-tests": "tests/host"}
+PROGRAMS = {name + "-tests": "tests/" + name for name in ("unit", "share", "c", "host")}
 
 
 def run(command, **options):
@@ -232,8 +232,7 @@ def compiles(build):
 
 
 def binaries(build):
-    names = [*PROGRAMS, "libqx-screen-capture.so"]
-    return [hashlib.sha256((build / "bin" / name).read_bytes()).digest() for name in names]
+    return [hashlib.sha256(file.read_bytes()).digest() for file in sorted((build / "bin").iterdir())]
 
 
 def main():

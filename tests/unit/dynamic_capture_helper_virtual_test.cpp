@@ -97,9 +97,9 @@ TEST_F(DynamicCaptureHelperTest, OnceASecondEverythingHasChanged) {
 
 TEST_F(DynamicCaptureHelperTest, WholeMonitorIsCountedAndMeasuredWithoutTheMouse) {
   settle(kMonitor);
-  change({10, 10, 20, 30});
+  change({0, 10, 10, 30});
   change({100, 10, 110, 30});
-  EXPECT_EQ(check(kMonitor), (Answer{true, false, 2, 400.0 / 64000, true}));
+  EXPECT_EQ(check(kMonitor), (Answer{true, false, 2, 400.0 / 64000, true})) << "also at an edge";
   SetCursorPosition(7, 7);
   change({10, 10, 20, 30});
   EXPECT_EQ(check(kMonitor), (Answer{true, true, 1, 200.0 / 64000, true}));
