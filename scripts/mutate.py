@@ -232,7 +232,7 @@ def compiles(build):
 
 
 def binaries(build):
-    return [hashlib.sha256(file.read_bytes()).digest() for file in sorted((build / "bin").iterdir())]
+    return [hashlib.sha256(file.read_bytes()).digest() for file in sorted((build / "bin").glob("*-*"))]
 
 
 def main():
