@@ -19,6 +19,13 @@ TEST_F(WgcShareTest, MonitorIsShownAsItIsAndAStillOneCostsNothing) {
   const std::uint64_t read = Count("ID3D11DeviceContext::Map");
   tick(10);
   EXPECT_EQ(Count("ID3D11DeviceContext::Map"), read);
+  for (const bool check : {false, true}) {
+    capture.SetDynamicCheck(check);
+    tick(4);
+    const std::uint64_t looks = Count("IDirect3D11CaptureFramePool::TryGetNextFrame");
+    tick(14);
+    EXPECT_EQ(Count("IDirect3D11CaptureFramePool::TryGetNextFrame") - looks < 3, check);
+  }
   MoveTo(window, 50, 60);
   EXPECT_TRUE(nextFrameShows({{50, 60, 150, 140, kColor}, {60, 70, 80, 80, kMark}}));
   limitTo(160, 100);
