@@ -58,3 +58,7 @@ bool SkipWaits();
 
 // How often a function of the system was called so far; 0 where nobody counts.
 std::uint64_t CountCalls(const std::string& function);
+
+// Bytes of the pictures in the processor's memory that programs have from the system now;
+// 0 where nobody counts.
+std::uint64_t PictureBytes();

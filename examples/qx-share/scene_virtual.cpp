@@ -302,3 +302,5 @@ bool SkipWaits() {
 }
 
 std::uint64_t CountCalls(const std::string& function) { return vwin::control::Count(function); }
+
+std::uint64_t PictureBytes() { return vwin::control::PictureBytes(); }

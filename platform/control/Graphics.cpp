@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "platform/model/Desktop.h"
+#include "platform/model/PictureMemory.h"
 
 namespace vwin::control {
 namespace {
@@ -83,5 +84,7 @@ void SetPointerShape(const std::optional<PointerShape>& shape) {
     machine.pointerShape = shape ? std::make_shared<const PointerShape>(*shape) : nullptr;
   });
 }
+
+std::uint64_t PictureBytes() { return pictures::Bytes(); }
 
 }  // namespace vwin::control

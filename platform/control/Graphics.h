@@ -58,4 +58,10 @@ void ReportMove(HMONITOR monitor, POINT from, const RECT& to);
 using vwin::PointerShape;
 void SetPointerShape(const std::optional<PointerShape>& shape);
 
+// ------------------------------------------------------------------------- memory
+
+// Bytes of the pictures that the library has asked for, that it has not let go of and
+// that the processor can reach: DIB sections, staging textures, surfaces in system memory.
+std::uint64_t PictureBytes();
+
 }  // namespace vwin::control
