@@ -46,13 +46,13 @@ struct Options {
   std::vector<std::string> includedTitles;
   bool dynamic = false;
   bool changeSettings = false;  // one after the other, at first
-  bool dirty = false;         // tell how much changed from frame to frame
-  bool track = false;         // tell what window the share moved over to
-  std::string saveDirectory;  // empty: save nothing
-  bool beside = false;        // save the screen beside each frame
-  std::string y4mFile;        // empty: no video
-  std::string eventFile;      // empty: no such file
-  std::string logFile;        // empty: no log
+  bool dirty = false;           // tell how much changed from frame to frame
+  bool track = false;           // tell what window the share moved over to
+  std::string saveDirectory;    // empty: save nothing
+  bool beside = false;          // save the screen beside each frame
+  std::string y4mFile;          // empty: no video
+  std::string eventFile;        // empty: no such file
+  std::string logFile;          // empty: no log
 };
 
 // Frames of at most this size.

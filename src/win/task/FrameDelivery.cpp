@@ -40,8 +40,8 @@ bool FrameDelivery::fits(const Shot& shot) const {
 
 bool FrameDelivery::NeedsAnotherPicture(const ShareSettings& settings, const Shot& shot) {
   const bool sameCursor = settings.showCursor == m_lastCursor;
-  const bool sameSize = shot.targetWidth == m_lastShot.targetWidth &&
-                        shot.targetHeight == m_lastShot.targetHeight;
+  const bool sameSize =
+      shot.targetWidth == m_lastShot.targetWidth && shot.targetHeight == m_lastShot.targetHeight;
   m_lastCursor = settings.showCursor;
   m_lastShot = shot;
   return !sameCursor || (!sameSize && m_hasPicture && !fits(shot));
@@ -60,8 +60,8 @@ void FrameDelivery::DeliverCapture(const ShareSettings& settings, const Shot& sh
 bool FrameDelivery::makeRecord(const ShareSettings& settings, const Shot& shot) {
   const Picture picture = choosePicture(shot);
   m_look.reset();
-  if (!picture.pixels || !m_record.Fill(settings.format, picture, shot.rect.width,
-                                        shot.rect.height, shot.timestamp)) {
+  if (!picture.pixels ||
+      !m_record.Fill(settings.format, picture, shot.rect.width, shot.rect.height, shot.timestamp)) {
     return false;
   }
   m_look = Look{settings.format, picture.width, picture.height};
@@ -100,8 +100,7 @@ bool FrameDelivery::isOutdated(const ShareSettings& settings, const Shot& shot) 
     return false;
   }
   return !m_look || settings.format != m_look->format ||
-         (fits(shot) &&
-          (shot.targetWidth != m_look->width || shot.targetHeight != m_look->height));
+         (fits(shot) && (shot.targetWidth != m_look->width || shot.targetHeight != m_look->height));
 }
 
 void FrameDelivery::DeliverUnchanged(const ShareSettings& settings, const Shot& shot) {

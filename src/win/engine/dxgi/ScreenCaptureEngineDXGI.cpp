@@ -138,9 +138,8 @@ bool ScreenCaptureEngineDXGI::Capture(std::int32_t x, std::int32_t y, std::int32
   }
   const AcquiredFrame acquired(m_duplication->duplication.Get());
   updateMetadata(frameInfo);
-  const bool unchanged =
-      !m_hasDesktop || (m_dynamicCheck && !m_pictureMissed && !m_anotherWanted && !m_frameChanged &&
-                        (!m_showCursor || !m_mouseChanged));
+  const bool unchanged = !m_hasDesktop || (m_dynamicCheck && !m_pictureMissed && !m_anotherWanted &&
+                                           !m_frameChanged && (!m_showCursor || !m_mouseChanged));
   m_pictureMissed = m_pictureMissed || (!unchanged && resource);  // until it is fetched
   // Also while no cursor is wanted: the system tells of each shape once.
   static_cast<void>(m_direct11Scale.UpdateCursor(m_duplication->duplication.Get(), frameInfo));
