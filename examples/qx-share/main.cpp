@@ -24,7 +24,7 @@
 
 namespace {
 
-constexpr double kSettingSeconds = 0.5;
+constexpr double kSettingSeconds = 0.8;
 
 constexpr int kExitWrongUsage = 2;
 constexpr int kExitNotStarted = 3;  // also: nothing was chosen

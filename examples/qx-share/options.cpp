@@ -337,7 +337,7 @@ const char* UsageText() {
          "       large they are together, in percent, where the engine knows. The dxgi engine\n"
          "       gathers them with --no-filter only; without it, it tells of none.\n"
          "--change-settings first turns the format to i420, limits the frames to 640x360, then\n"
-         "       to 1280x720, and turns the cursor off and on, half a second for each.\n"
+         "       to 1280x720, and turns the cursor off and on, 0.8 seconds apart.\n"
          "--exclude-title and --include-title take the whole title of a window on the list.\n"
          "--beside, on virtual Windows only, saves beside each frame what was on the screen.\n"
          "--scene NAME, with any command, on virtual Windows only: what there is to see is\n"
