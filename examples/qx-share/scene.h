@@ -21,6 +21,7 @@ enum class SceneKind {
   Turned,      // the monitor stands upright, turned by 90 degrees
   ModeChange,  // the monitor gets another size after kModeChangeSeconds
   Windows11,   // the system is Windows 11
+  Still,       // nothing moves, and the cursor is large
 };
 
 constexpr double kModeChangeSeconds = 2;

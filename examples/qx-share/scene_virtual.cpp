@@ -145,7 +145,7 @@ class VirtualScene : public Scene {
     SetCursorShape(CursorKind::kArrow);
     UseCursorOf(kind);
     step(0);
-    if (lively) {
+    if (lively && kind != SceneKind::Still) {
       m_thread = std::thread([this] { run(); });
     }
   }

@@ -76,6 +76,9 @@ void SetDuplicateFormat(DXGI_FORMAT format) {
 void SetBlackDuplicates(bool black) {
   changeMachine([&](Machine& machine) { machine.blackDuplicates = black; });
 }
+void SetPointerBeforePicture(bool before) {
+  changeMachine([&](Machine& machine) { machine.pointerBeforePicture = before; });
+}
 void ReportMove(HMONITOR handle, POINT from, const RECT& to) {
   changeMonitor(handle, [&](Monitor& monitor) { monitor.moves.push_back({from, to}); });
 }

@@ -50,6 +50,9 @@ void SetDuplicateResult(HRESULT result);
 void SetDuplicateFormat(DXGI_FORMAT format);
 // A driver's fault: duplications give pictures of zeros.
 void SetBlackDuplicates(bool black);
+// The first frame of a duplication tells of the pointer alone, as on some machines: it has no
+// time of a picture, and what comes with it was never drawn.
+void SetPointerBeforePicture(bool before);
 // A part of the picture moved. `to` and `from` are told as they are, in pixels of the
 // picture as it is duplicated, which is not turned.
 void ReportMove(HMONITOR monitor, POINT from, const RECT& to);

@@ -153,11 +153,22 @@ TEST_F(ShareTest, LackOfMemoryForABiggerFrameRepeatsTheLastPicture) {
 }
 
 TEST_F(ShareTest, EngineWithoutMemoryForAFirstPictureIsGivenUp) {
-  FailNth("CreateDIBSection", 1, {ERROR_NOT_ENOUGH_MEMORY, E_OUTOFMEMORY}, Repeat::kOnward);
-  start();
-  tick(9);
-  EXPECT_EQ(host.FrameCount(), 0);
-  EXPECT_EQ(host.Engines(), (std::vector<int>{4, 0})) << "and the host is told";
+  const std::pair<const char*, const char*> failures[] = {
+      {"GetDC", "GetDC failed,last Error:8"},
+      {"CreateCompatibleDC", "CreateCompatibleDC failed,last Error:8"},
+      {"CreateDIBSection", "CreateDIBSection of 320x200 failed,last Error:8"},
+      {"SelectObject", "SelectObject failed,last Error:8"}};
+  for (const auto& [call, message] : failures) {
+    FailNth(call, 1, {ERROR_NOT_ENOUGH_MEMORY, E_OUTOFMEMORY}, Repeat::kOnward);
+    host.Forget();
+    start();
+    tick(9);
+    EXPECT_EQ(host.FrameCount(), 0);
+    EXPECT_EQ(host.Engines(), (std::vector<int>{4, 0})) << "and the host is told";
+    EXPECT_TRUE(log.Has(4, message)) << log.Dump();
+    ClearFaults();
+    capture.ShareStop();
+  }
 }
 
 TEST_F(DxgiShareTest, LackOfMemoryRepeatsTheLastPictureUntilThereIsSome) {

@@ -136,6 +136,8 @@ TEST_F(ShareTest, FailingEngineIsRestartedAtThreeSixNineAndGivenUpAtTen) {
   tick();
   EXPECT_EQ(host.Engines(), std::vector<int>{0}) << "no engine is left, and the host is told";
   EXPECT_EQ(log.Count("m_captureEngine are all failed"), 1) << log.Dump();
+  EXPECT_TRUE(log.Has(4, "BitBlt failed,last Error:31"));
+  EXPECT_EQ(log.Count("BitBlt failed"), 1) << "limited";
   ClearFaults();
   tick(3);
   EXPECT_EQ(host.FrameCount(), 0);

@@ -245,6 +245,15 @@ TEST_F(WindowShareTest, WindowThatDoesNotAnswerPausesTheShareUntilItDoes) {
   EXPECT_TRUE(showsWindow());
 }
 
+TEST_F(WindowShareTest, WindowThatCanNotBePrintedIsToldOnce) {
+  startWindow();
+  FailNth("PrintWindow", 1, {ERROR_GEN_FAILURE, E_FAIL}, Repeat::kOnward);
+  tick(5);
+  EXPECT_TRUE(log.Has(4, "PrintWindow in Windows 10 failed,last Error:31")) << log.Dump();
+  EXPECT_TRUE(log.Has(4, "PrintWindow failed,last Error:31"));
+  EXPECT_EQ(log.Count("last Error:31"), 2) << "limited";
+}
+
 TEST_F(WindowShareTest, ShareOfAWindowThatDoesNotAnswerEndsAllTheSame) {
   const LedgerSnapshot before = Snapshot();
   startWindow();
