@@ -94,7 +94,8 @@ class ScreenCaptureEngineProxy : public ScreenCaptureEngine {
 
   // Null without a present engine.
   ScreenCaptureEngine* currentEngine() const;
-  void startNextEngine();
+  enum class Walk { First, Later };
+  void startNextEngine(Walk walk);
   void followIncludeWindows();
   void refreshNewEngineConfig();
   void changeToNextEngine();
