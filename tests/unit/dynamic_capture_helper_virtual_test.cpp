@@ -95,26 +95,6 @@ TEST_F(DynamicCaptureHelperTest, OnceASecondEverythingHasChanged) {
   EXPECT_EQ(check(kMonitor), kNothing);
 }
 
-TEST_F(DynamicCaptureHelperTest, WholeMonitorIsCountedAndMeasuredWithoutTheMouse) {
-  settle(kMonitor);
-  change({10, 10, 20, 30});
-  change({100, 10, 110, 30});
-  EXPECT_EQ(check(kMonitor), (Answer{true, false, 2, 400.0 / 64000, true}));
-  SetCursorPosition(7, 7);
-  change({10, 10, 20, 30});
-  EXPECT_EQ(check(kMonitor), (Answer{true, true, 1, 200.0 / 64000, true}));
-  catchUp(kMonitor);
-  EXPECT_EQ(check(kMonitor), kNothing);
-  FailNth("IDXGIOutputDuplication::GetFrameDirtyRects", 1);
-  change({10, 10, 20, 30});
-  EXPECT_EQ(check(kMonitor), (Answer{true, false, 0, 0.0, true}));
-
-  helper = std::make_unique<DynamicCaptureHelper>(false);
-  settle(kMonitor);
-  change({10, 10, 20, 30});
-  EXPECT_EQ(check(kMonitor), (Answer{true, false, 0, 0.0, true}));
-}
-
 TEST_F(DynamicCaptureHelperTest, OfAPartOnlyWhatLiesInsideCounts) {
   settle(kWindow);
   const auto after = [this](const RECT& rect) {
