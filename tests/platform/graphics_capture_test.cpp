@@ -7,6 +7,7 @@
 #include "platform/control/Clock.h"
 #include "platform/control/GraphicsCapture.h"
 #include "platform/control/Ledger.h"
+#include "platform/model/Modules.h"
 #include "tests/platform/DesktopTest.h"
 #include "tests/support/GraphicsCard.h"
 
