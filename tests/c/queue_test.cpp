@@ -140,6 +140,7 @@ TEST_F(QueueTest, DirtyFiguresComeWithTheirFrame) {
   configure(true, true);
   const HWND mark = OpenWindow({.rect = {0, 0, 20, 10}});
   startQueue(monitor());
+  MoveTo(mark, 50, 50);
   tick(2);
   qx_frame_release(take());
   MoveTo(mark, 100, 50);
@@ -193,6 +194,7 @@ TEST_F(QueueTest, MayGoWhileItIsSharedInto) {
   // From the middle of a share: who waits is told.
   qx_result waited = QX_OK;
   events();
+  const auto before = Now();
   AtNth("BitBlt", 2, [&] { qx_queue_destroy(queue); });
   while (waited == QX_OK) {
     waited = qx_queue_wait(queue, 5000);
@@ -202,6 +204,7 @@ TEST_F(QueueTest, MayGoWhileItIsSharedInto) {
     }
   }
   EXPECT_EQ(waited, QX_ERROR_OBJECT);
+  EXPECT_LT(Now() - before, 1s);
   tick(3);
   qx_event event = {};
   event.size = sizeof(event);

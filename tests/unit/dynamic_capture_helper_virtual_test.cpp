@@ -116,6 +116,18 @@ TEST_F(DynamicCaptureHelperTest, WholeMonitorIsCountedAndMeasuredWithoutTheMouse
   EXPECT_EQ(check(kMonitor), (Answer{true, false, 0, 0.0, true}));
 }
 
+TEST_F(DynamicCaptureHelperTest, FirstNewsOfThePointerAloneIsNoChangedPicture) {
+  SetPointerBeforePicture(true);
+  for (const RECT& rect : {kMonitor, kWindow}) {
+    helper->Reset();
+    helper->check(rect);
+    EXPECT_EQ(check(rect), (Answer{false, rect.left == 0, 0, 0.0, true}));
+    EXPECT_EQ(check(rect), (Answer{true, rect.left == 0, 1, 1.0, true})) << "its picture follows";
+    helper->check(rect);
+    EXPECT_EQ(check(rect), kNothing);
+  }
+}
+
 TEST_F(DynamicCaptureHelperTest, OfAPartOnlyWhatLiesInsideCounts) {
   settle(kWindow);
   const auto after = [this](const RECT& rect) {
