@@ -161,6 +161,7 @@ TEST_F(MagShareTest, SizesAndTheDynamicCheckMayChangeWithEveryFrame) {
   }
   EXPECT_EQ(widths, (std::set<int>{80, 160, 320, 640}));
   EXPECT_EQ(leaks, 0);
+  EXPECT_EQ(host.Engines(), Engines{kMag});
   for (const bool check : {false, true}) {
     capture.SetDynamicCheck(check);
     tick(2);
@@ -168,7 +169,6 @@ TEST_F(MagShareTest, SizesAndTheDynamicCheckMayChangeWithEveryFrame) {
     tick(14);
     EXPECT_EQ(Count("MagSetWindowSource") - drawn < 3, check);
   }
-  EXPECT_EQ(host.Engines(), Engines{kMag});
 }
 
 TEST_F(MagShareTest, LackOfMemoryForAnotherSizeShowsNothingOfAnOlderList) {
