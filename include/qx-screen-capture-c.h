@@ -24,6 +24,7 @@
  *    window's title holds beside UTF-16 comes as U+FFFD.
  *  - `bool` is one byte, 0 or 1. An enumeration is an int32_t.
  *  - A function that can fail answers a qx_result; no exception and no signal leaves it.
+ *    An array of no items may be null.
  *    Null, and objects that are gone or of another kind, are answered, not followed:
  *    the three kinds of objects are numbers in the shape of pointers, none of which comes
  *    twice in a process.
@@ -95,7 +96,8 @@ typedef int32_t qx_share_error;
 enum {
   QX_SHARE_ERROR_NONE = 0,
   QX_SHARE_ERROR_TASK_RUNNING = 2,   /* this object has a share already */
-  QX_SHARE_ERROR_NULL_LISTENER = 3,  /* no listener, or no queue */
+  QX_SHARE_ERROR_NULL_LISTENER = 3,  /* no listener (QX_ERROR_ARGUMENT) or no queue
+                                        (QX_ERROR_OBJECT) */
   QX_SHARE_ERROR_TARGET_MISSING = 4, /* no such monitor or window */
   QX_SHARE_ERROR_START_FAILED = 5    /* no capture engine could start */
 };
@@ -170,7 +172,7 @@ typedef struct qx_prompt_window_info {
 } qx_prompt_window_info;
 
 /* The largest frame to deliver; 0, 2880, 1800, 5184000 by default. `max_screen_pixels`
- * must equal width times height unless that product is 0. */
+ * must equal width times height unless that product is 0; another limit is refused. */
 typedef struct qx_screen_frame_resolution_limit {
   int32_t aspect_ratio_mode; /* only 0 is valid */
   uint64_t max_screen_width;
@@ -410,8 +412,8 @@ QX_C_API qx_result QX_CALL qx_set_capture_fps(qx_screen_capture* capture,
 QX_C_API qx_result QX_CALL qx_set_windows(qx_screen_capture* capture, const int32_t* ids,
                                           int32_t count);
 
-/* Start a share. `error` may be null. `context` comes back with each operation of the
- * listener. */
+/* Start a share. `error` may be null; it says why after QX_ERROR_SHARE. `context` comes back
+ * with each operation of the listener. */
 QX_C_API qx_result QX_CALL qx_share_desktop(qx_screen_capture* capture, void* context, int32_t id,
                                             const qx_share_listener* listener,
                                             qx_share_error* error);

@@ -34,6 +34,34 @@ TEST_F(DxgiShareTest, NothingIsToldBeforeTheSystemHasAPictureAndThenTheNewest) {
   EXPECT_EQ(devices(), 1);
 }
 
+TEST_F(DxgiShareTest, FirstNewsOfThePointerAloneIsNoPicture) {
+  SetPointerBeforePicture(true);
+  SetCursorShape(CursorPicture{2, 2, 0, 0, std::vector<std::uint32_t>(4, 0xFFFA0B0C)});
+  SetCursorPosition(100, 60);
+  for (const bool cursor : {false, true}) {
+    for (const bool dynamicCheck : {true, false}) {
+      SCOPED_TRACE(cursor ? "cursor" : "no cursor");
+      capture.EnableCaptureCursor(cursor);
+      capture.SetScreenCaptureConfig({.scDynamicCheck = dynamicCheck});
+      host.Forget();
+      log.Forget();
+      start();
+      tick();  // looks at the first picture
+      EXPECT_EQ(host.Events(true), (Events{"engine 2", "start"}));
+      OpenWindow({.rect = {0, 0, 9, 9}, .color = RGB(cursor, dynamicCheck, 3)});
+      std::vector<Patch> patches = {
+          {0, 0, 9, 9, (cursor ? 0x010000u : 0u) + (dynamicCheck ? 0x000103u : 0x000003u)}};
+      if (cursor) {
+        patches.push_back({100, 60, 102, 62, 0xFA0B0C});
+      }
+      EXPECT_TRUE(nextFrameShows(patches));
+      EXPECT_EQ(devices(), 1);
+      EXPECT_EQ(log.Count("find black frame"), 0);
+      capture.ShareStop();
+    }
+  }
+}
+
 TEST_F(DxgiShareTest, StillScreenIsHeldBackUntilItsKeepAliveTime) {
   capture.SetScreenCaptureConfig({.KeepAliveInterval = 1000, .DynamicFrameCallback = true});
   const HWND window = OpenWindow({.rect = {0, 0, 50, 60}, .color = RGB(1, 2, 3)});

@@ -19,6 +19,13 @@ TEST_F(WgcShareTest, MonitorIsShownAsItIsAndAStillOneCostsNothing) {
   const std::uint64_t read = Count("ID3D11DeviceContext::Map");
   tick(10);
   EXPECT_EQ(Count("ID3D11DeviceContext::Map"), read);
+  for (const bool check : {false, true}) {
+    capture.SetDynamicCheck(check);
+    tick(4);
+    const std::uint64_t looks = Count("IDirect3D11CaptureFramePool::TryGetNextFrame");
+    tick(14);
+    EXPECT_EQ(Count("IDirect3D11CaptureFramePool::TryGetNextFrame") - looks < 3, check);
+  }
   MoveTo(window, 50, 60);
   EXPECT_TRUE(nextFrameShows({{50, 60, 150, 140, kColor}, {60, 70, 80, 80, kMark}}));
   limitTo(160, 100);
@@ -379,8 +386,13 @@ TEST_F(WgcShareTest, ChangeIsShownThoughItsPictureComesLateOrIsDropped) {
   Fill(window, {40, 40, 60, 60}, RGB(3, 2, 1));
   AtNth("ID3D11DeviceContext::Map", 1, [&] { MoveTo(window, 60, 70); });
   const std::uint64_t before = starts();
-  tick(5);
-  EXPECT_EQ(host.LastFrame().At(50, 50), 0x010203u) << "what was dropped isn't repeated";
+  tick();
+  capture.SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormatI420);
+  tick(4);
+  ASSERT_EQ(host.LastFrame().format, IScreenCapture::ScreenFrameFormatARGB);
+  EXPECT_EQ(host.LastFrame().At(50, 50), 0x010203u)
+      << "what was dropped is neither repeated nor converted";
+  capture.SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormatARGB);
   Advance(1s);
   EXPECT_EQ(starts(), before + 1);
   EXPECT_EQ(host.LastFrame().At(50, 50), 0x030201u);

@@ -1,9 +1,12 @@
 // Hosts that are slow, call back into the library, throw, or go away.
+#include <atomic>
+#include <barrier>
 #include <set>
 #include <stdexcept>
 #include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "tests/share/ShareTest.h"
 
@@ -200,6 +203,50 @@ TEST(RunningShare, TakesSettingsFromTheHostWhileItsEngineFailsAndReturns) {
   capture.ShareStop();
   EXPECT_EQ(host.Count("firstFrame"), 1);
   EXPECT_EQ(host.Count("stop"), 0);
+}
+
+TEST(RunningShare, ThreadsMayStartStopAndSetItAtOnce) {
+  vwin::control::SetMonitorRect(PrimaryMonitor(), {0, 0, 64, 48});
+  ScreenCapture capture;
+  const int id = static_cast<int>(reinterpret_cast<std::intptr_t>(PrimaryMonitor()));
+  std::atomic<bool> over = false;  // from the return of any of its stops on
+  ShareRecorder listener;
+  listener.onEvent = [&](const std::string& event) {
+    std::this_thread::sleep_for(2ms);  // a slow host: a stop finds it at work
+    EXPECT_FALSE(over) << event;
+    capture.SetCaptureFPS(29);
+  };
+  int started = 0;
+  std::barrier together(3);
+  const auto host = [&](int number) {
+    for (int round = 0; round < 30; ++round) {
+      if (number == 0) {
+        IScreenCapture::ShareError error = {};
+        started += capture.ShareDesktop(nullptr, id, &listener, error) ? 1 : 0;
+      } else if (number == 1 && round % 3 == 0) {
+        capture.ShareStop();  // in the middle of the start
+      }
+      together.arrive_and_wait();
+      capture.SetScreenCaptureConfig({.scDynamicCheck = number == 0});
+      capture.SetCaptureEngineConfig(nullptr, 0, number == 0);
+      IScreenCapture::CaptureRect rect = {};
+      capture.GetCaptureRect(rect);
+      capture.ShareStop();
+      over = true;
+      together.arrive_and_wait();
+      over = false;
+      together.arrive_and_wait();
+    }
+  };
+  std::vector<std::thread> threads;
+  for (int number = 0; number < 3; ++number) {
+    threads.emplace_back(host, number);
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_GE(started, 20);
+  EXPECT_GT(listener.FrameCount(), 0);
 }
 
 }  // namespace

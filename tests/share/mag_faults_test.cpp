@@ -1,5 +1,6 @@
 // What may happen to a share that a magnifier draws: lists of any length, monitors of any
 // size and place, other people's hands on its window, callers from within, no memory.
+#include <set>
 #include <string>
 
 #include "platform/control/Ledger.h"
@@ -124,6 +125,49 @@ TEST_F(MagShareTest, WindowThatIsDestroyedInTheMiddleOfATickCostsSomeTicks) {
     tick(2);
   }
   EXPECT_EQ(leaks, 0);
+  EXPECT_EQ(host.Engines(), Engines{kMag});
+}
+
+TEST_F(MagShareTest, SizesAndTheDynamicCheckMayChangeWithEveryFrame) {
+  const HWND window = OpenWindow({.rect = {0, 0, 80, 40}, .color = 0x030201});
+  const HWND secret = OpenWindow({.rect = {200, 20, 280, 100}, .color = kSecretColor});
+  capture.Exclude({secret});
+  forbid(kSecret);
+  startMag();
+  tick(2);
+  const RECT rects[] = {{0, 0, 320, 200}, {-80, -40, 240, 160}, {0, 0, 640, 400}, {0, 0, 320, 200}};
+  std::set<int> widths;
+  for (int i = 0; i < 48; ++i) {
+    const int divisor = 1 << i % 3;
+    const RECT& rect = rects[i / 12];
+    SetMonitorRect(monitor(), rect);
+    limitTo(static_cast<std::uint64_t>((rect.right - rect.left) / divisor),
+            static_cast<std::uint64_t>((rect.bottom - rect.top) / divisor));
+    capture.SetDynamicCheck(i % 5 < 2);
+    const int x = i * 4;
+    MoveTo(window, x, 40);
+    tick();
+    const Frame frame = host.LastFrame();
+    const int left = x - static_cast<int>(rect.left);
+    const int top = 40 - static_cast<int>(rect.top);
+    const auto scaled = [&](int length) {
+      return length * frame.width / static_cast<int>(rect.right - rect.left);
+    };
+    EXPECT_TRUE(ShowsRedder(
+        frame, {{scaled(left), scaled(top), scaled(left + 80), scaled(top + 40), 0x010203}}))
+        << "change " << i << log.Dump();
+    EXPECT_EQ(frame.rawWidth, rect.right - rect.left);
+    widths.insert(frame.width);
+  }
+  EXPECT_EQ(widths, (std::set<int>{80, 160, 320, 640}));
+  EXPECT_EQ(leaks, 0);
+  for (const bool check : {false, true}) {
+    capture.SetDynamicCheck(check);
+    tick(2);
+    const std::uint64_t drawn = Count("MagSetWindowSource");
+    tick(14);
+    EXPECT_EQ(Count("MagSetWindowSource") - drawn < 3, check);
+  }
   EXPECT_EQ(host.Engines(), Engines{kMag});
 }
 

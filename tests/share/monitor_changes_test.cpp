@@ -1,4 +1,7 @@
 // What happens to a share when its monitor, the session or the desktop changes.
+#include <string>
+#include <utility>
+
 #include "tests/share/ShareTest.h"
 
 namespace qx::test {
@@ -60,6 +63,8 @@ TEST_F(ShareTest, FailingEngineIsRestartedAtThreeSixNineAndGivenUpAtTen) {
   tick();
   EXPECT_EQ(host.Engines(), std::vector<int>{0}) << "no engine is left, and the host is told";
   EXPECT_EQ(log.Count("m_captureEngine are all failed"), 1) << log.Dump();
+  EXPECT_TRUE(log.Has(4, "BitBlt failed,last Error:31"));
+  EXPECT_EQ(log.Count("BitBlt failed"), 1) << "limited";
   ClearFaults();
   tick(3);
   EXPECT_EQ(host.FrameCount(), 0);
@@ -73,11 +78,22 @@ TEST_F(ShareTest, FailingEngineIsRestartedAtThreeSixNineAndGivenUpAtTen) {
 }
 
 TEST_F(ShareTest, EngineWithoutMemoryForAFirstPictureIsGivenUp) {
-  FailNth("CreateDIBSection", 1, {ERROR_NOT_ENOUGH_MEMORY, E_OUTOFMEMORY}, Repeat::kOnward);
-  start();
-  tick(9);
-  EXPECT_EQ(host.FrameCount(), 0);
-  EXPECT_EQ(host.Engines(), (std::vector<int>{4, 0})) << "and the host is told";
+  const std::pair<const char*, const char*> failures[] = {
+      {"GetDC", "GetDC failed,last Error:8"},
+      {"CreateCompatibleDC", "CreateCompatibleDC failed,last Error:8"},
+      {"CreateDIBSection", "CreateDIBSection of 320x200 failed,last Error:8"},
+      {"SelectObject", "SelectObject failed,last Error:8"}};
+  for (const auto& [call, message] : failures) {
+    FailNth(call, 1, {ERROR_NOT_ENOUGH_MEMORY, E_OUTOFMEMORY}, Repeat::kOnward);
+    host.Forget();
+    start();
+    tick(9);
+    EXPECT_EQ(host.FrameCount(), 0);
+    EXPECT_EQ(host.Engines(), (std::vector<int>{4, 0})) << "and the host is told";
+    EXPECT_TRUE(log.Has(4, message)) << log.Dump();
+    ClearFaults();
+    capture.ShareStop();
+  }
 }
 
 }  // namespace

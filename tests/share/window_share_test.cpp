@@ -240,6 +240,15 @@ TEST_F(WindowShareTest, WindowThatDoesNotAnswerPausesTheShareUntilItDoes) {
   Settle();
 }
 
+TEST_F(WindowShareTest, WindowThatCanNotBePrintedIsToldOnce) {
+  startWindow();
+  FailNth("PrintWindow", 1, {ERROR_GEN_FAILURE, E_FAIL}, Repeat::kOnward);
+  tick(5);
+  EXPECT_TRUE(log.Has(4, "PrintWindow in Windows 10 failed,last Error:31")) << log.Dump();
+  EXPECT_TRUE(log.Has(4, "PrintWindow failed,last Error:31"));
+  EXPECT_EQ(log.Count("last Error:31"), 2) << "limited";
+}
+
 TEST_F(WindowShareTest, RaisesTheWindowWhenItMay) {
   const HWND cover = OpenWindow({.rect = {60, 40, 90, 70}});
   const auto isCovered = [&] {
@@ -287,6 +296,8 @@ TEST_F(WindowShareTest, HostsPauseHoldsWhateverTheWindowDoes) {
 TEST_F(WindowShareTest, PromptFollowsTheWindowAndSettings) {
   useClassicWindows7();
   capture.EnablePromptWindow(true);
+  const IScreenCapture::PromptWindowInfo blue = {0, 0, 255, 4};
+  capture.SetPromptWindowInfo(&blue);
   startWindow();
   const auto prompt = [] { return LibraryWindows(L"OrvaSSPromptWindow").at(0); };
   const auto edge = [] { return Screenshot({38, 60, 39, 61}).At(0, 0); };
@@ -297,13 +308,12 @@ TEST_F(WindowShareTest, PromptFollowsTheWindowAndSettings) {
   EXPECT_TRUE(liesAt({36, 26, 144, 114}));
   EXPECT_TRUE(prompt().visible);
   EXPECT_TRUE(showsWindow()) << "never in the picture";
-  const COLORREF shown = edge();
-  EXPECT_NE(shown, RGB(0x20, 0x30, 0x40));
+  EXPECT_EQ(edge(), RGB(0x10, 0x18, 0xA0)) << "half of the blue and half of what lies below";
 
   const IScreenCapture::PromptWindowInfo red = {255, 0, 0, 6};
   capture.SetPromptWindowInfo(&red);
   Settle();
-  EXPECT_NE(edge(), shown);
+  EXPECT_EQ(edge(), RGB(0x90, 0x18, 0x20));
   capture.EnablePromptWindow(false);
   Settle();
   EXPECT_EQ(edge(), RGB(0x20, 0x30, 0x40));
