@@ -40,8 +40,7 @@ class HandLoop {
   }
 
   bool Capture() {
-    if (!m_argb ||
-        !BitBlt(m_memory, 0, 0, m_width, m_height, m_screen, m_left, m_top, SRCCOPY)) {
+    if (!m_argb || !BitBlt(m_memory, 0, 0, m_width, m_height, m_screen, m_left, m_top, SRCCOPY)) {
       return false;
     }
     GdiFlush();

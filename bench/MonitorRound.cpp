@@ -40,9 +40,7 @@ double TimesHandLoop(Round round, int turns, double (*byHand)(const Round&)) {
 
 double FirstPictureWithWaits(Round round, double (*byHand)(const Round&)) {
   round.picture = PictureSize(round);
-  round.micros = [] {
-    return ProcessMicros() + ClockMicros();
-  };
+  round.micros = [] { return ProcessMicros() + ClockMicros(); };
   return FirstPictureMillis(round, byHand);
 }
 

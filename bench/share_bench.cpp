@@ -60,8 +60,7 @@ double WindowTimesHandLoop() {
 double WindowTickMicros() {
   const RECT rect = Centred(160, 120);
   const qx::test::ColorWindow window(rect, kWindowColor);
-  const Micros micros = MeasureGdi(
-      {.rect = rect, .window = window.Handle(), .watchWindow = true});
+  const Micros micros = MeasureGdi({.rect = rect, .window = window.Handle(), .watchWindow = true});
   return micros.library - micros.hand;
 }
 

@@ -257,8 +257,7 @@ class Device final : public ComImplementation<ID3D11Device, IDXGIDevice> {
     if (texture == nullptr) return S_FALSE;
     auto content = std::make_shared<TextureContent>(*desc);
     if (desc->Usage == D3D11_USAGE_STAGING) {
-      content = pictures::Count(
-          content, std::size_t{desc->Width} * desc->Height * kPixelSize);
+      content = pictures::Count(content, std::size_t{desc->Width} * desc->Height * kPixelSize);
     }
     for (UINT y = 0; data != nullptr && y < desc->Height; ++y) {
       std::memcpy(content->image().Row(static_cast<int>(y)),

@@ -192,7 +192,8 @@ class Device final : public ComImplementation<IDirect3DDevice9Ex> {
       return notProvided("a surface of this format");
     auto content = std::make_shared<SurfaceContent>(desc, lockable);
     if (desc.Pool == D3DPOOL_SYSTEMMEM) {
-      content = pictures::Count(content, std::size_t{desc.Width} * desc.Height * sizeof(std::uint32_t));
+      content =
+          pictures::Count(content, std::size_t{desc.Width} * desc.Height * sizeof(std::uint32_t));
     }
     *surface = new Surface(this, m_rule, content, call);
     return D3D_OK;
