@@ -77,26 +77,6 @@ TEST_F(HostShareTest, ListsMonitorsAsTheSystemKnowsThem) {
   EXPECT_EQ(answer.count, desktops.size());
 }
 
-TEST_F(HostShareTest, RefusesWrongCallsAndWorksAfterwards) {
-  capture.ShareStop();
-  for (const int id : {0x7FFFFFF1, -1}) {
-    EXPECT_FALSE(capture.ShareDesktop(nullptr, id, &host, error));
-    EXPECT_EQ(error, IScreenCapture::ShareErrorTargetMissing);
-  }
-  EXPECT_EQ(host.Events(true), std::vector<std::string>{});
-  for (int round = 0; round < 2; ++round) {
-    host.Forget();
-    ASSERT_TRUE(share(&host)) << log.Dump();
-    EXPECT_FALSE(share(&host));
-    EXPECT_EQ(error, IScreenCapture::ShareErrorTaskRunning);
-    EXPECT_TRUE(host.WaitFor("frame", 2)) << log.Dump();
-    capture.ShareStop();
-  }
-  IScreenCapture::CaptureRect rect = {};
-  capture.GetCaptureRect(rect);
-  EXPECT_EQ(rect.width, -1);
-}
-
 TEST_F(HostShareTest, TellsTheShareInOrderAndNothingAfterItsEndBesideAnotherOne) {
   ScreenCapture other;
   other.SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormatI420);

@@ -46,11 +46,13 @@ struct PlainCapture : ScreenCapture {
     EnablePromptWindow(false);
     EnableCaptureCursor(false);
   }
+  // These, and no others.
   void Exclude(const std::vector<HWND>& windows) {
     std::vector<FilterWindowInfo> list;
     for (const HWND window : windows) {
       list.emplace_back().window = window;
     }
+    ClearExcludeWindows();
     SetExcludeWindows(list.data(), static_cast<int>(list.size()));
   }
 };

@@ -43,7 +43,7 @@ class EveryEngine : public ShareTest, public testing::WithParamInterface<Machine
 
   static bool sharesWindow() { return GetParam().sharesWindow; }
 
-  // Up to a picture, which some engines look at first.
+  // Up to a picture: some engines look at the first one, or settle what to leave out.
   void begin() {
     host.Forget();
     if (sharesWindow()) {
@@ -51,7 +51,7 @@ class EveryEngine : public ShareTest, public testing::WithParamInterface<Machine
     } else {
       start();
     }
-    tick(2);
+    tick(15);
     ASSERT_EQ(host.Engines(), Engines{GetParam().engine}) << log.Dump();
   }
   void paint(std::uint32_t rgb) {
@@ -84,10 +84,9 @@ TEST_P(EveryEngine, ShowsWhatChangesRepeatsWhatDoesNotAndKeepsToTheLimit) {
   EXPECT_TRUE(shows(kOtherColor, {20, 30, 120, 110}));
 
   limitTo(sharesWindow() ? 50 : 160, sharesWindow() ? 40 : 100);
-  for (const std::uint32_t color : {kOtherColor, kColor}) {  // the limit comes after a picture
-    tick();
+  for (const std::uint32_t color : {kColor, kOtherColor, kColor}) {  // it comes after a picture
     paint(color);
-    tick();
+    tick(2);
   }
   EXPECT_EQ(frameSize(), sharesWindow() ? "50x40 of 100x80" : "160x100 of 320x200");
   EXPECT_TRUE(shows(kColor, {10, 15, 60, 55}));
@@ -127,7 +126,9 @@ TEST_P(EveryEngine, TakesNoMemoryForFramesOfTheSameSize) {
     const std::uint64_t textures = Count("ID3D11Device::CreateTexture2D");
     const LibraryAllocations allocations;
     run(20);
-    EXPECT_LE(Count("ID3D11Device::CreateTexture2D") - textures, 20u) << "one for the scaler";
+    if (GetParam().engine == kWgc) {
+      EXPECT_LE(Count("ID3D11Device::CreateTexture2D") - textures, 20u) << "one for the scaler";
+    }
     tick(20);  // nothing changes
     EXPECT_EQ(allocations.count(), 0) << allocations.where();
     EXPECT_EQ(host.FrameCount(), 40);
@@ -141,6 +142,7 @@ TEST_P(EveryEngine, TakesNoMemoryForFramesOfTheSameSize) {
 }
 
 class EveryMonitorEngine : public EveryEngine {};
+class EveryCopyOfTheScreen : public EveryEngine {};
 
 TEST_P(EveryMonitorEngine, ChangesOfTheMonitorAreFollowedAndToldOnceUntilItIsUnplugged) {
   capture.EnablePromptWindow(true);
@@ -182,7 +184,7 @@ TEST_P(EveryMonitorEngine, ChangesOfTheMonitorAreFollowedAndToldOnceUntilItIsUnp
   begin();
 }
 
-TEST_P(EveryMonitorEngine, SecureDesktopSuspendsTheShareAndItsEngineComesBack) {
+TEST_P(EveryCopyOfTheScreen, SecureDesktopSuspendsTheShareAndItsEngineComesBack) {
   begin();
   host.Forget();
   SetSecureDesktop(true);
@@ -224,22 +226,23 @@ TEST_P(EveryMonitorEngine, LackOfMemoryRepeatsTheLastPictureUntilThereIsSome) {
 
 std::string NameOf(const testing::TestParamInfo<Machine>& test) { return test.param.name; }
 
-constexpr Machine kMonitors[] = {{"Windows7Classic", kWindows7, false, kBitBlt},
-                                 {"Windows7", kWindows7, true, kBitBlt},
-                                 {"Windows8", kWindows8, true, kBitBlt},
-                                 {"Windows81", kWindows81, true, kDxgi},
-                                 {"Windows10", kWindows10, true, kDxgi},
-                                 {"Windows10Magnifier", kWindows10, true, kMag},
-                                 {"Windows11", kWindows11, true, kDxgi},
-                                 {"Windows11GraphicsCapture", kWindows11, true, kWgc}};
+constexpr Machine kMonitors[] = {
+    {"Windows7Classic", kWindows7, false, kBitBlt}, {"Windows7", kWindows7, true, kBitBlt},
+    {"Windows8", kWindows8, true, kBitBlt},         {"Windows81", kWindows81, true, kDxgi},
+    {"Windows10", kWindows10, true, kDxgi},         {"Windows10Magnifier", kWindows10, true, kMag},
+    {"Windows11", kWindows11, true, kDxgi}};
+constexpr Machine kSessions[] = {{"Windows11GraphicsCapture", kWindows11, true, kWgc}};
 constexpr Machine kWindows[] = {{"Windows7ClassicWindow", kWindows7, false, kBitBlt, true},
                                 {"Windows10Window", kWindows10, true, kPrint, true},
                                 {"Windows10MagnifiedWindow", kWindows10, true, kMag, true},
                                 {"Windows11Window", kWindows11, true, kWgc, true}};
 
 INSTANTIATE_TEST_SUITE_P(Monitors, EveryEngine, testing::ValuesIn(kMonitors), NameOf);
+INSTANTIATE_TEST_SUITE_P(Sessions, EveryEngine, testing::ValuesIn(kSessions), NameOf);
 INSTANTIATE_TEST_SUITE_P(Windows, EveryEngine, testing::ValuesIn(kWindows), NameOf);
 INSTANTIATE_TEST_SUITE_P(Monitors, EveryMonitorEngine, testing::ValuesIn(kMonitors), NameOf);
+INSTANTIATE_TEST_SUITE_P(Sessions, EveryMonitorEngine, testing::ValuesIn(kSessions), NameOf);
+INSTANTIATE_TEST_SUITE_P(Monitors, EveryCopyOfTheScreen, testing::ValuesIn(kMonitors), NameOf);
 
 }  // namespace
 }  // namespace qx::test

@@ -1,4 +1,5 @@
 // What happens to a share when its monitor, the session or the desktop changes.
+#include <string>
 #include <utility>
 
 #include "tests/share/ShareTest.h"
@@ -26,24 +27,29 @@ TEST_F(ShareTest, MonitorsThatAreTooSmallGiveNoFramesAndNoFailure) {
   EXPECT_EQ(host.LastFrame().width, 100);
 }
 
-TEST_F(ShareTest, LockedScreenEndsTheShareOnlyWhenACaptureFails) {
-  for (const auto& version : {kWindows10, kWindows7}) {  // which tells it the other way round
-    SetVersion(version);
-    host.Forget();
-    start();
-    FailNth("BitBlt", 1, {ERROR_ACCESS_DENIED, E_FAIL});
-    tick();
-    EXPECT_EQ(host.Count("stop"), 0) << "unlocked: the share goes on";
-    LockSession(true);
-    EXPECT_TRUE(nextFrameShows({})) << "a capture that works goes on";
-    FailNth("BitBlt", 1, {ERROR_ACCESS_DENIED, E_FAIL});
-    tick(3);
-    EXPECT_EQ(host.Count("stop"), 1);
-    EXPECT_TRUE(log.Has(4, "screen lock, stop share")) << log.Dump();
-    capture.ShareStop();
-    LockSession(false);
-  }
+class LockedScreen : public ShareTest, public testing::WithParamInterface<vwin::Version> {
+ protected:
+  LockedScreen() { SetVersion(GetParam()); }
+};
+
+TEST_P(LockedScreen, EndsTheShareOnlyWhenACaptureFails) {
+  start();
+  FailNth("BitBlt", 1, {ERROR_ACCESS_DENIED, E_FAIL});
+  tick();
+  EXPECT_EQ(host.Count("stop"), 0) << "unlocked: the share goes on";
+  LockSession(true);
+  EXPECT_TRUE(nextFrameShows({})) << "a capture that works goes on";
+  FailNth("BitBlt", 1, {ERROR_ACCESS_DENIED, E_FAIL});
+  tick(3);
+  EXPECT_EQ(host.Count("stop"), 1);
+  EXPECT_TRUE(log.Has(4, "screen lock, stop share")) << log.Dump();
 }
+
+// Windows 7 tells it the other way round.
+INSTANTIATE_TEST_SUITE_P(Versions, LockedScreen, testing::Values(kWindows7, kWindows10),
+                         [](const auto& test) {
+                           return "Windows" + std::to_string(test.param.major);
+                         });
 
 TEST_F(ShareTest, FailingEngineIsRestartedAtThreeSixNineAndGivenUpAtTen) {
   start();

@@ -177,7 +177,8 @@ TEST_P(SystemsTest, WindowThatPrintsItselfIsWholeAndTheScreenHoldsThePartAboveTh
   EXPECT_EQ(host.Events(), (Events{rect, "pause 4", "resume"})) << "what the audience sees";
 }
 
-INSTANTIATE_TEST_SUITE_P(Copies, SystemsTest, testing::Bool());
+INSTANTIATE_TEST_SUITE_P(Engines, SystemsTest, testing::Bool(),
+                         [](const auto& test) { return test.param ? "Copied" : "Printed"; });
 
 TEST_F(WindowShareTest, CoveringWindowsAreCutOutUnlessIncluded) {
   useClassicWindows7();
