@@ -124,12 +124,6 @@ void SharesAMonitor(void) {
   DestroyWindow(window);
 }
 
-/* From Windows 8 on the window manager says where a window is; Wine 8's does not. */
-static bool systemTellsRectangle(HWND window) {
-  RECT rect;
-  return DwmGetWindowAttribute(window, kExtendedFrameBounds, &rect, sizeof(rect)) == 0;
-}
-
 void SharesAWindow(void) {
   static Listener listener;
   qx_screen_capture* capture = createWithDirtyInfo();
@@ -137,8 +131,8 @@ void SharesAWindow(void) {
   listener.capture = capture;
   qx_share_error error = QX_SHARE_ERROR_NONE;
   if (qx_share_window(capture, &listener, IdOf(main), &kListener, &error) != QX_OK) {
-    CHECK(error == QX_SHARE_ERROR_START_FAILED && !systemTellsRectangle(main));
-    Say("  this system does not tell where a window is\n");
+    CHECK(error == QX_SHARE_ERROR_START_FAILED && !SystemTellsRectangle(main));
+    Say("  not here: this system does not tell where a window is\n");
     CHECK(ToldInAll(&listener) == 0);
     DestroyWindow(main);
     CHECK(qx_destroy(capture) == QX_OK);
