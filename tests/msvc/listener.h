@@ -17,7 +17,7 @@ typedef struct {
   atomic_int reason; /* of the last pause */
   atomic_int window; /* of the last on_share_window_changed */
   atomic_int i420Frames;
-  atomic_int width;         /* of the last frame */
+  atomic_int width, pixels; /* of the last frame */
   atomic_int coloredFrames; /* whose pixel at 10, 10 from `x`, `y` has the windows' colour */
   atomic_int x, y;
   atomic_int left, top; /* of the last on_share_rect_changed */

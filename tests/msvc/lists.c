@@ -127,11 +127,15 @@ void ListsMonitorsAndWindows(void) {
   CHECK(WaitFor(&monitors.calls, 4));
 
   const HWND window = OpenWindow(L"Plain", kTitle, &kWindowRect);
-  CHECK(listed(capture, window));
-  CHECK(Equal(qx_get_window_title(capture, IdOf(window)), kTitleUtf8));
-  const char* icon = qx_get_window_icon(capture, IdOf(window));
-  CHECK(icon != NULL && (icon[0] == '\0' || BeginsWith(icon, DATA_URL)));
-  leavesOut(capture, window);
+  if (SystemTellsRectangle(window)) {
+    CHECK(listed(capture, window));
+    CHECK(Equal(qx_get_window_title(capture, IdOf(window)), kTitleUtf8));
+    const char* icon = qx_get_window_icon(capture, IdOf(window));
+    CHECK(icon != NULL && (icon[0] == '\0' || BeginsWith(icon, DATA_URL)));
+    leavesOut(capture, window);
+  } else {
+    Say("  windows not here: this system does not tell where one is\n");
+  }
   DestroyWindow(window);
   CHECK(!listed(capture, window));
 

@@ -135,3 +135,11 @@ HWND OpenWindow(const wchar_t* className, const wchar_t* title, const RECT* rect
 }
 
 int32_t IdOf(HWND window) { return (int32_t)(intptr_t)window; }
+
+bool SystemTellsRectangle(HWND window) {
+  RECT rect;
+  /* The major number stands in the lowest byte, the minor one above it. */
+  const uint32_t version = GetVersion();
+  const bool windows7 = (version & 0xFF) == 6 && (version >> 8 & 0xFF) == 1;
+  return windows7 || DwmGetWindowAttribute(window, kExtendedFrameBounds, &rect, sizeof(rect)) == 0;
+}

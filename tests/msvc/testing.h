@@ -32,3 +32,5 @@ enum { kWindowColor = 0xFF2878 };
 /* A window without a frame, in one colour, above the others. */
 HWND OpenWindow(const wchar_t* className, const wchar_t* title, const RECT* rect);
 int32_t IdOf(HWND window);
+/* From Windows 8 on the window manager says where a window is; Wine 8's does not. */
+bool SystemTellsRectangle(HWND window);

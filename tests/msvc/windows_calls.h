@@ -65,6 +65,7 @@ CALL HANDLE GetModuleHandleW(const wchar_t* name);
 CALL HANDLE GetStdHandle(int32_t which);
 CALL void GetSystemTimeAsFileTime(uint64_t* time);
 CALL uint64_t GetTickCount64(void);
+CALL uint32_t GetVersion(void);
 CALL BOOL WriteFile(HANDLE file, const void* bytes, uint32_t count, uint32_t* written, void* more);
 
 /* user32 */
