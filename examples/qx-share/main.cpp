@@ -2,6 +2,7 @@
 // one, and tells, shows or saves what arrives.
 #include <algorithm>
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -23,6 +24,8 @@
 #include "thumbnails.h"
 
 namespace {
+
+constexpr double kSettingSeconds = 0.8;
 
 constexpr int kExitWrongUsage = 2;
 constexpr int kExitNotStarted = 3;  // also: nothing was chosen
@@ -260,6 +263,21 @@ bool StartShare(IScreenCapture& capture, const Target& target, Recorder& recorde
   return started;
 }
 
+// One after the other, so that what each does can be seen.
+void ChangeSettings(IScreenCapture& capture, Recorder& recorder) {
+  const std::function<void()> changes[] = {
+      [&] { capture.SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormatI420); },
+      [&] { capture.SetCaptureFrameResolutionLimit(LimitTo(640, 360)); },
+      [&] { capture.SetCaptureFrameResolutionLimit(LimitTo(1280, 720)); },
+      [&] { capture.EnableCaptureCursor(false); },
+      [&] { capture.EnableCaptureCursor(true); },
+  };
+  for (const auto& change : changes) {
+    recorder.WaitForEnd(kSettingSeconds);
+    change();
+  }
+}
+
 int RunShare(IScreenCapture& capture, const Options& options) {
   const std::optional<Target> target = ChooseTarget(capture, options);
   if (!target) {
@@ -276,6 +294,9 @@ int RunShare(IScreenCapture& capture, const Options& options) {
   ApplySettings(capture, options);
   if (!StartShare(capture, *target, recorder)) {
     return kExitNotStarted;
+  }
+  if (options.changeSettings) {
+    ChangeSettings(capture, recorder);
   }
   recorder.WaitForEnd(options.seconds);
   capture.ShareStop();

@@ -6,7 +6,6 @@
 #include <functional>
 #include <map>
 #include <stdexcept>
-#include <tuple>
 #include <utility>
 
 namespace {
@@ -54,10 +53,8 @@ std::pair<std::uint32_t, std::uint32_t> ParseSize(const std::string& option,
 
 IScreenCapture::ScreenFrameResolutionLimit ParseLimit(const std::string& option,
                                                       const std::string& text) {
-  IScreenCapture::ScreenFrameResolutionLimit limit;
-  std::tie(limit.maxScreenWidth, limit.maxScreenHeight) = ParseSize(option, text, 16384);
-  limit.maxScreenPixels = limit.maxScreenWidth * limit.maxScreenHeight;
-  return limit;
+  const auto [width, height] = ParseSize(option, text, 16384);
+  return LimitTo(width, height);
 }
 
 ThumbnailSize ParseThumbnailSize(const std::string& option, const std::string& text) {
@@ -95,6 +92,7 @@ SceneKind ParseScene(const std::string& option, const std::string& text) {
       {"turned", SceneKind::Turned},
       {"mode-change", SceneKind::ModeChange},
       {"windows-11", SceneKind::Windows11},
+      {"still", SceneKind::Still},
   };
   const auto found = kinds.find(text);
   if (found == kinds.end()) {
@@ -259,6 +257,7 @@ class Parser {
         {"--include-title",
          {kShares, [](P p, N n) { p.m_options.includedTitles.push_back(p.text(n, "a title")); }}},
         {"--dynamic", {kShares, [](P p, N) { p.m_options.dynamic = true; }}},
+        {"--change-settings", {kShares, [](P p, N) { p.m_options.changeSettings = true; }}},
         {"--dirty", {kShares, [](P p, N) { p.m_options.dirty = true; }}},
         {"--save", {kShares, [](P p, N n) { p.m_options.saveDirectory = p.path(n); }}},
         {"--beside", {kShares, [](P p, N) { p.m_options.beside = true; }}},
@@ -304,6 +303,14 @@ class Parser {
 
 }  // namespace
 
+IScreenCapture::ScreenFrameResolutionLimit LimitTo(std::uint64_t width, std::uint64_t height) {
+  IScreenCapture::ScreenFrameResolutionLimit limit;
+  limit.maxScreenWidth = width;
+  limit.maxScreenHeight = height;
+  limit.maxScreenPixels = width * height;
+  return limit;
+}
+
 std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, std::string& error) {
   try {
     return Parser(arguments).Parse();
@@ -324,7 +331,7 @@ const char* UsageText() {
          "       [--engines dxgi,wgc,mag,gdi,print] [--wgc-first]\n"
          "       [--no-cursor] [--no-prompt] [--no-filter]\n"
          "       [--exclude-pid P] [--exclude-window H] [--exclude-title TITLE]\n"
-         "       [--include-title TITLE] [--dynamic] [--dirty]\n"
+         "       [--include-title TITLE] [--dynamic] [--dirty] [--change-settings]\n"
          "       [--save DIR [--beside]] [--y4m FILE] [--json] [--events FILE] [--log FILE]\n"
          "doctor tries each engine on each monitor for half a second and tells what became of\n"
          "       it, and why.\n"
@@ -334,9 +341,11 @@ const char* UsageText() {
          "--dirty tells of each frame how many rectangles of the screen have changed and how\n"
          "       large they are together, in percent, where the engine knows. The dxgi engine\n"
          "       gathers them with --no-filter only; without it, it tells of none.\n"
+         "--change-settings first turns the format to i420, limits the frames to 640x360, then\n"
+         "       to 1280x720, and turns the cursor off and on, 0.8 seconds apart.\n"
          "--exclude-title and --include-title take the whole title of a window on the list.\n"
          "--beside, on virtual Windows only, saves beside each frame what was on the screen.\n"
          "--scene NAME, with any command, on virtual Windows only: what there is to see is\n"
-         "       color-cursor, monochrome-cursor, masked-cursor, turned, mode-change or\n"
-         "       windows-11\n";
+         "       color-cursor, monochrome-cursor, masked-cursor, turned, mode-change,\n"
+         "       windows-11 or still\n";
 }

@@ -34,11 +34,11 @@ static void QX_CALL find_primary(const qx_desktop_info* desktops, int32_t count,
   }
 }
 
-/* Takes frames until there were ten. */
+/* Takes frames until there were five. */
 static const char* take_frames(qx_queue* queue, const qx_desktop_info* monitor) {
   int frames = 0;
   int events = 0;
-  while (frames < 10) {
+  while (frames < 5) {
     qx_event event = {0};
     qx_frame* frame = NULL;
     event.size = sizeof event;

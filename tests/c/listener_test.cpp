@@ -88,6 +88,8 @@ TEST_F(CShareTest, AListenerMayHaveAFewFunctions) {
   startC(monitor(), older);
   qx_share_pause(c);
   tick(3);
+  qx_share_resume(c);
+  tick(3);
   EXPECT_EQ(cHost.Events(true), (Events{"start", "pause 2"}));
 }
 

@@ -194,6 +194,7 @@ TEST_F(QueueTest, MayGoWhileItIsSharedInto) {
   // From the middle of a share: who waits is told.
   qx_result waited = QX_OK;
   events();
+  const auto before = Now();
   AtNth("BitBlt", 2, [&] { qx_queue_destroy(queue); });
   while (waited == QX_OK) {
     waited = qx_queue_wait(queue, 5000);
@@ -203,6 +204,7 @@ TEST_F(QueueTest, MayGoWhileItIsSharedInto) {
     }
   }
   EXPECT_EQ(waited, QX_ERROR_OBJECT);
+  EXPECT_LT(Now() - before, 1s);
   tick(3);
   qx_event event = {};
   event.size = sizeof(event);

@@ -1,7 +1,9 @@
 // Hosts that are slow, call back into the library, throw, or go away.
 #include <atomic>
 #include <barrier>
+#include <set>
 #include <stdexcept>
+#include <string>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -12,7 +14,67 @@ namespace qx::test {
 namespace {
 
 using namespace vwin::control;
-using Events = std::vector<std::string>;
+
+TEST_F(ShareTest, TheStartIsToldOnTheHostsThreadAndAllElseOnTheCaptureThread) {
+  const DWORD caller = GetCurrentThreadId();
+  std::set<DWORD> captureThreads;
+  std::set<std::string> heard;  // there
+  Events heardHere;
+  host.onEvent = [&](const std::string& event) {
+    const std::string operation = event.substr(0, event.find(' '));
+    if (GetCurrentThreadId() == caller) {
+      heardHere.push_back(operation);
+    } else {
+      captureThreads.insert(GetCurrentThreadId());
+      heard.insert(operation);
+    }
+  };
+  capture.SetScreenCaptureConfig({.GetDirtyRectInfo = true});
+  start();
+  SetMonitorRect(monitor(), {0, 0, 300, 180});
+  RenewMonitorHandle(monitor());
+  tick(2);
+  capture.SharePause();
+  Advance(5s);
+  capture.ShareResume();
+  tick(2);
+  capture.EnableFilterWindowWhenShareDesktop(false);
+  FailNth("BitBlt", 1, {ERROR_GEN_FAILURE, E_FAIL}, Repeat::kOnward);
+  tick(12);
+  ClearFaults();
+  EXPECT_EQ(captureThreads.size(), 1u);
+  capture.ShareStop();
+
+  AddProcess(7100, L"C:\\powerpnt.exe");
+  const HWND window = OpenWindow({.title = L"Report - Slides",
+                                  .className = L"PPTFrameClass",
+                                  .rect = {20, 10, 80, 60},
+                                  .processId = 7100});
+  startWindow(window);
+  const HWND show = OpenWindow({.title = L"Show - Report",
+                                .className = L"screenClass",
+                                .rect = {0, 0, 64, 48},
+                                .processId = 7100});
+  Advance(2s);
+  Close(window);
+  Close(show);
+  tick(2);
+  EXPECT_EQ(captureThreads.size(), 2u);
+  EXPECT_EQ(heardHere, (Events{"engine", "start", "engine", "start"}));
+  EXPECT_EQ(heard, (std::set<std::string>{"desktopChanged", "dirty", "engine", "firstFrame",
+                                          "frame", "pause", "rect", "resume", "statistics", "stop",
+                                          "windowChanged"}));
+}
+
+TEST_F(ShareTest, ClockThatIsSetBackHoldsUpNeitherFramesNorStatistics) {
+  start();
+  host.Forget();
+  SetSystemTime(SystemTime() - 1h);
+  Advance(10s);
+  EXPECT_EQ(host.FrameCount(), 150);
+  EXPECT_EQ(host.Count("statistics 15"), 2);
+  EXPECT_EQ(log.Count("capture frame cost too much time"), 0);
+}
 
 TEST_F(ShareTest, SlowListenerLosesTicksButNotTheShare) {
   std::chrono::milliseconds busy = 2500ms;
@@ -116,8 +178,7 @@ TEST(RunningShare, TakesSettingsFromTheHostWhileItsEngineFailsAndReturns) {
   ShareRecorder host(nullptr);
   IScreenCapture::ShareError error = {};
   capture.SetCaptureFPS(30);
-  const int id = static_cast<int>(reinterpret_cast<std::intptr_t>(PrimaryMonitor()));
-  ASSERT_TRUE(capture.ShareDesktop(nullptr, id, &host, error));
+  ASSERT_TRUE(capture.ShareDesktop(nullptr, idOf(PrimaryMonitor()), &host, error));
 
   for (int round = 0; round < 60; ++round) {
     FailNth("BitBlt", 1 + static_cast<std::uint64_t>(round % 3), {ERROR_GEN_FAILURE, E_FAIL});
@@ -125,16 +186,11 @@ TEST(RunningShare, TakesSettingsFromTheHostWhileItsEngineFailsAndReturns) {
     capture.SetDynamicCheck(round % 2 == 0);
     capture.SetCaptureFPS(29 + round % 2);
     capture.EnablePromptWindow(round % 3 == 0);
-    IScreenCapture::ScreenCaptureConfig config;
-    config.KeepAliveInterval = static_cast<std::uint64_t>(100 + round);
-    config.MovedWindowStableKeepMinDuration = config.KeepAliveInterval;
-    config.scDynamicCheck = round % 2 == 0;
-    capture.SetScreenCaptureConfig(config);
-    if (round % 4 == 0) {
-      capture.SharePause();
-    } else {
-      capture.ShareResume();
-    }
+    const auto duration = static_cast<std::uint64_t>(100 + round);
+    capture.SetScreenCaptureConfig({.KeepAliveInterval = duration,
+                                    .MovedWindowStableKeepMinDuration = duration,
+                                    .scDynamicCheck = round % 2 == 0});
+    round % 4 == 0 ? capture.SharePause() : capture.ShareResume();
     IScreenCapture::CaptureRect rect = {};
     capture.GetCaptureRect(rect);
     EXPECT_EQ(rect.width, 64);

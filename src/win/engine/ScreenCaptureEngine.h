@@ -75,8 +75,10 @@ class ScreenCaptureEngine {
   // shows; false when a window draws itself, wherever it lies.
   virtual bool IsDesktopBased() const = 0;
 
-  // The picture of the last capture was not delivered: the next one must make another,
-  // and not say that nothing has changed.
+  // The picture of the last capture does not count any more: it was not delivered, or has
+  // another cursor or a smaller size than is wanted now. The engine makes another as soon
+  // as the system lets it, also of a screen that has not changed. Before its first picture
+  // there is nothing to do.
   virtual void DropPicture() {}
 
   // Whether the shared window has yet to answer; no capture can succeed meanwhile, and

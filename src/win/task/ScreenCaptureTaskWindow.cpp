@@ -163,14 +163,14 @@ bool ScreenCaptureTaskWindow::captureFrame(std::uint64_t nowMs, WindowCaptureSta
 }
 
 bool ScreenCaptureTaskWindow::capture(Shot& shot, WindowCaptureStatus& status) {
-  engine()->SetTargetSize(shot.targetWidth, shot.targetHeight);
+  aimEngine(shot);
   shot.timestamp = SystemMicros();
   auto result = CaptureResult::Failed;
   m_cutsOut = false;
   if (engine()->Capture(shot.rect.x, shot.rect.y, shot.rect.width, shot.rect.height,
                         delivery().Frame(), result)) {
     if (hasChangedMeanwhile()) {
-      engine()->DropPicture();
+      dropPicture();
     } else {
       delivery().DeliverCapture(settings(), shot);
     }

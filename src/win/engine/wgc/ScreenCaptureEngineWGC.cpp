@@ -105,13 +105,6 @@ bool ScreenCaptureEngineWGC::restart() {
   return Initialize();
 }
 
-void ScreenCaptureEngineWGC::SetTargetSize(std::int32_t width, std::int32_t height) {
-  if (width != m_targetWidth || height != m_targetHeight) {
-    ScreenCaptureEngine::SetTargetSize(width, height);
-    wantAnotherPicture();
-  }
-}
-
 void ScreenCaptureEngineWGC::ShowCursor(bool show) {
   const bool changed = show != m_showCursor;
   ScreenCaptureEngine::ShowCursor(show);

@@ -45,7 +45,6 @@ class ScreenCaptureEngineWGC : public ScreenCaptureEngine {
   CaptureEngineType GetEngineType() const override { return IScreenCapture::CaptureEngineWGC; }
   bool Capture(std::int32_t x, std::int32_t y, std::int32_t width, std::int32_t height,
                ScreenCaptureFrame& frame, CaptureResult& result) override;
-  void SetTargetSize(std::int32_t width, std::int32_t height) override;
   void ShowCursor(bool show) override;
   void SetDynamicCheck(bool check) override;
   bool IsDesktopBased() const override { return true; }
