@@ -31,8 +31,8 @@ class FailingLists : public ShareTest, public testing::WithParamInterface<bool> 
     SetVersion(isAsync() ? kWindows8 : kWindows10);
     AddProcess(7000, L"C:\\notes.exe");
     HWND owner = nullptr;
-    for (int i = 0; i < 10; ++i) {
-      const std::wstring title = i == 9 ? L"" : L"Window " + std::to_wstring(i);
+    for (int i = 0; i < 6; ++i) {
+      const std::wstring title = i == 5 ? L"" : L"Window " + std::to_wstring(i);
       const RECT rect = {i * 60, 0, i * 60 + 50, 40};
       owner = OpenWindow({.title = title,
                           .rect = rect,
@@ -44,6 +44,7 @@ class FailingLists : public ShareTest, public testing::WithParamInterface<bool> 
       all.push_back({idOf(owner), 7000, L"notes", title, rect});
     }
     capture.AddExcludeWindow({.type = 1, .titleRule = 1, .processId = 7000, .title = "Nothing"});
+    list();
   }
   ~FailingLists() override { CoUninitialize(); }
 
@@ -54,12 +55,10 @@ class FailingLists : public ShareTest, public testing::WithParamInterface<bool> 
     if (isAsync()) {
       capture.GetWindowListAsync(WindowList::Take, &lists.windows);
       Settle();
-      list();
       capture.GetWindowThumbnailAllAsync(16, 9, ThumbnailList::Take, &lists.windowThumbnails);
       capture.GetDesktopThumbnailAllAsync(16, 9, ThumbnailList::Take, &lists.monitorThumbnails);
       Advance(5s);
     } else {
-      list();
       capture.GetWindowList(WindowList::Take, &lists.windows);
       capture.GetWindowThumbnailAll(16, 9, ThumbnailList::Take, &lists.windowThumbnails);
       capture.GetDesktopThumbnailAll(16, 9, ThumbnailList::Take, &lists.monitorThumbnails);
@@ -118,7 +117,7 @@ TEST_P(FailingLists, GiveWholeRecordsAndEachIdOnceAndLeaveNothing) {
     EXPECT_EQ(HeldModules(), 0);
     EXPECT_TRUE(Misuses().empty()) << Misuses().front();
   }
-  EXPECT_GT(call, 300) << "the sweep went through all lists";
+  EXPECT_GT(call, 200) << "the sweep went through all lists";
 }
 
 INSTANTIATE_TEST_SUITE_P(Forms, FailingLists, testing::Bool(),
