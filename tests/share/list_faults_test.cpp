@@ -5,6 +5,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "data_url.h"
@@ -22,7 +23,9 @@ struct Lists {
   ThumbnailList monitorThumbnails;
 };
 
-class FailingLists : public ShareTest, public testing::WithParamInterface<bool> {
+constexpr int kParts = 8;  // of the sweep, for tests that take seconds
+
+class FailingLists : public ShareTest, public testing::WithParamInterface<std::tuple<bool, int>> {
  protected:
   // So that virtual desktops are asked about, on this thread at least.
   FailingLists() {
@@ -48,7 +51,7 @@ class FailingLists : public ShareTest, public testing::WithParamInterface<bool> 
   }
   ~FailingLists() override { CoUninitialize(); }
 
-  static bool isAsync() { return GetParam(); }
+  static bool isAsync() { return std::get<0>(GetParam()); }
 
   Lists listAll() {
     Lists lists;
@@ -91,8 +94,8 @@ TEST_P(FailingLists, GiveWholeRecordsAndEachIdOnceAndLeaveNothing) {
   ASSERT_EQ(good.windowThumbnails.Failed() + good.monitorThumbnails.Failed(), 0u) << log.Dump();
   const std::set<std::string> noList = {"EnumWindows", "_beginthreadex", "GetModuleHandleExW"};
   const LedgerSnapshot before = Snapshot();
-  int call = 1;
-  for (; !HasFailure(); ++call) {
+  int call = std::get<1>(GetParam());
+  for (; !HasFailure(); call += kParts) {
     ASSERT_LT(call, 5000);
     FailNthOfAll(static_cast<std::uint64_t>(call));
     const Lists lists = listAll();
@@ -120,8 +123,12 @@ TEST_P(FailingLists, GiveWholeRecordsAndEachIdOnceAndLeaveNothing) {
   EXPECT_GT(call, 200) << "the sweep went through all lists";
 }
 
-INSTANTIATE_TEST_SUITE_P(Forms, FailingLists, testing::Bool(),
-                         [](const auto& test) { return test.param ? "Async" : "Sync"; });
+INSTANTIATE_TEST_SUITE_P(Forms, FailingLists,
+                         testing::Combine(testing::Bool(), testing::Range(1, kParts + 1)),
+                         [](const auto& test) {
+                           return std::string(std::get<0>(test.param) ? "AsyncFrom" : "SyncFrom") +
+                                  std::to_string(std::get<1>(test.param));
+                         });
 
 }  // namespace
 }  // namespace qx::test

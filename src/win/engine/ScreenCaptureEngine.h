@@ -75,11 +75,14 @@ class ScreenCaptureEngine {
   // shows; false when a window draws itself, wherever it lies.
   virtual bool IsDesktopBased() const = 0;
 
-  // The picture of the last capture does not count any more: it was not delivered, or has
-  // another cursor or a smaller size than is wanted now. The engine makes another as soon
-  // as the system lets it, also of a screen that has not changed. Before its first picture
-  // there is nothing to do.
+  // The picture of the last capture was not delivered: the next one must make another,
+  // and not say that nothing has changed.
   virtual void DropPicture() {}
+
+  // The last picture has another cursor or a smaller size than is wanted now. It may be
+  // repeated, but the engine makes another as soon as the system lets it, also of a screen
+  // that has not changed. Before its first picture there is nothing to do.
+  virtual void WantAnotherPicture() {}
 
   // Whether the shared window has yet to answer; no capture can succeed meanwhile, and
   // that is no fault of the engine.

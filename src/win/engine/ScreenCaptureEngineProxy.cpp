@@ -186,6 +186,12 @@ void ScreenCaptureEngineProxy::DropPicture() {
   }
 }
 
+void ScreenCaptureEngineProxy::WantAnotherPicture() {
+  if (ScreenCaptureEngine* const engine = currentEngine()) {
+    engine->WantAnotherPicture();
+  }
+}
+
 bool ScreenCaptureEngineProxy::IsWaiting() const {
   const ScreenCaptureEngine* const engine = currentEngine();
   return engine && engine->IsWaiting();

@@ -74,6 +74,7 @@ class ScreenCaptureEngineProxy : public ScreenCaptureEngine {
   void SetDynamicCheck(bool check) override;
   bool IsDesktopBased() const override;
   void DropPicture() override;
+  void WantAnotherPicture() override;
   bool IsWaiting() const override;
 
  private:

@@ -368,7 +368,7 @@ void ScreenCaptureTask::destroyEngine() {
 void ScreenCaptureTask::aimEngine(const Shot& shot) {
   m_engine->SetTargetSize(shot.targetWidth, shot.targetHeight);
   if (m_delivery.NeedsAnotherPicture(m_settings, shot)) {
-    m_engine->DropPicture();
+    m_engine->WantAnotherPicture();
   }
 }
 

@@ -106,7 +106,7 @@ bool ScreenCaptureEngineDXGI::recreate(const RECT& monitorRect) {
 }
 
 // A duplication that has given no picture yet is about to.
-void ScreenCaptureEngineDXGI::DropPicture() {
+void ScreenCaptureEngineDXGI::WantAnotherPicture() {
   if (!m_checkBlackFrame) {
     m_anotherWanted = true;
     m_blackCheckFrame.Reset();

@@ -40,7 +40,7 @@ class ScreenCaptureEngineDXGI : public ScreenCaptureEngine {
   bool Capture(std::int32_t x, std::int32_t y, std::int32_t width, std::int32_t height,
                ScreenCaptureFrame& frame, CaptureResult& result) override;
   bool IsDesktopBased() const override { return true; }
-  void DropPicture() override;
+  void WantAnotherPicture() override;
 
  private:
   HRESULT acquireFrame(DXGI_OUTDUPL_FRAME_INFO& frameInfo, ComPtr<IDXGIResource>& resource);

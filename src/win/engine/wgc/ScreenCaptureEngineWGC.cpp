@@ -115,7 +115,7 @@ void ScreenCaptureEngineWGC::ShowCursor(bool show) {
     m_restartWanted = m_restartWanted || changed;
   } else if (changed) {
     m_cursorTime = MonotonicMicros();
-    wantAnotherPicture();
+    WantAnotherPicture();
   }
 }
 
@@ -129,11 +129,11 @@ void ScreenCaptureEngineWGC::SetDynamicCheck(bool check) {
 
 void ScreenCaptureEngineWGC::DropPicture() {
   m_pictureDropped = true;
-  wantAnotherPicture();
+  WantAnotherPicture();
 }
 
 // Every session begins with a picture, so a first one is not asked for.
-void ScreenCaptureEngineWGC::wantAnotherPicture() {
+void ScreenCaptureEngineWGC::WantAnotherPicture() {
   m_anotherWanted = !m_firstFrame;
   m_emptyCaptures = 0;
 }
@@ -281,7 +281,7 @@ bool ScreenCaptureEngineWGC::needsAnotherPicture(const RECT& rect) {
     m_pictureRect = rect;  // only the place is another one
     return false;
   }
-  wantAnotherPicture();
+  WantAnotherPicture();
   return true;
 }
 

@@ -49,6 +49,7 @@ class ScreenCaptureEngineWGC : public ScreenCaptureEngine {
   void SetDynamicCheck(bool check) override;
   bool IsDesktopBased() const override { return true; }
   void DropPicture() override;
+  void WantAnotherPicture() override;
 
  private:
   // Whether the screen has changed: not since some captures, or lately, or nobody can tell.
@@ -67,7 +68,6 @@ class ScreenCaptureEngineWGC : public ScreenCaptureEngine {
   void createDevice();
   bool capture(const RECT& rect, ScreenCaptureFrame& frame, CaptureResult& result);
   bool restart();
-  void wantAnotherPicture();
   bool showsOldCursor(const CapturedFrame& captured);
   Change checkForChange(const RECT& rect, ScreenCaptureFrame& frame);
   bool handleNoFrame(const RECT& rect, Change change, CaptureResult& result);
