@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "Rivals.h"
 #include "qx-screen-capture.h"
 
 namespace {
@@ -70,6 +71,7 @@ class Meter : public IScreenCapture::ShareListener {
     const bool wrong = frame->width != m_size.cx || frame->height != m_size.cy;
     if (m_count == kWarmUp + m_frames) {
       m_round.onEnd();
+      KeepLast(m_round, *frame);
     }
     if (m_count == kWarmUp + m_frames || wrong) {
       const std::scoped_lock lock(m_mutex);
@@ -155,9 +157,11 @@ LibraryFigures MeasureLibrary(const Round& round) {
   capture.SetScreenCaptureConfig(config);
 
   Meter meter(round);
+  const std::int32_t monitor = PrimaryMonitor(capture);
   IScreenCapture::ShareError error = IScreenCapture::ShareErrorNone;
+  round.onStart();
   const bool started = round.window == nullptr
-                           ? capture.ShareDesktop(nullptr, PrimaryMonitor(capture), &meter, error)
+                           ? capture.ShareDesktop(nullptr, monitor, &meter, error)
                            : capture.ShareWindow(nullptr, ToId(round.window), &meter, error);
   if (!started) {
     throw std::runtime_error("the share did not start: ShareError " + std::to_string(error));

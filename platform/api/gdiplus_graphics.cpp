@@ -4,7 +4,6 @@
 #include <gdiplus.h>
 
 #include "platform/model/Faults.h"
-#include "platform/model/Gdi.h"
 #include "platform/model/GdiPlus.h"
 #include "platform/model/Ledger.h"
 #include "platform/model/Rects.h"
@@ -20,18 +19,6 @@ GpStatus refused(Lock& lock, const void* handle, const char* misuse) {
 }
 
 }  // namespace
-
-extern "C" GpStatus WINAPI Gdiplus::DllExports::GdipCreateBitmapFromHBITMAP(HBITMAP from, HPALETTE,
-                                                                            GpBitmap** bitmap) {
-  VWIN_CALL(GdipCreateBitmapFromHBITMAP);
-  Lock lock;
-  if (!gdiplus::IsStarted(lock)) return GdiplusNotInitialized;
-  const auto found = gdi::FindBitmap(lock, from);
-  if (!found || !bitmap) return InvalidParameter;
-  if (fault) return OutOfMemory;
-  *bitmap = gdiplus::AddCopy(lock, found->surface);
-  return Ok;
-}
 
 extern "C" GpStatus WINAPI Gdiplus::DllExports::GdipGetImageGraphicsContext(GpImage* image,
                                                                             GpGraphics** graphics) {

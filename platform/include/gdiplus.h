@@ -80,8 +80,6 @@ extern "C" {
 // bytes apart.
 GpStatus WINAPI GdipCreateBitmapFromScan0(INT width, INT height, INT stride, PixelFormat format,
                                           BYTE* pixels, GpBitmap** bitmap);
-// A copy, without alpha.
-GpStatus WINAPI GdipCreateBitmapFromHBITMAP(HBITMAP from, HPALETTE palette, GpBitmap** bitmap);
 GpStatus WINAPI GdipDisposeImage(GpImage* image);
 // What draws on the image; to be deleted before it.
 GpStatus WINAPI GdipGetImageGraphicsContext(GpImage* image, GpGraphics** graphics);

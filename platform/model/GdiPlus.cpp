@@ -81,17 +81,6 @@ Gdiplus::GpBitmap* AddBitmap(Lock& lock, int width, int height, std::ptrdiff_t s
   return static_cast<Gdiplus::GpBitmap*>(handles::Add(lock, HandleKind::kImage, image, call));
 }
 
-Gdiplus::GpBitmap* AddCopy(Lock& lock, const Surface& surface) {
-  const auto copy = AddBitmap(lock, surface.width(), surface.height(), 0, false, nullptr,
-                              "GdipCreateBitmapFromHBITMAP");
-  const auto image = FindImage(lock, copy);
-  for (int y = 0; y < surface.height(); ++y) {
-    auto* const row = reinterpret_cast<std::uint32_t*>(image->pixels + y * image->stride);
-    for (int x = 0; x < surface.width(); ++x) row[x] = surface.At(x, y);
-  }
-  return copy;
-}
-
 std::shared_ptr<GdiPlusImage> FindImage(Lock& lock, const Gdiplus::GpImage* image) {
   return handles::Get<GdiPlusImage>(lock, HandleKind::kImage, image);
 }

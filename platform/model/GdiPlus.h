@@ -15,7 +15,6 @@
 
 #include "platform/model/HandleTable.h"
 #include "platform/model/Scheduler.h"
-#include "platform/model/Surface.h"
 
 namespace vwin {
 
@@ -42,8 +41,6 @@ bool IsStarted(Lock& lock);
 // A null `pixels` makes some, all 0. `call` is noted in the ledger.
 Gdiplus::GpBitmap* AddBitmap(Lock& lock, int width, int height, std::ptrdiff_t stride,
                              bool hasAlpha, BYTE* pixels, const char* call);
-// A copy of what the bitmap shows.
-Gdiplus::GpBitmap* AddCopy(Lock& lock, const Surface& surface);
 std::shared_ptr<GdiPlusImage> FindImage(Lock& lock, const Gdiplus::GpImage* image);
 // False for a stale one.
 bool Dispose(Lock& lock, const Gdiplus::GpImage* image);

@@ -1,5 +1,5 @@
 // The fixture of tests that build a desktop: one monitor of 200 x 100 at 0, 0, in
-// one colour, composition on. What a test opens is closed after it.
+// one colour, composition on.
 #pragma once
 
 #include <dwmapi.h>
@@ -19,23 +19,6 @@ class DesktopTest : public testing::Test {
     vwin::control::SetDesktopColor(kDesktop);
     vwin::control::SetMonitorRect(vwin::control::PrimaryMonitor(), {0, 0, 200, 100});
   }
-  void TearDown() override {
-    for (const HWND window : m_opened) {
-      if (IsWindow(window)) vwin::control::Close(window);
-    }
-    for (const HMONITOR monitor : vwin::control::Monitors()) {
-      if (monitor != vwin::control::PrimaryMonitor()) vwin::control::RemoveMonitor(monitor);
-    }
-    vwin::control::SetMonitorRect(vwin::control::PrimaryMonitor(), {0, 0, 1920, 1080});
-    vwin::control::SetComposition(true);
-    vwin::control::SetSecureDesktop(false);
-    vwin::control::SetVersion(vwin::control::kWindows10);
-  }
-
-  HWND open(const vwin::control::WindowSpec& wanted) {
-    m_opened.push_back(vwin::control::OpenWindow(wanted));
-    return m_opened.back();
-  }
 
   // One pixel as BitBlt of the screen gives it.
   static std::uint32_t screenAt(int x, int y, DWORD operation = SRCCOPY) {
@@ -44,9 +27,6 @@ class DesktopTest : public testing::Test {
     EXPECT_TRUE(picture.CopyScreen(x, y, operation));
     return picture.At(0, 0);
   }
-
- private:
-  std::vector<HWND> m_opened;
 };
 
 }  // namespace qx::test

@@ -77,11 +77,6 @@ inline std::vector<std::uint32_t> PixelsOf(IDirect3DDevice9* device, IDirect3DSu
 class Direct3D9 : public testing::Test, protected Direct3D9Device {
  protected:
   static constexpr D3DFORMAT kFormat = D3DFMT_A8R8G8B8;
-  static constexpr D3DCOLOR kRed = 0xFFC81E0A;
-  static constexpr D3DCOLOR kGreen = 0x8014B428;
-  static constexpr D3DCOLOR kBlue = 0xFF0A28DC;
-  static constexpr D3DCOLOR kWhite = 0xFFFAFBFC;
-
   void SetUp() override { Open(); }
   void TearDown() override {
     for (IDirect3DSurface9* surface : m_surfaces) surface->Release();
@@ -101,18 +96,6 @@ class Direct3D9 : public testing::Test, protected Direct3D9Device {
                                                     &surface, nullptr),
               D3D_OK);
     return kept(surface);
-  }
-  // Red and green above blue and white.
-  IDirect3DSurface9* quarters(LONG width, LONG height) {
-    IDirect3DSurface9* surface = target(static_cast<UINT>(width), static_cast<UINT>(height));
-    const RECT parts[] = {{0, 0, width / 2, height / 2},
-                          {width / 2, 0, width, height / 2},
-                          {0, height / 2, width / 2, height},
-                          {width / 2, height / 2, width, height}};
-    const D3DCOLOR colors[] = {kRed, kGreen, kBlue, kWhite};
-    for (int i = 0; i < 4; ++i)
-      EXPECT_EQ(m_device->ColorFill(surface, &parts[i], colors[i]), D3D_OK);
-    return surface;
   }
   std::vector<std::uint32_t> pixelsOf(IDirect3DSurface9* surface) {
     return PixelsOf(m_device, surface);

@@ -106,7 +106,6 @@ class TestWindow {
   }
 
   static constexpr const wchar_t* kClass = L"PlatformTestWindow";
-  std::function<void()> onPaint;  // called after each painting
   // Answers messages from WM_USER on.
   std::function<LRESULT(UINT message, WPARAM wParam, LPARAM lParam)> onMessage;
   int paints = 0;
@@ -140,7 +139,6 @@ class TestWindow {
     EndPaint(m_handle, &paint);
     ++paints;
     lastPaint = paint.rcPaint;
-    if (onPaint) onPaint();
   }
 
   COLORREF m_color;

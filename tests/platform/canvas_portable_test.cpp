@@ -10,7 +10,6 @@
 #include <cstdint>
 #include <vector>
 
-#include "tests/platform/TestWindow.h"
 #include "tests/support/PngReader.h"
 
 namespace qx::test {
@@ -106,21 +105,6 @@ TEST_F(Canvases, TakePicturesOverWhatIsThere) {
   EXPECT_NEAR(static_cast<int>(at(1, 0) & 0xFF), 0x7F, 1);
   EXPECT_EQ(at(2, 0), kGreen);
   EXPECT_EQ(at(3, 0), 0xFF0000FF);
-}
-
-TEST_F(Canvases, CopyBitmapsOfGdiAndMayHaveNoAlpha) {
-  TestBitmap bitmap(4, 4);
-  bitmap.Fill({0, 0, 4, 4}, RGB(0xC8, 0x1E, 0x0A));
-  ASSERT_EQ(GdipCreateBitmapFromHBITMAP(bitmap.bitmap(), nullptr, &m_image), Ok);
-  bitmap.Fill({0, 0, 4, 4}, RGB(1, 2, 3));
-  makeCanvas(5, 4, PixelFormat32bppRGB, kClearWhite);
-  EXPECT_EQ(draw(0, 0, 4, 4), Ok);
-  EXPECT_EQ(at(2, 2), kRed) << "a copy, and opaque";
-  EXPECT_EQ(at(4, 2), 0xFF000000) << "cleared with what is transparent";
-  GpBitmap* none = nullptr;
-  EXPECT_EQ(GdipCreateBitmapFromHBITMAP(nullptr, nullptr, &none), InvalidParameter);
-  EXPECT_EQ(GdipGraphicsClear(nullptr, 0), InvalidParameter);
-  EXPECT_EQ(GdipDrawImageRectI(m_canvas, nullptr, 0, 0, 2, 2), InvalidParameter);
 }
 
 }  // namespace

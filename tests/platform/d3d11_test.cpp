@@ -204,25 +204,6 @@ TEST_F(D3D11Test, LooksAtMorePlacesAlongTheLongerSide) {
   EXPECT_EQ(middle(isInner), 0xFF) << "only at the two in the middle";
 }
 
-TEST_F(D3D11Test, DrawsFrontsWithinTheViewport) {
-  const CardPicture white = MakePicture(4, 4, [](int, int) { return 0xFFFFFFFF; });
-  const CardPicture black = MakePicture(10, 8, [](int, int) { return 0xFF000000; });
-  const CardPicture part = MakePicture(
-      10, 8, [](int x, int y) { return x >= 2 && x < 7 && y >= 1 ? 0xFFFFFFFF : 0xFF000000; });
-  const D3D11_VIEWPORT viewport = {2, 1, 5, 9, 0, 1};
-  Vertices large = Quad();
-  for (Vertex& vertex : large) vertex.x *= 4, vertex.y *= 4;
-  const Vertices back = {large[1], large[0], large[3], large[2]};  // turns counter-clockwise
-  Vertices near = large;
-  Vertices far = large;
-  for (Vertex& vertex : near) vertex.z = -0.5f;
-  for (Vertex& vertex : far) vertex.z = 1.5f;
-  for (const Vertices& unseen : {back, AsTriangles(back), near, far})
-    EXPECT_EQ(Distance(draw(white, unseen, black, viewport), black), 0);
-  for (const Vertices& seen : {large, AsTriangles(large)})
-    EXPECT_EQ(Distance(draw(white, seen, black, viewport), part), 0);
-}
-
 TEST_F(D3D11Test, KeepsWhatIsBoundAndNeverReadsWhatItDrawsTo) {
   const CardPicture source = MakePicture(4, 4, Noise);
   const ComPtr<ID3D11Texture2D> target = m_card.Texture(source);
@@ -248,31 +229,6 @@ TEST_F(D3D11Test, KeepsWhatIsBoundAndNeverReadsWhatItDrawsTo) {
   context().RSGetViewports(&count, viewports.data());
   EXPECT_EQ(count, 0u);
   EXPECT_EQ(viewports[0].Width, 0);
-}
-
-TEST_F(D3D11Test, ChildrenKeepTheirDeviceAndBindingsDont) {
-  const LedgerSnapshot before = Snapshot();
-  Card other;
-  ComPtr<ID3D11Texture2D> texture = other.Texture(MakePicture(2, 2, Noise));
-  ComPtr<ID3D11DeviceContext> again;
-  other.device->GetImmediateContext(again.Put());
-  EXPECT_EQ(again.Get(), other.context.Get()) << "there is one";
-  context().CopyResource(texture.Get(), texture.Get());
-  EXPECT_FALSE(TakeMisuses().empty()) << "made by another device";
-  {
-    ComPtr<ID3D11ShaderResourceView> view;
-    ASSERT_EQ(other.device->CreateShaderResourceView(texture.Get(), nullptr, view.Put()), S_OK);
-    ID3D11ShaderResourceView* const bound = view.Get();
-    other.context->PSSetShaderResources(0, 1, &bound);
-  }
-  again.Reset();
-  other.context.Reset();
-  const auto references = [&] { return other.device->AddRef(), other.device->Release(); };
-  EXPECT_EQ(references(), 2u) << "the texture's and ours: what is bound counts no more";
-  texture.Reset();
-  EXPECT_EQ(references(), 1u);
-  other.device.Reset();
-  EXPECT_EQ(Difference(before), "");
 }
 
 TEST_F(D3D11Test, MapsOnceAndNotWhileItCopiesAndCopiesWhatFits) {

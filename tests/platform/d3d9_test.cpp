@@ -8,7 +8,7 @@ namespace qx::test {
 namespace {
 
 TEST_F(Direct3D9, RefusesSurfacesThatDoNotFitTheCall) {
-  IDirect3DSurface9* const source = quarters(16, 8);
+  IDirect3DSurface9* const source = target(16, 8);
   IDirect3DSurface9* const memory = readable(16, 8);
   for (IDirect3DSurface9* wrong :
        {readable(15, 8), readable(16, 9), readable(16, 8, D3DFMT_X8R8G8B8), target(16, 8)}) {
@@ -24,7 +24,7 @@ TEST_F(Direct3D9, RefusesSurfacesThatDoNotFitTheCall) {
   };
   EXPECT_EQ(stretch(source, nullptr, source), D3DERR_INVALIDCALL);
   EXPECT_EQ(stretch(source, &beyond, other), D3DERR_INVALIDCALL);
-  EXPECT_EQ(m_device->ColorFill(memory, nullptr, kRed), D3DERR_INVALIDCALL);
+  EXPECT_EQ(m_device->ColorFill(memory, nullptr, 0xFFC81E0A), D3DERR_INVALIDCALL);
 
   IDirect3DSurface9* none = nullptr;
   EXPECT_EQ(

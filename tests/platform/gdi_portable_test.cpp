@@ -64,46 +64,16 @@ TEST(Bitmaps, GoIntoOneDCAtATimeAndAreBlackAndWhiteInANewOne) {
 // The colour at a place of the screen, where the fourth byte of a pixel means
 // nothing. A screen may show a little later what a window has painted: returns the
 // expected colour as soon as it is there, else what is there after five seconds.
-std::uint32_t screenAt(int x, int y, std::uint32_t expected, DWORD operation = SRCCOPY) {
+std::uint32_t screenAt(int x, int y, std::uint32_t expected) {
   constexpr int kAttempts = 500;
   TestBitmap picture(1, 1);
   std::uint32_t color = TestBitmap::kUntouched;
   for (int attempt = 0; attempt < kAttempts && color != expected; ++attempt) {
     if (attempt > 0) Sleep(10);
-    if (!picture.CopyScreen(x, y, operation)) return TestBitmap::kUntouched;
+    if (!picture.CopyScreen(x, y)) return TestBitmap::kUntouched;
     color = picture.At(0, 0) & 0x00FFFFFF;
   }
   return color;
-}
-
-// A system that keeps no picture of covered windows tells them to paint only later.
-void repaint(const TestWindow& window) {
-  InvalidateRect(window, nullptr, FALSE);
-  UpdateWindow(window);
-}
-
-TEST(Screen, ShowsWindowsFromTheBottomToTheTopThroughTheirKeyColour) {
-  TestWindow low({100, 100, 200, 200}, kRed, WS_EX_TOPMOST);
-  TestWindow high({150, 150, 250, 250}, kGreen, WS_EX_TOPMOST);
-  TestWindow child({0, 0, 10, 10}, kBlue, 0, high, WS_CHILD | WS_VISIBLE);
-  low.Show();
-  high.Show();
-  UpdateWindow(child);
-  EXPECT_EQ(screenAt(100, 100, kRedPixel), kRedPixel);
-  EXPECT_EQ(screenAt(149, 149, kRedPixel), kRedPixel);
-  EXPECT_EQ(screenAt(150, 150, kBluePixel), kBluePixel);
-  EXPECT_EQ(screenAt(160, 160, kGreenPixel), kGreenPixel);
-  EXPECT_EQ(screenAt(249, 249, kGreenPixel), kGreenPixel);
-
-  ShowWindow(high, SW_HIDE);
-  repaint(low);
-  EXPECT_EQ(screenAt(160, 160, kRedPixel), kRedPixel);
-
-  TestWindow keyed({100, 100, 200, 200}, kGreen, WS_EX_TOPMOST | WS_EX_LAYERED);
-  ASSERT_TRUE(SetLayeredWindowAttributes(keyed, kGreen, 255, LWA_COLORKEY | LWA_ALPHA));
-  keyed.Show();
-  repaint(low);
-  EXPECT_EQ(screenAt(125, 125, kRedPixel, SRCCOPY | CAPTUREBLT), kRedPixel);
 }
 
 TEST(Screen, DrawingIsClippedToWhatWasInvalid) {

@@ -1,5 +1,5 @@
-// What virtual Windows answers when a test configures the machine: versions, keys,
-// processes, icons, monitors and what lies at their edges.
+// What virtual Windows answers when a test configures the machine: versions, keys, icons,
+// and what lies around monitors.
 #include "platform/control/Icons.h"
 #include "platform/control/Ledger.h"
 #include "platform/model/Modules.h"
@@ -63,29 +63,6 @@ TEST(Registry, ChecksTheRightsOfAKey) {
   EXPECT_EQ(ERROR_SUCCESS, RegCloseKey(key));
 }
 
-TEST(Process, CanBeOpenedOnlyWhenItIsThereAndLetsUs) {
-  AddProcess(7000, L"C:\\Apps\\Gr\u00FCn.exe");
-  AddProcess(7004, L"C:\\Apps\\elevated.exe", false);
-  char path[260];
-  DWORD size = sizeof(path);
-  const auto read = [&](DWORD id, DWORD rights) {
-    const HANDLE process = OpenProcess(rights, FALSE, id);
-    const BOOL done = process && QueryFullProcessImageNameA(process, 0, path, &size);
-    const DWORD error = GetLastError();
-    if (process) CloseHandle(process);
-    SetLastError(error);
-    return done;
-  };
-  EXPECT_TRUE(read(7000, PROCESS_QUERY_LIMITED_INFORMATION));
-  EXPECT_STREQ("C:\\Apps\\Gr\xFCn.exe", path);
-  EXPECT_TRUE(FailsWith(ERROR_ACCESS_DENIED, [&] { return read(7000, PROCESS_VM_READ); }));
-  EXPECT_TRUE(
-      FailsWith(ERROR_ACCESS_DENIED, [&] { return read(7004, PROCESS_QUERY_INFORMATION); }));
-  RemoveProcess(7000);
-  EXPECT_TRUE(
-      FailsWith(ERROR_INVALID_PARAMETER, [&] { return read(7000, PROCESS_QUERY_INFORMATION); }));
-}
-
 TEST(Icons, AreNotToBeDestroyedByOthersAndCopiesShowNoAlpha) {
   ICONINFO info{};
   const HICON icon = MakeIcon({1, 2, {0x80102030, 0x40506070}});
@@ -115,66 +92,9 @@ TEST(Icons, AreNotToBeDestroyedByOthersAndCopiesShowNoAlpha) {
 
 class MonitorTest : public DesktopTest {};
 
-MONITORINFOEXW infoOf(HMONITOR monitor) {
-  MONITORINFOEXW info{};
-  info.cbSize = sizeof(info);
-  EXPECT_TRUE(GetMonitorInfoW(monitor, &info));
-  return info;
-}
-
-std::vector<HMONITOR> enumerated(LPCRECT clip = nullptr) {
-  std::vector<HMONITOR> found;
-  EnumDisplayMonitors(
-      nullptr, clip,
-      [](HMONITOR monitor, HDC, LPRECT, LPARAM to) -> BOOL {
-        reinterpret_cast<std::vector<HMONITOR>*>(to)->push_back(monitor);
-        return TRUE;
-      },
-      reinterpret_cast<LPARAM>(&found));
-  return found;
-}
-
-TEST_F(MonitorTest, AreListedInTheirOrderWithTheirFacts) {
-  const HMONITOR first = PrimaryMonitor();
-  const HMONITOR left = AddMonitor({-80, -20, 0, 40}, {.workArea = RECT{-80, -20, 0, 30}});
-  EXPECT_EQ(enumerated(), (std::vector<HMONITOR>{first, left}));
-  EXPECT_GT(reinterpret_cast<std::intptr_t>(first), 0);
-  EXPECT_LT(reinterpret_cast<std::intptr_t>(left), 0) << "the second one needs sign extension";
-
-  const MONITORINFOEXW info = infoOf(left);
-  EXPECT_EQ(info.rcMonitor.left, -80);
-  EXPECT_EQ(info.rcWork.bottom, 30);
-  EXPECT_FALSE(info.dwFlags & MONITORINFOF_PRIMARY);
-  EXPECT_STREQ(info.szDevice, L"\\\\.\\DISPLAY2");
-  EXPECT_TRUE(infoOf(first).dwFlags & MONITORINFOF_PRIMARY);
-  EXPECT_EQ(GetSystemMetrics(SM_XVIRTUALSCREEN), -80);
-  EXPECT_EQ(GetSystemMetrics(SM_CYVIRTUALSCREEN), 120);
-  EXPECT_EQ(GetSystemMetrics(SM_CMONITORS), 2);
-
-  const RECT onTheLeft = {-10, 0, -5, 5};
-  EXPECT_EQ(enumerated(&onTheLeft), (std::vector<HMONITOR>{left}));
-}
-
-TEST_F(MonitorTest, ARenewedOneIsTheSameDeviceAndStaleHandlesAreRefused) {
-  const HMONITOR before = AddMonitor({200, 0, 300, 100}, {.device = L"\\\\.\\DISPLAY7"});
-  const HMONITOR after = RenewMonitorHandle(before);
-  EXPECT_NE(before, after);
-  EXPECT_STREQ(infoOf(after).szDevice, L"\\\\.\\DISPLAY7");
-  EXPECT_EQ(enumerated(), (std::vector<HMONITOR>{PrimaryMonitor(), after}));
-  RemoveMonitor(after);
-  MONITORINFO info{};
-  info.cbSize = sizeof(info);
-  for (const HMONITOR none : {before, after, reinterpret_cast<HMONITOR>(GetDesktopWindow())}) {
-    EXPECT_TRUE(
-        FailsWith(ERROR_INVALID_MONITOR_HANDLE, [&] { return GetMonitorInfoW(none, &info); }));
-  }
-  info.cbSize = 12;
-  EXPECT_FALSE(GetMonitorInfoW(PrimaryMonitor(), &info));
-}
-
 TEST_F(MonitorTest, NothingIsOutsideOfThem) {
   AddMonitor({-50, -30, 0, 70});
-  open({.rect = {-100, -100, 300, 300}, .color = kRed});
+  OpenWindow({.rect = {-100, -100, 300, 300}, .color = kRed});
   EXPECT_EQ(screenAt(199, 0), kRedPixel);
   EXPECT_EQ(screenAt(200, 0), 0u);
 

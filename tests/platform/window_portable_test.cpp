@@ -113,77 +113,6 @@ TEST(Windows, OwnedOnesStayOverTheirOwnerAndGoWithIt) {
   EXPECT_EQ(owned.noted, (std::vector<UINT>{WM_DESTROY, WM_NCDESTROY}));
 }
 
-TEST(Windows, OwnersCanBeChanged) {
-  const auto setOwner = [](HWND window, HWND owner) {
-    return reinterpret_cast<HWND>(
-        SetWindowLongPtrW(window, GWLP_HWNDPARENT, reinterpret_cast<LONG_PTR>(owner)));
-  };
-  TestWindow owner(kSmall);
-  TestWindow window(kSmall);
-  TestWindow other(kSmall);
-  const std::vector<HWND> all = {owner, window, other};
-  EXPECT_FALSE(setOwner(window, owner));
-  EXPECT_EQ(GetWindow(window, GW_OWNER), owner.handle());
-  EXPECT_EQ(reinterpret_cast<HWND>(GetWindowLongPtrW(window, GWLP_HWNDPARENT)), owner.handle());
-  EXPECT_EQ(order(all), (std::vector<HWND>{other, window, owner}));
-  Place(owner, HWND_TOP);
-  EXPECT_EQ(order(all), (std::vector<HWND>{window, owner, other})) << "it follows its owner up";
-  setOwner(window, reinterpret_cast<HWND>(std::intptr_t{0x7FFFFFF0}));
-  EXPECT_EQ(setOwner(window, other), owner.handle());
-  EXPECT_EQ(setOwner(window, nullptr), other.handle());
-  DestroyWindow(owner);
-  DestroyWindow(other);
-  EXPECT_TRUE(IsWindow(window));
-}
-
-TEST(Windows, RememberTheirPlaceAndMayClaimToBeMaximised) {
-  TestWindow window({100, 120, 400, 320}, kAny, 0, nullptr, WS_OVERLAPPEDWINDOW);
-  window.Show();
-  ShowWindow(window, SW_MINIMIZE);
-  EXPECT_TRUE(IsIconic(window));
-  EXPECT_TRUE(IsWindowVisible(window));
-  WINDOWPLACEMENT placement{};
-  placement.length = sizeof(placement);
-  ASSERT_TRUE(GetWindowPlacement(window, &placement));
-  EXPECT_EQ(SidesOf(placement.rcNormalPosition), (Sides{100, 120, 400, 320}));
-  EXPECT_EQ(placement.showCmd, static_cast<UINT>(SW_SHOWMINIMIZED));
-  ShowWindow(window, SW_RESTORE);
-  EXPECT_FALSE(IsIconic(window));
-  EXPECT_EQ(SidesOf(window), (Sides{100, 120, 400, 320}));
-
-  TestWindow popup({100, 120, 400, 320});
-  popup.Show();
-  SetWindowLongPtrW(popup, GWL_STYLE, GetWindowLongPtrW(popup, GWL_STYLE) | WS_MAXIMIZE);
-  EXPECT_TRUE(IsZoomed(popup));
-  EXPECT_EQ(SidesOf(popup), (Sides{100, 120, 400, 320})) << "the style moves nothing";
-  EXPECT_TRUE(MoveWindow(popup, 10, 20, 30, 40, TRUE));
-  EXPECT_EQ(SidesOf(popup), (Sides{10, 20, 40, 60}));
-  EXPECT_TRUE(IsZoomed(popup));
-  EXPECT_TRUE(CloseWindow(popup));
-  EXPECT_TRUE(IsIconic(popup));
-}
-
-TEST(Windows, ChildrenBelongToTheirParent) {
-  TestWindow parent({100, 100, 300, 300});
-  TestWindow child({10, 20, 60, 70}, kAny, 0, parent, WS_CHILD | WS_VISIBLE);
-  TestWindow grandchild({5, 5, 15, 15}, kAny, 0, child, WS_CHILD | WS_VISIBLE);
-  EXPECT_EQ(SidesOf(grandchild), (Sides{115, 125, 125, 135}));
-  EXPECT_EQ(GetParent(child), parent.handle());
-  EXPECT_FALSE(GetWindow(child, GW_OWNER));
-  EXPECT_FALSE(IsWindowVisible(child)) << "its parent is hidden";
-  parent.Show();
-  EXPECT_TRUE(IsWindowVisible(child));
-
-  std::vector<HWND> found;
-  EnumChildWindows(parent, &collect, reinterpret_cast<LPARAM>(&found));
-  EXPECT_EQ(found, (std::vector<HWND>{child, grandchild}));
-
-  SetWindowPos(parent, nullptr, 200, 150, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
-  EXPECT_EQ(SidesOf(grandchild), (Sides{215, 175, 225, 185}));
-  DestroyWindow(parent);
-  EXPECT_FALSE(IsWindow(grandchild));
-}
-
 TEST(Windows, StaleHandlesAreRefused) {
   TestWindow window(kSmall);
   const HWND handle = window;
@@ -199,7 +128,6 @@ TEST(Windows, StaleHandlesAreRefused) {
   EXPECT_FALSE(IsWindow(handle));
   EXPECT_FALSE(GetDC(handle));
   EXPECT_FALSE(SetWindowPos(handle, HWND_TOP, 0, 0, 1, 1, 0));
-  EXPECT_FALSE(ShowWindowAsync(handle, SW_SHOW));
   EXPECT_FALSE(MoveWindow(nullptr, 0, 0, 1, 1, TRUE));
   EXPECT_FALSE(IsHungAppWindow(handle) || IsHungAppWindow(nullptr));
 }

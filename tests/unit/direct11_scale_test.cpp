@@ -209,20 +209,6 @@ class Direct11ScaleTest : public testing::Test {
   Direct11Scale scale;
 };
 
-TEST_F(Direct11ScaleTest, DrawsEveryPictureInANewTextureAndLeavesTheViewport) {
-  ASSERT_TRUE(scale.Init(card.device, DXGI_MODE_ROTATION_IDENTITY));
-  const D3D11_VIEWPORT viewport = {1, 2, 3, 4, 0, 1};
-  card.context->RSSetViewports(1, &viewport);
-  const ComPtr<ID3D11Texture2D> same = Draw();
-  Draw(kWidth / 2, kHeight / 2);
-  EXPECT_TRUE(ShowsDesktop(same));
-  D3D11_VIEWPORT after = {};
-  UINT count = 1;
-  card.context->RSGetViewports(&count, &after);
-  EXPECT_EQ(count, 1u);
-  EXPECT_EQ(std::memcmp(&after, &viewport, sizeof(viewport)), 0);
-}
-
 TEST_F(Direct11ScaleTest, SetsAnyMonitorUprightAndLaysTheCursorOverItsUprightPicture) {
   for (const DXGI_MODE_ROTATION rotation :
        {DXGI_MODE_ROTATION_UNSPECIFIED, DXGI_MODE_ROTATION_IDENTITY, DXGI_MODE_ROTATION_ROTATE90,
@@ -272,29 +258,20 @@ TEST_F(Direct11ScaleTest, CutsTheCursorAtEveryEdge) {
   EXPECT_EQ(log.Count("failed"), 0) << "nothing is made of what isn't seen: " << log.Dump();
 }
 
-TEST_F(Direct11ScaleTest, KeepsPositionAndShapeUntilThereIsNews) {
+TEST_F(Direct11ScaleTest, KeepsTheCursorUntilThereIsNewsOrAnotherDevice) {
   ASSERT_TRUE(scale.Init(card.device, DXGI_MODE_ROTATION_IDENTITY));
   Cursor cursor = Monochrome();
-  const auto shows = [&](int left, int top) {
-    return Shows(Draw(), kWidth, kHeight, WithCursor(Desktop, cursor, left, top));
-  };
   EXPECT_TRUE(ShowsDesktop(Draw())) << "nothing is known of it yet";
-  DXGI_OUTDUPL_FRAME_INFO info = cursor.news.At(3, 3);
-  info.LastMouseUpdateTime.QuadPart = 0;
-  ASSERT_TRUE(scale.UpdateCursor(&cursor.news, info));
-  EXPECT_TRUE(ShowsDesktop(Draw())) << "no news of the mouse";
   ASSERT_TRUE(scale.UpdateCursor(&cursor.news, cursor.news.At(3, 3)));
-  EXPECT_TRUE(shows(3, 3));
-  ASSERT_TRUE(scale.UpdateCursor(&cursor.news, DXGI_OUTDUPL_FRAME_INFO{}));
-  EXPECT_TRUE(shows(3, 3)) << "a frame without news of the mouse";
-  ASSERT_TRUE(scale.UpdateCursor(&cursor.news, PointerNews::MouseAt(9, 3, false)));
-  EXPECT_TRUE(ShowsDesktop(Draw())) << "hidden";
-  ASSERT_TRUE(scale.UpdateCursor(&cursor.news, PointerNews::MouseAt(9, 5)));
-  EXPECT_TRUE(shows(9, 5)) << "the shape is still the old one";
+  DXGI_OUTDUPL_FRAME_INFO old = cursor.news.At(5, 5);
+  old.LastMouseUpdateTime.QuadPart = 0;
+  ASSERT_TRUE(scale.UpdateCursor(&cursor.news, old));
+  EXPECT_TRUE(Shows(Draw(), kWidth, kHeight, WithCursor(Desktop, cursor, 3, 3))) << "no news";
   PointerNews failing = Color().news;
   failing.answer = E_FAIL;
   ASSERT_TRUE(scale.UpdateCursor(&failing, failing.At(10, 6)));
-  EXPECT_TRUE(shows(10, 6)) << "a shape that can't be read";
+  EXPECT_TRUE(Shows(Draw(), kWidth, kHeight, WithCursor(Desktop, cursor, 10, 6)))
+      << "a shape that can't be read";
   scale.Release();
   ASSERT_TRUE(scale.Init(card.device, DXGI_MODE_ROTATION_IDENTITY));
   EXPECT_TRUE(ShowsDesktop(Draw())) << "forgotten with the device";
@@ -327,7 +304,7 @@ TEST_F(Direct11ScaleTest, DrawsNoCursorWhoseShapeClaimsMoreThanItHolds) {
   }
 }
 
-TEST_F(Direct11ScaleTest, AsksForInitAndKeepsTheFirst) {
+TEST_F(Direct11ScaleTest, AsksForInitKeepsTheFirstAndLeavesWhatIsNotItsOwn) {
   LogRecorder log;
   PointerNews news;
   const ComPtr<ID3D11Texture2D> source = Texture(kWidth, kHeight, Desktop);
@@ -346,7 +323,16 @@ TEST_F(Direct11ScaleTest, AsksForInitAndKeepsTheFirst) {
   const ULONG before = references();
   ASSERT_TRUE(scale.Init(card.device, DXGI_MODE_ROTATION_ROTATE180));
   ASSERT_TRUE(scale.Init(card.device, DXGI_MODE_ROTATION_IDENTITY));
-  EXPECT_TRUE(Shows(Draw(), kWidth, kHeight, Turned(Desktop, DXGI_MODE_ROTATION_ROTATE180)));
+  const D3D11_VIEWPORT viewport = {1, 2, 3, 4, 0, 1};
+  card.context->RSSetViewports(1, &viewport);
+  ComPtr<ID3D11Texture2D> first = Draw();
+  Draw(kWidth / 2, kHeight / 2);
+  EXPECT_TRUE(Shows(first, kWidth, kHeight, Turned(Desktop, DXGI_MODE_ROTATION_ROTATE180)));
+  first.Reset();
+  D3D11_VIEWPORT after = {};
+  UINT count = 1;
+  card.context->RSGetViewports(&count, &after);
+  EXPECT_EQ(std::memcmp(&after, &viewport, sizeof(viewport)), 0) << "as it was";
   scale.Release();
   EXPECT_EQ(references(), before) << "nobody holds the device any more";
   EXPECT_FALSE(scale.Scale(source.Get(), target, kWidth, kHeight, kWidth, kHeight, false));

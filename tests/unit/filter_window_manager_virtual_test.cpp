@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <atomic>
 #include <string>
+#include <vector>
 
 #include "platform/control/Desktop.h"
 #include "platform/control/Faults.h"
@@ -35,14 +36,6 @@ Info ByProcess(std::uint32_t processId, std::uint32_t titleRule = 0,
 
 class FilterWindowManagerTest : public testing::Test {
  protected:
-  // Whether a list of just this entry names the window.
-  static bool matches(const Info& info, HWND window) {
-    FilterWindowManager manager;
-    manager.AddIncludeWindow(info);
-    EXPECT_FALSE(manager.IsExcludedWindow(window)) << "the lists are two";
-    return manager.IsIncludedWindow(window);
-  }
-
   HWND notes = OpenWindow({.title = L"Notes \U0001F600", .processId = 7100});
   HWND untitled = OpenWindow({.processId = 7100});
   HWND other = OpenWindow({.title = L"Notes \U0001F600", .processId = 7200});
@@ -50,52 +43,43 @@ class FilterWindowManagerTest : public testing::Test {
   FilterWindowManager manager;
 };
 
-TEST_F(FilterWindowManagerTest, Matching) {
-  EXPECT_TRUE(matches(ByWindow(notes), notes));
-  EXPECT_FALSE(matches(ByWindow(notes), untitled));
-
-  EXPECT_TRUE(matches(ByProcess(7100), notes));
-  EXPECT_TRUE(matches(ByProcess(7100), untitled));
-  EXPECT_FALSE(matches(ByProcess(7100), other));
-
-  EXPECT_TRUE(matches(ByProcess(7100, 1, title), notes));
-  EXPECT_FALSE(matches(ByProcess(7100, 1, "notes \xF0\x9F\x98\x80"), notes)) << "case counts";
-  EXPECT_FALSE(matches(ByProcess(7100, 1, title), untitled));
-  EXPECT_FALSE(matches(ByProcess(7100, 1, title), other));
-  EXPECT_TRUE(matches(ByProcess(7100, 1), untitled)) << "no title is the empty one";
-
-  EXPECT_FALSE(matches(ByProcess(7100, 2, title), notes));
-  EXPECT_TRUE(matches(ByProcess(7100, 2, title), untitled));
-  EXPECT_TRUE(matches(ByProcess(7100, 2), notes));
-
-  EXPECT_FALSE(matches(ByProcess(7100, 3), notes));
+TEST_F(FilterWindowManagerTest, WindowsAreNamedByHandleOrProcessAndTitle) {
+  const HWND longTitle = OpenWindow({.title = std::wstring(300, L'a'), .processId = 7100});
+  const HWND wideTitle = OpenWindow({.title = std::wstring(259, L'\u20AC'), .processId = 7300});
+  std::string euros;
+  for (int i = 0; i < 259; ++i) euros += "\xE2\x82\xAC";
   Info strange = ByProcess(7100);
   strange.type = 2;
   strange.window = notes;
-  EXPECT_FALSE(matches(strange, notes));
-}
-
-TEST_F(FilterWindowManagerTest, SeveralRulesForOneProcess) {
-  manager.SetExcludeWindows({ByProcess(7100, 1, "Other"), ByProcess(7100, 1, title)});
-  EXPECT_TRUE(manager.IsExcludedWindow(notes));
-  EXPECT_FALSE(manager.IsExcludedWindow(untitled));
-  manager.AddExcludeWindow(ByProcess(7100, 2, "Other"));
-  EXPECT_TRUE(manager.IsExcludedWindow(untitled));
-}
-
-TEST_F(FilterWindowManagerTest, LongTitles) {
-  const std::wstring wide(300, L'a');
-  const HWND window = OpenWindow({.title = wide, .processId = 7100});
-  EXPECT_TRUE(matches(ByProcess(7100, 1, std::string(259, 'a')), window));
-  EXPECT_FALSE(matches(ByProcess(7100, 1, std::string(300, 'a')), window));
-  const HWND faces = OpenWindow({.title = std::wstring(259, L'\u20AC'), .processId = 7100});
-  std::string euros;
-  for (int i = 0; i < 259; ++i) {
-    euros += "\xE2\x82\xAC";
+  struct Row {
+    Info info;
+    std::vector<HWND> named;
+  };
+  const Row rows[] = {
+      {ByWindow(notes), {notes}},
+      {ByProcess(7100), {notes, untitled, longTitle}},
+      {ByProcess(7100, 1, title), {notes}},
+      {ByProcess(7100, 1, "notes \xF0\x9F\x98\x80"), {}},  // case counts
+      {ByProcess(7100, 1), {untitled}},                    // no title is the empty one
+      {ByProcess(7100, 1, std::string(259, 'a')), {longTitle}},
+      {ByProcess(7100, 1, std::string(300, 'a')), {}},
+      {ByProcess(7100, 1, std::string(5000, 'a')), {}},  // a field without an end
+      {ByProcess(7300, 1, euros), {wideTitle}},
+      {ByProcess(7100, 2, title), {untitled, longTitle}},
+      {ByProcess(7100, 2), {notes, longTitle}},
+      {ByProcess(7100, 3), {}},
+      {strange, {}},
+  };
+  for (const Row& row : rows) {
+    FilterWindowManager one;
+    one.AddIncludeWindow(row.info);
+    std::vector<HWND> named;
+    for (const HWND window : {notes, untitled, other, longTitle, wideTitle}) {
+      if (one.IsIncludedWindow(window)) named.push_back(window);
+      EXPECT_FALSE(one.IsExcludedWindow(window)) << "the lists are two";
+    }
+    EXPECT_EQ(named, row.named) << "row " << &row - rows;
   }
-  EXPECT_TRUE(matches(ByProcess(7100, 1, euros), faces));
-  EXPECT_FALSE(matches(ByProcess(7100, 1, std::string(5000, 'a')), window))
-      << "a field without an end";
 }
 
 TEST_F(FilterWindowManagerTest, ListsAreSets) {
@@ -170,6 +154,8 @@ TEST_F(FilterWindowManagerTest, QuestionsAskTheSystemOnceAndOnlyWhenNeeded) {
   EXPECT_EQ(Count("InternalGetWindowText"), 1u);
   EXPECT_TRUE(manager.IsExcludedWindow(other));
   EXPECT_EQ(Count("GetWindowThreadProcessId"), 1u);
+  manager.AddExcludeWindow(ByProcess(7100, 1, title));
+  EXPECT_TRUE(manager.IsExcludedWindow(notes)) << "any of the process's rules will do";
 }
 
 TEST_F(FilterWindowManagerTest, ChangesShowWhileOtherThreadsAsk) {

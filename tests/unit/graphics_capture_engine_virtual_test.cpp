@@ -58,11 +58,11 @@ TEST_F(GraphicsCaptureEngineTest, PictureHasTheTargetSizeOrThatOfTheRectangle) {
   } sizes[] = {{200, 100, {200, 100}}, {16, 12, {16, 12}}, {0, 12, {64, 12}}, {0, 0, {64, 48}}};
   for (const auto& size : sizes) {
     engine.SetTargetSize(size.width, size.height);
+    engine.WantAnotherPicture();
     // On a screen that stays as it is the session is started anew.
-    EXPECT_TRUE(engine.Capture(0, 0, 64, 48, frame, result));
-    EXPECT_EQ(result, CaptureResult::Failed);
-    for (int i = 0; i < 2; ++i) {
+    for (int i = 0; i < 3; ++i) {
       EXPECT_TRUE(engine.Capture(0, 0, 64, 48, frame, result));
+      EXPECT_EQ(result, CaptureResult::Failed) << "the last one counts";
     }
     EXPECT_TRUE(captures(engine, size.becomes[0], size.becomes[1]));
   }
@@ -76,39 +76,6 @@ TEST_F(GraphicsCaptureEngineTest, PictureHasTheTargetSizeOrThatOfTheRectangle) {
   }
   EXPECT_EQ(Count("ID3D11DeviceContext::Draw"), draws);
   EXPECT_EQ(frame.Width(), 64u);
-}
-
-TEST_F(GraphicsCaptureEngineTest, ManyStartsAndStopsLeaveNothingBehind) {
-  const LedgerSnapshot ledger = Snapshot();
-  {
-    const HWND window = OpenWindow({.rect = {2, 2, 40, 40}});
-    ScreenCaptureEngineWGC monitor(PrimaryMonitor(), true, true);
-    ScreenCaptureEngineWGC other(window, {}, true, true);
-    for (int i = 0; i < 500; ++i) {
-      ASSERT_TRUE(monitor.Initialize());
-      ASSERT_TRUE(other.Initialize());
-      static_cast<void>(captures(monitor, 64, 48));
-      monitor.UnInitialize();
-      other.UnInitialize();
-      ASSERT_TRUE(CaptureSessions().empty());
-    }
-    Close(window);
-  }
-  EXPECT_EQ(Difference(ledger), "");
-  EXPECT_TRUE(LibraryWindows(L"WGCHelperWindow").empty());
-}
-
-TEST_F(GraphicsCaptureEngineTest, LateStartIsUndoneWhileItsEngineLives) {
-  ScreenCaptureEngineWGC engine(PrimaryMonitor(), false, false);
-  SetCaptureStartTime(std::nullopt);
-  EXPECT_FALSE(engine.Initialize());
-  EXPECT_EQ(CaptureSessions().size(), 1u);
-  SetCaptureStartTime(std::chrono::milliseconds(0));
-  Settle();
-  EXPECT_TRUE(CaptureSessions().empty());
-  EXPECT_FALSE(engine.Capture(0, 0, 64, 48, frame, result));
-  ASSERT_TRUE(engine.Initialize()) << log.Dump();
-  EXPECT_TRUE(captures(engine, 64, 48));
 }
 
 TEST_F(GraphicsCaptureEngineTest, ClosedThatIsUnderWayKeepsTheLibraryAndNobodyElse) {

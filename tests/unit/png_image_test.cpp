@@ -35,19 +35,15 @@ class PngImage : public testing::Test {
   }
 };
 
-TEST_F(PngImage, KeepsSizeColoursAndStraightAlpha) {
+TEST_F(PngImage, KeepsSizeColoursAndStraightAlphaAndIsOpaqueWithout) {
   Pixels pixels = {0xFF0A141E, 0x80C86432, 0xDEADBEEF,  //
                    0x010000FF, 0xFFFFFFFF, 0xDEADBEEF};
-  const test::PngPicture picture = test::ReadPng(File(PixelFormat32bppARGB, pixels));
+  test::PngPicture picture = test::ReadPng(File(PixelFormat32bppARGB, pixels));
   EXPECT_EQ(picture.width, 2);
   EXPECT_EQ(picture.height, 2);
   EXPECT_EQ(picture.pixels, (Pixels{0xFF0A141E, 0x80C86432, 0x010000FF, 0xFFFFFFFF}));
-}
-
-TEST_F(PngImage, IsOpaqueWithoutAlpha) {
-  Pixels pixels = {0x000A141E, 0x80C86432, 0xDEADBEEF};
-  EXPECT_EQ(test::ReadPng(File(PixelFormat32bppRGB, pixels)).pixels,
-            (Pixels{0xFF0A141E, 0xFFC86432}));
+  picture = test::ReadPng(File(PixelFormat32bppRGB, pixels));
+  EXPECT_EQ(picture.pixels, (Pixels{0xFF0A141E, 0xFFC86432, 0xFF0000FF, 0xFFFFFFFF}));
 }
 
 TEST_F(PngImage, EncodersAreFoundByTheirWholeName) {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <utility>
 
 #include "platform/control/Faults.h"
 #include "platform/control/Graphics.h"
@@ -16,36 +17,31 @@ using namespace vwin::control;
 using namespace WindowsUtil;
 
 // Versions are read once per process, so each has a test of its own.
-struct VersionRow {
-  vwin::Version version;
-  bool before8, from8, from81, from10, from11;
-};
-class VersionTest : public testing::TestWithParam<VersionRow> {};
+enum Rank { kBefore8, k8, k81, k10, k11 };
+class VersionTest : public testing::TestWithParam<std::pair<vwin::Version, Rank>> {};
 
 TEST_P(VersionTest, Tests) {
-  const VersionRow& row = GetParam();
-  SetVersion(row.version);
+  const auto& [version, rank] = GetParam();
+  SetVersion(version);
   for (int i = 0; i < 2; ++i) {
-    EXPECT_EQ(IsBeforeWindows8(), row.before8);
-    EXPECT_EQ(IsWindows8OrGreater(), row.from8);
-    EXPECT_EQ(IsWindows8Point1OrGreater(), row.from81);
-    EXPECT_EQ(IsWindows10OrGreater(), row.from10);
-    EXPECT_EQ(IsWindows11OrGreater(), row.from11);
+    EXPECT_EQ(IsBeforeWindows8(), rank < k8);
+    EXPECT_EQ(IsWindows8OrGreater(), rank >= k8);
+    EXPECT_EQ(IsWindows8Point1OrGreater(), rank >= k81);
+    EXPECT_EQ(IsWindows10OrGreater(), rank >= k10);
+    EXPECT_EQ(IsWindows11OrGreater(), rank >= k11);
   }
   EXPECT_EQ(Count("RtlGetNtVersionNumbers"), 1u);
   std::uint32_t major = 0, minor = 0, build = 0;
   GetNtVersionNumbers(major, minor, build);
-  EXPECT_EQ(build, row.version.build) << "without the flags in its upper half";
+  EXPECT_EQ(build, version.build) << "without the flags in its upper half";
 }
 
+using Row = VersionTest::ParamType;
 INSTANTIATE_TEST_SUITE_P(All, VersionTest,
-                         testing::Values(VersionRow{{6, 0, 6002}, true, false, false, false, false},
-                                         VersionRow{{6, 1, 7601}, true, false, false, false, false},
-                                         VersionRow{{6, 2, 9200}, false, true, false, false, false},
-                                         VersionRow{{6, 3, 9600}, false, true, true, false, false},
-                                         VersionRow{{10, 0, 21999}, false, true, true, true, false},
-                                         VersionRow{{10, 0, 22000}, false, true, true, true, true},
-                                         VersionRow{{10, 1, 100}, false, true, true, true, true}));
+                         testing::Values(Row{{6, 0, 6002}, kBefore8}, Row{{6, 1, 7601}, kBefore8},
+                                         Row{{6, 2, 9200}, k8}, Row{{6, 3, 9600}, k81},
+                                         Row{{10, 0, 21999}, k10}, Row{{10, 0, 22000}, k11},
+                                         Row{{10, 1, 100}, k11}));
 
 TEST(Version, ThatCouldNotBeReadIsAskedForAgain) {
   FailNth("LoadLibraryA", 1);

@@ -58,18 +58,6 @@ class ThreadTimerTest : public testing::Test {
 
 using Times = std::vector<std::int64_t>;
 
-TEST_F(ThreadTimerTest, RunsAtTheRateOfTheScheduleNotOfItsWaits) {
-  addRecorder(1000.0 / 15);
-  Advance(10s);
-  // 66666 us each: the 150th interval ends at 9999.9 ms.
-  ASSERT_EQ(runs.size(), 151u);
-  for (std::size_t i = 0; i < runs.size(); ++i) {
-    const double due = static_cast<double>(i) * 66.666;
-    EXPECT_GE(static_cast<double>(runs[i]), std::floor(due)) << "run " << i;
-    EXPECT_LE(static_cast<double>(runs[i]), due + 1) << "run " << i;
-  }
-}
-
 TEST_F(ThreadTimerTest, OverrunsAreCaughtUpByOneRunAtMost) {
   using Durations = std::vector<std::chrono::milliseconds>;
   for (const auto& [busy, expected] :
@@ -106,26 +94,6 @@ TEST_F(ThreadTimerTest, NewIntervalCountsFromTheRunThatWasDue) {
   Advance(40ms);
   EXPECT_EQ(runs.back(), 290);
   EXPECT_EQ(runs.size(), 6u);
-}
-
-TEST_F(ThreadTimerTest, TaskCanChangeTheQueueWhileItRuns) {
-  int selfRuns = 0;
-  int otherRuns = 0;
-  std::int32_t self = 0;
-  const std::int32_t other = timer.AddPeriodicTask(5, 10, [&] { ++otherRuns; });
-  self = timer.AddPeriodicTask(10, 10, [&] {
-    if (++selfRuns == 1) {
-      timer.SetInterval(self, 20);
-    } else if (selfRuns == 3) {
-      timer.RemoveTask(other);
-      timer.RemoveTask(self);
-      addRecorder(50);
-    }
-  });
-  Advance(100ms);
-  EXPECT_EQ(selfRuns, 3);
-  EXPECT_EQ(otherRuns, 4);
-  EXPECT_EQ(runs, (Times{40, 90}));
 }
 
 TEST_F(ThreadTimerTest, RefusedTasksAndLongestTimes) {

@@ -13,6 +13,7 @@
 
 #include "tests/host/two_processes/Puppet.h"
 #include "tests/host/two_processes/XScreen.h"
+#include "tests/platform/TestWindow.h"
 #include "tests/support/ShareRecorder.h"
 
 namespace qx::test {
@@ -38,17 +39,9 @@ struct Way {
 // Wine says that a window of another process has printed itself, and draws nothing.
 bool printsNothing(HWND window) {
   constexpr int kSize = 40;
-  const HDC screen = GetDC(nullptr);
-  const HDC dc = CreateCompatibleDC(screen);
-  const HBITMAP bitmap = CreateCompatibleBitmap(screen, kSize, kSize);
-  const HGDIOBJ previous = SelectObject(dc, bitmap);
-  EXPECT_TRUE(PrintWindow(window, dc, 0));
-  const COLORREF color = GetPixel(dc, kSize - 1, kSize - 1);
-  SelectObject(dc, previous);
-  DeleteObject(bitmap);
-  DeleteDC(dc);
-  ReleaseDC(nullptr, screen);
-  return color == 0;
+  const TestBitmap bitmap(kSize, kSize);
+  EXPECT_TRUE(PrintWindow(window, bitmap.dc(), 0));
+  return (bitmap.At(kSize - 1, kSize - 1) & 0xFFFFFF) == 0;
 }
 
 // Says where the frame differs from the screen, "" when it does not.
