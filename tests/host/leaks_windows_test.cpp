@@ -80,7 +80,7 @@ int threads() {
   return count;
 }
 
-TEST(LeaksTest, FiftySharesLeaveNeitherHandlesNorThreads) {
+TEST(LeaksTest, ThirtySharesLeaveNeitherHandlesNorThreads) {
   const ColorWindow window({40, 40, 240, 190}, 0xC8280A);
   LogRecorder log;
   ScreenCapture capture;
@@ -116,7 +116,7 @@ TEST(LeaksTest, FiftySharesLeaveNeitherHandlesNorThreads) {
   }
   const std::size_t handlesBefore = handles();
   const int threadsBefore = threads();
-  for (int i = 0; i < 25; ++i) {
+  for (int i = 0; i < 15; ++i) {
     twoShares();
   }
   std::printf("handles %zu, then %zu; threads %d, then %d\n", handlesBefore, handles(),
