@@ -325,9 +325,10 @@ TEST_F(Direct11ScaleTest, AsksForInitKeepsTheFirstAndLeavesWhatIsNotItsOwn) {
   ASSERT_TRUE(scale.Init(card.device, DXGI_MODE_ROTATION_IDENTITY));
   const D3D11_VIEWPORT viewport = {1, 2, 3, 4, 0, 1};
   card.context->RSSetViewports(1, &viewport);
-  const ComPtr<ID3D11Texture2D> first = Draw();
+  ComPtr<ID3D11Texture2D> first = Draw();
   Draw(kWidth / 2, kHeight / 2);
   EXPECT_TRUE(Shows(first, kWidth, kHeight, Turned(Desktop, DXGI_MODE_ROTATION_ROTATE180)));
+  first.Reset();
   D3D11_VIEWPORT after = {};
   UINT count = 1;
   card.context->RSGetViewports(&count, &after);
