@@ -1,5 +1,6 @@
 #include "Counts.h"
 
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
@@ -40,6 +41,20 @@ double CopiedTimesFrame(Round round) {
   const double frames = 4.0 * picture.cx * picture.cy * round.frames;
   Demand(static_cast<double>(bytes) >= frames);
   return static_cast<double>(bytes) / frames;
+}
+
+double PictureMemoryTimesFrame(Round round) {
+  // Less than that is a list or a text.
+  constexpr std::size_t kLeastBytes = 65536;
+  const qx::test::LibraryBlocks blocks(kLeastBytes);
+  const std::uint64_t before = PictureBytes();
+  std::uint64_t bytes = 0;
+  round.onEnd = [&] { bytes = blocks.bytes() + PictureBytes() - before; };
+  const SIZE picture = MeasureLibrary(round).picture;
+  const double frames = static_cast<double>(bytes) / (4.0 * picture.cx * picture.cy);
+  Demand(frames >= 1);
+  // Blocks are some pages longer than what they hold.
+  return std::round(frames * 100) / 100;
 }
 
 double CallsPerFrame(Round round, const std::vector<std::string>& functions) {

@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "Rivals.h"
 #include "qx-screen-capture.h"
 
 namespace {
@@ -55,28 +56,30 @@ class Meter : public IScreenCapture::ShareListener {
   }
 
   void OnFrame(void*, const IScreenCapture::ScreenFrameData* frame) override {
-    // Read before anything else, so that this host's own work doesn't count.
-    const double micros = m_round.micros();
-    const Time now = std::chrono::steady_clock::now();
     ++m_count;
-    if (m_count == kWarmUp) {
-      m_startMicros = micros;
-      m_start = now;
-      m_round.onBegin();
-    }
+    // Reading the clock takes as long as half a tick of a still screen, and much longer
+    // under Wine, so it is read when it must be, and then before anything else.
+    const bool ends = m_count == kWarmUp + m_frames;
+    const double micros = ends ? m_round.micros() : 0;
     if (m_size.cx == 0) {
       m_size = {frame->width, frame->height};
     }
     const bool wrong = frame->width != m_size.cx || frame->height != m_size.cy;
-    if (m_count == kWarmUp + m_frames) {
+    if (ends) {
       m_round.onEnd();
+      KeepLast(m_round, *frame);
     }
-    if (m_count == kWarmUp + m_frames || wrong) {
+    if (ends || wrong) {
       const std::scoped_lock lock(m_mutex);
       m_endMicros = micros;
-      m_end = now;
+      m_end = std::chrono::steady_clock::now();
       m_failed = m_failed || wrong;
       SetEvent(m_ended);
+    }
+    if (m_count == kWarmUp) {
+      m_round.onBegin();
+      m_start = std::chrono::steady_clock::now();
+      m_startMicros = m_round.micros();
     }
     m_round.afterPicture();
   }
@@ -155,9 +158,11 @@ LibraryFigures MeasureLibrary(const Round& round) {
   capture.SetScreenCaptureConfig(config);
 
   Meter meter(round);
+  const std::int32_t monitor = PrimaryMonitor(capture);
   IScreenCapture::ShareError error = IScreenCapture::ShareErrorNone;
+  round.onStart();
   const bool started = round.window == nullptr
-                           ? capture.ShareDesktop(nullptr, PrimaryMonitor(capture), &meter, error)
+                           ? capture.ShareDesktop(nullptr, monitor, &meter, error)
                            : capture.ShareWindow(nullptr, ToId(round.window), &meter, error);
   if (!started) {
     throw std::runtime_error("the share did not start: ShareError " + std::to_string(error));

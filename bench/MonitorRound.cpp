@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "LibraryLoop.h"
+#include "PacedLoop.h"
 
 namespace {
 
@@ -13,6 +14,11 @@ std::unique_ptr<Scene> Open(int width, int height, SceneKind kind) {
     throw std::runtime_error("there is no virtual Windows here");
   }
   return OpenScene(width, height, false, kind);
+}
+
+SIZE PictureSize(Round round) {
+  round.frames = 1;
+  return MeasureLibrary(round).picture;
 }
 
 }  // namespace
@@ -28,11 +34,14 @@ Round MakeMonitorRound(IScreenCapture::CaptureEngineType engine, int frames) {
 }
 
 double TimesHandLoop(Round round, int turns, double (*byHand)(const Round&)) {
-  Round first = round;
-  first.frames = 1;
-  round.picture = MeasureLibrary(first).picture;
-  const Micros micros = MeasureBoth(round, turns, byHand);
-  return micros.library / micros.hand;
+  round.picture = PictureSize(round);
+  return MeasureBoth(round, turns, byHand).times;
+}
+
+double FirstPictureWithWaits(Round round, double (*byHand)(const Round&)) {
+  round.picture = PictureSize(round);
+  round.micros = [] { return ProcessMicros() + ClockMicros(); };
+  return FirstPictureMillis(round, byHand);
 }
 
 std::unique_ptr<Scene> OpenWithoutWaits(int width, int height) {

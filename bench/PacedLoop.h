@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "Rivals.h"
 #include "Round.h"
 #include "WatchWindow.h"
 
@@ -72,7 +73,11 @@ double PacedMicrosPerFrame(const Round& round) {
       }
     }
     micros = (round.micros() - start) / round.frames;
+    if constexpr (requires { loop.Picture(); }) {
+      KeepLast(round, loop.Picture());
+    }
   };
+  round.onStart();
   RunOnThread(run);
   if (micros < 0) {
     throw std::runtime_error("the hand loop can't capture");

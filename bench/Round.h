@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <cstdint>
 #include <functional>
 #include <vector>
 
@@ -33,10 +34,15 @@ struct Round {
   bool defaultLimit = false;
   // The size that it then makes them; 0 by 0: not known yet. The hand loop needs it.
   SIZE picture = {};
+  // Called when all is there to start a share, or a loop by hand.
+  std::function<void()> onStart = [] {};
   // Called on the capturing thread after each picture, the warm-up's as well.
   std::function<void()> afterPicture = [] {};
   // For the library: called on the capturing thread when what is measured begins and
   // ends, for those who count meanwhile.
   std::function<void()> onBegin = [] {};
   std::function<void()> onEnd = [] {};
+  // Where the last picture goes, as bytes without gaps, of a side that can show it; else
+  // null.
+  std::vector<std::uint8_t>* last = nullptr;
 };

@@ -10,6 +10,9 @@
 //   copied   bytes that the library copies on the processor for such a frame, as a
 //          multiple of the frame's
 //   textures   textures that it makes for such a frame
+//   first   milliseconds from the start to the first picture, less those of the loop by
+//          hand. A share looks at the first picture, which may be black, and delivers it
+//          with its second tick, so one wait between ticks is part of it
 //   still   microseconds a tick of a still screen outside of the system's calls; take a
 //           small screen, since the system compares all of it with what it was
 //   allocations   that the library makes in such a tick
@@ -62,6 +65,10 @@ void Measure(Report& report, const std::string& size, const Figure& wanted) {
     report.AtMost(
         what + "textures made a frame",
         CallsPerFrame(MakeChangingRound(kCountedFrames), {"ID3D11Device::CreateTexture2D"}), limit);
+  } else if (figure == "first") {
+    report.AtMost(what + "milliseconds to the first picture, beyond the hand loop's",
+                  FirstPictureWithWaits(MakeChangingRound(1), DuplicationLoopMicrosPerFrame),
+                  limit);
   } else if (figure == "still") {
     report.AtMost(what + "microseconds a still tick outside of the system's calls",
                   StillTickMicros(), limit);

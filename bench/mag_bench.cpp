@@ -10,6 +10,8 @@
 //          multiple of the frame's
 //   surfaces   surfaces, textures and bitmaps that it makes for such a frame
 //   allocations   that the library makes for such a frame
+//   first   milliseconds from the start to the first picture, less those of the loop by
+//          hand
 //   still   microseconds a tick of a still screen outside of the system's calls; take a
 //           small screen, since the system compares all of it with what it was
 //   filter   microseconds a drawn frame with 64 rules for 200 windows, outside of the
@@ -131,6 +133,9 @@ void Measure(Report& report, const std::string& size, const Figure& wanted) {
     report.AtMost(what + "surfaces made a frame", SurfacesPerFrame(), limit);
   } else if (figure == "allocations") {
     report.AtMost(what + "allocations a drawn frame", AllocationsPerDrawnFrame(), limit);
+  } else if (figure == "first") {
+    report.AtMost(what + "milliseconds to the first picture, beyond the hand loop's",
+                  FirstPictureWithWaits(MakeDrawnRound(1), MagnifierLoopMicrosPerFrame), limit);
   } else if (figure == "still") {
     report.AtMost(what + "microseconds a still tick outside of the system's calls",
                   StillTickMicros(), limit);

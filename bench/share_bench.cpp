@@ -2,7 +2,10 @@
 // through the GDI engine. The size is that of the virtual monitor to set up; on
 // Windows it is checked. Figures:
 //
-//   argb, i420   processor time a frame, as a multiple of a hand-written loop's
+//   argb, i420   processor time a frame, as a multiple of a hand-written loop's, whose
+//            pictures have to be the same
+//   first   milliseconds from the start to the first picture, less those of the loop by
+//            hand, which keeps nothing from the start before either
 //   paced15, paced30   delivered frames a second at that setting, at least
 //   window   as argb, for a still, uncovered window of 1280x720; the hand loop
 //            copies its rectangle and asks nothing about the window
@@ -10,6 +13,7 @@
 //            uncovered, less those of a hand loop that makes the calls of a share
 #include <windows.h>
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <stdexcept>
@@ -42,8 +46,8 @@ Micros MeasureGdi(const Round& round) {
 }
 
 double TimesHandLoop(const Round& round) {
-  const Micros micros = MeasureGdi(round);
-  return micros.library / micros.hand;
+  DemandSamePicture(round, HandLoopMicrosPerFrame);
+  return MeasureGdi(round).times;
 }
 
 double WindowTimesHandLoop() {
@@ -56,9 +60,17 @@ double WindowTimesHandLoop() {
 double WindowTickMicros() {
   const RECT rect = Centred(160, 120);
   const qx::test::ColorWindow window(rect, kWindowColor);
-  const Micros micros = MeasureGdi(
-      {.rect = rect, .window = window.Handle(), .watchWindow = true, .waitAsShare = true});
+  const Micros micros = MeasureGdi({.rect = rect, .window = window.Handle(), .watchWindow = true});
   return micros.library - micros.hand;
+}
+
+double FirstMillis() {
+  const auto wallMicros = [] {
+    const std::chrono::duration<double, std::micro> now =
+        std::chrono::steady_clock::now().time_since_epoch();
+    return now.count();
+  };
+  return FirstPictureMillis({.rect = ScreenRect(), .micros = wallMicros}, HandLoopMicrosPerFrame);
 }
 
 double DeliveredPerSecond(int fps) {
@@ -82,6 +94,9 @@ void Measure(Report& report, const std::string& size, const Figure& wanted) {
   if (figure == "argb" || figure == "i420") {
     report.AtMost("gdi " + figure + " " + size + ", times the hand loop",
                   TimesHandLoop({.i420 = figure == "i420", .rect = ScreenRect()}), limit);
+  } else if (figure == "first") {
+    report.AtMost("gdi " + size + ", milliseconds to the first picture, beyond the hand loop's",
+                  FirstMillis(), limit);
   } else if (figure == "window") {
     report.AtMost("gdi window 1280x720, times the hand loop", WindowTimesHandLoop(), limit);
   } else if (figure == "window-tick") {

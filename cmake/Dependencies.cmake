@@ -1,8 +1,19 @@
 # Third-party libraries. scripts/setup installs them: for linux from Debian's
-# packages, for windows under build/deps.
+# packages, for MinGW under build/deps. For MSVC they come with vcpkg.
 find_package(Threads REQUIRED)
 
-if(WIN32)
+if(MSVC)
+  find_package(libyuv CONFIG REQUIRED)
+  find_package(fmt CONFIG REQUIRED)
+  add_library(fmt-header-only ALIAS fmt::fmt-header-only)
+  find_package(zydis CONFIG REQUIRED)
+  add_library(zydis ALIAS Zydis::Zydis)
+  find_package(GTest CONFIG REQUIRED)
+  add_library(gtest ALIAS GTest::gtest)
+  find_package(Stb REQUIRED)
+  add_library(stb INTERFACE)
+  target_include_directories(stb SYSTEM INTERFACE ${Stb_INCLUDE_DIR})
+elseif(WIN32)
   set(QX_DEPS ${CMAKE_SOURCE_DIR}/build/deps CACHE PATH "Where scripts/setup put the libraries for Windows")
   add_library(yuv STATIC IMPORTED)
   set_target_properties(yuv PROPERTIES

@@ -18,8 +18,9 @@
 //    (UTF-16 on Windows), `char` text is UTF-8.
 //  * No operation throws, and no operation hands ownership to the host. What a
 //    callback or a listener receives is valid during that call only.
-//  * One ScreenCapture takes one call at a time. Several ScreenCapture objects
-//    may be used side by side, each with its own share.
+//  * Any thread may call, several at once; but for the text of thumbnails, icons and
+//    titles, which the next call writes over. Several ScreenCapture objects may be used
+//    side by side, each with its own share.
 #ifndef QX_SCREEN_CAPTURE_H_
 #define QX_SCREEN_CAPTURE_H_
 

@@ -91,7 +91,7 @@ use_wine10() {
 }
 
 # start_wine win7|win10|win11 WIDTHxHEIGHT: a display and a Wine of our own that says
-# it is that version. Ends with the script.
+# it is that version. Ends with the script. Scripts that this one runs find QX_WINE set.
 start_wine() {
   trap stop_wine EXIT
   stop_wine
@@ -124,6 +124,7 @@ start_wine() {
   fi
   wineserver -p  # else every program would boot a Windows of its own
   quietly winecfg -v "$1"
+  export QX_WINE=$1
 }
 
 # start_windows PROGRAM [ARGUMENT...]: runs one of our programs that opens

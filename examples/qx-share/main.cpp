@@ -2,6 +2,7 @@
 // one, and tells, shows or saves what arrives.
 #include <algorithm>
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -10,6 +11,7 @@
 
 #include "console.h"
 #include "data_url.h"
+#include "doctor.h"
 #include "files.h"
 #include "frame_writer.h"
 #include "options.h"
@@ -22,6 +24,8 @@
 #include "thumbnails.h"
 
 namespace {
+
+constexpr double kSettingSeconds = 0.8;
 
 constexpr int kExitWrongUsage = 2;
 constexpr int kExitNotStarted = 3;  // also: nothing was chosen
@@ -259,6 +263,21 @@ bool StartShare(IScreenCapture& capture, const Target& target, Recorder& recorde
   return started;
 }
 
+// One after the other, so that what each does can be seen.
+void ChangeSettings(IScreenCapture& capture, Recorder& recorder) {
+  const std::function<void()> changes[] = {
+      [&] { capture.SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormatI420); },
+      [&] { capture.SetCaptureFrameResolutionLimit(LimitTo(640, 360)); },
+      [&] { capture.SetCaptureFrameResolutionLimit(LimitTo(1280, 720)); },
+      [&] { capture.EnableCaptureCursor(false); },
+      [&] { capture.EnableCaptureCursor(true); },
+  };
+  for (const auto& change : changes) {
+    recorder.WaitForEnd(kSettingSeconds);
+    change();
+  }
+}
+
 int RunShare(IScreenCapture& capture, const Options& options) {
   const std::optional<Target> target = ChooseTarget(capture, options);
   if (!target) {
@@ -275,6 +294,9 @@ int RunShare(IScreenCapture& capture, const Options& options) {
   ApplySettings(capture, options);
   if (!StartShare(capture, *target, recorder)) {
     return kExitNotStarted;
+  }
+  if (options.changeSettings) {
+    ChangeSettings(capture, recorder);
   }
   recorder.WaitForEnd(options.seconds);
   capture.ShareStop();
@@ -307,8 +329,15 @@ int main(int argc, char** argv) {
     const std::unique_ptr<Scene> scene = OpenScene(1280, 720, true, options->scene);
     const LogFile log(options->logFile);
     ScreenCapture capture;
-    return options->command == Options::Command::List ? RunList(capture, *options)
-                                                      : RunShare(capture, *options);
+    switch (options->command) {
+      case Options::Command::Doctor:
+        Diagnose(capture, options->json, stdout);
+        return 0;
+      case Options::Command::List:
+        return RunList(capture, *options);
+      default:
+        return RunShare(capture, *options);
+    }
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "qx-share: %s\n", failure.what());
     return 1;

@@ -6,7 +6,6 @@
 #include <functional>
 #include <map>
 #include <stdexcept>
-#include <tuple>
 #include <utility>
 
 namespace {
@@ -54,10 +53,8 @@ std::pair<std::uint32_t, std::uint32_t> ParseSize(const std::string& option,
 
 IScreenCapture::ScreenFrameResolutionLimit ParseLimit(const std::string& option,
                                                       const std::string& text) {
-  IScreenCapture::ScreenFrameResolutionLimit limit;
-  std::tie(limit.maxScreenWidth, limit.maxScreenHeight) = ParseSize(option, text, 16384);
-  limit.maxScreenPixels = limit.maxScreenWidth * limit.maxScreenHeight;
-  return limit;
+  const auto [width, height] = ParseSize(option, text, 16384);
+  return LimitTo(width, height);
 }
 
 ThumbnailSize ParseThumbnailSize(const std::string& option, const std::string& text) {
@@ -95,6 +92,7 @@ SceneKind ParseScene(const std::string& option, const std::string& text) {
       {"turned", SceneKind::Turned},
       {"mode-change", SceneKind::ModeChange},
       {"windows-11", SceneKind::Windows11},
+      {"still", SceneKind::Still},
   };
   const auto found = kinds.find(text);
   if (found == kinds.end()) {
@@ -134,6 +132,7 @@ IScreenCapture::FilterWindowInfo ExcludeWindow(const std::string& option, const 
 using Commands = unsigned;
 constexpr Commands Bit(Options::Command command) { return 1u << static_cast<unsigned>(command); }
 constexpr Commands kList = Bit(Options::Command::List);
+constexpr Commands kDoctor = Bit(Options::Command::Doctor);
 constexpr Commands kDesktop = Bit(Options::Command::Desktop);
 constexpr Commands kWindow = Bit(Options::Command::Window);
 constexpr Commands kPicker = Bit(Options::Command::Picker);
@@ -145,7 +144,7 @@ class Parser {
 
   Options Parse() {
     if (m_arguments.empty()) {
-      throw WrongUsage("a command is missing: list, desktop, window or picker");
+      throw WrongUsage("a command is missing: list, doctor, desktop, window or picker");
     }
     m_options.command = command(m_arguments[m_next++]);
     while (m_next < m_arguments.size()) {
@@ -163,14 +162,14 @@ class Parser {
 
   static Options::Command command(const std::string& name) {
     static const std::map<std::string, Options::Command> commands = {
-        {"list", Options::Command::List},
-        {"desktop", Options::Command::Desktop},
-        {"window", Options::Command::Window},
+        {"list", Options::Command::List},       {"doctor", Options::Command::Doctor},
+        {"desktop", Options::Command::Desktop}, {"window", Options::Command::Window},
         {"picker", Options::Command::Picker},
     };
     const auto found = commands.find(name);
     if (found == commands.end()) {
-      throw WrongUsage("unknown command '" + name + "': it is list, desktop, window or picker");
+      throw WrongUsage("unknown command '" + name +
+                       "': it is list, doctor, desktop, window or picker");
     }
     return found->second;
   }
@@ -204,9 +203,10 @@ class Parser {
     using P = Parser&;
     using N = const std::string&;
     static const std::map<std::string, Option> options = {
-        {"--json", {kList | kShares, [](P p, N) { p.m_options.json = true; }}},
+        {"--json", {kList | kDoctor | kShares, [](P p, N) { p.m_options.json = true; }}},
         {"--scene",
-         {kList | kShares, [](P p, N n) { p.m_options.scene = ParseScene(n, p.value(n)); }}},
+         {kList | kDoctor | kShares,
+          [](P p, N n) { p.m_options.scene = ParseScene(n, p.value(n)); }}},
         {"--icons", {kList, [](P p, N n) { p.m_options.iconDirectory = p.path(n); }}},
         {"--thumbnails", {kList, [](P p, N n) { p.m_options.thumbnailDirectory = p.path(n); }}},
         {"--sheet", {kList | kPicker, [](P p, N n) { p.m_options.sheetFile = p.path(n); }}},
@@ -257,6 +257,7 @@ class Parser {
         {"--include-title",
          {kShares, [](P p, N n) { p.m_options.includedTitles.push_back(p.text(n, "a title")); }}},
         {"--dynamic", {kShares, [](P p, N) { p.m_options.dynamic = true; }}},
+        {"--change-settings", {kShares, [](P p, N) { p.m_options.changeSettings = true; }}},
         {"--dirty", {kShares, [](P p, N) { p.m_options.dirty = true; }}},
         {"--save", {kShares, [](P p, N n) { p.m_options.saveDirectory = p.path(n); }}},
         {"--beside", {kShares, [](P p, N) { p.m_options.beside = true; }}},
@@ -271,7 +272,7 @@ class Parser {
     if (m_sizeGiven && m_options.thumbnailDirectory.empty() && m_options.sheetFile.empty()) {
       throw WrongUsage("--size goes with --thumbnails or --sheet");
     }
-    if (m_options.command == Options::Command::List) {
+    if ((Bit(m_options.command) & kShares) == 0) {
       return;
     }
     if (m_options.command == Options::Command::Window &&
@@ -302,6 +303,14 @@ class Parser {
 
 }  // namespace
 
+IScreenCapture::ScreenFrameResolutionLimit LimitTo(std::uint64_t width, std::uint64_t height) {
+  IScreenCapture::ScreenFrameResolutionLimit limit;
+  limit.maxScreenWidth = width;
+  limit.maxScreenHeight = height;
+  limit.maxScreenPixels = width * height;
+  return limit;
+}
+
 std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, std::string& error) {
   try {
     return Parser(arguments).Parse();
@@ -314,6 +323,7 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, s
 const char* UsageText() {
   return "usage: qx-share list [--json] [--icons DIR] [--thumbnails DIR] [--sheet FILE.png]\n"
          "                [--size WxH]\n"
+         "       qx-share doctor [--json]\n"
          "       qx-share desktop [--id N] SHARE\n"
          "       qx-share window (--id H | --title TEXT | --class CLASS) [--track] SHARE\n"
          "       qx-share picker [--sheet FILE.png [--size WxH]] [--track] SHARE\n"
@@ -321,17 +331,21 @@ const char* UsageText() {
          "       [--engines dxgi,wgc,mag,gdi,print] [--wgc-first]\n"
          "       [--no-cursor] [--no-prompt] [--no-filter]\n"
          "       [--exclude-pid P] [--exclude-window H] [--exclude-title TITLE]\n"
-         "       [--include-title TITLE] [--dynamic] [--dirty]\n"
+         "       [--include-title TITLE] [--dynamic] [--dirty] [--change-settings]\n"
          "       [--save DIR [--beside]] [--y4m FILE] [--json] [--events FILE] [--log FILE]\n"
+         "doctor tries each engine on each monitor for half a second and tells what became of\n"
+         "       it, and why.\n"
          "--thumbnails writes a small picture of each monitor and window, monitor-ID.png and\n"
          "       window-ID.png; --sheet one picture of all, each with the number that picker\n"
          "       asks for. --size is that of each small picture, else 320x180.\n"
          "--dirty tells of each frame how many rectangles of the screen have changed and how\n"
          "       large they are together, in percent, where the engine knows. The dxgi engine\n"
          "       gathers them with --no-filter only; without it, it tells of none.\n"
+         "--change-settings first turns the format to i420, limits the frames to 640x360, then\n"
+         "       to 1280x720, and turns the cursor off and on, 0.8 seconds apart.\n"
          "--exclude-title and --include-title take the whole title of a window on the list.\n"
          "--beside, on virtual Windows only, saves beside each frame what was on the screen.\n"
          "--scene NAME, with any command, on virtual Windows only: what there is to see is\n"
-         "       color-cursor, monochrome-cursor, masked-cursor, turned, mode-change or\n"
-         "       windows-11\n";
+         "       color-cursor, monochrome-cursor, masked-cursor, turned, mode-change,\n"
+         "       windows-11 or still\n";
 }

@@ -11,7 +11,7 @@
 
 // The command line of qx-share.
 struct Options {
-  enum class Command { List, Desktop, Window, Picker };
+  enum class Command { List, Doctor, Desktop, Window, Picker };
 
   Command command = Command::List;
   bool json = false;
@@ -45,14 +45,18 @@ struct Options {
   std::vector<std::string> excludedTitles;  // whole titles of windows on the list
   std::vector<std::string> includedTitles;
   bool dynamic = false;
-  bool dirty = false;         // tell how much changed from frame to frame
-  bool track = false;         // tell what window the share moved over to
-  std::string saveDirectory;  // empty: save nothing
-  bool beside = false;        // save the screen beside each frame
-  std::string y4mFile;        // empty: no video
-  std::string eventFile;      // empty: no such file
-  std::string logFile;        // empty: no log
+  bool changeSettings = false;  // one after the other, at first
+  bool dirty = false;           // tell how much changed from frame to frame
+  bool track = false;           // tell what window the share moved over to
+  std::string saveDirectory;    // empty: save nothing
+  bool beside = false;          // save the screen beside each frame
+  std::string y4mFile;          // empty: no video
+  std::string eventFile;        // empty: no such file
+  std::string logFile;          // empty: no log
 };
+
+// Frames of at most this size.
+IScreenCapture::ScreenFrameResolutionLimit LimitTo(std::uint64_t width, std::uint64_t height);
 
 // Reads the arguments after the program's name, which are UTF-8 as all text here.
 // On wrong usage the result is none and `error` is one line that says what was

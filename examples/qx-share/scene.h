@@ -21,6 +21,7 @@ enum class SceneKind {
   Turned,      // the monitor stands upright, turned by 90 degrees
   ModeChange,  // the monitor gets another size after kModeChangeSeconds
   Windows11,   // the system is Windows 11
+  Still,       // nothing moves, and the cursor is large
 };
 
 constexpr double kModeChangeSeconds = 2;
@@ -58,3 +59,7 @@ bool SkipWaits();
 
 // How often a function of the system was called so far; 0 where nobody counts.
 std::uint64_t CountCalls(const std::string& function);
+
+// Bytes of the pictures in the processor's memory that programs have from the system now;
+// 0 where nobody counts.
+std::uint64_t PictureBytes();

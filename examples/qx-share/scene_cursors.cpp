@@ -119,6 +119,7 @@ void UseCursorOf(SceneKind kind) {
   using namespace vwin::control;
   switch (kind) {
     case SceneKind::ColorCursor:
+    case SceneKind::Still:
       SetCursorShape(CursorPicture{kSize, kSize, kCentre, kCentre, DrawTarget(ColorPixel)});
       break;
     case SceneKind::MonochromeCursor:

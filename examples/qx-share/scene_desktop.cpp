@@ -22,3 +22,5 @@ void ChangePage(void*) {}
 bool SkipWaits() { return false; }
 
 std::uint64_t CountCalls(const std::string&) { return 0; }
+
+std::uint64_t PictureBytes() { return 0; }

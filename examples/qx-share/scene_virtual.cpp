@@ -145,7 +145,7 @@ class VirtualScene : public Scene {
     SetCursorShape(CursorKind::kArrow);
     UseCursorOf(kind);
     step(0);
-    if (lively) {
+    if (lively && kind != SceneKind::Still) {
       m_thread = std::thread([this] { run(); });
     }
   }
@@ -302,3 +302,5 @@ bool SkipWaits() {
 }
 
 std::uint64_t CountCalls(const std::string& function) { return vwin::control::Count(function); }
+
+std::uint64_t PictureBytes() { return vwin::control::PictureBytes(); }

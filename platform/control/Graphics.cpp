@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "platform/model/Desktop.h"
+#include "platform/model/PictureMemory.h"
 
 namespace vwin::control {
 namespace {
@@ -75,6 +76,9 @@ void SetDuplicateFormat(DXGI_FORMAT format) {
 void SetBlackDuplicates(bool black) {
   changeMachine([&](Machine& machine) { machine.blackDuplicates = black; });
 }
+void SetPointerBeforePicture(bool before) {
+  changeMachine([&](Machine& machine) { machine.pointerBeforePicture = before; });
+}
 void ReportMove(HMONITOR handle, POINT from, const RECT& to) {
   changeMonitor(handle, [&](Monitor& monitor) { monitor.moves.push_back({from, to}); });
 }
@@ -83,5 +87,7 @@ void SetPointerShape(const std::optional<PointerShape>& shape) {
     machine.pointerShape = shape ? std::make_shared<const PointerShape>(*shape) : nullptr;
   });
 }
+
+std::uint64_t PictureBytes() { return pictures::Bytes(); }
 
 }  // namespace vwin::control

@@ -50,6 +50,9 @@ void SetDuplicateResult(HRESULT result);
 void SetDuplicateFormat(DXGI_FORMAT format);
 // A driver's fault: duplications give pictures of zeros.
 void SetBlackDuplicates(bool black);
+// The first frame of a duplication tells of the pointer alone, as on some machines: it has no
+// time of a picture, and what comes with it was never drawn.
+void SetPointerBeforePicture(bool before);
 // A part of the picture moved. `to` and `from` are told as they are, in pixels of the
 // picture as it is duplicated, which is not turned.
 void ReportMove(HMONITOR monitor, POINT from, const RECT& to);
@@ -57,5 +60,11 @@ void ReportMove(HMONITOR monitor, POINT from, const RECT& to);
 // picture, with its colours.
 using vwin::PointerShape;
 void SetPointerShape(const std::optional<PointerShape>& shape);
+
+// ------------------------------------------------------------------------- memory
+
+// Bytes of the pictures that the library has asked for, that it has not let go of and
+// that the processor can reach: DIB sections, staging textures, surfaces in system memory.
+std::uint64_t PictureBytes();
 
 }  // namespace vwin::control

@@ -9,6 +9,7 @@
 #include "platform/model/ComObject.h"
 #include "platform/model/D3D11Context.h"
 #include "platform/model/Dxgi.h"
+#include "platform/model/PictureMemory.h"
 
 namespace vwin {
 
@@ -254,7 +255,10 @@ class Device final : public ComImplementation<ID3D11Device, IDXGIDevice> {
     const HRESULT checked = check(desc, data);
     if (FAILED(checked)) return checked;
     if (texture == nullptr) return S_FALSE;
-    const auto content = std::make_shared<TextureContent>(*desc);
+    auto content = std::make_shared<TextureContent>(*desc);
+    if (desc->Usage == D3D11_USAGE_STAGING) {
+      content = pictures::Count(content, std::size_t{desc->Width} * desc->Height * kPixelSize);
+    }
     for (UINT y = 0; data != nullptr && y < desc->Height; ++y) {
       std::memcpy(content->image().Row(static_cast<int>(y)),
                   static_cast<const BYTE*>(data->pSysMem) + std::size_t{y} * data->SysMemPitch,

@@ -49,7 +49,7 @@ std::vector<std::uint32_t> tokensOf(std::span<const std::uint8_t> bytes) {
 }
 
 // What is in a register while the analysis runs: nothing known, a component of an
-// input, or one of what a `sample` gives.
+// input, or one of what a sample gives.
 struct Origin {
   enum class Kind { kOther, kInput, kSample };
   Kind kind = Kind::kOther;
@@ -154,12 +154,13 @@ bool Shader::parseProgram(const std::vector<std::uint32_t>& tokens, Stage stage)
     const bool samples = instruction.opcode == Opcode::kSample;
     constexpr std::uint32_t kSaturated = 1u << 13;
     if ((!samples && instruction.opcode != Opcode::kMove) || (token & kSaturated)) return false;
-    // What follows the opcode of a `sample` may say of which kind the texture is.
-    constexpr std::uint32_t kOffsets = 1;
-    for (bool extended = token >> 31; extended;) {
-      const auto extension = decoder.next();
-      if (!extension || (*extension & 0x3F) == kOffsets) return false;
-      extended = *extension >> 31;
+    // The opcode of a sample is extended by the kind of its texture.
+    constexpr std::uint32_t kExtended = 1u << 31;
+    constexpr std::uint32_t kTexture2D = kExtended | 0xC2, kFourFloats = 0x155543;
+    if (samples
+            ? !(token & kExtended) || decoder.next() != kTexture2D || decoder.next() != kFourFloats
+            : (token & kExtended) != 0) {
+      return false;
     }
     const auto target = decoder.operand();
     const auto coordinates = samples ? decoder.operand() : Operand{};

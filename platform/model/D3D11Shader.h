@@ -1,5 +1,6 @@
 // Compiled shaders: the DXBC container, its signatures, and a small interpreter that
-// knows declarations, `mov`, `sample` and `ret`. Everything else is refused.
+// knows declarations, `mov`, `sample_indexable` of two-dimensional textures and `ret`.
+// Everything else is refused.
 #pragma once
 
 #include <windows.h>
@@ -37,7 +38,7 @@ struct InputComponent {
   UINT component;
 };
 
-// A `sample` instruction: where it samples what. Coordinates that are anything but
+// A `sample_indexable` instruction: where it samples what. Coordinates that are anything but
 // components of inputs are refused.
 struct SampleSite {
   InputComponent u;
@@ -56,7 +57,7 @@ class Shader {
   const Signature& inputs() const { return m_inputs; }
   const Signature& outputs() const { return m_outputs; }
   const std::vector<SampleSite>& samples() const { return m_samples; }
-  // Of a pixel shader: its target is what its only `sample` gives, as it is.
+  // Of a pixel shader: its target is what its only sample gives, as it is.
   bool IsPlainSample() const { return m_plainSample; }
 
   // `sample` is called with the number of the site and the coordinates; it gives a
@@ -104,7 +105,7 @@ class Shader {
     std::array<std::uint8_t, 4> swizzle{0, 1, 2, 3};
     Vector4<float> immediate{};
   };
-  // For `sample` the source is the texture, whose swizzle applies to what it gives.
+  // For a sample the source is the texture, whose swizzle applies to what it gives.
   struct Instruction {
     Opcode opcode;
     Operand target;

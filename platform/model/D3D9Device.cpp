@@ -5,6 +5,7 @@
 #include "platform/model/Desktop.h"
 #include "platform/model/Machine.h"
 #include "platform/model/PatchPoints.h"
+#include "platform/model/PictureMemory.h"
 #include "platform/model/Rects.h"
 
 namespace vwin {
@@ -189,7 +190,12 @@ class Device final : public ComImplementation<IDirect3DDevice9Ex> {
     if (sharedHandle) return notProvided("a shared surface");
     if (desc.Format != D3DFMT_A8R8G8B8 && desc.Format != D3DFMT_X8R8G8B8)
       return notProvided("a surface of this format");
-    *surface = new Surface(this, m_rule, std::make_shared<SurfaceContent>(desc, lockable), call);
+    auto content = std::make_shared<SurfaceContent>(desc, lockable);
+    if (desc.Pool == D3DPOOL_SYSTEMMEM) {
+      content =
+          pictures::Count(content, std::size_t{desc.Width} * desc.Height * sizeof(std::uint32_t));
+    }
+    *surface = new Surface(this, m_rule, content, call);
     return D3D_OK;
   }
 

@@ -26,6 +26,8 @@ namespace dxgi {
 namespace {
 
 constexpr std::uint32_t kOpaque = 0xFF000000;
+// Of a frame that brings no picture.
+constexpr std::uint32_t kNeverDrawn = 0xFFBADBAD;
 
 // The cursor as a duplication tells of it.
 struct Pointer {
@@ -265,14 +267,17 @@ class Duplication final : public ComImplementation<IDXGIOutputDuplication> {
 
   // Makes a frame of what `look` found.
   std::shared_ptr<d3d11::TextureContent> take(Lock& lock, DXGI_OUTDUPL_FRAME_INFO& info) {
-    if (!m_dirtyRects.empty() || hasMoves(lock)) takePicture(lock, info);
+    const bool withoutPicture =
+        !std::exchange(m_begun, true) && TheMachine(lock).pointerBeforePicture;
+    if (withoutPicture) m_dirtyRects.clear();
+    if (!m_dirtyRects.empty() || (!withoutPicture && hasMoves(lock))) takePicture(lock, info);
     if (auto pointer = pointerNews(lock)) takePointer(lock, std::move(*pointer), info);
     m_held = true;
     m_lent = m_shown;
-    if (TheMachine(lock).blackDuplicates) {
+    if (TheMachine(lock).blackDuplicates || withoutPicture) {
       m_lent = makePicture();
-      const d3d11::Image black = m_lent->image();
-      std::fill(black.pixels, black.Row(black.height), 0u);
+      const d3d11::Image image = m_lent->image();
+      std::fill(image.pixels, image.Row(image.height), withoutPicture ? kNeverDrawn : 0u);
     }
     m_lent->withdrawn = false;
     return m_lent;
@@ -319,6 +324,7 @@ class Duplication final : public ComImplementation<IDXGIOutputDuplication> {
   std::vector<std::uint32_t> m_upright;
   std::size_t m_movesSeen;
   std::int64_t m_lastPresentTime = 0;
+  bool m_begun = false;                     // a frame has been given
   std::optional<Pointer> m_pointer;         // as the last frame told it
   std::shared_ptr<const void> m_shapeTold;  // the last one
   std::int64_t m_lastMouseTime = 0;

@@ -9,9 +9,6 @@
 namespace vwin::dxbc {
 namespace {
 
-using Digest = std::array<std::uint32_t, 4>;
-
-constexpr std::size_t kDigestOffset = 4;
 constexpr std::size_t kHashedFrom = 20;  // what follows the digest
 constexpr std::size_t kHeaderSize = 32;
 constexpr std::size_t kBlockSize = 64;
@@ -46,9 +43,12 @@ void digestBlock(Digest& digest, const std::uint8_t* bytes) {
   digest[3] += d;
 }
 
+}  // namespace
+
 // MD5 but for its end: the length stands first and, in another form, last in the last
 // block.
-Digest digestOf(std::span<const std::uint8_t> bytes) {
+Digest DigestOf(std::span<const std::uint8_t> container) {
+  const auto bytes = container.subspan(kHashedFrom);
   Digest digest{0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476};
   const std::size_t left = bytes.size() % kBlockSize;
   const std::size_t whole = bytes.size() - left;
@@ -70,8 +70,6 @@ Digest digestOf(std::span<const std::uint8_t> bytes) {
   return digest;
 }
 
-}  // namespace
-
 std::optional<std::uint32_t> NumberAt(std::span<const std::uint8_t> bytes, std::size_t offset) {
   std::uint32_t number = 0;
   if (offset > bytes.size() || bytes.size() - offset < sizeof(number)) return std::nullopt;
@@ -84,7 +82,7 @@ std::optional<std::vector<Chunk>> Chunks(std::span<const std::uint8_t> bytes) {
   const std::size_t size = *NumberAt(bytes, 24);
   if (size < kHeaderSize || size > bytes.size()) return std::nullopt;
   bytes = bytes.first(size);
-  const Digest digest = digestOf(bytes.subspan(kHashedFrom));
+  const Digest digest = DigestOf(bytes);
   if (std::memcmp(bytes.data() + kDigestOffset, digest.data(), sizeof(digest)) != 0)
     return std::nullopt;
   std::vector<Chunk> chunks;

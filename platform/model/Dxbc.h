@@ -1,6 +1,7 @@
 // The container of compiled shaders: a checksum and named chunks.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -9,6 +10,11 @@
 #include <vector>
 
 namespace vwin::dxbc {
+
+// A container's checksum, and where it lies in it.
+using Digest = std::array<std::uint32_t, 4>;
+inline constexpr std::size_t kDigestOffset = 4;
+Digest DigestOf(std::span<const std::uint8_t> container);
 
 struct Chunk {
   std::string name;  // four letters

@@ -7,6 +7,7 @@
 #include "platform/model/Compositor.h"
 #include "platform/model/Ledger.h"
 #include "platform/model/Machine.h"
+#include "platform/model/PictureMemory.h"
 #include "platform/model/Rects.h"
 
 namespace vwin::gdi {
@@ -102,7 +103,8 @@ HBITMAP CreateBitmap(Lock& lock, int width, int height, bool monochrome) {
 }
 
 HBITMAP CreateSection(Lock& lock, int width, int height, std::uint32_t*& bits) {
-  auto bitmap = std::make_shared<Bitmap>();
+  const std::size_t bytes = std::size_t{4} * static_cast<UINT>(width) * static_cast<UINT>(height);
+  auto bitmap = pictures::Count(std::make_shared<Bitmap>(), bytes);
   bitmap->surface = Surface(width, height, 0);
   bits = bitmap->surface.Share();
   bitmap->handle =

@@ -94,6 +94,7 @@ struct Machine {
   std::set<HMONITOR> duplicated;                     // a process can duplicate each monitor once
   std::uint32_t desktopSwitches = 0;                 // all duplications are lost with each
   bool blackDuplicates = false;                      // a driver's fault: pictures of zeros
+  bool pointerBeforePicture = false;                 // what duplications tell first
   std::uint32_t duplicateFormat = 87;                // DXGI_FORMAT_B8G8R8A8_UNORM
   std::shared_ptr<const PointerShape> pointerShape;  // instead of the cursor's picture
 

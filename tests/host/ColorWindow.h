@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+#include "tests/platform/TestWindow.h"
+
 namespace qx::test {
 
 // A topmost window in one colour, with a thread and a message loop of its own.
@@ -12,21 +14,30 @@ namespace qx::test {
 class ColorWindow {
  public:
   // `rgb` is 0x00RRGGBB.
-  ColorWindow(const RECT& rect, std::uint32_t rgb);
+  ColorWindow(const RECT& rect, std::uint32_t rgb)
+      : m_thread([this, rect, rgb] {
+          const COLORREF color = RGB(rgb >> 16 & 0xFF, rgb >> 8 & 0xFF, rgb & 0xFF);
+          TestWindow window(rect, color, WS_EX_TOPMOST);
+          m_window = window;
+          window.Show();
+          m_opened.Set();
+          MSG message = {};
+          while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+            DispatchMessageW(&message);
+          }
+        }) {
+    m_opened.Wait();
+  }
+  ~ColorWindow() { PostThreadMessageW(m_thread.id(), WM_QUIT, 0, 0); }
   ColorWindow(const ColorWindow&) = delete;
   ColorWindow& operator=(const ColorWindow&) = delete;
-  ~ColorWindow();
 
   HWND Handle() const { return m_window; }
 
  private:
-  void run();
-
-  const RECT m_rect;
-  const std::uint32_t m_rgb;
   HWND m_window = nullptr;
-  HANDLE m_opened = nullptr;
-  HANDLE m_thread = nullptr;
+  TestEvent m_opened;
+  TestThread m_thread;  // ends first
 };
 
 }  // namespace qx::test

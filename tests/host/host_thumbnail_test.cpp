@@ -4,12 +4,12 @@
 #include <qx-screen-capture.h>
 
 #include <algorithm>
-#include <map>
-#include <string>
+#include <utility>
 #include <vector>
 
 #include "data_url.h"
 #include "tests/host/ColorWindow.h"
+#include "tests/host/Monitors.h"
 #include "tests/support/PngReader.h"
 
 namespace qx::test {
@@ -19,12 +19,7 @@ TEST(HostThumbnailTest, EachMonitorAndWindowHasAPictureOfTheWantedSizeOrNone) {
   constexpr std::uint32_t kColor = 0xC8280A;
   const ColorWindow window({40, 40, 240, 190}, kColor);
   ScreenCapture capture;
-  std::vector<IScreenCapture::DesktopInfo> desktops;
-  capture.GetDesktopList(
-      [](const IScreenCapture::DesktopInfo* list, const int& count, void* user) {
-        static_cast<decltype(desktops)*>(user)->assign(list, list + count);
-      },
-      &desktops);
+  const Monitors desktops = ListMonitors(capture);
   ASSERT_FALSE(desktops.empty());
   std::vector<int> windows;
   capture.GetWindowList(
@@ -40,16 +35,14 @@ TEST(HostThumbnailTest, EachMonitorAndWindowHasAPictureOfTheWantedSizeOrNone) {
   const char* const url = capture.GetDesktopThumbnail(primary->id, primary->width, primary->height);
   ASSERT_NE(url, nullptr);
   const PngPicture screen = ReadPng(DecodePngDataUrl(url));
-  ASSERT_EQ(screen.width, primary->width);
-  ASSERT_EQ(screen.height, primary->height);
+  ASSERT_EQ(std::pair(screen.width, screen.height), std::pair(primary->width, primary->height));
   EXPECT_EQ(screen.pixels[static_cast<std::size_t>(115 * screen.width + 140)], 0xFF000000 | kColor);
 
   // A wide picture in a square box has bars above and below.
   const char* const boxed = capture.GetDesktopThumbnail(primary->id, 320, 320);
   ASSERT_NE(boxed, nullptr);
   const PngPicture square = ReadPng(DecodePngDataUrl(boxed));
-  ASSERT_EQ(square.width, 320);
-  ASSERT_EQ(square.height, 320);
+  ASSERT_EQ(std::pair(square.width, square.height), std::pair(320, 320));
   const auto pixel = [&](int x, int y) {
     return square.pixels[static_cast<std::size_t>(y * square.width + x)];
   };

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "tests/host/ColorWindow.h"
+#include "tests/host/Monitors.h"
 #include "tests/support/ShareRecorder.h"
 
 namespace qx::test {
@@ -86,13 +87,7 @@ TEST(LeaksTest, FiftySharesLeaveNeitherHandlesNorThreads) {
   capture.SetCaptureFPS(30);
   ShareRecorder host;
   IScreenCapture::ShareError error = IScreenCapture::ShareErrorNone;
-  int monitor = 0;
-  capture.GetDesktopList(
-      [](const IScreenCapture::DesktopInfo* list, const int& count, void* user) {
-        ASSERT_GT(count, 0);
-        *static_cast<int*>(user) = list[0].id;
-      },
-      &monitor);
+  const int monitor = ListMonitors(capture).at(0).id;
   const auto twoShares = [&] {
     log.Forget();
     host.Forget();

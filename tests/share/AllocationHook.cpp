@@ -6,9 +6,11 @@
 #include <array>
 #include <atomic>
 #include <cstdlib>
+#include <mutex>
 #include <new>
 #include <sstream>
 #include <string_view>
+#include <unordered_map>
 
 namespace {
 
@@ -20,6 +22,12 @@ std::array<void*, kDepth> firstStack;
 std::atomic<int> firstDepth{0};
 std::atomic<std::size_t> failFrom{0};  // 0: nothing fails
 std::atomic<int> failures{0};
+std::atomic<std::size_t> holdFrom{0};  // 0: nobody asks
+std::mutex heldMutex;                  // guards what follows
+std::unordered_map<void*, std::size_t> held;
+
+// The hook is at work, and what it allocates itself is nobody's.
+thread_local bool looking = false;
 
 // Whether the library made the allocation that returns to `caller`: of all frames
 // from there outwards, the first that belongs to one of our modules is its.
@@ -46,12 +54,22 @@ bool madeByLibrary(void* const* stack, int depth, const void* caller) {
   return false;
 }
 
+void* hold(void* block, std::size_t size) {
+  looking = true;
+  if (block) {
+    const std::scoped_lock lock(heldMutex);
+    held[block] = size;
+  }
+  looking = false;
+  return block;
+}
+
 // Null when this allocation is to fail, or when there really is no memory.
 void* allocate(std::size_t size, const void* caller) {
   const std::size_t limit = failFrom;
   const bool large = limit != 0 && size >= limit;
-  thread_local bool looking = false;
-  if ((counting || large) && !looking) {
+  const bool kept = holdFrom != 0 && size >= holdFrom;
+  if ((counting || large || kept) && !looking) {
     looking = true;
     std::array<void*, kDepth> stack;
     const int depth = backtrace(stack.data(), kDepth);
@@ -65,8 +83,23 @@ void* allocate(std::size_t size, const void* caller) {
       ++failures;
       return nullptr;
     }
+    if (byLibrary && kept) {
+      return hold(std::malloc(size), size);
+    }
   }
   return std::malloc(size == 0 ? 1 : size);
+}
+
+void release(void* block) {
+  if (holdFrom != 0 && !looking) {
+    looking = true;
+    {
+      const std::scoped_lock lock(heldMutex);
+      held.erase(block);
+    }
+    looking = false;
+  }
+  std::free(block);
 }
 
 }  // namespace
@@ -89,12 +122,12 @@ void* operator new[](std::size_t size) {
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
   return allocate(size, __builtin_return_address(0));
 }
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete[](void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }
-void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
-void operator delete(void* block, const std::nothrow_t&) noexcept { std::free(block); }
-void operator delete[](void* block, const std::nothrow_t&) noexcept { std::free(block); }
+void operator delete(void* block) noexcept { release(block); }
+void operator delete[](void* block) noexcept { release(block); }
+void operator delete(void* block, std::size_t) noexcept { release(block); }
+void operator delete[](void* block, std::size_t) noexcept { release(block); }
+void operator delete(void* block, const std::nothrow_t&) noexcept { release(block); }
+void operator delete[](void* block, const std::nothrow_t&) noexcept { release(block); }
 
 namespace qx::test {
 
@@ -129,5 +162,22 @@ FailLargeAllocations::FailLargeAllocations(std::size_t minimum) {
 FailLargeAllocations::~FailLargeAllocations() { failFrom = 0; }
 
 int FailLargeAllocations::failed() const { return failures; }
+
+LibraryBlocks::LibraryBlocks(std::size_t minimum) { holdFrom = minimum; }
+
+LibraryBlocks::~LibraryBlocks() {
+  holdFrom = 0;
+  const std::scoped_lock lock(heldMutex);
+  held.clear();
+}
+
+std::size_t LibraryBlocks::bytes() const {
+  const std::scoped_lock lock(heldMutex);
+  std::size_t sum = 0;
+  for (const auto& [block, size] : held) {
+    sum += size;
+  }
+  return sum;
+}
 
 }  // namespace qx::test

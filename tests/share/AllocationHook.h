@@ -1,6 +1,7 @@
 // Sees and fails heap allocations of this process (operator new).
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -30,6 +31,18 @@ class FailLargeAllocations {
   FailLargeAllocations& operator=(const FailLargeAllocations&) = delete;
 
   int failed() const;
+};
+
+// Sums up the blocks of at least `minimum` bytes that the library has allocated itself
+// while this object lives and has not given back. One at a time.
+class LibraryBlocks {
+ public:
+  explicit LibraryBlocks(std::size_t minimum);
+  ~LibraryBlocks();
+  LibraryBlocks(const LibraryBlocks&) = delete;
+  LibraryBlocks& operator=(const LibraryBlocks&) = delete;
+
+  std::size_t bytes() const;
 };
 
 }  // namespace qx::test

@@ -10,13 +10,7 @@ namespace qx::test {
 // the screen takes over when it can't go on.
 class DxgiShareTest : public ShareTest {
  protected:
-  static constexpr int kDxgi = IScreenCapture::CaptureEngineDXGI;
-  static constexpr int kGdi = IScreenCapture::CaptureEngineGDIBitBlt;
-  using Engines = std::vector<int>;
-
-  DxgiShareTest() {
-    allowEngines({IScreenCapture::CaptureEngineDXGI, IScreenCapture::CaptureEngineGDIBitBlt});
-  }
+  DxgiShareTest() { allowEngines({kDxgi, kBitBlt}); }
 
   // Starts a share and runs it up to its first frame: one tick after the start.
   void startDxgi(HMONITOR target = monitor()) {

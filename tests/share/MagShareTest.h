@@ -12,13 +12,7 @@ namespace qx::test {
 // over when it can't go on.
 class MagShareTest : public ShareTest {
  protected:
-  using Engines = std::vector<int>;
-  static constexpr int kMag = IScreenCapture::CaptureEngineMag;
-  static constexpr int kGdi = IScreenCapture::CaptureEngineGDIBitBlt;
-
-  MagShareTest() {
-    allowEngines({IScreenCapture::CaptureEngineMag, IScreenCapture::CaptureEngineGDIBitBlt});
-  }
+  MagShareTest() { allowEngines({kMag, kBitBlt}); }
 
   // Starts a share and runs its first two ticks, of which the second one takes note that
   // there are windows to leave out: the frame around the monitor, at least.
@@ -47,16 +41,6 @@ class MagShareTest : public ShareTest {
     }
     return magShows(patches);
   }
-
-  static void setExcluded(ScreenCapture& object, const std::vector<HWND>& windows) {
-    std::vector<IScreenCapture::FilterWindowInfo> list;
-    for (const HWND window : windows) {
-      list.emplace_back().window = window;
-    }
-    object.ClearExcludeWindows();
-    object.SetExcludeWindows(list.data(), static_cast<int>(list.size()));
-  }
-  void exclude(const std::vector<HWND>& windows) { setExcluded(capture, windows); }
 
   // From now on no frame may show a pixel of this colour.
   void forbid(std::uint32_t rgb) {

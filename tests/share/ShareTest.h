@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstdint>
 #include <initializer_list>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -22,10 +23,22 @@
 namespace qx::test {
 
 using namespace std::chrono_literals;
+using Engines = std::vector<int>;
+using Events = std::vector<std::string>;
+
+constexpr auto kMag = IScreenCapture::CaptureEngineMag;
+constexpr auto kDxgi = IScreenCapture::CaptureEngineDXGI;
+constexpr auto kWgc = IScreenCapture::CaptureEngineWGC;
+constexpr auto kBitBlt = IScreenCapture::CaptureEngineGDIBitBlt;
+constexpr auto kPrint = IScreenCapture::CaptureEngineGDIPrintWindow;
 
 constexpr std::uint32_t kBackground = 0x203040;
 // What a magnifier's colour effect adds to every pixel.
 constexpr std::uint32_t kRedder = 0x010000;
+
+inline int idOf(const void* handle) {
+  return static_cast<int>(reinterpret_cast<std::intptr_t>(handle));
+}
 
 // An object with neither prompt frame nor cursor, unless a test turns them on.
 struct PlainCapture : ScreenCapture {
@@ -33,6 +46,26 @@ struct PlainCapture : ScreenCapture {
     EnablePromptWindow(false);
     EnableCaptureCursor(false);
   }
+  // These, and no others.
+  void Exclude(const std::vector<HWND>& windows) {
+    std::vector<FilterWindowInfo> list;
+    for (const HWND window : windows) {
+      list.emplace_back().window = window;
+    }
+    ClearExcludeWindows();
+    SetExcludeWindows(list.data(), static_cast<int>(list.size()));
+  }
+};
+
+// One more share beside that of a test.
+struct OtherShare {
+  bool StartMonitor(HMONITOR target) {
+    return capture.ShareDesktop(nullptr, idOf(target), &host, error);
+  }
+
+  ShareRecorder host;
+  PlainCapture capture;
+  IScreenCapture::ShareError error = IScreenCapture::ShareErrorNone;
 };
 
 // The machine has one monitor of 320x200 over a desktop of kBackground. The share has
@@ -43,8 +76,7 @@ class ShareTest : public testing::Test {
     vwin::control::OwnClock();
     vwin::control::SetMonitorRect(monitor(), {0, 0, 320, 200});
     vwin::control::SetDesktopColor(RGB(0x20, 0x30, 0x40));
-    allowEngines(
-        {IScreenCapture::CaptureEngineGDIBitBlt, IScreenCapture::CaptureEngineGDIPrintWindow});
+    allowEngines({kBitBlt, kPrint});
   }
 
   // No engines: all are allowed.
@@ -71,12 +103,9 @@ class ShareTest : public testing::Test {
 
   static HMONITOR monitor() { return vwin::control::PrimaryMonitor(); }
 
-  static int idOf(const void* handle) {
-    return static_cast<int>(reinterpret_cast<std::intptr_t>(handle));
-  }
-
-  bool share(const void* target) {
-    return capture.ShareDesktop(&context, idOf(target), &host, error);
+  bool share(HMONITOR target) { return capture.ShareDesktop(&context, idOf(target), &host, error); }
+  bool shareWindow(HWND target) {
+    return capture.ShareWindow(&context, idOf(target), &host, error);
   }
 
   // Starts a share of the monitor and runs its first tick.
@@ -84,6 +113,35 @@ class ShareTest : public testing::Test {
   void start(HMONITOR target) {
     ASSERT_TRUE(share(target)) << "error " << error << '\n' << log.Dump();
     vwin::control::Settle();
+  }
+
+  void startWindow(HWND target) {
+    ASSERT_TRUE(shareWindow(target)) << "error " << error << '\n' << log.Dump();
+    vwin::control::Settle();
+  }
+
+  // What the ids of monitors and windows are looked up in.
+  void list() {
+    capture.GetDesktopList([](const IScreenCapture::DesktopInfo*, const int&, void*) {}, nullptr);
+    capture.GetWindowList([](const IScreenCapture::WindowInfo*, const int&, void*) {}, nullptr);
+  }
+
+  // "10,20 300x200".
+  std::string captureRect() {
+    IScreenCapture::CaptureRect rect = {};
+    capture.GetCaptureRect(rect);
+    std::ostringstream text;
+    text << rect.x << ',' << rect.y << ' ' << rect.width << 'x' << rect.height;
+    return text.str();
+  }
+
+  // Of the last frame: "160x100 of 320x200".
+  std::string frameSize() const {
+    const Frame frame = host.LastFrame();
+    std::ostringstream text;
+    text << frame.width << 'x' << frame.height << " of " << frame.rawWidth << 'x'
+         << frame.rawHeight;
+    return text.str();
   }
 
   // Runs the next `count` ticks of a share at 15 frames a second.

@@ -12,26 +12,18 @@ namespace qx::test {
 // on. There is a window of 100x80 whose picture is one colour, with a mark in a corner.
 class WgcShareTest : public ShareTest {
  protected:
-  using Engines = std::vector<int>;
-  static constexpr int kWgc = IScreenCapture::CaptureEngineWGC;
-  static constexpr int kDxgi = IScreenCapture::CaptureEngineDXGI;
-  static constexpr int kPrint = IScreenCapture::CaptureEngineGDIPrintWindow;
-  static constexpr int kCopy = IScreenCapture::CaptureEngineGDIBitBlt;
   static constexpr std::uint32_t kColor = 0x0A781E;
   static constexpr std::uint32_t kMark = 0xC80AF0;
 
   WgcShareTest() {
     vwin::control::SetVersion(vwin::control::kWindows11);
-    allowEngines({IScreenCapture::CaptureEngineWGC, IScreenCapture::CaptureEngineGDIBitBlt,
-                  IScreenCapture::CaptureEngineGDIPrintWindow});
+    allowEngines({kWgc, kBitBlt, kPrint});
     capture.EnableActiveShareWindow(false);
     vwin::control::Fill(window, {10, 10, 30, 20}, RGB(0xC8, 0x0A, 0xF0));
   }
 
-  void startWindow() {
-    ASSERT_TRUE(capture.ShareWindow(&context, idOf(window), &host, error)) << log.Dump();
-    vwin::control::Settle();
-  }
+  using ShareTest::startWindow;
+  void startWindow() { startWindow(window); }
 
   // The last frame is a picture of the window, which is cut by 2 pixels at each side and
   // scaled to its size again: what is near an edge between colours isn't looked at.

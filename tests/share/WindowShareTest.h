@@ -32,16 +32,8 @@ class WindowShareTest : public ShareTest {
     return opened;
   }
 
-  bool shareWindow(HWND target) {
-    return capture.ShareWindow(&context, idOf(target), &host, error);
-  }
-
-  // Starts a share of the window and runs its first tick.
+  using ShareTest::startWindow;
   void startWindow() { startWindow(window); }
-  void startWindow(HWND target) {
-    ASSERT_TRUE(shareWindow(target)) << "error " << error << '\n' << log.Dump();
-    vwin::control::Settle();
-  }
 
   // Runs ticks until a moved window is captured again.
   static void settleMove() { vwin::control::Advance(500ms); }
@@ -52,7 +44,5 @@ class WindowShareTest : public ShareTest {
 
   HWND window = openShared();
 };
-
-using Events = std::vector<std::string>;
 
 }  // namespace qx::test

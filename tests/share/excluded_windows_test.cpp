@@ -1,5 +1,4 @@
 // Windows that are kept out of a copy of the screen by their style, which they get back.
-#include <cstdio>
 #include <optional>
 #include <string>
 #include <vector>
@@ -10,7 +9,6 @@ namespace qx::test {
 namespace {
 
 using namespace vwin::control;
-using FilterWindowInfo = IScreenCapture::FilterWindowInfo;
 
 // Without desktop composition the GDI engine makes excluded windows layered,
 // which a plain copy of the screen leaves out.
@@ -19,12 +17,6 @@ class WithoutComposition : public ShareTest {
   WithoutComposition() {
     SetVersion(kWindows7);
     SetComposition(false);
-  }
-
-  static FilterWindowInfo byHandle(HWND window) {
-    FilterWindowInfo info;
-    info.window = window;
-    return info;
   }
 
   static LONG_PTR exStyleOf(HWND window) { return GetWindowLongPtrW(window, GWL_EXSTYLE); }
@@ -41,30 +33,36 @@ class WithoutComposition : public ShareTest {
 };
 
 TEST_F(WithoutComposition, ExcludedWindowNeverShowsAndGetsItsStyleBack) {
-  capture.AddExcludeWindow(byHandle(secret));
+  capture.Exclude({secret});
   start();
   EXPECT_TRUE(Shows(host.LastFrame(), kBackground, hidden));
   EXPECT_TRUE(isLayered(secret));
 
-  capture.AddIncludeWindow(byHandle(secret));
+  capture.AddIncludeWindow({.window = secret});
   EXPECT_TRUE(nextFrameShows(shown)) << "include beats exclude";
   EXPECT_FALSE(isLayered(secret));
   EXPECT_GE(RedrawCount(secret), 1u);
 
   capture.ClearIncludeWindows();
   EXPECT_TRUE(nextFrameShows(hidden));
-  capture.ShareStop();
+  SetExStyle(secret, WS_EX_TOOLWINDOW);
+  EXPECT_TRUE(nextFrameShows(hidden)) << "it took its style back";
+  capture.EnableFilterWindowWhenShareDesktop(false);
+  tick();
+  EXPECT_TRUE(nextFrameShows(shown)) << "filtering is off";
   EXPECT_FALSE(isLayered(secret));
+  capture.EnableFilterWindowWhenShareDesktop(true);
+  tick();
+  EXPECT_TRUE(nextFrameShows(hidden));
+  capture.ShareStop();
+  EXPECT_EQ(exStyleOf(secret), WS_EX_TOOLWINDOW);
 }
 
 TEST_F(WithoutComposition, ChangesOfTheListShowAtTheNextFrame) {
   start();
   EXPECT_TRUE(Shows(host.LastFrame(), kBackground, shown));
-  FilterWindowInfo process;
-  process.type = 1;
-  process.processId = 8000;
-  process.titleRule = 1;
-  std::snprintf(process.title, sizeof(process.title), "%s", "Secret");
+  const IScreenCapture::FilterWindowInfo process = {
+      .type = 1, .titleRule = 1, .processId = 8000, .title = "Secret"};
   capture.SetExcludeWindows(&process, 1);
   EXPECT_TRUE(nextFrameShows(hidden));
   SetTitle(secret, L"Public");
@@ -79,31 +77,33 @@ TEST_F(WithoutComposition, ChangesOfTheListShowAtTheNextFrame) {
   EXPECT_TRUE(nextFrameShows(shown));
 }
 
-TEST_F(WithoutComposition, FilteringCanBeTurnedOffDuringAShare) {
-  capture.AddExcludeWindow(byHandle(secret));
+TEST_F(WithoutComposition, WindowStaysHiddenUntilTheLastShareThatHidesItEnds) {
+  capture.Exclude({secret});
   start();
-  EXPECT_TRUE(nextFrameShows(hidden));
-  capture.EnableFilterWindowWhenShareDesktop(false);
-  tick();
-  EXPECT_TRUE(nextFrameShows(shown));
-  EXPECT_FALSE(isLayered(secret));
-}
-
-TEST_F(WithoutComposition, StylesComeBackHoweverTheShareEnds) {
-  capture.AddExcludeWindow(byHandle(secret));
-  {
-    PlainCapture other;
-    other.AddExcludeWindow(byHandle(secret));
-    ASSERT_TRUE(other.ShareDesktop(&context, idOf(monitor()), &host, error));
+  for (const bool stops : {true, false}) {
+    OtherShare other;
+    other.capture.Exclude({secret});
+    ASSERT_TRUE(other.StartMonitor(monitor()));
     Settle();
+    if (stops) {
+      other.capture.ShareStop();
+    }
+  }
+  EXPECT_TRUE(isLayered(secret)) << "not even for a moment";
+  EXPECT_TRUE(nextFrameShows(hidden));
+  {
+    OtherShare last;
+    last.capture.Exclude({secret});
+    ASSERT_TRUE(last.StartMonitor(monitor()));
+    capture.ShareStop();
+    tick();
     EXPECT_TRUE(isLayered(secret));
   }
-  EXPECT_FALSE(isLayered(secret)) << "object destroyed";
+  EXPECT_EQ(exStyleOf(secret), WS_EX_TOOLWINDOW) << "object destroyed";
 
   start();
   Close(secret);
   EXPECT_TRUE(nextFrameShows(hidden)) << "a window that died on the list";
-  capture.ShareStop();
 }
 
 // Whichever style the system doesn't tell: no window loses or keeps a wrong one.
@@ -112,8 +112,7 @@ TEST_F(WithoutComposition, StylesThatCantBeReadAreNotWritten) {
   SetLayered(glass, std::nullopt, std::uint8_t{200});
   const LONG_PTR plainStyle = exStyleOf(secret);
   const LONG_PTR glassStyle = exStyleOf(glass);
-  capture.AddExcludeWindow(byHandle(secret));
-  capture.AddExcludeWindow(byHandle(glass));
+  capture.Exclude({secret, glass});
   int call = 1;
   for (;; ++call) {
     ASSERT_LT(call, 500);
@@ -132,34 +131,8 @@ TEST_F(WithoutComposition, StylesThatCantBeReadAreNotWritten) {
   EXPECT_GT(call, 5);
 }
 
-TEST_F(WithoutComposition, WindowStaysHiddenUntilTheLastShareThatHidesItEnds) {
-  capture.AddExcludeWindow(byHandle(secret));
-  start();
-  {
-    ShareRecorder otherHost(nullptr);
-    PlainCapture other;
-    other.AddExcludeWindow(byHandle(secret));
-    ASSERT_TRUE(other.ShareDesktop(nullptr, idOf(monitor()), &otherHost, error));
-    Settle();
-    other.ShareStop();
-  }
-  EXPECT_TRUE(isLayered(secret)) << "not even for a moment";
-  EXPECT_TRUE(nextFrameShows(hidden));
-  capture.ShareStop();
-  EXPECT_EQ(exStyleOf(secret), WS_EX_TOOLWINDOW);
-}
-
-TEST_F(WithoutComposition, WindowThatTakesItsStyleBackIsHiddenAgain) {
-  capture.AddExcludeWindow(byHandle(secret));
-  start();
-  SetExStyle(secret, WS_EX_TOOLWINDOW);
-  EXPECT_TRUE(nextFrameShows(hidden));
-  capture.ShareStop();
-  EXPECT_EQ(exStyleOf(secret), WS_EX_TOOLWINDOW);
-}
-
 TEST_F(WithoutComposition, WindowThatCantBeMadeOpaqueIsNotHiddenFromTheUser) {
-  capture.AddExcludeWindow(byHandle(secret));
+  capture.Exclude({secret});
   FailNth("SetLayeredWindowAttributes", 1, kOutOfMemory, vwin::Repeat::kOnward);
   start();
   EXPECT_EQ(InjectedInto(), "SetLayeredWindowAttributes");
@@ -173,8 +146,7 @@ TEST_F(WithoutComposition, WindowThatCantBeMadeOpaqueIsNotHiddenFromTheUser) {
 
 TEST_F(WithoutComposition, HungWindowHoldsUpNoOthersAndIsNotShown) {
   const HWND other = OpenWindow({.rect = {100, 100, 120, 120}, .color = RGB(0, 0, 250)});
-  capture.AddExcludeWindow(byHandle(secret));
-  capture.AddExcludeWindow(byHandle(other));
+  capture.Exclude({secret, other});
   Hang(secret);
   ASSERT_TRUE(share(monitor())) << log.Dump();
   Advance(300ms);
@@ -185,7 +157,7 @@ TEST_F(WithoutComposition, HungWindowHoldsUpNoOthersAndIsNotShown) {
   AnswerAfter(secret, 0ms);
   Advance(1s);
   EXPECT_GE(host.FrameCount(), 13);
-  capture.RemoveExcludeWindow(byHandle(secret));
+  capture.RemoveExcludeWindow({.window = secret});
   Hang(secret);
   Advance(300ms);
   const auto before = Now();

@@ -24,12 +24,6 @@ namespace {
 using namespace vwin::control;
 
 enum class Kind { kMonitor, kFailover, kMagFailover, kWindow, kWgcFailover };
-constexpr int kDxgi = IScreenCapture::CaptureEngineDXGI;
-constexpr int kMag = IScreenCapture::CaptureEngineMag;
-constexpr int kWgc = IScreenCapture::CaptureEngineWGC;
-constexpr int kPrint = IScreenCapture::CaptureEngineGDIPrintWindow;
-constexpr int kBitBlt = IScreenCapture::CaptureEngineGDIBitBlt;
-
 struct Scenario {
   const char* name;
   Kind kind;
@@ -73,12 +67,10 @@ class CallSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
                          .color = RGB(0x0A, 0x14, 0x1E)});
   }
 
-  static const Scenario& scenario() { return std::get<0>(GetParam()); }
+  static constexpr IScreenCapture::FilterWindowInfo kSecretRule = {
+      .type = 1, .titleRule = 1, .processId = 7000, .title = "Secret"};
 
-  static int idOf(const void* handle) {
-    return static_cast<int>(reinterpret_cast<std::intptr_t>(handle));
-  }
-  static int monitorId() { return idOf(PrimaryMonitor()); }
+  static const Scenario& scenario() { return std::get<0>(GetParam()); }
 
   // Copies of the screen hide nothing with composition. While a share is paused its last
   // picture is repeated.
@@ -95,15 +87,6 @@ class CallSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
         }
       }
     };
-  }
-
-  static IScreenCapture::FilterWindowInfo secretRule() {
-    IScreenCapture::FilterWindowInfo filter;
-    filter.type = 1;
-    filter.processId = 7000;
-    filter.titleRule = 1;
-    std::snprintf(filter.title, sizeof(filter.title), "%s", "Secret");
-    return filter;
   }
 
   void wholeShare(ShareRecorder& host) {
@@ -125,9 +108,15 @@ class CallSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
     }
   }
 
-  static bool started(bool answer, const IScreenCapture::ShareError& error,
-                      const ShareRecorder& host) {
-    if (!answer) {
+  bool start(ScreenCapture& capture, ShareRecorder& host) const {
+    IScreenCapture::ShareError error = IScreenCapture::ShareErrorNone;
+    const bool window = scenario().kind == Kind::kWindow || scenario().kind == Kind::kWgcFailover;
+    const bool answer = window
+                            ? capture.ShareWindow(nullptr, idOf(shared), &host, error)
+                            : capture.ShareDesktop(nullptr, idOf(PrimaryMonitor()), &host, error);
+    if (answer) {
+      Settle();
+    } else {
       EXPECT_TRUE(error == IScreenCapture::ShareErrorTargetMissing ||
                   error == IScreenCapture::ShareErrorStartFailed)
           << error << " after " << InjectedInto().value_or("no fault");
@@ -140,13 +129,11 @@ class CallSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
   // bigger limit, a monitor that moves and gets a new handle, a rebuilt engine,
   // a pause with keep-live frames, a new prompt look, stop.
   void monitorShare(ScreenCapture& capture, ShareRecorder& host) {
-    capture.AddExcludeWindow(secretRule());
-    IScreenCapture::ShareError error = {};
+    capture.AddExcludeWindow(kSecretRule);
     capture.GetDesktopList([](const IScreenCapture::DesktopInfo*, const int&, void*) {}, nullptr);
-    if (!started(capture.ShareDesktop(nullptr, monitorId(), &host, error), error, host)) {
+    if (!start(capture, host)) {
       return;
     }
-    Settle();
     SetMonitorRect(PrimaryMonitor(), {0, 0, 72, 40});
     Advance(140ms);
     RenewMonitorHandle(PrimaryMonitor());
@@ -166,22 +153,17 @@ class CallSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
   void failoverShare(ScreenCapture& capture, ShareRecorder& host) {
     capture.EnablePromptWindow(false);
     capture.EnableFilterWindowWhenShareDesktop(false);
-    IScreenCapture::ScreenCaptureConfig config;
-    config.GetDirtyRectInfo = true;
-    capture.SetScreenCaptureConfig(config);
-    IScreenCapture::ShareError error = {};
-    if (!started(capture.ShareDesktop(nullptr, monitorId(), &host, error), error, host)) {
+    capture.SetScreenCaptureConfig({.GetDirtyRectInfo = true});
+    if (!start(capture, host)) {
       return;
     }
-    Settle();
     SetCursorPosition(30, 20);
     Advance(140ms);
     SetDuplicateResult(DXGI_ERROR_UNSUPPORTED);
     SetMonitorRect(PrimaryMonitor(), {0, 0, 72, 40});
     Advance(140ms);
     SetDuplicateResult(S_OK);
-    config.GetDirtyRectInfo = false;
-    capture.SetScreenCaptureConfig(config);
+    capture.SetScreenCaptureConfig({});
     SetCursorPosition(40, 20);
     Advance(2500ms);  // longer than the wait for a secure desktop
     capture.ShareStop();
@@ -190,12 +172,10 @@ class CallSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
   // The magnifier draws nothing any more, then there is no duplication either, and both
   // come back.
   void magFailoverShare(ScreenCapture& capture, ShareRecorder& host) {
-    capture.AddExcludeWindow(secretRule());
-    IScreenCapture::ShareError error = {};
-    if (!started(capture.ShareDesktop(nullptr, monitorId(), &host, error), error, host)) {
+    capture.AddExcludeWindow(kSecretRule);
+    if (!start(capture, host)) {
       return;
     }
-    Settle();
     Advance(140ms);
     SetStretchRectCalls(0);
     SetCursorPosition(30, 20);
@@ -210,6 +190,10 @@ class CallSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
     capture.ShareStop();
   }
 
+  static HWND openCover() {
+    return OpenWindow({.rect = {30, 20, 50, 40}, .color = RGB(0, 0xFA, 0)});
+  }
+
   // The window moves, is covered, minimised and restored, makes way for a slide show
   // and comes back.
   void windowShare(ScreenCapture& capture, ShareRecorder& host) {
@@ -218,14 +202,12 @@ class CallSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
     capture.GetWindowList(ignore, nullptr);
     capture.GetWindowTitle(idOf(shared));
     capture.GetWindowIcon(idOf(shared));
-    IScreenCapture::ShareError error = {};
-    if (!started(capture.ShareWindow(nullptr, idOf(shared), &host, error), error, host)) {
+    if (!start(capture, host)) {
       return;
     }
-    Settle();
     MoveTo(shared, 22, 12);
     Advance(600ms);
-    const HWND cover = OpenWindow({.rect = {30, 20, 50, 40}, .color = RGB(0, 0xFA, 0)});
+    const HWND cover = openCover();
     Minimise(shared);
     Advance(200ms);
     Restore(shared);
@@ -255,13 +237,11 @@ class CallSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
   void wgcFailoverShare(ScreenCapture& capture, ShareRecorder& host) {
     SetCaptureClassResult(S_OK);
     capture.SetCaptureFPS(5);
-    IScreenCapture::ShareError error = {};
-    if (!started(capture.ShareWindow(nullptr, idOf(shared), &host, error), error, host)) {
+    if (!start(capture, host)) {
       return;
     }
-    Settle();
     capture.EnableCaptureCursor(false);
-    const HWND cover = OpenWindow({.rect = {30, 20, 50, 40}, .color = RGB(0, 0xFA, 0)});
+    const HWND cover = openCover();
     Advance(200ms);
     Maximise(shared);
     Advance(600ms);
@@ -273,9 +253,7 @@ class CallSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
     CloseCaptureItems(shared);
     Advance(600ms);
     SetCaptureClassResult(S_OK);
-    IScreenCapture::ScreenCaptureConfig config;
-    config.GetDirtyRectInfo = true;
-    capture.SetScreenCaptureConfig(config);
+    capture.SetScreenCaptureConfig({.GetDirtyRectInfo = true});
     Advance(2500ms);
     capture.ShareStop();
     Settle();
@@ -287,9 +265,9 @@ class CallSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
   void goodShare(const std::string& after) {
     SetMonitorRect(PrimaryMonitor(), {0, 0, 64, 48});
     PlainCapture capture;
-    ShareRecorder host(nullptr);
+    ShareRecorder host;
     IScreenCapture::ShareError error = {};
-    ASSERT_TRUE(capture.ShareDesktop(nullptr, monitorId(), &host, error)) << after;
+    ASSERT_TRUE(capture.ShareDesktop(nullptr, idOf(PrimaryMonitor()), &host, error)) << after;
     Settle();
     Advance(70ms);
     const std::uint32_t redder = scenario().magnifier ? kRedder : 0;
@@ -334,7 +312,7 @@ class CallSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
       ASSERT_LT(call, 20000);
       const LedgerSnapshot ledger = Snapshot();
       const std::string windows = foreignWindows();
-      ShareRecorder host(nullptr);
+      ShareRecorder host;
       arm(static_cast<std::uint64_t>(call));
       wholeShare(host);
       const std::string what = judge(host, " at call " + std::to_string(call));
@@ -359,21 +337,18 @@ class CallSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
 class LastingFaults : public CallSweep {};
 
 TEST_P(CallSweep, EveryCallFailsOnceAndTheShareSurvivesOrReports) {
-  {
-    ShareRecorder host(nullptr);
-    wholeShare(host);
-    ASSERT_EQ(host.Count("stop"), 0);
-    ASSERT_GT(host.FrameCount(), 15) << "without faults the scenario is whole";
-    if (scenario().kind == Kind::kFailover) {
-      ASSERT_EQ(host.Engines(), (std::vector<int>{kDxgi, kBitBlt, kDxgi}));
-    } else if (scenario().kind == Kind::kMagFailover) {
-      ASSERT_EQ(host.Engines(), (std::vector<int>{kMag, kDxgi, kBitBlt, kMag}));
-    } else if (scenario().kind == Kind::kWgcFailover) {
-      ASSERT_EQ(host.Engines(), (std::vector<int>{kWgc, kPrint, kWgc}));
-    }
-    ASSERT_EQ(leaks, 0);
-    goodShare("before the sweep");
+  ShareRecorder undisturbed;
+  wholeShare(undisturbed);
+  ASSERT_EQ(undisturbed.Count("stop"), 0);
+  ASSERT_GT(undisturbed.FrameCount(), 15) << "without faults the scenario is whole";
+  const std::map<Kind, Engines> engines = {{Kind::kFailover, {kDxgi, kBitBlt, kDxgi}},
+                                           {Kind::kMagFailover, {kMag, kDxgi, kBitBlt, kMag}},
+                                           {Kind::kWgcFailover, {kWgc, kPrint, kWgc}}};
+  if (engines.contains(scenario().kind)) {
+    ASSERT_EQ(undisturbed.Engines(), engines.at(scenario().kind));
   }
+  ASSERT_EQ(leaks, 0);
+  goodShare("before the sweep");
   const auto judge = [](ShareRecorder& host, const std::string& call) {
     const auto injected = InjectedInto();
     ClearFaults();
@@ -395,7 +370,7 @@ TEST_P(LastingFaults, EveryFunctionFailsForGoodAndNothingShowsThatIsLeftOut) {
   std::map<std::string, std::uint64_t> calls;
   LogCalls(true);
   {
-    ShareRecorder host(nullptr);
+    ShareRecorder host;
     wholeShare(host);
     for (const LoggedCall& call : LoggedCalls()) {
       ++calls[call.function];
@@ -419,7 +394,7 @@ TEST_P(LastingFaults, EveryFunctionFailsForGoodAndNothingShowsThatIsLeftOut) {
       } catch (const std::invalid_argument&) {
         break;  // it can't fail
       }
-      ShareRecorder host(nullptr);
+      ShareRecorder host;
       wholeShare(host);
       ClearFaults();
       AnswerAll();
@@ -432,7 +407,7 @@ TEST_P(LastingFaults, EveryFunctionFailsForGoodAndNothingShowsThatIsLeftOut) {
 
 TEST_P(CallSweep, WindowsHangAtEveryCallAndTheShareCostsABoundedTime) {
   auto begin = Now();
-  ShareRecorder undisturbed(nullptr);
+  ShareRecorder undisturbed;
   wholeShare(undisturbed);
   const auto usual = Now() - begin;
   auto most = usual;
@@ -461,44 +436,32 @@ TEST_P(CallSweep, WindowsHangAtEveryCallAndTheShareCostsABoundedTime) {
               static_cast<long long>((most - usual).count() / 1000));
 }
 
-constexpr Scenario kMagnified[] = {
+constexpr Scenario kHidingEngines[] = {
     {"MagnifiedMonitor", Kind::kMonitor, kWindows10, true, true},
     {"MagnifiedFailover", Kind::kMagFailover, kWindows10, true, true},
-    {"MagnifiedWindow", Kind::kWindow, kWindows10, true, true}};
-
-constexpr Scenario kGraphicsCapture = {"GraphicsCapture", Kind::kWgcFailover, kWindows11, true};
+    {"MagnifiedWindow", Kind::kWindow, kWindows10, true, true},
+    {"GraphicsCapture", Kind::kWgcFailover, kWindows11, true}};
 
 std::string NameOf(const testing::TestParamInfo<std::tuple<Scenario, int>>& test) {
   return std::string(std::get<0>(test.param).name) + "From" +
          std::to_string(std::get<1>(test.param));
 }
 
+template <typename Scenarios>
+auto InTurns(Scenarios scenarios) {
+  return testing::Combine(scenarios, testing::Range(1, kShares + 1));
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Machines, CallSweep,
-    testing::Combine(
-        testing::Values(Scenario{"Windows7ClassicMonitor", Kind::kMonitor, kWindows7, false},
-                        Scenario{"Windows7ClassicWindow", Kind::kWindow, kWindows7, false},
-                        Scenario{"Windows10Monitor", Kind::kMonitor, kWindows10, true},
-                        Scenario{"Windows10Failover", Kind::kFailover, kWindows10, true},
-                        Scenario{"Windows10Window", Kind::kWindow, kWindows10, true}),
-        testing::Range(1, kShares + 1)),
+    InTurns(testing::Values(Scenario{"Windows7ClassicMonitor", Kind::kMonitor, kWindows7, false},
+                            Scenario{"Windows7ClassicWindow", Kind::kWindow, kWindows7, false},
+                            Scenario{"Windows10Monitor", Kind::kMonitor, kWindows10, true},
+                            Scenario{"Windows10Failover", Kind::kFailover, kWindows10, true},
+                            Scenario{"Windows10Window", Kind::kWindow, kWindows10, true})),
     NameOf);
-INSTANTIATE_TEST_SUITE_P(Magnified, CallSweep,
-                         testing::Combine(testing::ValuesIn(kMagnified),
-                                          testing::Range(1, kShares + 1)),
-                         NameOf);
-INSTANTIATE_TEST_SUITE_P(Magnified, LastingFaults,
-                         testing::Combine(testing::ValuesIn(kMagnified),
-                                          testing::Range(1, kShares + 1)),
-                         NameOf);
-
-INSTANTIATE_TEST_SUITE_P(GraphicsCapture, CallSweep,
-                         testing::Combine(testing::Values(kGraphicsCapture),
-                                          testing::Range(1, kShares + 1)),
-                         NameOf);
-INSTANTIATE_TEST_SUITE_P(GraphicsCapture, LastingFaults,
-                         testing::Combine(testing::Values(kGraphicsCapture),
-                                          testing::Range(1, kShares + 1)),
+INSTANTIATE_TEST_SUITE_P(Engines, CallSweep, InTurns(testing::ValuesIn(kHidingEngines)), NameOf);
+INSTANTIATE_TEST_SUITE_P(Engines, LastingFaults, InTurns(testing::ValuesIn(kHidingEngines)),
                          NameOf);
 
 }  // namespace

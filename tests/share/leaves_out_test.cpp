@@ -9,13 +9,6 @@ namespace qx::test {
 namespace {
 
 using namespace vwin::control;
-using FilterWindowInfo = IScreenCapture::FilterWindowInfo;
-
-constexpr auto kDxgi = IScreenCapture::CaptureEngineDXGI;
-constexpr auto kWgc = IScreenCapture::CaptureEngineWGC;
-constexpr auto kMag = IScreenCapture::CaptureEngineMag;
-constexpr auto kBitBlt = IScreenCapture::CaptureEngineGDIBitBlt;
-constexpr auto kPrint = IScreenCapture::CaptureEngineGDIPrintWindow;
 
 enum class Kind { kMonitor, kWindow };
 
@@ -37,12 +30,6 @@ class LeavesOut : public ShareTest, public testing::WithParamInterface<Cell> {
     SetComposition(GetParam().composition);
     allowEngines({GetParam().engine, GetParam().afterMag ? kMag : GetParam().engine});
   }
-
-  static FilterWindowInfo byHandle(HWND window) {
-    FilterWindowInfo rule;
-    rule.window = window;
-    return rule;
-  }
 };
 
 TEST_P(LeavesOut, WhatTheTableSays) {
@@ -50,18 +37,16 @@ TEST_P(LeavesOut, WhatTheTableSays) {
   const HWND shared = OpenWindow({.rect = {20, 20, 220, 120}, .color = RGB(10, 120, 30)});
   const HWND unwanted = OpenWindow({.rect = {40, 40, 80, 80}, .color = RGB(250, 0, 0)});
   const HWND included = OpenWindow({.rect = {120, 40, 160, 80}, .color = RGB(0, 0, 250)});
-  capture.AddExcludeWindow(byHandle(unwanted));
-  capture.AddExcludeWindow(byHandle(included));
+  capture.Exclude({unwanted, included});
   // Its window shares are for other engines while a window is included.
   if (cell.kind != Kind::kWindow || cell.engine != kWgc) {
-    capture.AddIncludeWindow(byHandle(included));
+    capture.AddIncludeWindow({.window = included});
   }
   int left = 0;  // of the picture, on the screen
   int top = 0;
   if (cell.kind == Kind::kWindow) {
     left = top = 20;
-    ASSERT_TRUE(capture.ShareWindow(&context, idOf(shared), &host, error)) << log.Dump();
-    Settle();
+    startWindow(shared);
   } else {
     start();
   }
@@ -69,7 +54,7 @@ TEST_P(LeavesOut, WhatTheTableSays) {
   ToTop(unwanted);
   ToTop(included);
   Advance(1s);
-  std::vector<int> engines = {cell.engine};
+  Engines engines = {cell.engine};
   if (cell.afterMag) {
     engines = {kMag, cell.engine};
     SetStretchRectCalls(0);

@@ -1,19 +1,16 @@
 // What a host is told about the windows that it can share, and what the ids of a
 // list are good for afterwards.
-#include <objbase.h>
-
 #include <algorithm>
 #include <functional>
 #include <iterator>
 #include <memory>
-#include <optional>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
-#include "platform/control/Ledger.h"
 #include "tests/share/AllocationHook.h"
-#include "tests/share/ShareTest.h"
+#include "tests/share/ListAnswers.h"
 
 namespace qx::test {
 namespace {
@@ -23,65 +20,6 @@ using namespace vwin::control;
 using DesktopInfo = IScreenCapture::DesktopInfo;
 using WindowInfo = IScreenCapture::WindowInfo;
 using Ids = std::vector<int>;
-
-// A copy of what a callback got.
-struct WindowList {
-  struct Window {
-    int id;
-    std::uint32_t processId;
-    std::wstring processName;
-    std::wstring title;
-    RECT rect;
-  };
-
-  int calls = 0;
-  bool isNull = false;
-  DWORD thread = 0;
-  std::vector<Window> windows;
-
-  static void Take(const WindowInfo* windows, const int& count, void* user) {
-    auto& self = *static_cast<WindowList*>(user);
-    ++self.calls;
-    self.isNull = windows == nullptr;
-    self.thread = GetCurrentThreadId();
-    self.windows.clear();
-    for (int i = 0; i < count; ++i) {
-      const WindowInfo& info = windows[i];
-      EXPECT_EQ(info.handle, info.id);
-      self.windows.push_back({info.id,
-                              info.processId,
-                              info.processName,
-                              info.title,
-                              {info.x, info.y, info.x + info.width, info.y + info.height}});
-    }
-  }
-
-  Ids ids() const {
-    Ids ids;
-    for (const Window& window : windows) {
-      ids.push_back(window.id);
-    }
-    return ids;
-  }
-};
-
-bool operator==(const WindowList::Window& a, const WindowList::Window& b) {
-  return a.id == b.id && a.processId == b.processId && a.processName == b.processName &&
-         a.title == b.title && EqualRect(&a.rect, &b.rect);
-}
-void PrintTo(const WindowList::Window& window, std::ostream* out) {
-  *out << window.id << ' ' << window.processId << ' ' << testing::PrintToString(window.processName)
-       << ' ' << testing::PrintToString(window.title) << ' ' << window.rect.left << ','
-       << window.rect.top << ' ' << window.rect.right << ',' << window.rect.bottom;
-}
-
-// References to modules that running threads hold.
-std::ptrdiff_t HeldModules() {
-  const LedgerSnapshot all = Snapshot();
-  return std::count_if(all.begin(), all.end(), [](const auto& entry) {
-    return entry.kind == "module" && entry.call == "GetModuleHandleExW";
-  });
-}
 
 class WindowListTest : public ShareTest {
  protected:
@@ -95,16 +33,6 @@ class WindowListTest : public ShareTest {
   template <typename... Window>
   static Ids ids(Window... windows) {
     return {idOf(windows)...};
-  }
-
-  static IScreenCapture::FilterWindowInfo rule(DWORD processId, std::uint32_t titleRule,
-                                               const std::string& title = "") {
-    IScreenCapture::FilterWindowInfo info;
-    info.type = 1;
-    info.processId = processId;
-    info.titleRule = titleRule;
-    title.copy(info.title, sizeof(info.title) - 1);
-    return info;
   }
 };
 
@@ -142,6 +70,36 @@ TEST_F(WindowListTest, TopmostFirstEachWithItsFacts) {
   EXPECT_EQ(list().windows.front().title, L"Elevated");
 }
 
+TEST_F(WindowListTest, MonitorsAreThoseThatCanBeShared) {
+  const HMONITOR second = AddMonitor({-640, 20, 0, 500});
+  using Desktops = std::vector<DesktopInfo>;
+  const auto listMonitors = [this] {
+    Desktops list(9);
+    capture.GetDesktopList(
+        [](const DesktopInfo* desktops, const int& count, void* user) {
+          EXPECT_EQ(desktops == nullptr, count == 0);
+          static_cast<Desktops*>(user)->assign(desktops, desktops + count);
+        },
+        &list);
+    return list;
+  };
+  const Desktops desktops = listMonitors();
+  ASSERT_EQ(desktops.size(), 2u);
+  EXPECT_EQ(desktops[0].isPrimary, 1);
+  EXPECT_EQ(desktops[1].isPrimary, 0);
+  for (const int id : {desktops[1].id, desktops[1].handle}) {
+    EXPECT_EQ(id, idOf(second));
+  }
+  const DesktopInfo& info = desktops[1];
+  EXPECT_EQ(std::tie(info.x, info.y, info.width, info.height), std::tuple(-640, 20, 640, 480));
+  FailNth("GetMonitorInfoW", 1);
+  EXPECT_EQ(listMonitors().size(), 1u);
+  RemoveMonitor(second);
+  RemoveMonitor(monitor());
+  EXPECT_TRUE(listMonitors().empty());
+  capture.GetDesktopList(nullptr, nullptr);
+}
+
 TEST_F(WindowListTest, SizeDecides) {
   const auto isListed = [this](int width, int height, bool minimised) {
     const HWND window = OpenWindow({.title = L"Window", .rect = {5, 5, 5 + width, 5 + height}});
@@ -176,6 +134,20 @@ TEST_F(WindowListTest, CoveredTopmostWindowsAreLeftOut) {
   SetRect(cover, rect);
   SetTopmost(topmost, false);
   EXPECT_EQ(list().ids(), ids(cover, topmost, plain)) << "no matter for other windows";
+
+  // Five points decide, each of them by itself.
+  Close(cover);
+  SetTopmost(topmost, true);
+  std::vector<HWND> dots;  // too small for a list
+  for (const auto& [x, y] : {std::pair(1, 1), {1, 99}, {99, 1}, {99, 99}, {50, 50}}) {
+    dots.push_back(OpenWindow({.rect = {x, y, x + 1, y + 1}, .exStyle = WS_EX_TOPMOST}));
+  }
+  EXPECT_EQ(list().ids(), ids(plain));
+  for (const HWND dot : dots) {
+    Hide(dot);
+    EXPECT_EQ(list().ids(), ids(topmost, plain)) << "without dot " << dot;
+    Show(dot);
+  }
 }
 
 TEST_F(WindowListTest, ExcludedAndUntitledWindowsAreLeftOutUnlessAnOwnerHasATitle) {
@@ -184,10 +156,11 @@ TEST_F(WindowListTest, ExcludedAndUntitledWindowsAreLeftOutUnlessAnOwnerHasATitl
   const HWND panel = OpenWindow({.title = L"", .owner = third});
   OpenWindow({.title = L"", .owner = OpenWindow({.title = L""})});
   OpenWindow({.title = L"", .owner = panel});
-  IScreenCapture::FilterWindowInfo byHandle;
-  byHandle.window = second;
+  const IScreenCapture::FilterWindowInfo byHandle = {.window = second};
   const std::pair<IScreenCapture::FilterWindowInfo, Ids> rules[] = {
-      {byHandle, ids(panel, third)}, {rule(8000, 2, "Second"), ids(panel, second, third)}};
+      {byHandle, ids(panel, third)},
+      {{.type = 1, .titleRule = 2, .processId = 8000, .title = "Second"},
+       ids(panel, second, third)}};
   for (const auto& [excluded, left] : rules) {
     capture.AddExcludeWindow(excluded);
     ResetCounts();
@@ -414,87 +387,6 @@ TEST_F(WindowListTest, LeavesOutAWindowThatDiesMeanwhile) {
     EXPECT_TRUE(died) << function;
   }
 }
-
-// Every call that a list makes fails once, one after the other.
-class FailingWindowList : public WindowListTest, public testing::WithParamInterface<bool> {
- protected:
-  // So that virtual desktops are asked about, on this thread at least.
-  FailingWindowList() { EXPECT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK); }
-  ~FailingWindowList() override { CoUninitialize(); }
-};
-
-TEST_P(FailingWindowList, DeliversWholeRecordsOnly) {
-  const bool async = GetParam();
-  AddProcess(7000, L"C:\\notes.exe");
-  std::vector<WindowList::Window> expected;
-  HWND owner = nullptr;
-  for (int i = 0; i < 50; ++i) {
-    const std::wstring title = i % 10 == 9 ? L"" : L"Window " + std::to_wstring(i);
-    const RECT rect = {i * 60, 0, i * 60 + 50, 40};
-    const HWND window = OpenWindow({.title = title,
-                                    .rect = rect,
-                                    .exStyle = i % 5 == 2 ? WS_EX_TOPMOST : 0u,
-                                    .owner = title.empty() ? owner : nullptr});
-    owner = window;
-    if (i % 5 == 0) {
-      Minimise(window);
-    }
-    expected.push_back({idOf(window), 7000, L"notes", title, rect});
-  }
-  capture.AddExcludeWindow(rule(7000, 1, "Nothing"));
-  const auto run = [&] {
-    WindowList list;
-    if (async) {
-      capture.GetWindowListAsync(WindowList::Take, &list);
-      Settle();
-    } else {
-      capture.GetWindowList(WindowList::Take, &list);
-    }
-    EXPECT_EQ(list.calls, 1);
-    return list;
-  };
-  const auto isWhole = [&](WindowList::Window window) {
-    return std::any_of(expected.begin(), expected.end(), [&](const WindowList::Window& wanted) {
-      // What could not be read is empty, and never half of it.
-      if (window.processId == 0 && window.processName.empty()) {
-        window.processId = wanted.processId;
-      }
-      if (window.processName.empty()) {
-        window.processName = wanted.processName;
-      }
-      return window == wanted;
-    });
-  };
-  ASSERT_EQ(run().windows.size(), expected.size()) << "without faults";
-  const LedgerSnapshot before = Snapshot();
-  int call = 1;
-  for (;; ++call) {
-    ASSERT_LT(call, 5000);
-    FailNthOfAll(static_cast<std::uint64_t>(call));
-    const WindowList list = run();
-    const std::optional<std::string> injected = InjectedInto();
-    ClearFaults();
-    if (!injected) {
-      break;
-    }
-    const std::string after = "after call " + std::to_string(call) + ", " + *injected;
-    const bool noList = *injected == "EnumWindows" || *injected == "_beginthreadex" ||
-                        *injected == "GetModuleHandleExW";
-    EXPECT_EQ(list.isNull, noList) << after;
-    EXPECT_GE(list.windows.size(), noList ? 0 : expected.size() - 1) << after;
-    EXPECT_TRUE(std::all_of(list.windows.begin(), list.windows.end(), isWhole)) << after;
-    EXPECT_EQ(Difference(before), "") << after;
-    EXPECT_EQ(HeldModules(), 0) << after;
-    EXPECT_TRUE(Misuses().empty()) << after << ": " << Misuses().front();
-    if (HasFailure()) {
-      break;
-    }
-  }
-  EXPECT_GT(call, 300) << "the sweep went through the whole list";
-}
-
-INSTANTIATE_TEST_SUITE_P(Forms, FailingWindowList, testing::Bool(),
-                         [](const auto& test) { return test.param ? "Async" : "Sync"; });
 
 }  // namespace
 }  // namespace qx::test

@@ -1,7 +1,12 @@
 // Hosts that are slow, call back into the library, throw, or go away.
+#include <atomic>
+#include <barrier>
+#include <set>
 #include <stdexcept>
+#include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "tests/share/ShareTest.h"
 
@@ -9,7 +14,67 @@ namespace qx::test {
 namespace {
 
 using namespace vwin::control;
-using Events = std::vector<std::string>;
+
+TEST_F(ShareTest, TheStartIsToldOnTheHostsThreadAndAllElseOnTheCaptureThread) {
+  const DWORD caller = GetCurrentThreadId();
+  std::set<DWORD> captureThreads;
+  std::set<std::string> heard;  // there
+  Events heardHere;
+  host.onEvent = [&](const std::string& event) {
+    const std::string operation = event.substr(0, event.find(' '));
+    if (GetCurrentThreadId() == caller) {
+      heardHere.push_back(operation);
+    } else {
+      captureThreads.insert(GetCurrentThreadId());
+      heard.insert(operation);
+    }
+  };
+  capture.SetScreenCaptureConfig({.GetDirtyRectInfo = true});
+  start();
+  SetMonitorRect(monitor(), {0, 0, 300, 180});
+  RenewMonitorHandle(monitor());
+  tick(2);
+  capture.SharePause();
+  Advance(5s);
+  capture.ShareResume();
+  tick(2);
+  capture.EnableFilterWindowWhenShareDesktop(false);
+  FailNth("BitBlt", 1, {ERROR_GEN_FAILURE, E_FAIL}, Repeat::kOnward);
+  tick(12);
+  ClearFaults();
+  EXPECT_EQ(captureThreads.size(), 1u);
+  capture.ShareStop();
+
+  AddProcess(7100, L"C:\\powerpnt.exe");
+  const HWND window = OpenWindow({.title = L"Report - Slides",
+                                  .className = L"PPTFrameClass",
+                                  .rect = {20, 10, 80, 60},
+                                  .processId = 7100});
+  startWindow(window);
+  const HWND show = OpenWindow({.title = L"Show - Report",
+                                .className = L"screenClass",
+                                .rect = {0, 0, 64, 48},
+                                .processId = 7100});
+  Advance(2s);
+  Close(window);
+  Close(show);
+  tick(2);
+  EXPECT_EQ(captureThreads.size(), 2u);
+  EXPECT_EQ(heardHere, (Events{"engine", "start", "engine", "start"}));
+  EXPECT_EQ(heard, (std::set<std::string>{"desktopChanged", "dirty", "engine", "firstFrame",
+                                          "frame", "pause", "rect", "resume", "statistics", "stop",
+                                          "windowChanged"}));
+}
+
+TEST_F(ShareTest, ClockThatIsSetBackHoldsUpNeitherFramesNorStatistics) {
+  start();
+  host.Forget();
+  SetSystemTime(SystemTime() - 1h);
+  Advance(10s);
+  EXPECT_EQ(host.FrameCount(), 150);
+  EXPECT_GE(host.Count("statistics 15"), 1);
+  EXPECT_EQ(log.Count("capture frame cost too much time"), 0);
+}
 
 TEST_F(ShareTest, SlowListenerLosesTicksButNotTheShare) {
   std::chrono::milliseconds busy = 2500ms;
@@ -113,8 +178,7 @@ TEST(RunningShare, TakesSettingsFromTheHostWhileItsEngineFailsAndReturns) {
   ShareRecorder host(nullptr);
   IScreenCapture::ShareError error = {};
   capture.SetCaptureFPS(30);
-  const int id = static_cast<int>(reinterpret_cast<std::intptr_t>(PrimaryMonitor()));
-  ASSERT_TRUE(capture.ShareDesktop(nullptr, id, &host, error));
+  ASSERT_TRUE(capture.ShareDesktop(nullptr, idOf(PrimaryMonitor()), &host, error));
 
   for (int round = 0; round < 60; ++round) {
     FailNth("BitBlt", 1 + static_cast<std::uint64_t>(round % 3), {ERROR_GEN_FAILURE, E_FAIL});
@@ -122,16 +186,11 @@ TEST(RunningShare, TakesSettingsFromTheHostWhileItsEngineFailsAndReturns) {
     capture.SetDynamicCheck(round % 2 == 0);
     capture.SetCaptureFPS(29 + round % 2);
     capture.EnablePromptWindow(round % 3 == 0);
-    IScreenCapture::ScreenCaptureConfig config;
-    config.KeepAliveInterval = static_cast<std::uint64_t>(100 + round);
-    config.MovedWindowStableKeepMinDuration = config.KeepAliveInterval;
-    config.scDynamicCheck = round % 2 == 0;
-    capture.SetScreenCaptureConfig(config);
-    if (round % 4 == 0) {
-      capture.SharePause();
-    } else {
-      capture.ShareResume();
-    }
+    const auto duration = static_cast<std::uint64_t>(100 + round);
+    capture.SetScreenCaptureConfig({.KeepAliveInterval = duration,
+                                    .MovedWindowStableKeepMinDuration = duration,
+                                    .scDynamicCheck = round % 2 == 0});
+    round % 4 == 0 ? capture.SharePause() : capture.ShareResume();
     IScreenCapture::CaptureRect rect = {};
     capture.GetCaptureRect(rect);
     EXPECT_EQ(rect.width, 64);
@@ -144,6 +203,50 @@ TEST(RunningShare, TakesSettingsFromTheHostWhileItsEngineFailsAndReturns) {
   capture.ShareStop();
   EXPECT_EQ(host.Count("firstFrame"), 1);
   EXPECT_EQ(host.Count("stop"), 0);
+}
+
+TEST(RunningShare, ThreadsMayStartStopAndSetItAtOnce) {
+  vwin::control::SetMonitorRect(PrimaryMonitor(), {0, 0, 64, 48});
+  ScreenCapture capture;
+  const int id = static_cast<int>(reinterpret_cast<std::intptr_t>(PrimaryMonitor()));
+  std::atomic<bool> over = false;  // from the return of any of its stops on
+  ShareRecorder listener;
+  listener.onEvent = [&](const std::string& event) {
+    std::this_thread::sleep_for(2ms);  // a slow host: a stop finds it at work
+    EXPECT_FALSE(over) << event;
+    capture.SetCaptureFPS(29);
+  };
+  int started = 0;
+  std::barrier together(3);
+  const auto host = [&](int number) {
+    for (int round = 0; round < 30; ++round) {
+      if (number == 0) {
+        IScreenCapture::ShareError error = {};
+        started += capture.ShareDesktop(nullptr, id, &listener, error) ? 1 : 0;
+      } else if (number == 1 && round % 3 == 0) {
+        capture.ShareStop();  // in the middle of the start
+      }
+      together.arrive_and_wait();
+      capture.SetScreenCaptureConfig({.scDynamicCheck = number == 0});
+      capture.SetCaptureEngineConfig(nullptr, 0, number == 0);
+      IScreenCapture::CaptureRect rect = {};
+      capture.GetCaptureRect(rect);
+      capture.ShareStop();
+      over = true;
+      together.arrive_and_wait();
+      over = false;
+      together.arrive_and_wait();
+    }
+  };
+  std::vector<std::thread> threads;
+  for (int number = 0; number < 3; ++number) {
+    threads.emplace_back(host, number);
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_GE(started, 20);
+  EXPECT_GT(listener.FrameCount(), 0);
 }
 
 }  // namespace

@@ -83,6 +83,9 @@ struct Halves {
   std::uint32_t right;
 };
 
+constexpr Halves kAsItIs = {kDark, kBelow};
+constexpr Halves kBlack = {0, kBelow};
+
 struct CursorCase {
   const char* name;
   int width;
@@ -119,24 +122,21 @@ class MagCursorPlaces : public MagCursorTest, public testing::WithParamInterface
 
 TEST_P(MagCursorPlaces, CursorIsWhereItBelongsAndNowhereElse) {
   SetCursorIcon(picture(), {GetParam().width / 2, GetParam().height / 2});
-  ShareRecorder host2(&context);
-  ScreenCapture capture2;
-  capture2.EnablePromptWindow(false);
+  OtherShare other;
+  other.capture.EnableCaptureCursor(true);
   useNewWay();
   startMag();
   const std::string drawn = "mag mouse capture way: gdi, scNewMouseCaptureWay:true, monitorCount:1";
   EXPECT_EQ(log.Count(drawn), 1) << log.Dump();
   for (const Way way : {kDrawn, kDrawnCopy, kBlendedIn}) {
-    IScreenCapture::ScreenCaptureConfig config;
-    config.scDynamicCheck = false;
-    config.scNewMouseCaptureWay = way != kDrawnCopy;
     // The way alone is no reason for another engine.
-    config.GetDirtyRectInfo = way == kDrawnCopy;
+    const IScreenCapture::ScreenCaptureConfig config = {.GetDirtyRectInfo = way == kDrawnCopy,
+                                                        .scDynamicCheck = false,
+                                                        .scNewMouseCaptureWay = way != kDrawnCopy};
     capture.SetScreenCaptureConfig(config);
-    capture2.SetScreenCaptureConfig(config);
+    other.capture.SetScreenCaptureConfig(config);
     if (way == kDrawnCopy) {
-      const HMONITOR neighbour = AddMonitor({-320, 0, 0, 200});
-      ASSERT_TRUE(capture2.ShareDesktop(&context, idOf(neighbour), &host2, error));
+      ASSERT_TRUE(other.StartMonitor(AddMonitor({-320, 0, 0, 200})));
     }
     tick(2);
     for (const int x : {-320, -160, -1, 0, 160, 319}) {
@@ -148,7 +148,7 @@ TEST_P(MagCursorPlaces, CursorIsWhereItBelongsAndNowhereElse) {
         SetCursorPosition(x, y);
         tick();
         const auto here = patchesAt(x < 0 ? x + 320 : x, y, GetParam().shows[way]);
-        const Frame frames[] = {host.LastFrame(), host2.LastFrame()};
+        const Frame frames[] = {host.LastFrame(), other.host.LastFrame()};
         EXPECT_TRUE(Shows(frames[x < 0 ? 1 : 0], kBelow, here));
         if (way != kDrawn) {
           EXPECT_TRUE(Shows(frames[x < 0 ? 0 : 1], kBelow, {})) << "the neighbour";
@@ -162,27 +162,19 @@ TEST_P(MagCursorPlaces, CursorIsWhereItBelongsAndNowhereElse) {
 INSTANTIATE_TEST_SUITE_P(
     Kinds, MagCursorPlaces,
     testing::Values(
+        CursorCase{"Alpha", 24, 24, 0, true, false, {kAsItIs, kBlack, kAsItIs}},
         CursorCase{
-            "Alpha", 24, 24, 0, true, false, {{{kDark, kBelow}, {0, kBelow}, {kDark, kBelow}}}},
-        CursorCase{
-            "Monochrome", 24, 24, 0, false, true, {{{0, kInverted}, {0, kInverted}, {0, 0}}}},
+            "Monochrome", 24, 24, 0, false, true, {Halves{0, kInverted}, {0, kInverted}, {0, 0}}},
         CursorCase{"MaskedColour",
                    24,
                    24,
                    0xFFFFFF,
                    false,
                    false,
-                   {{{kDark, kInverted}, {0, kBelow}, {kDark, 0}}}},
-        CursorCase{"LargerThanTheMonitor",
-                   700,
-                   420,
-                   0,
-                   true,
-                   false,
-                   {{{kDark, kBelow}, {0, kBelow}, {kDark, kBelow}}}},
+                   {Halves{kDark, kInverted}, kBlack, {kDark, 0}}},
+        CursorCase{"LargerThanTheMonitor", 700, 420, 0, true, false, {kAsItIs, kBlack, kAsItIs}},
         // Too wide to be blended.
-        CursorCase{
-            "Huge", 2100, 20, 0, true, false, {{{kDark, kBelow}, {0, kBelow}, {0, kBelow}}}}),
+        CursorCase{"Huge", 2100, 20, 0, true, false, {kAsItIs, kBlack, kBlack}}),
     [](const auto& test) { return std::string(test.param.name); });
 
 }  // namespace

@@ -17,8 +17,6 @@ using namespace vwin::control;
 constexpr std::uint32_t kSecret = 0xE00102;
 const COLORREF kSecretColor = RGB(0xE0, 1, 2);
 
-// --------------------------------------------------------------- lists of windows
-
 class MagLists : public MagShareTest, public testing::WithParamInterface<int> {};
 
 TEST_P(MagLists, LeaveOutTheLiveWindowsThatAreNamedAndNoOthers) {
@@ -53,7 +51,7 @@ TEST_P(MagLists, LeaveOutTheLiveWindowsThatAreNamedAndNoOthers) {
     Close(rules.back());
   }
   rules.insert(rules.end(), named.begin(), named.end());
-  exclude(rules);
+  capture.Exclude(rules);
   capture.AddExcludeWindow({.type = 1, .processId = GetCurrentProcessId()});
   capture.EnablePromptWindow(true);
   forbid(kSecret);
@@ -66,7 +64,7 @@ TEST_P(MagLists, LeaveOutTheLiveWindowsThatAreNamedAndNoOthers) {
     tick();
     EXPECT_TRUE(nextMagFrameShows(shown)) << "one window less";
   }
-  exclude({});
+  capture.Exclude({});
   EXPECT_EQ(leaks, 0);
   host.onEvent = {};
   tick(2);
@@ -75,8 +73,6 @@ TEST_P(MagLists, LeaveOutTheLiveWindowsThatAreNamedAndNoOthers) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Lengths, MagLists, testing::Values(0, 1, 24, 2000));
-
-// --------------------------------------------------------------- sizes and places
 
 TEST_F(MagShareTest, MonitorsOfAnySizeAndPlaceAreShown) {
   struct Case {
@@ -111,65 +107,6 @@ TEST_F(MagShareTest, MonitorsOfAnySizeAndPlaceAreShown) {
   EXPECT_EQ(host.Engines(), Engines{kMag});
 }
 
-TEST_F(MagShareTest, ThreeMonitorsAreSharedAtOnceAndOneIsTakenAway) {
-  const HMONITOR left = AddMonitor({-160, -40, 0, 80});
-  const HMONITOR right = AddMonitor({320, 30, 420, 130});
-  OpenWindow({.rect = {-20, 10, 20, 50}, .color = 0x030201});
-  OpenWindow({.rect = {300, 40, 340, 90}, .color = 0x060504});
-  const HWND secret = OpenWindow({.rect = {-10, 0, 400, 20}, .color = kSecretColor});
-  ShareRecorder hosts[2] = {ShareRecorder(&context), ShareRecorder(&context)};
-  PlainCapture captures[2];
-  exclude({secret});
-  startMag();
-  for (int i = 0; i < 2; ++i) {
-    setExcluded(captures[i], {secret});
-    ASSERT_TRUE(captures[i].ShareDesktop(&context, idOf(i == 0 ? left : right), &hosts[i], error));
-  }
-  tick(3);
-  const std::vector<Patch> middle = {{-20, 10, 20, 50, 0x010203}, {300, 40, 340, 90, 0x040506}};
-  EXPECT_TRUE(magShows(middle));
-  EXPECT_TRUE(ShowsRedder(hosts[0].LastFrame(), {{140, 50, 180, 90, 0x010203}})) << log.Dump();
-  EXPECT_TRUE(ShowsRedder(hosts[1].LastFrame(), {{-20, 10, 20, 60, 0x040506}})) << log.Dump();
-  EXPECT_EQ(magnifierWindows(), 3u);
-
-  // In the middle of somebody's picture.
-  OpenWindow({.rect = {-9, -9, -1, -1}});
-  AtNth("MagSetWindowSource", 1, [&] { RemoveMonitor(left); });
-  tick(3);
-  EXPECT_EQ(hosts[0].Count("stop"), 1);
-  EXPECT_EQ(host.Count("stop") + hosts[1].Count("stop"), 0);
-  EXPECT_TRUE(nextMagFrameShows(middle));
-  captures[0].ShareStop();
-  EXPECT_EQ(magnifierWindows(), 2u);
-  EXPECT_TRUE(ShowsRedder(hosts[1].LastFrame(), {{-20, 10, 20, 60, 0x040506}}));
-}
-
-TEST_F(MagShareTest, WindowWhoseMonitorIsTakenAwayIsShownAgainWhereItTurnsUp) {
-  const HMONITOR left = AddMonitor({-160, -40, 0, 80});
-  const HWND window = OpenWindow({.rect = {-140, 0, -60, 50}, .color = 0x030201});
-  const HWND cover = OpenWindow({.rect = {-120, 10, 60, 150}, .color = kSecretColor});
-  forbid(kSecret);
-  allowEngines({IScreenCapture::CaptureEngineMag});
-  capture.EnableActiveShareWindow(false);
-  ASSERT_TRUE(capture.ShareWindow(&context, idOf(window), &host, error)) << log.Dump();
-  Advance(2s);
-  EXPECT_TRUE(Shows(host.LastFrame(), 0x010203 + kRedder, {})) << log.Dump();
-  RemoveMonitor(left);
-  Advance(1s);
-  const std::string hidden = "pause " + std::to_string(IScreenCapture::PauseReasonWindowHidden);
-  EXPECT_EQ(host.Count(hidden), 1) << log.Dump();
-  host.Forget();
-  MoveTo(window, 20, 110);
-  MoveTo(cover, 30, 100);
-  Advance(2s);
-  EXPECT_EQ(host.Count("resume"), 1) << log.Dump();
-  EXPECT_TRUE(Shows(host.LastFrame(), 0x010203 + kRedder, {}));
-  EXPECT_EQ(host.LastFrame().width, 80);
-  EXPECT_EQ(leaks, 0);
-}
-
-// ------------------------------------------------- other hands, settings that change
-
 TEST_F(MagShareTest, WindowThatIsDestroyedInTheMiddleOfATickCostsSomeTicks) {
   withoutDynamicCheck();
   startMag();
@@ -178,7 +115,7 @@ TEST_F(MagShareTest, WindowThatIsDestroyedInTheMiddleOfATickCostsSomeTicks) {
                            "MagSetWindowSource", "GetMonitorInfoW"}) {
     const HWND old = LibraryWindows(L"Magnifier").front().handle;
     const HWND secret = OpenWindow({.rect = {9, 9, 99, 99}, .color = kSecretColor});
-    exclude({secret});
+    capture.Exclude({secret});
     AtNth(call, 1, [old] { SendMessageW(old, WM_CLOSE, 0, 0); });
     tick(6);
     ClearFaults();
@@ -194,7 +131,7 @@ TEST_F(MagShareTest, WindowThatIsDestroyedInTheMiddleOfATickCostsSomeTicks) {
 TEST_F(MagShareTest, SizesAndTheDynamicCheckMayChangeWithEveryFrame) {
   const HWND window = OpenWindow({.rect = {0, 0, 80, 40}, .color = 0x030201});
   const HWND secret = OpenWindow({.rect = {200, 20, 280, 100}, .color = kSecretColor});
-  exclude({secret});
+  capture.Exclude({secret});
   forbid(kSecret);
   startMag();
   tick(2);
@@ -245,7 +182,7 @@ TEST_F(MagShareTest, LackOfMemoryForAnotherSizeShowsNothingOfAnOlderList) {
     EXPECT_TRUE(nextMagFrameShows({{20, 20, 80, 80, kSecret}})) << "the last one once more";
     EXPECT_EQ(host.LastFrame().width, 320);
     forbid(kSecret);
-    exclude({secret});
+    capture.Exclude({secret});
     tick(6);
     EXPECT_GE(noMemory.failed(), 3);
     EXPECT_GE(log.Count("resize buffer failed, use last frame"), 3);
@@ -257,8 +194,6 @@ TEST_F(MagShareTest, LackOfMemoryForAnotherSizeShowsNothingOfAnOlderList) {
   EXPECT_EQ(host.Engines(), Engines{kMag});
 }
 
-// ----------------------------------------------------------- callers from within
-
 // The host's thread waits for the share, that for SC-MagThread, and that for an answer of
 // the host's window, whose procedure calls the library.
 TEST_F(MagShareTest, HostMayCallTheLibraryWhileItWaitsForTheMagnifiersThread) {
@@ -268,17 +203,15 @@ TEST_F(MagShareTest, HostMayCallTheLibraryWhileItWaitsForTheMagnifiersThread) {
   window.onMessage = [&](UINT, WPARAM, LPARAM) -> LRESULT {
     ++calls;
     capture.SharePause();
-    exclude({secret});
+    capture.Exclude({secret});
     capture.GetWindowList([](const IScreenCapture::WindowInfo*, const int&, void*) {}, nullptr);
     capture.SetDynamicCheck(false);
     capture.ShareResume();
     IScreenCapture::ShareError again = IScreenCapture::ShareErrorNone;
     EXPECT_FALSE(capture.ShareDesktop(&context, idOf(monitor()), &host, again));
     // Another share needs the very thread that waits for this answer.
-    ScreenCapture other;
-    ShareRecorder otherHost(&context);
-    EXPECT_TRUE(other.ShareDesktop(&context, idOf(monitor()), &otherHost, again)) << again;
-    other.ShareStop();
+    OtherShare other;
+    EXPECT_TRUE(other.StartMonitor(monitor())) << other.error;
     return 0;
   };
   const auto ask = [&] {
@@ -300,8 +233,6 @@ TEST_F(MagShareTest, HostMayCallTheLibraryWhileItWaitsForTheMagnifiersThread) {
   EXPECT_GE(calls, 6);
   EXPECT_EQ(leaks, 0);
 }
-
-// ------------------------------------------------------------------ again and again
 
 TEST_F(MagShareTest, NothingIsLeftBehindAndFunctionsAreRedirectedOnce) {
   limitTo(160, 100);

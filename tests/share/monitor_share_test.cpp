@@ -1,35 +1,28 @@
 // Sharing a monitor: what the frames show, and how a share begins and ends.
-#include "platform/control/Modules.h"
+#include <string>
+#include <tuple>
+
+#include "tests/share/AllocationHook.h"
 #include "tests/share/ShareTest.h"
 
 namespace qx::test {
 namespace {
 
 using namespace vwin::control;
-using Events = std::vector<std::string>;
 
 TEST_F(ShareTest, FramesShowTheMonitorsWindowsInTheirOrder) {
   OpenWindow({.rect = {20, 30, 120, 90}, .color = RGB(200, 10, 30)});
   const HWND upper = OpenWindow({.rect = {100, 80, 400, 150}, .color = RGB(10, 220, 40)});
   OpenWindow({.rect = {0, 0, 50, 50}, .color = RGB(1, 2, 3), .visible = false});
-
   start();
-
   EXPECT_EQ(host.Events(true), (Events{"engine 4", "start", "firstFrame", "statistics 0", "frame"}))
       << log.Dump();
   EXPECT_TRUE(Shows(host.LastFrame(), kBackground,
                     {{20, 30, 120, 90, 0xC80A1E}, {100, 80, 400, 150, 0x0ADC28}}));
   EXPECT_EQ(Count("GdiFlush"), Count("BitBlt")) << "the system may put drawing off";
   EXPECT_EQ(ThreadNames().front(), "SC-CaptureThread");
-
-  MoveTo(upper, 10, 20);
-  EXPECT_TRUE(nextFrameShows({{20, 30, 120, 90, 0xC80A1E}, {10, 20, 310, 90, 0x0ADC28}}));
   Minimise(upper);
   EXPECT_TRUE(nextFrameShows({{20, 30, 120, 90, 0xC80A1E}}));
-
-  const Frame frame = host.LastFrame();
-  EXPECT_EQ(frame.rawWidth, 320);
-  EXPECT_EQ(frame.rawHeight, 200);
   capture.ShareStop();
   EXPECT_EQ(host.Count("stop"), 0);
 }
@@ -49,44 +42,7 @@ TEST_F(ShareTest, MonitorLeftOfThePrimaryIsCapturedAtItsOwnPlace) {
   start(left);
 
   EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {{-30, -10, 50, 50, 0x095AC8}}));
-  IScreenCapture::CaptureRect rect = {};
-  capture.GetCaptureRect(rect);
-  EXPECT_EQ(rect.x, x);
-  EXPECT_EQ(rect.y, -40);
-  EXPECT_EQ(rect.width, 200);
-  EXPECT_EQ(rect.height, 100);
-}
-
-TEST_F(ShareTest, ListedMonitorsAreTheOnesThatCanBeShared) {
-  using Desktops = std::vector<IScreenCapture::DesktopInfo>;
-  const auto list = [this] {
-    std::vector<Desktops> calls;
-    capture.GetDesktopList(
-        [](const IScreenCapture::DesktopInfo* desktops, const int& count, void* user) {
-          EXPECT_EQ(desktops == nullptr, count == 0);
-          static_cast<std::vector<Desktops>*>(user)->emplace_back(desktops, desktops + count);
-        },
-        &calls);
-    EXPECT_EQ(calls.size(), 1u);
-    return calls.at(0);
-  };
-  const HMONITOR second = AddMonitor({-640, 20, 0, 500});
-  const Desktops desktops = list();
-  ASSERT_EQ(desktops.size(), 2u);
-  EXPECT_EQ(desktops[0].isPrimary, 1);
-  EXPECT_EQ(desktops[1].isPrimary, 0);
-  EXPECT_EQ(desktops[1].id, idOf(second));
-  EXPECT_EQ(desktops[1].handle, desktops[1].id);
-  EXPECT_EQ(desktops[1].x, -640);
-  EXPECT_EQ(desktops[1].y, 20);
-  EXPECT_EQ(desktops[1].width, 640);
-  EXPECT_EQ(desktops[1].height, 480);
-  FailNth("GetMonitorInfoW", 1);
-  EXPECT_EQ(list().size(), 1u);
-  RemoveMonitor(second);
-  RemoveMonitor(monitor());
-  EXPECT_TRUE(list().empty());
-  capture.GetDesktopList(nullptr, nullptr);
+  EXPECT_EQ(captureRect(), std::to_string(x) + ",-40 200x100");
 }
 
 TEST_F(ShareTest, WrongCallsAreRefusedInTheirOrderAndHarmNothing) {
@@ -109,10 +65,7 @@ TEST_F(ShareTest, WrongCallsAreRefusedInTheirOrderAndHarmNothing) {
   capture.ShareStop();
   capture.SharePause();
   capture.ShareResume();
-  IScreenCapture::CaptureRect rect = {};
-  capture.GetCaptureRect(rect);
-  EXPECT_EQ(rect.x, -1);
-  EXPECT_EQ(rect.height, -1);
+  EXPECT_EQ(captureRect(), "-1,-1 -1x-1");
   EXPECT_EQ(host.Events(), Events{});
 
   start();
@@ -125,8 +78,7 @@ TEST_F(ShareTest, WrongCallsAreRefusedInTheirOrderAndHarmNothing) {
 
   capture.ShareStop();
   capture.ShareStop();
-  capture.GetCaptureRect(rect);
-  EXPECT_EQ(rect.width, -1);
+  EXPECT_EQ(captureRect(), "-1,-1 -1x-1");
   host.Forget();
   start();
   EXPECT_EQ(host.Events(), (Events{"engine 4", "start", "firstFrame"}));
@@ -215,18 +167,48 @@ TEST_F(ShareTest, CursorIsDrawnAtItsPositionAndOnlyInsideTheMonitor) {
   EXPECT_LE(Count("GetCursorInfo"), asked + 1);
 }
 
+// Keeps the record of the last frame as it is.
+struct RecordKeeper : ShareRecorder {
+  using ShareRecorder::ShareRecorder;
+  void OnFrame(void* context, const IScreenCapture::ScreenFrameData* frame) override {
+    record = *frame;
+    ShareRecorder::OnFrame(context, frame);
+  }
+  auto Argb() const { return std::tuple(record.data, record.stride); }
+  auto I420() const {
+    return std::tuple(record.dataY, record.dataU, record.dataV, record.strideY, record.strideU,
+                      record.strideV);
+  }
+  IScreenCapture::ScreenFrameData record = {};
+};
+
+TEST_F(ShareTest, FrameOfOneFormatLeavesTheFieldsOfTheOtherAlone) {
+  RecordKeeper keeper(&context);
+  const auto empty = keeper.I420();
+  ASSERT_TRUE(capture.ShareDesktop(&context, idOf(monitor()), &keeper, error));
+  Settle();
+  EXPECT_EQ(keeper.record.stride, 1280);
+  EXPECT_EQ(keeper.I420(), empty);
+  const auto argb = keeper.Argb();
+  capture.SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormatI420);
+  tick();
+  EXPECT_EQ(keeper.record.strideU, 160);
+  EXPECT_EQ(keeper.Argb(), argb);
+  const auto i420 = keeper.I420();
+  capture.SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormatARGB);
+  tick();
+  EXPECT_EQ(keeper.I420(), i420);
+  capture.ShareStop();
+}
+
 TEST_F(ShareTest, I420FramesDropOddEdgesAndCarryTheRightColours) {
   SetMonitorRect(monitor(), {0, 0, 321, 201});
   OpenWindow({.rect = {160, 0, 321, 201}, .color = RGB(255, 0, 0)});
   capture.SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormatI420);
   start();
-
-  Frame frame = host.LastFrame();
+  const Frame frame = host.LastFrame();
   ASSERT_EQ(frame.format, IScreenCapture::ScreenFrameFormatI420);
-  EXPECT_EQ(frame.width, 320);
-  EXPECT_EQ(frame.height, 200);
-  EXPECT_EQ(frame.rawWidth, 321);
-  EXPECT_EQ(frame.rawHeight, 201);
+  EXPECT_EQ(frameSize(), "320x200 of 321x201");
   // BT.601, limited range: pure red is 82, 90, 240.
   const std::size_t row = 150;
   EXPECT_NEAR(frame.y[row * 320 + 300], 82, 2);
@@ -236,36 +218,27 @@ TEST_F(ShareTest, I420FramesDropOddEdgesAndCarryTheRightColours) {
 
   capture.SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormatARGB);
   tick();
-  frame = host.LastFrame();
-  EXPECT_EQ(frame.width, 321);
-  EXPECT_TRUE(Shows(frame, kBackground, {{160, 0, 321, 201, 0xFF0000}}));
-}
-
-TEST_F(ShareTest, UnknownFormatRepeatsTheLastRecord) {
-  start();
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {{160, 0, 321, 201, 0xFF0000}}));
+  EXPECT_EQ(frameSize(), "321x201 of 321x201");
   capture.SetScreenFrameFormatType(static_cast<IScreenCapture::ScreenFrameFormat>(7));
+  Minimise(WindowsInOrder().front());
   tick(2);
-  const Frame frame = host.LastFrame();
-  EXPECT_EQ(frame.format, IScreenCapture::ScreenFrameFormatARGB);
-  EXPECT_EQ(frame.width, 320);
-  EXPECT_EQ(host.Count("firstFrame"), 1);
+  EXPECT_EQ(host.LastFrame().format, IScreenCapture::ScreenFrameFormatARGB);
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {{160, 0, 321, 201, 0xFF0000}}))
+      << "an unknown format repeats the last record";
 }
 
 TEST_F(ShareTest, LargePicturesAreScaledToTheLimitAndInvalidLimitsYieldNothing) {
   limitTo(160, 100);
   OpenWindow({.rect = {0, 0, 160, 200}, .color = RGB(0, 0, 200)});
   start();
-  Frame frame = host.LastFrame();
-  EXPECT_EQ(frame.width, 160);
-  EXPECT_EQ(frame.height, 100);
-  EXPECT_EQ(frame.rawWidth, 320);
-  EXPECT_TRUE(Shows(frame, kBackground, {{0, 0, 80, 100, 0x0000C8}}));
+  EXPECT_EQ(frameSize(), "160x100 of 320x200");
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {{0, 0, 80, 100, 0x0000C8}}));
 
   // Adopted after a frame of the old limit; sizes change from the next tick on.
   limitTo(0, 0, 200 * 125);
   tick(2);
-  EXPECT_EQ(host.LastFrame().width, 200);
-  EXPECT_EQ(host.LastFrame().height, 125);
+  EXPECT_EQ(frameSize(), "200x125 of 320x200");
 
   limitTo(0, 0, 0);
   tick(2);
@@ -284,42 +257,30 @@ TEST_F(ShareTest, LargePicturesAreScaledToTheLimitAndInvalidLimitsYieldNothing) 
   EXPECT_EQ(host.FrameCount(), frames);
 }
 
-// A share on every kind of machine that the library knows, with the engine that comes
-// first there.
-struct Machine {
-  const char* name;
-  vwin::Version version;
-  bool composition;
-  bool magnifier;
-  int engine;
-};
-
-class EveryMachine : public ShareTest, public testing::WithParamInterface<Machine> {};
-
-TEST_P(EveryMachine, SharesAMonitor) {
-  SetVersion(GetParam().version);
-  SetComposition(GetParam().composition);
-  OpenWindow({.rect = {10, 10, 60, 60}, .color = RGB(11, 22, 33)});
-  if (!GetParam().magnifier) {
-    RemoveModule("Magnification.dll");
-  }
-  allowEngines({});
+TEST_F(ShareTest, LackOfMemoryForConversionAndScalingLeavesTheShareRunning) {
   start();
-  EXPECT_EQ(host.Engines(), std::vector<int>{GetParam().engine});
-  tick();
-  const std::uint32_t redder = GetParam().magnifier ? kRedder : 0;
-  EXPECT_TRUE(Shows(host.LastFrame(), kBackground + redder, {{10, 10, 60, 60, 0x0B1621 + redder}}));
-}
+  {
+    const FailLargeAllocations noMemory(320 * 200 * 3 / 2);
+    capture.SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormatI420);
+    tick(3);
+    EXPECT_GE(noMemory.failed(), 1);
+  }
+  tick(2);
+  EXPECT_EQ(host.LastFrame().format, IScreenCapture::ScreenFrameFormatI420);
+  EXPECT_EQ(host.LastFrame().width, 320);
 
-INSTANTIATE_TEST_SUITE_P(Versions, EveryMachine,
-                         testing::Values(Machine{"Windows7Classic", kWindows7, false, false, 4},
-                                         Machine{"Windows7", kWindows7, true, false, 4},
-                                         Machine{"Windows8", kWindows8, true, false, 4},
-                                         Machine{"Windows81", kWindows81, true, false, 2},
-                                         Machine{"Windows10", kWindows10, true, false, 2},
-                                         Machine{"Windows11", kWindows11, true, false, 2},
-                                         Machine{"Windows10Magnifier", kWindows10, true, true, 1}),
-                         [](const auto& test) { return test.param.name; });
+  capture.SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormatARGB);
+  {
+    const FailLargeAllocations noMemory(16000 * 4);
+    limitTo(160, 100);
+    tick(4);
+    EXPECT_GE(noMemory.failed(), 1);
+    EXPECT_TRUE(host.LastFrame().HasPixels());
+  }
+  tick(2);
+  EXPECT_EQ(host.LastFrame().width, 160);
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {}));
+}
 
 }  // namespace
 }  // namespace qx::test

@@ -5,12 +5,12 @@
 // QX_SCENES says how many scenes each test plays, QX_SEED which is the first; a failure
 // names the scene's seed.
 #include <algorithm>
-#include <array>
 #include <cstdlib>
 #include <random>
 #include <set>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/share/ShareTest.h"
@@ -21,10 +21,6 @@ namespace {
 using namespace vwin::control;
 using FilterWindowInfo = IScreenCapture::FilterWindowInfo;
 using Colours = std::set<std::uint32_t>;
-
-constexpr int kMag = IScreenCapture::CaptureEngineMag;
-constexpr int kBitBlt = IScreenCapture::CaptureEngineGDIBitBlt;
-constexpr int kPrint = IScreenCapture::CaptureEngineGDIPrintWindow;
 
 struct Setting {
   const char* name;
@@ -233,32 +229,24 @@ class Scene {
   }
 
   void change(Actor& actor) {
-    static const std::array<const char*, 10> kNames = {
-        "move", "size", "top", "bottom", "hide", "show", "minimise", "restore", "layer", "cloak"};
-    const int what = pick(0, 9);
-    tell(kNames[static_cast<std::size_t>(what)], actor);
-    switch (what) {
-      case 0:
-        return MoveTo(actor.handle, pick(-40, 300), pick(-40, 180));
-      case 1:
-        return Resize(actor.handle, pick(1, 200), pick(1, 150));
-      case 2:
-        return ToTop(actor.handle);
-      case 3:
-        return ToBottom(actor.handle);
-      case 4:
-        return Hide(actor.handle);
-      case 5:
-        return Show(actor.handle);
-      case 6:
-        return Minimise(actor.handle);
-      case 7:
-        return Restore(actor.handle);
-      case 8:
-        return SetLayered(actor.handle, std::nullopt, std::uint8_t{255});
-      default:
-        return m_setting.composition ? SetCloaked(actor.handle, pick(0, 1) == 0) : void();
-    }
+    static const std::pair<const char*, void (*)(Scene&, HWND)> kChanges[] = {
+        {"move", [](Scene& s, HWND w) { MoveTo(w, s.pick(-40, 300), s.pick(-40, 180)); }},
+        {"size", [](Scene& s, HWND w) { Resize(w, s.pick(1, 200), s.pick(1, 150)); }},
+        {"top", [](Scene&, HWND w) { ToTop(w); }},
+        {"bottom", [](Scene&, HWND w) { ToBottom(w); }},
+        {"hide", [](Scene&, HWND w) { Hide(w); }},
+        {"show", [](Scene&, HWND w) { Show(w); }},
+        {"minimise", [](Scene&, HWND w) { Minimise(w); }},
+        {"restore", [](Scene&, HWND w) { Restore(w); }},
+        {"layer", [](Scene&, HWND w) { SetLayered(w, std::nullopt, std::uint8_t{255}); }},
+        {"cloak", [](Scene& s, HWND w) {
+           if (s.m_setting.composition) {
+             SetCloaked(w, s.pick(0, 1) == 0);
+           }
+         }}};
+    const auto& [name, act] = kChanges[pick(0, 9)];
+    tell(name, actor);
+    act(*this, actor.handle);
   }
 
   const Setting& m_setting;
@@ -317,12 +305,8 @@ class PrivacyScenes : public ShareTest, public testing::WithParamInterface<Setti
 
   void play(unsigned seed) {
     Scene scene(setting(), seed, capture);
-    IScreenCapture::ScreenCaptureConfig config;
-    config.scDynamicCheck = scene.pick(0, 1) == 0;
-    capture.SetScreenCaptureConfig(config);
-    const bool started =
-        setting().window ? capture.ShareWindow(&context, idOf(scene.Shared().handle), &host, error)
-                         : share(monitor());
+    capture.SetScreenCaptureConfig({.scDynamicCheck = scene.pick(0, 1) == 0});
+    const bool started = setting().window ? shareWindow(scene.Shared().handle) : share(monitor());
     if (!started) {
       return;  // such as a window that is on no monitor
     }

@@ -1,5 +1,6 @@
 // Settings that reach a running share, proved by frames, events and the prompt frame.
-#include "tests/share/ShareTest.h"
+#include "platform/control/Graphics.h"
+#include "tests/share/DxgiShareTest.h"
 
 namespace qx::test {
 namespace {
@@ -99,6 +100,159 @@ TEST_F(ShareTest, LivingConfigurationSetsTheWholeRecord) {
   host.Forget();
   Advance(1s);
   EXPECT_EQ(host.FrameCount(), 4);
+}
+
+// ------------------------------------------------------- settings and a screen that rests
+
+struct Still {
+  const char* name;
+  IScreenCapture::CaptureEngineType engine;
+  bool pointerFirst = false;  // as duplications may begin
+  int ticks = 1;              // until another picture is there
+};
+
+// One window of 100x48 and a cursor of 4x4 over the desktop, and unchanged frames held back.
+class StillScreen : public ShareTest, public testing::WithParamInterface<Still> {
+ protected:
+  StillScreen() {
+    if (isWgc()) {
+      SetVersion(kWindows11);
+    }
+    SetPointerBeforePicture(GetParam().pointerFirst);
+    allowEngines({GetParam().engine});
+    OpenWindow({.rect = {20, 40, 120, 88}, .color = RGB(200, 10, 30)});
+    SetCursorShape(CursorPicture{4, 4, 0, 0, std::vector<std::uint32_t>(16, 0xFFFA0B0C)});
+    SetCursorPosition(200, 60);
+    capture.EnableCaptureCursor(true);
+    capture.SetScreenCaptureConfig({.KeepAliveInterval = 60000, .DynamicFrameCallback = true});
+    start();
+    tick(4);
+    host.Forget();
+  }
+
+  bool isDxgi() const { return GetParam().engine == IScreenCapture::CaptureEngineDXGI; }
+  bool isWgc() const { return GetParam().engine == IScreenCapture::CaptureEngineWGC; }
+
+  // A new frame shows the desktop like this after as many ticks, and no other one came.
+  testing::AssertionResult shows(int ticks, int width, bool cursor) {
+    host.Forget();
+    tick(ticks);
+    const Frame frame = host.LastFrame();
+    if (frame.width != width || frame.height != width * 200 / 320) {
+      return testing::AssertionFailure() << frame.width << 'x' << frame.height << '\n'
+                                         << log.Dump();
+    }
+    if (isDxgi() && host.FrameCount() != 1) {
+      return testing::AssertionFailure() << host.FrameCount() << " frames\n" << log.Dump();
+    }
+    const bool redder = GetParam().engine == IScreenCapture::CaptureEngineMag;
+    const auto scaled = [width](int x) { return x * width / 320; };
+    std::vector<Patch> patches = {
+        {scaled(20), scaled(40), scaled(120), scaled(88), redder ? 0xC90A1Eu : 0xC80A1Eu}};
+    if (cursor) {
+      patches.push_back({scaled(200), scaled(60), scaled(204), scaled(64), 0xFA0B0C});
+    }
+    return Shows(frame, kBackground + (redder ? kRedder : 0), patches) << log.Dump();
+  }
+};
+
+TEST_P(StillScreen, ShowsEachSettingWithTheNextPicture) {
+  const int another = GetParam().ticks;
+  for (int round = 0; round < 2; ++round) {
+    SCOPED_TRACE(round);
+    capture.EnableCaptureCursor(false);
+    EXPECT_TRUE(shows(another, 320, false));
+    limitTo(80, 50);  // adopted after the next tick
+    EXPECT_TRUE(shows(2, 80, false));
+    limitTo(160, 100);
+    EXPECT_TRUE(shows(2, 160, false));
+    capture.EnableCaptureCursor(true);
+    tick(another);
+    capture.EnableCaptureCursor(false);
+    EXPECT_TRUE(shows(another, 160, false));
+    limitTo(320, 200);
+    EXPECT_TRUE(shows(isWgc() ? 6 : 1 + another, 320, false)) << "none is kept that large";
+    capture.EnableCaptureCursor(true);
+    EXPECT_TRUE(shows(another, 320, true));
+
+    capture.SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormatI420);
+    host.Forget();
+    tick();
+    EXPECT_EQ(host.LastFrame().format, IScreenCapture::ScreenFrameFormatI420);
+    EXPECT_NEAR(host.LastFrame().y[65 * 320 + 100], 16 + (66 * 200 + 129 * 10 + 25 * 30) / 256, 2);
+    // Two at once.
+    capture.SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormatARGB);
+    capture.EnableCaptureCursor(false);
+    tick(another);
+    capture.SharePause();
+    tick();
+    capture.EnableCaptureCursor(true);
+    tick();
+    EXPECT_EQ(host.LastFrame().Count(0xFA0B0C), 0) << "nothing shows in a pause";
+    capture.ShareResume();
+    EXPECT_TRUE(shows(another, 320, true));
+  }
+  EXPECT_EQ(host.Engines(), std::vector<int>{});
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Engines, StillScreen,
+    testing::Values(Still{"Dxgi", IScreenCapture::CaptureEngineDXGI},
+                    Still{"DxgiPointerFirst", IScreenCapture::CaptureEngineDXGI, true, 2},
+                    Still{"Mag", IScreenCapture::CaptureEngineMag},
+                    Still{"MagPointerFirst", IScreenCapture::CaptureEngineMag, true},
+                    Still{"Wgc", IScreenCapture::CaptureEngineWGC, false, 2},
+                    Still{"Gdi", IScreenCapture::CaptureEngineGDIBitBlt}),
+    [](const auto& test) { return test.param.name; });
+
+TEST_F(DxgiShareTest, DesktopIsDuplicatedAnewOnlyForWhatTheKeptPictureLacks) {
+  SetCursorShape(CursorPicture{2, 2, 0, 0, std::vector<std::uint32_t>(4, 0xFFFA0B0C)});
+  SetCursorPosition(100, 60);
+  const std::vector<Patch> withCursor = {{100, 60, 102, 62, 0xFA0B0C}};
+  startDxgi();
+  const std::uint64_t drawn = Count("ID3D11DeviceContext::Draw");
+  tick(5);
+  limitTo(160, 100);
+  tick(2);
+  EXPECT_EQ(host.LastFrame().width, 160);
+  limitTo(320, 200);
+  tick(2);
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {}));
+  capture.SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormatI420);
+  tick();
+  capture.SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormatARGB);
+  capture.EnableCaptureCursor(true);
+  capture.EnableCaptureCursor(false);
+  EXPECT_TRUE(nextFrameShows({})) << "changed and changed back";
+  EXPECT_EQ(Count("ID3D11DeviceContext::Draw"), drawn);
+  EXPECT_EQ(devices(), 1);
+
+  // A restart that fails, and what the system won't give again.
+  capture.EnableCaptureCursor(true);
+  FailNth("IDXGIOutput1::DuplicateOutput", 1);
+  tick(3);  // the third failure restarts it
+  EXPECT_TRUE(InjectedInto());
+  ClearFaults();
+  tick();
+  EXPECT_TRUE(nextFrameShows(withCursor));
+  SetBlackDuplicates(true);
+  capture.EnableCaptureCursor(false);
+  tick(5);
+  EXPECT_EQ(log.Count("find black frame, drop it."), 1);
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, withCursor)) << "the last good one";
+  EXPECT_EQ(devices(), 3) << "and no more attempts";
+  SetBlackDuplicates(false);
+  const HWND window = OpenWindow({.rect = {0, 0, 9, 9}, .color = RGB(1, 2, 3)});
+  EXPECT_TRUE(nextFrameShows({{0, 0, 9, 9, 0x010203}}));
+  // When the screen changes there is no need.
+  capture.EnableCaptureCursor(true);
+  MoveTo(window, 10, 10);
+  EXPECT_TRUE(nextFrameShows({{10, 10, 19, 19, 0x010203}, withCursor.front()}));
+  capture.EnableCaptureCursor(false);
+  SetCursorPosition(101, 60);
+  EXPECT_TRUE(nextFrameShows({{10, 10, 19, 19, 0x010203}})) << "the mouse alone brings it";
+  EXPECT_EQ(devices(), 3);
+  EXPECT_EQ(host.Engines(), Engines{kDxgi});
 }
 
 }  // namespace

@@ -13,8 +13,8 @@
 
 #include "data_url.h"
 #include "platform/control/Graphics.h"
-#include "platform/control/Ledger.h"
 #include "platform/control/Thumbnails.h"
+#include "tests/share/ListAnswers.h"
 #include "tests/share/MagShareTest.h"
 #include "tests/support/PngReader.h"
 
@@ -65,47 +65,19 @@ testing::AssertionResult Is(const PngPicture& picture, SIZE size, const std::vec
   return testing::AssertionSuccess();
 }
 
-// A copy of what a callback got.
-struct Answer {
-  int calls = 0;
-  bool isNull = false;
-  DWORD thread = 0;
-  std::vector<int> order;
-  std::map<int, std::string> texts;
-
-  static void Take(const int* ids, const char** thumbnails, const int& count, void* user) {
-    auto& self = *static_cast<Answer*>(user);
-    ++self.calls;
-    self.isNull = !ids && !thumbnails && count == 0;
-    self.thread = GetCurrentThreadId();
-    for (int i = 0; i < count; ++i) {
-      self.order.push_back(ids[i]);
-      self.texts[ids[i]] = thumbnails[i];
-    }
-  }
-  std::size_t Failed() const {
-    return static_cast<std::size_t>(
-        std::ranges::count_if(texts, [](const auto& entry) { return entry.second.empty(); }));
-  }
-};
-
 class ThumbnailTest : public MagShareTest {
  protected:
   ThumbnailTest() { SetMonitorRect(monitor(), {0, 0, 320, 180}); }
 
-  void list() {
-    capture.GetDesktopList([](const IScreenCapture::DesktopInfo*, const int&, void*) {}, nullptr);
-    capture.GetWindowList([](const IScreenCapture::WindowInfo*, const int&, void*) {}, nullptr);
-  }
   PngPicture ofWindow(HWND window, SIZE box) {
     return Decode(capture.GetWindowThumbnail(idOf(window), box.cx, box.cy));
   }
   PngPicture ofMonitor(SIZE box) {
     return Decode(capture.GetDesktopThumbnail(idOf(monitor()), box.cx, box.cy));
   }
-  Answer ofWindows(SIZE box) {
-    Answer answer;
-    capture.GetWindowThumbnailAll(box.cx, box.cy, Answer::Take, &answer);
+  ThumbnailList ofWindows(SIZE box) {
+    ThumbnailList answer;
+    capture.GetWindowThumbnailAll(box.cx, box.cy, ThumbnailList::Take, &answer);
     EXPECT_EQ(answer.calls, 1);
     return answer;
   }
@@ -250,49 +222,44 @@ INSTANTIATE_TEST_SUITE_P(Systems, WindowThumbnailTest,
                          [](const auto& test) { return test.param.name; });
 
 TEST_F(ThumbnailTest, TheSystemsEdgesAreLeftOut) {
-  constexpr RECT kPlace = {40, 30, 240, 130};
-  const auto window = [&](const RECT& frame) {
-    return OpenWindow({.title = L"Window",
-                       .rect = kPlace,
-                       .style = WS_POPUP | WS_THICKFRAME,
-                       .invisibleFrame = frame});
-  };
-  const HWND ordinary = window({7, 0, 7, 7});
-  const HWND maximised = window({7, 0, 7, 7});
-  Maximise(maximised);
-  const HWND minimised = window({7, 0, 7, 7});
-  const HWND wide = window({7, 0, 7, 0});
-  const HWND high = window({0, 5, 0, 5});
-  const HWND other = window({7, 0, 7, 7});
-  const HWND flat = window({0, 5, 0, 5});
-  for (const HWND one : {minimised, wide, high, other, flat}) {
-    Minimise(one);
-  }
-  SetThumbnailSourceSize(other, SIZE{120, 90});
-  SetThumbnailSourceSize(flat, SIZE{120, 90});
-  list();
+  const char* const kElse = "ThumbnailWindow::SetTarget else 0x";
+  const char* const kIconic = "ThumbnailWindow::SetTarget IsIconic 0x";
+  constexpr RECT kThree = {7, 0, 7, 7};
+  constexpr RECT kFlat = {0, 5, 0, 5};
   const struct {
-    HWND window;
+    RECT edges;
+    void (*arrange)(HWND);
+    std::optional<SIZE> source;
     RECT part;
     const char* said;
-  } rows[] = {{ordinary, {9, 0, 205, 100}, "ThumbnailWindow::SetTarget else 0x"},
-              {maximised, {8, 8, 312, 172}, "ThumbnailWindow::SetTarget IsZoomed 0x"},
-              {minimised, {9, 0, 191, 93}, "ThumbnailWindow::SetTarget IsIconic 0x"},
-              {wide, {9, 0, 191, 93}, "ThumbnailWindow::SetTarget IsIconic 0x"},
-              {high, {2, 5, 193, 95}, "ThumbnailWindow::SetTarget IsIconic 0x"},
-              {other, {9, 7, 111, 83}, "ThumbnailWindow::SetTarget IsIconic 0x"},
-              {flat, {7, 5, 113, 85}, "ThumbnailWindow::SetTarget IsIconic 0x"}};
+  } rows[] = {{kThree, Maximise, {}, {8, 8, 312, 172}, "ThumbnailWindow::SetTarget IsZoomed 0x"},
+              {kThree, Minimise, {}, {9, 0, 191, 93}, kIconic},
+              {{7, 0, 7, 0}, Minimise, {}, {9, 0, 191, 93}, kIconic},
+              {kFlat, Minimise, {}, {2, 5, 193, 95}, kIconic},
+              {kThree, Minimise, SIZE{120, 90}, {9, 7, 111, 83}, kIconic},
+              {kFlat, Minimise, SIZE{120, 90}, {7, 5, 113, 85}, kIconic},
+              {kThree, Show, {}, {9, 0, 205, 100}, kElse}};
+  HWND window = nullptr;
   for (const auto& row : rows) {
     SCOPED_TRACE(&row - rows);
+    window = OpenWindow({.title = L"Window",
+                         .rect = {40, 30, 240, 130},
+                         .style = WS_POPUP | WS_THICKFRAME,
+                         .invisibleFrame = row.edges});
+    row.arrange(window);
+    if (row.source) {
+      SetThumbnailSourceSize(window, *row.source);
+    }
+    list();
     log.Forget();
-    const RECT part = partOf(row.window);
+    const RECT part = partOf(window);
     EXPECT_TRUE(EqualRect(&part, &row.part))
         << part.left << "," << part.top << " " << part.right << "," << part.bottom;
     EXPECT_EQ(log.Count(row.said), 1);
   }
   useMagOnWindows7();
   log.Forget();
-  EXPECT_EQ(partOf(ordinary).right, 200) << "all of it";
+  EXPECT_EQ(partOf(window).right, 200) << "all of it";
   EXPECT_EQ(log.Count("ThumbnailWindow::SetTarget"), 0);
 }
 
@@ -324,8 +291,8 @@ TEST_F(ThumbnailTest, IdsAreThoseOfTheLastLists) {
   EXPECT_EQ(capture.GetWindowThumbnail(idOf(window), 8, 8), nullptr) << "before any list";
   EXPECT_EQ(capture.GetDesktopThumbnail(idOf(monitor()), 8, 8), nullptr);
   EXPECT_TRUE(ofWindows({8, 8}).isNull);
-  Answer desktops;
-  capture.GetDesktopThumbnailAll(8, 8, Answer::Take, &desktops);
+  ThumbnailList desktops;
+  capture.GetDesktopThumbnailAll(8, 8, ThumbnailList::Take, &desktops);
   EXPECT_TRUE(desktops.isNull);
 
   const HMONITOR second = AddMonitor({320, 0, 640, 180});
@@ -341,15 +308,15 @@ TEST_F(ThumbnailTest, IdsAreThoseOfTheLastLists) {
   EXPECT_EQ(capture.GetDesktopThumbnail(idOf(gone), 8, 8), nullptr);
   EXPECT_EQ(shown, text) << "a failure leaves the last text";
 
-  Answer all;
-  capture.GetDesktopThumbnailAll(8, 8, Answer::Take, &all);
+  ThumbnailList all;
+  capture.GetDesktopThumbnailAll(8, 8, ThumbnailList::Take, &all);
   EXPECT_EQ(all.texts.size(), 3u);
   EXPECT_TRUE(std::ranges::is_sorted(all.order));
   EXPECT_LT(all.order.front(), 0) << "every second monitor's is negative";
   EXPECT_EQ(all.texts[idOf(gone)], "");
   EXPECT_EQ(all.texts[idOf(monitor())], screen);
   EXPECT_NE(all.texts[idOf(second)], "");
-  const Answer windows = ofWindows({8, 8});
+  const ThumbnailList windows = ofWindows({8, 8});
   EXPECT_EQ(windows.texts, (std::map<int, std::string>{{idOf(window), text}, {idOf(closing), ""}}));
 }
 
@@ -361,8 +328,8 @@ TEST_F(ThumbnailTest, SizesThatCannotBeCostNothing) {
        {SIZE{0, 8}, {8, 0}, {-8, 8}, {8, INT32_MIN}, {10000, 10000000}, {1, 16385}}) {
     EXPECT_EQ(capture.GetWindowThumbnail(idOf(window), box.cx, box.cy), nullptr);
     EXPECT_EQ(capture.GetDesktopThumbnail(idOf(monitor()), box.cx, box.cy), nullptr);
-    Answer desktops;
-    capture.GetDesktopThumbnailAll(box.cx, box.cy, Answer::Take, &desktops);
+    ThumbnailList desktops;
+    capture.GetDesktopThumbnailAll(box.cx, box.cy, ThumbnailList::Take, &desktops);
     EXPECT_EQ(desktops.texts, (std::map<int, std::string>{{idOf(monitor()), ""}}));
     EXPECT_EQ(ofWindows(box).texts, (std::map<int, std::string>{{idOf(window), ""}}));
   }
@@ -389,8 +356,8 @@ TEST_F(ThumbnailTest, AnySizeThatCanBeIsKeptAndWithoutMonitorsThereIsNone) {
   const int id = idOf(monitor());
   RemoveMonitor(monitor());
   list();
-  Answer desktops;
-  capture.GetDesktopThumbnailAll(8, 8, Answer::Take, &desktops);
+  ThumbnailList desktops;
+  capture.GetDesktopThumbnailAll(8, 8, ThumbnailList::Take, &desktops);
   EXPECT_EQ(desktops.texts, (std::map<int, std::string>{{id, ""}})) << "of the last list with any";
   EXPECT_EQ(capture.GetDesktopThumbnail(id, 8, 8), nullptr);
 }
@@ -406,7 +373,7 @@ TEST_F(ThumbnailTest, AHundredWindowsHaveOneHostAndAnyMayClose) {
   // The list is topmost first.
   AtNth("DwmQueryThumbnailSourceSize", 3, [&] { Close(windows[97]); });
   AtNth("GdipSaveImageToStream", 5, [&] { Close(windows[10]); });
-  const Answer answer = ofWindows({16, 9});
+  const ThumbnailList answer = ofWindows({16, 9});
   EXPECT_EQ(answer.texts.size(), 100u);
   EXPECT_TRUE(std::ranges::is_sorted(answer.order));
   EXPECT_EQ(answer.Failed(), 2u);
@@ -428,7 +395,7 @@ TEST_F(ThumbnailTest, HungWindowsCostLittleAndTheOthersAreShown) {
   list();
   Hang(hung);
   const auto start = Now();
-  const Answer answer = ofWindows({16, 9});
+  const ThumbnailList answer = ofWindows({16, 9});
   EXPECT_EQ(Now() - start, 200ms);
   EXPECT_EQ(answer.texts.at(idOf(hung)), "");
   EXPECT_NE(answer.texts.at(idOf(window)), "");
@@ -440,25 +407,16 @@ TEST_F(ThumbnailTest, AsyncListsOverlapAndOutliveTheirObject) {
   open(104, 80);
   list();
   auto other = std::make_unique<ScreenCapture>();
-  Answer answers[4];
+  ThumbnailList answers[3];
   AtNth("GdipSaveImageToStream", 1, [&] { other.reset(); });
-  other->GetWindowThumbnailAllAsync(16, 9, Answer::Take, &answers[0]);
-  capture.GetWindowThumbnailAllAsync(16, 9, Answer::Take, &answers[1]);
-  capture.GetDesktopThumbnailAllAsync(16, 9, Answer::Take, &answers[2]);
+  other->GetWindowThumbnailAllAsync(16, 9, ThumbnailList::Take, &answers[0]);
+  capture.GetWindowThumbnailAllAsync(16, 9, ThumbnailList::Take, &answers[1]);
+  capture.GetDesktopThumbnailAllAsync(16, 9, ThumbnailList::Take, &answers[2]);
   // Which monitors was settled by the call.
   AddMonitor({320, 0, 640, 180});
   list();
   Advance(1s);  // one may wait for the other
   EXPECT_EQ(other, nullptr);
-  for (const char* const function : {"_beginthreadex", "GetModuleHandleExW"}) {
-    FailNth(function, 1);
-    answers[3] = {};
-    capture.GetWindowThumbnailAllAsync(16, 9, Answer::Take, &answers[3]);
-    EXPECT_TRUE(answers[3].isNull) << "without a thread on this one";
-    FailNth(function, 1);
-    capture.GetDesktopThumbnailAllAsync(16, 9, Answer::Take, &answers[3]);
-    EXPECT_EQ(answers[3].calls, 2);
-  }
   for (int i = 0; i < 3; ++i) {
     EXPECT_EQ(answers[i].calls, 1);
     EXPECT_EQ(answers[i].texts.size(), 1u);
@@ -482,63 +440,6 @@ TEST_F(ThumbnailTest, AShareOnMagGoesOnBesideAList) {
   EXPECT_EQ(host.Engines(), Engines{kMag});
   capture.ShareStop();
 }
-
-// Every call that the lists make fails once, one after the other.
-class FailingThumbnails : public ThumbnailTest, public testing::WithParamInterface<bool> {};
-
-TEST_P(FailingThumbnails, EachIdOnceAndNothingLeft) {
-  const bool async = GetParam();
-  SetVersion(async ? kWindows8 : kWindows10);
-  for (int i = 0; i < 3; ++i) {
-    open(64, 64, L"Window " + std::to_wstring(i));
-  }
-  list();
-  const auto run = [&](Answer& windows, Answer& desktops) {
-    if (async) {
-      capture.GetWindowThumbnailAllAsync(16, 9, Answer::Take, &windows);
-      capture.GetDesktopThumbnailAllAsync(16, 9, Answer::Take, &desktops);
-      Advance(5s);
-    } else {
-      capture.GetWindowThumbnailAll(16, 9, Answer::Take, &windows);
-      capture.GetDesktopThumbnailAll(16, 9, Answer::Take, &desktops);
-    }
-  };
-  Answer first;
-  Answer firstDesktops;
-  run(first, firstDesktops);
-  ASSERT_EQ(first.Failed() + firstDesktops.Failed(), 0u);
-  const LedgerSnapshot before = Snapshot();
-  int call = 1;
-  for (;; ++call) {
-    ASSERT_LT(call, 5000);
-    FailNthOfAll(static_cast<std::uint64_t>(call));
-    Answer windows;
-    Answer desktops;
-    run(windows, desktops);
-    const std::optional<std::string> injected = InjectedInto();
-    ClearFaults();
-    if (!injected) {
-      break;
-    }
-    const std::string after = "after call " + std::to_string(call) + ", " + *injected;
-    EXPECT_EQ(windows.calls + desktops.calls, 2) << after;
-    EXPECT_TRUE(windows.isNull || windows.texts.size() == 3) << after;
-    EXPECT_TRUE(desktops.isNull || desktops.texts.size() == 1) << after;
-    for (const auto& [id, text] : windows.texts) {
-      EXPECT_TRUE(text.empty() || Decode(text.c_str()).width == 16) << after;
-    }
-    EXPECT_EQ(hosts(), 0u) << after;
-    EXPECT_EQ(Difference(before), "") << after;
-    EXPECT_TRUE(Misuses().empty()) << after << ": " << Misuses().front();
-    if (HasFailure()) {
-      break;
-    }
-  }
-  EXPECT_GT(call, async ? 300 : 100);
-}
-
-INSTANTIATE_TEST_SUITE_P(Ways, FailingThumbnails, testing::Bool(),
-                         [](const auto& test) { return test.param ? "AsyncByMag" : "SyncByHost"; });
 
 }  // namespace
 }  // namespace qx::test

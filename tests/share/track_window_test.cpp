@@ -228,24 +228,5 @@ TEST_F(TrackTest, StopDuringEverySecondOfAShow) {
   }
 }
 
-TEST_F(TrackTest, ListenerThatChangesSettingsWhileTheWindowChanges) {
-  capture.EnablePromptWindow(true);
-  const IScreenCapture::PromptWindowInfo look = {0, 0, 250, 7};
-  host.onEvent = [&](const std::string& event) {
-    if (event.rfind("windowChanged", 0) == 0) {
-      capture.SetPromptWindowInfo(&look);
-      capture.EnablePromptWindow(false);
-      capture.SetCaptureFPS(10);
-      capture.SharePause();
-      capture.ShareResume();
-    }
-  };
-  startWindow(main);
-  openShow();
-  search();
-  EXPECT_TRUE(showsShow());
-  EXPECT_FALSE(LibraryWindows(L"OrvaSSPromptWindow").at(0).visible);
-}
-
 }  // namespace
 }  // namespace qx::test

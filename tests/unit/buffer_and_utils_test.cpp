@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "common/BufferYUVI420.h"
+#include "common/Utf8.h"
 #include "tests/support/ShareRecorder.h"
 #include "win/util/Utils.h"
 
@@ -75,6 +76,23 @@ TEST(TransparentFrame, SmallAndMissingPictures) {
   const test::LogRecorder log;
   EXPECT_TRUE(isTransparentFrame(nullptr, 100, 100, 400));
   EXPECT_TRUE(log.Lines().empty());
+}
+
+TEST(Utf8, IsMadeOfWideTextAndKnown) {
+  EXPECT_EQ(ToUtf8(L"a\u00e9\u20ac\U0001F600!"), "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80!");
+  const std::wstring halves = {0xD83D, L'a', 0xDE00, 0xD83D};
+  EXPECT_EQ(ToUtf8(halves),
+            "\xEF\xBF\xBD"
+            "a\xEF\xBF\xBD\xEF\xBF\xBD");
+  for (const char* const text : {"", "a\x7F", "\xC2\x80", "\xE0\xA0\x80", "\xED\x9F\xBF",
+                                 "\xEE\x80\x80", "\xF0\x90\x80\x80", "\xF4\x8F\xBF\xBF"}) {
+    EXPECT_TRUE(IsUtf8(text)) << text;
+  }
+  for (const char* const text :
+       {"\x80", "\xC1\xBF", "\xC2", "\xC2z", "\xE0\x9F\xBF", "\xED\xA0\x80", "a\xE2\x82",
+        "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\xFF"}) {
+    EXPECT_FALSE(IsUtf8(text)) << text;
+  }
 }
 
 TEST(Utils, WideToUtf8) {

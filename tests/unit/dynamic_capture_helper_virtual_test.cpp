@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <ostream>
+#include <string>
 #include <vector>
 
 #include "platform/control/Clock.h"
@@ -95,6 +96,38 @@ TEST_F(DynamicCaptureHelperTest, OnceASecondEverythingHasChanged) {
   EXPECT_EQ(check(kMonitor), kNothing);
 }
 
+TEST_F(DynamicCaptureHelperTest, WholeMonitorIsCountedAndMeasuredWithoutTheMouse) {
+  settle(kMonitor);
+  change({0, 10, 10, 30});
+  change({100, 10, 110, 30});
+  EXPECT_EQ(check(kMonitor), (Answer{true, false, 2, 400.0 / 64000, true})) << "also at an edge";
+  SetCursorPosition(7, 7);
+  change({10, 10, 20, 30});
+  EXPECT_EQ(check(kMonitor), (Answer{true, true, 1, 200.0 / 64000, true}));
+  catchUp(kMonitor);
+  EXPECT_EQ(check(kMonitor), kNothing);
+  FailNth("IDXGIOutputDuplication::GetFrameDirtyRects", 1);
+  change({10, 10, 20, 30});
+  EXPECT_EQ(check(kMonitor), (Answer{true, false, 0, 0.0, true}));
+
+  helper = std::make_unique<DynamicCaptureHelper>(false);
+  settle(kMonitor);
+  change({10, 10, 20, 30});
+  EXPECT_EQ(check(kMonitor), (Answer{true, false, 0, 0.0, true}));
+}
+
+TEST_F(DynamicCaptureHelperTest, FirstNewsOfThePointerAloneIsNoChangedPicture) {
+  SetPointerBeforePicture(true);
+  for (const RECT& rect : {kMonitor, kWindow}) {
+    helper->Reset();
+    helper->check(rect);
+    EXPECT_EQ(check(rect), (Answer{false, rect.left == 0, 0, 0.0, true}));
+    EXPECT_EQ(check(rect), (Answer{true, rect.left == 0, 1, 1.0, true})) << "its picture follows";
+    helper->check(rect);
+    EXPECT_EQ(check(rect), kNothing);
+  }
+}
+
 TEST_F(DynamicCaptureHelperTest, OfAPartOnlyWhatLiesInsideCounts) {
   settle(kWindow);
   const auto after = [this](const RECT& rect) {
@@ -121,8 +154,10 @@ TEST_F(DynamicCaptureHelperTest, OfAPartOnlyWhatLiesInsideCounts) {
   EXPECT_EQ(check(kWindow), kNothing) << "the mouse elsewhere";
   SetCursorPosition(150, 100);
   EXPECT_EQ(check(kWindow), (Answer{false, true, 0, 0.0, true}));
-  FailNth("IDXGIOutputDuplication::GetFrameMoveRects", 1);
-  EXPECT_TRUE(after({10, 10, 90, 40}).frame) << "who can't tell captures";
+  for (const char* rects : {"Move", "Dirty"}) {
+    FailNth(std::string("IDXGIOutputDuplication::GetFrame") + rects + "Rects", 1);
+    EXPECT_TRUE(after({10, 10, 90, 40}).frame) << "who can't tell captures";
+  }
 
   helper = std::make_unique<DynamicCaptureHelper>(false);
   settle(kWindow);

@@ -58,11 +58,11 @@ TEST_F(GraphicsCaptureEngineTest, PictureHasTheTargetSizeOrThatOfTheRectangle) {
   } sizes[] = {{200, 100, {200, 100}}, {16, 12, {16, 12}}, {0, 12, {64, 12}}, {0, 0, {64, 48}}};
   for (const auto& size : sizes) {
     engine.SetTargetSize(size.width, size.height);
+    engine.WantAnotherPicture();
     // On a screen that stays as it is the session is started anew.
-    EXPECT_TRUE(engine.Capture(0, 0, 64, 48, frame, result));
-    EXPECT_EQ(result, CaptureResult::Failed);
-    for (int i = 0; i < 2; ++i) {
+    for (int i = 0; i < 3; ++i) {
       EXPECT_TRUE(engine.Capture(0, 0, 64, 48, frame, result));
+      EXPECT_EQ(result, CaptureResult::Failed) << "the last one counts";
     }
     EXPECT_TRUE(captures(engine, size.becomes[0], size.becomes[1]));
   }

@@ -105,8 +105,8 @@ TEST_F(MagShareTest, AProbeLeavesSharesTheirPicturesAlsoAfterTheSessionWasLocked
   PlainCapture capture2;
   capture2.SetScreenCaptureConfig({.scDynamicCheck = false});
   withoutDynamicCheck();
-  exclude({one});
-  setExcluded(capture2, {other});
+  capture.Exclude({one});
+  capture2.Exclude({other});
   for (const bool failing : {true, false}) {
     for (const char* call : {"MagSetWindowSource", "MagSetWindowFilterList", "IsWindow"}) {
       startMag();

@@ -7,6 +7,7 @@
 // clang-format on
 
 #include <algorithm>
+#include <utility>
 
 #include "common/Logging.h"
 #include "win/list/ShareListManager.h"
@@ -15,11 +16,14 @@
 #include "win/util/Clock.h"
 #include "win/util/SystemProbes.h"
 #include "win/util/Utils.h"
+#include "win/util/Wait.h"
 
 namespace qx {
 namespace {
 
 constexpr int kMaxFps = 30;
+// How long a wait may last when the system loses what ends it.
+constexpr DWORD kPollMs = 10;
 
 // How log lines name the kind of a filter rule, behind the name of its list.
 const char* KindOf(const IScreenCapture::FilterWindowInfo& window) {
@@ -53,7 +57,8 @@ void LogWindowPosition(HWND window) {
 
 ScreenCaptureImpl::ScreenCaptureImpl()
     : m_trackWindowRules(MakeTrackWindowRules()),
-      m_filterWindowManager(std::make_shared<FilterWindowManager>()) {
+      m_filterWindowManager(std::make_shared<FilterWindowManager>()),
+      m_turnOver(CreateEventW(nullptr, FALSE, FALSE, nullptr)) {
   LogInstance::Instance().SetClock(&SystemMillis);
   QX_TRACE("ScreenCaptureImpl::ScreenCaptureImpl");
   StartGdiplus();
@@ -63,6 +68,8 @@ ScreenCaptureImpl::~ScreenCaptureImpl() { QX_TRACE("ScreenCaptureImpl::~ScreenCa
 
 void ScreenCaptureImpl::EnableFilterWindowWhenShareDesktop(bool enable) {
   QX_TRACE("ScreenCaptureImpl::EnableFilterWindowWhenShareDesktop");
+  const DeferredLog afterTheLock;
+  const std::lock_guard lock(m_mutex);
   QX_LOG_INFO("EnableFilterWindowWhenShareDesktop enable:{} m_enableFilterWindow:{}", enable,
               m_enableFilterWindow);
   if (enable == m_enableFilterWindow) {
@@ -195,6 +202,8 @@ void ScreenCaptureImpl::SetCanUseMagCapture(bool canUseMag) {
 
 void ScreenCaptureImpl::ShowCursor(bool show) {
   QX_TRACE("ScreenCaptureImpl::ShowCursor");
+  const DeferredLog afterTheLock;
+  const std::lock_guard lock(m_mutex);
   m_showCursor = show;
   if (m_task) {
     m_task->ShowCursor(show);
@@ -203,6 +212,8 @@ void ScreenCaptureImpl::ShowCursor(bool show) {
 
 void ScreenCaptureImpl::SetAutoActiveShareWindow(bool active) {
   QX_TRACE("ScreenCaptureImpl::SetAutoActiveShareWindow");
+  const DeferredLog afterTheLock;
+  const std::lock_guard lock(m_mutex);
   m_autoActiveShareWindow = active;
   if (m_task) {
     m_task->SetAutoActiveShareWindow(active);
@@ -211,6 +222,8 @@ void ScreenCaptureImpl::SetAutoActiveShareWindow(bool active) {
 
 void ScreenCaptureImpl::EnablePromptWindow(bool enable) {
   QX_TRACE("ScreenCaptureImpl::EnablePromptWindow");
+  const DeferredLog afterTheLock;
+  const std::lock_guard lock(m_mutex);
   m_enablePromptWindow = enable;
   if (m_task) {
     m_task->EnablePromptWindow(enable);
@@ -219,6 +232,8 @@ void ScreenCaptureImpl::EnablePromptWindow(bool enable) {
 
 void ScreenCaptureImpl::SetDynamicCheck(bool check) {
   QX_TRACE("ScreenCaptureImpl::SetDynamicCheck");
+  const DeferredLog afterTheLock;
+  const std::lock_guard lock(m_mutex);
   if (m_task) {
     m_task->SetDynamicCheck(check);
   }
@@ -230,6 +245,8 @@ void ScreenCaptureImpl::SetCaptureEngineConfig(const IScreenCapture::CaptureEngi
   if (types && count > 0) {
     engineTypes.insert(types, types + count);
   }
+  const DeferredLog afterTheLock;
+  const std::lock_guard lock(m_mutex);
   m_engineTypes.swap(engineTypes);
   m_wgcPriority = wgcPriority;
   if (m_task) {
@@ -242,6 +259,8 @@ void ScreenCaptureImpl::SetPromptWindowInfo(const IScreenCapture::PromptWindowIn
   if (!info) {
     return;
   }
+  const DeferredLog afterTheLock;
+  const std::lock_guard lock(m_mutex);
   QX_LOG_INFO("ScreenCaptureImpl::SetPromptWindowInfo color r:{},g:{},b:{},width:{}", info->r,
               info->g, info->b, info->width);
   m_promptWindowInfo = *info;
@@ -253,6 +272,8 @@ void ScreenCaptureImpl::SetPromptWindowInfo(const IScreenCapture::PromptWindowIn
 void ScreenCaptureImpl::SetCaptureFrameResolutionLimit(
     const IScreenCapture::ScreenFrameResolutionLimit& limit) {
   QX_TRACE("ScreenCaptureImpl::SetCaptureFrameResolutionLimit");
+  const DeferredLog afterTheLock;
+  const std::lock_guard lock(m_mutex);
   m_resolutionLimit = limit;
   QX_LOG_INFO(
       "set frame resolution limit, maxScreenWidth*maxScreenHeight={}x{}, maxScreenPixels: {}",
@@ -264,6 +285,8 @@ void ScreenCaptureImpl::SetCaptureFrameResolutionLimit(
 
 void ScreenCaptureImpl::SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormat format) {
   QX_TRACE("ScreenCaptureImpl::SetScreenFrameFormatType");
+  const DeferredLog afterTheLock;
+  const std::lock_guard lock(m_mutex);
   QX_LOG_INFO("SetScreenFrameFormatType type:{} m_frameFormatType:{}",
               static_cast<std::int32_t>(format), static_cast<std::int32_t>(m_frameFormatType));
   if (format == m_frameFormatType) {
@@ -277,6 +300,8 @@ void ScreenCaptureImpl::SetScreenFrameFormatType(IScreenCapture::ScreenFrameForm
 
 void ScreenCaptureImpl::SetScreenCaptureConfig(const IScreenCapture::ScreenCaptureConfig& config) {
   QX_TRACE("ScreenCaptureImpl::SetScreenCaptureConfig");
+  const DeferredLog afterTheLock;
+  const std::lock_guard lock(m_mutex);
   QX_LOG_INFO(
       "SetScreenCaptureConfig: KeepAliveInterval = {}, MovedWindowStableKeepMinDuration = {}, "
       "DynamicFrameCallback = {}, GetDirtyRectInfo = {}, scDynamicCheck = {}, "
@@ -296,6 +321,8 @@ void ScreenCaptureImpl::SetCaptureFPS(int fps) {
     QX_LOG_WARN("set fps failed, please make sure your input is in (0, {}]", kMaxFps);
     return;
   }
+  const DeferredLog afterTheLock;
+  const std::lock_guard lock(m_mutex);
   m_fps = fps;
   QX_LOG_INFO("set fps:{}", fps);
   if (m_task) {
@@ -307,7 +334,8 @@ bool ScreenCaptureImpl::ShareDesktop(void* context, int id, IScreenCapture::Shar
                                      IScreenCapture::ShareError& error) {
   QX_TRACE("ScreenCaptureImpl::ShareDesktop");
   QX_LOG_INFO("qx-sc:workflow:start share desktop:{}", id);
-  if (!canShare("ShareDesktop", listener, error)) {
+  Turn turn(*this);
+  if (!canShare("ShareDesktop", listener, turn, error)) {
     return false;
   }
   const auto monitor = IdToHandle<HMONITOR>(id);
@@ -321,18 +349,17 @@ bool ScreenCaptureImpl::ShareDesktop(void* context, int id, IScreenCapture::Shar
   }
   // Anything that goes wrong from here on, a lack of memory too, is a failed start.
   error = IScreenCapture::ShareErrorStartFailed;
-  const auto wrapper = makeListener(context, listener);
   const auto task =
       std::make_shared<CompleteTask<ScreenCaptureTaskDesktop>>(monitor, m_filterWindowManager);
-  configure(*task);
-  return runTask(task, wrapper, error);
+  return runTask(task, context, listener, error);
 }
 
 bool ScreenCaptureImpl::ShareWindow(void* context, int id, IScreenCapture::ShareListener* listener,
                                     IScreenCapture::ShareError& error) {
   QX_TRACE("ScreenCaptureImpl::ShareWindow");
   QX_LOG_INFO("qx-sc:workflow:start share window:{}", id);
-  if (!canShare("ShareWindow", listener, error)) {
+  Turn turn(*this);
+  if (!canShare("ShareWindow", listener, turn, error)) {
     return false;
   }
   const auto window = IdToHandle<HWND>(id);
@@ -343,23 +370,22 @@ bool ScreenCaptureImpl::ShareWindow(void* context, int id, IScreenCapture::Share
   }
   LogWindowPosition(window);
   error = IScreenCapture::ShareErrorStartFailed;
-  const auto wrapper = makeListener(context, listener);
   const MainTrackWindowEntry* const tracked = matchTrackWindow(window);
   const auto task =
       std::make_shared<CompleteTask<ScreenCaptureTaskWindow>>(window, m_filterWindowManager);
-  configure(*task);
   if (tracked) {
     QX_LOG_INFO("set auto track window:{}", tracked->source.className);
     task->SetAutoTrackWindow(tracked->target);
   }
-  return runTask(task, wrapper, error);
+  return runTask(task, context, listener, error);
 }
 
 bool ScreenCaptureImpl::canShare(const char* operation,
-                                 const IScreenCapture::ShareListener* listener,
-                                 IScreenCapture::ShareError& error) const {
+                                 const IScreenCapture::ShareListener* listener, Turn& turn,
+                                 IScreenCapture::ShareError& error) {
   error = IScreenCapture::ShareErrorNone;
-  if (m_task) {
+  // A listener that starts a share, of all things, must not wait for who stops its own.
+  if (!turn.TryTake() || presentTask()) {
     QX_LOG_ERROR("{} m_task is running, please stop first", operation);
     error = IScreenCapture::ShareErrorTaskRunning;
     return false;
@@ -386,13 +412,6 @@ const MainTrackWindowEntry* ScreenCaptureImpl::matchTrackWindow(HWND window) con
   return found ? &*match : nullptr;
 }
 
-std::shared_ptr<ShareListenerWrapper> ScreenCaptureImpl::makeListener(
-    void* context, IScreenCapture::ShareListener* listener) {
-  const auto interval = static_cast<std::int32_t>(m_captureConfig.KeepAliveInterval);
-  m_listener = std::make_shared<ShareListenerWrapper>(context, listener, interval);
-  return m_listener;
-}
-
 void ScreenCaptureImpl::configure(ScreenCaptureTask& task) {
   task.SetPromptWindowInfo(m_promptWindowInfo);
   task.SetCaptureFPS(m_fps);
@@ -407,18 +426,29 @@ void ScreenCaptureImpl::configure(ScreenCaptureTask& task) {
 
 // The host hears of the start in the middle of this, and its window procedures may run
 // while this waits. From there it may call back into this object. Should it even stop the
-// share there, the caller's references keep what still runs.
-bool ScreenCaptureImpl::runTask(const std::shared_ptr<ScreenCaptureTask>& task,
-                                const std::shared_ptr<ShareListenerWrapper>& listener,
+// share there, the references here keep what still runs.
+bool ScreenCaptureImpl::runTask(const std::shared_ptr<ScreenCaptureTask>& task, void* context,
+                                IScreenCapture::ShareListener* hostListener,
                                 IScreenCapture::ShareError& error) {
-  task->SetKeepLiveCallback(
-      [wrapper = listener.get()](const IScreenCapture::ScreenFrameData* frame) {
-        wrapper->OnKeepLiveFrame(frame);
-      });
-  m_task = task;
+  bool showPrompt = false;
+  std::shared_ptr<ShareListenerWrapper> listener;
+  {
+    const DeferredLog afterTheLock;
+    const std::lock_guard lock(m_mutex);
+    const auto interval = static_cast<std::int32_t>(m_captureConfig.KeepAliveInterval);
+    listener = std::make_shared<ShareListenerWrapper>(context, hostListener, interval);
+    task->SetKeepLiveCallback(
+        [wrapper = listener.get()](const IScreenCapture::ScreenFrameData* frame) {
+          wrapper->OnKeepLiveFrame(frame);
+        });
+    configure(*task);
+    showPrompt = m_enablePromptWindow;
+    m_listener = listener;
+    m_task = task;
+  }
   try {
-    const bool started = task->Start(listener.get(), m_enablePromptWindow);
-    if (started && m_task != task) {
+    const bool started = task->Start(listener.get(), showPrompt);
+    if (started && presentTask() != task) {
       QX_LOG_WARN("the share was stopped while it started");
       task->Stop();
       return false;
@@ -433,14 +463,22 @@ bool ScreenCaptureImpl::runTask(const std::shared_ptr<ScreenCaptureTask>& task,
     QX_LOG_ERROR("start of the share ended by an exception");
     task->Stop();
   }
+  const std::lock_guard lock(m_mutex);
   if (m_task == task) {
-    m_task.reset();
+    m_task.reset();  // the caller has it still
   }
   return false;
 }
 
+std::shared_ptr<ScreenCaptureTask> ScreenCaptureImpl::presentTask() const {
+  const std::lock_guard lock(m_mutex);
+  return m_task;
+}
+
 void ScreenCaptureImpl::SharePause() {
   QX_TRACE("ScreenCaptureImpl::SharePause");
+  const DeferredLog afterTheLock;
+  const std::lock_guard lock(m_mutex);
   if (m_task) {
     m_task->Pause();
   }
@@ -448,6 +486,8 @@ void ScreenCaptureImpl::SharePause() {
 
 void ScreenCaptureImpl::ShareResume() {
   QX_TRACE("ScreenCaptureImpl::ShareResume");
+  const DeferredLog afterTheLock;
+  const std::lock_guard lock(m_mutex);
   if (m_task) {
     m_task->Resume();
   }
@@ -456,26 +496,78 @@ void ScreenCaptureImpl::ShareResume() {
 void ScreenCaptureImpl::ShareStop() {
   QX_TRACE("ScreenCaptureImpl::ShareStop");
   QX_LOG_INFO("qx-sc:workflow:stop share");
+  std::shared_ptr<ScreenCaptureTask> task = presentTask();
   // What the host calls from a window procedure while this waits must find the share, and
   // must not end it a second time.
-  if (m_stopping || (m_task && m_task->IsCaptureThread())) {
+  if (isStoppingHere() || (task && task->IsCaptureThread())) {
     QX_LOG_WARN("the share is stopping, or a listener of its own stops it");
     return;
   }
-  if (m_task) {
+  Turn turn(*this);
+  turn.Take();
+  task = presentTask();
+  if (task) {
     m_stopping = true;
-    m_task->Stop();
-    m_task.reset();
+    task->Stop();
     m_stopping = false;
   }
-  m_listener.reset();
+  // The task goes first, and neither under the lock.
+  std::shared_ptr<ShareListenerWrapper> listener;
+  {
+    const std::lock_guard lock(m_mutex);
+    m_task.reset();
+    listener.swap(m_listener);
+  }
+  task.reset();
+}
+
+bool ScreenCaptureImpl::isStoppingHere() const {
+  const std::lock_guard lock(m_mutex);
+  return m_stopping && m_turnThread == GetCurrentThreadId();
 }
 
 void ScreenCaptureImpl::GetCaptureRect(IScreenCapture::CaptureRect& rect) {
-  if (m_task) {
-    m_task->GetCaptureRect(rect);
+  const std::shared_ptr<ScreenCaptureTask> task = presentTask();
+  if (task) {
+    task->GetCaptureRect(rect);
   } else {
     rect = {-1, -1, -1, -1};
+  }
+}
+
+// ----------------------------------------------------------------------------- Turn
+
+ScreenCaptureImpl::Turn::~Turn() {
+  if (!m_taken) {
+    return;
+  }
+  const std::lock_guard lock(m_impl.m_mutex);
+  if (--m_impl.m_turnDepth == 0) {
+    m_impl.m_turnThread = 0;
+    if (m_impl.m_turnOver) {
+      SetEvent(m_impl.m_turnOver.Get());
+    }
+  }
+}
+
+bool ScreenCaptureImpl::Turn::TryTake() {
+  const DWORD self = GetCurrentThreadId();
+  const std::lock_guard lock(m_impl.m_mutex);
+  if (m_impl.m_turnThread == 0 || m_impl.m_turnThread == self) {
+    m_impl.m_turnThread = self;
+    ++m_impl.m_turnDepth;
+    m_taken = true;
+  }
+  return m_taken;
+}
+
+void ScreenCaptureImpl::Turn::Take() {
+  while (!TryTake()) {
+    if (m_impl.m_turnOver) {
+      static_cast<void>(WaitAnswering(m_impl.m_turnOver.Get(), kPollMs));
+    } else {
+      Sleep(1);
+    }
   }
 }
 

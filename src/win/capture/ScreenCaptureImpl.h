@@ -1,9 +1,12 @@
 #pragma once
 
 #include <qx-screen-capture.h>
+#include <windows.h>
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 #include "win/capture/TrackWindowRules.h"
@@ -11,14 +14,16 @@
 #include "win/prompt/FilterWindowManager.h"
 #include "win/task/ScreenCaptureTask.h"
 #include "win/task/ShareListenerWrapper.h"
+#include "win/util/Handles.h"
 
 namespace qx {
 
 // The object behind a ScreenCapture: keeps the settings from share to share, and
 // starts and stops the one share. The operations are those of IScreenCapture.
 //
-// One call at a time, as the host promises; a listener of the share may call
-// settings, pause and resume from inside. Operations may throw bad_alloc.
+// Any thread, also a listener of the share from inside, but for its stop. Settings return
+// at once. One thread at a time starts or stops; a stop waits for one that does. Operations
+// may throw bad_alloc.
 class ScreenCaptureImpl {
  public:
   ScreenCaptureImpl();
@@ -76,16 +81,34 @@ class ScreenCaptureImpl {
   void GetCaptureRect(IScreenCapture::CaptureRect& rect);
 
  private:
-  std::shared_ptr<ShareListenerWrapper> makeListener(void* context,
-                                                     IScreenCapture::ShareListener* listener);
-  bool canShare(const char* operation, const IScreenCapture::ShareListener* listener,
-                IScreenCapture::ShareError& error) const;
+  // The right to start and stop, until this object goes. The thread that has it may take it
+  // again inside: from what its host does there.
+  class Turn {
+   public:
+    explicit Turn(ScreenCaptureImpl& impl) : m_impl(impl) {}
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+    ~Turn();
+    bool TryTake();
+    // Waits, without an end, for what another thread starts or stops.
+    void Take();
+
+   private:
+    ScreenCaptureImpl& m_impl;
+    bool m_taken = false;
+  };
+
+  bool canShare(const char* operation, const IScreenCapture::ShareListener* listener, Turn& turn,
+                IScreenCapture::ShareError& error);
   const MainTrackWindowEntry* matchTrackWindow(HWND window) const;
   void configure(ScreenCaptureTask& task);
-  bool runTask(const std::shared_ptr<ScreenCaptureTask>& task,
-               const std::shared_ptr<ShareListenerWrapper>& listener,
-               IScreenCapture::ShareError& error);
+  bool runTask(const std::shared_ptr<ScreenCaptureTask>& task, void* context,
+               IScreenCapture::ShareListener* hostListener, IScreenCapture::ShareError& error);
+  std::shared_ptr<ScreenCaptureTask> presentTask() const;
+  bool isStoppingHere() const;
 
+  // Guards all but the constants. Held for moments, and never across the log.
+  mutable std::mutex m_mutex;
   std::int32_t m_fps = 15;
   bool m_autoActiveShareWindow = true;
   bool m_showCursor = true;
@@ -104,7 +127,11 @@ class ScreenCaptureImpl {
   std::shared_ptr<ShareListenerWrapper> m_listener;
   // Set exactly while a share exists, also one that ended by itself.
   std::shared_ptr<ScreenCaptureTask> m_task;
-  bool m_stopping = false;  // ShareStop waits
+  std::atomic<bool> m_stopping = false;  // ShareStop waits
+
+  DWORD m_turnThread = 0;  // which starts or stops, or 0
+  int m_turnDepth = 0;
+  const KernelHandle m_turnOver;  // auto-reset; null without memory
 };
 
 }  // namespace qx

@@ -79,6 +79,11 @@ class ScreenCaptureEngine {
   // and not say that nothing has changed.
   virtual void DropPicture() {}
 
+  // The last picture has another cursor or a smaller size than is wanted now. It may be
+  // repeated, but the engine makes another as soon as the system lets it, also of a screen
+  // that has not changed. Before its first picture there is nothing to do.
+  virtual void WantAnotherPicture() {}
+
   // Whether the shared window has yet to answer; no capture can succeed meanwhile, and
   // that is no fault of the engine.
   virtual bool IsWaiting() const { return false; }

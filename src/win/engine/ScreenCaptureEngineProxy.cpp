@@ -155,21 +155,7 @@ bool ScreenCaptureEngineProxy::isAllowed(CaptureEngineType type) const {
 
 bool ScreenCaptureEngineProxy::Initialize() {
   m_currentEngine = 0;
-  while (m_currentEngine < m_captureEngine.size()) {
-    const bool needInclude = m_settings.filterWindowManager->NeedIncludeWindow();
-    QX_LOG_INFO("NeedIncludeWindow = {}", needInclude);
-    const Entry& entry = m_captureEngine[m_currentEngine];
-    if (!m_isDesktop && needInclude && !entry.canInclude) {
-      ++m_currentEngine;
-      continue;
-    }
-    if (entry.engine->Initialize()) {
-      refreshNewEngineConfig();
-      break;
-    }
-    QX_LOG_WARN("{} init failed", EngineClassName(entry.engine->GetEngineType()));
-    eraseCurrentEntry();
-  }
+  startNextEngine(Walk::First);
   QX_LOG_INFO("m_currentEngine = {}", m_currentEngine);
   if (!currentEngine()) {
     return false;
@@ -197,6 +183,12 @@ bool ScreenCaptureEngineProxy::IsDesktopBased() const {
 void ScreenCaptureEngineProxy::DropPicture() {
   if (ScreenCaptureEngine* const engine = currentEngine()) {
     engine->DropPicture();
+  }
+}
+
+void ScreenCaptureEngineProxy::WantAnotherPicture() {
+  if (ScreenCaptureEngine* const engine = currentEngine()) {
+    engine->WantAnotherPicture();
   }
 }
 
@@ -273,22 +265,31 @@ void ScreenCaptureEngineProxy::followIncludeWindows() {
     currentEngine()->UnInitialize();
     ++m_currentEngine;
   }
-  startNextEngine();
+  startNextEngine(Walk::Later);
   notifyEngineChanged();
 }
 
-// Starts the first entry from m_currentEngine on that works for this share.
-void ScreenCaptureEngineProxy::startNextEngine() {
+// Starts the first entry from m_currentEngine on that works for this share; those that
+// don't start go. The log follows the first walk only.
+void ScreenCaptureEngineProxy::startNextEngine(Walk walk) {
   while (m_currentEngine < m_captureEngine.size()) {
+    const bool needInclude = m_settings.filterWindowManager->NeedIncludeWindow();
+    if (walk == Walk::First) {
+      QX_LOG_INFO("NeedIncludeWindow = {}", needInclude);
+    }
     const Entry& entry = m_captureEngine[m_currentEngine];
-    if (!m_isDesktop && !entry.canInclude && m_settings.filterWindowManager->NeedIncludeWindow()) {
+    if (!m_isDesktop && needInclude && !entry.canInclude) {
       ++m_currentEngine;
-    } else if (entry.engine->Initialize()) {
+      continue;
+    }
+    if (entry.engine->Initialize()) {
       refreshNewEngineConfig();
       return;
-    } else {
-      eraseCurrentEntry();
     }
+    if (walk == Walk::First) {
+      QX_LOG_WARN("{} init failed", EngineClassName(entry.engine->GetEngineType()));
+    }
+    eraseCurrentEntry();
   }
 }
 
@@ -344,7 +345,7 @@ void ScreenCaptureEngineProxy::changeToNextEngine() {
   currentEngine()->UnInitialize();
   eraseCurrentEntry();
   m_failCounter = 0;
-  startNextEngine();
+  startNextEngine(Walk::Later);
   notifyEngineChanged();
   if (m_currentEngineType == IScreenCapture::CaptureEngineNone) {
     QX_LOG_LIMITED(LogLevelWarn, "m_captureEngine are all failed");

@@ -74,6 +74,7 @@ class ScreenCaptureEngineProxy : public ScreenCaptureEngine {
   void SetDynamicCheck(bool check) override;
   bool IsDesktopBased() const override;
   void DropPicture() override;
+  void WantAnotherPicture() override;
   bool IsWaiting() const override;
 
  private:
@@ -94,7 +95,8 @@ class ScreenCaptureEngineProxy : public ScreenCaptureEngine {
 
   // Null without a present engine.
   ScreenCaptureEngine* currentEngine() const;
-  void startNextEngine();
+  enum class Walk { First, Later };
+  void startNextEngine(Walk walk);
   void followIncludeWindows();
   void refreshNewEngineConfig();
   void changeToNextEngine();

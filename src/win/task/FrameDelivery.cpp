@@ -12,10 +12,10 @@ constexpr std::uint32_t kLogIntervalSeconds = kLogIntervalMs / 1000;
 
 }  // namespace
 
-void FrameDelivery::Begin(ShareListenerWrapper* listener,
-                          const IScreenCapture::ScreenFrameResolutionLimit& limit) {
+void FrameDelivery::Begin(ShareListenerWrapper* listener, const ShareSettings& settings) {
   m_listener = listener;
-  m_limit = limit;
+  m_limit = settings.limit;
+  m_lastCursor = settings.showCursor;
 }
 
 bool FrameDelivery::ChooseTargetSize(Shot& shot) const {
@@ -32,23 +32,47 @@ bool FrameDelivery::ChooseTargetSize(Shot& shot) const {
   return true;
 }
 
+// Whether the picture in Frame is at least as large as what is wanted.
+bool FrameDelivery::fits(const Shot& shot) const {
+  return shot.targetWidth <= static_cast<std::int32_t>(m_frame.Width()) &&
+         shot.targetHeight <= static_cast<std::int32_t>(m_frame.Height());
+}
+
+bool FrameDelivery::NeedsAnotherPicture(const ShareSettings& settings, const Shot& shot) {
+  const bool sameCursor = settings.showCursor == m_lastCursor;
+  const bool sameSize =
+      shot.targetWidth == m_lastShot.targetWidth && shot.targetHeight == m_lastShot.targetHeight;
+  m_lastCursor = settings.showCursor;
+  m_lastShot = shot;
+  return !sameCursor || (!sameSize && m_hasPicture && !fits(shot));
+}
+
 void FrameDelivery::DeliverCapture(const ShareSettings& settings, const Shot& shot) {
+  m_hasPicture = true;
+  if (makeRecord(settings, shot)) {
+    tellDirty(settings, m_frame.Dirty());
+    m_listener->OnFrame(&m_record.Get());
+  }
+}
+
+// False when there is no picture, as an engine may say that its last one still counts
+// before it made any, and when it can't be converted.
+bool FrameDelivery::makeRecord(const ShareSettings& settings, const Shot& shot) {
   const Picture picture = choosePicture(shot);
-  // An engine may say that its last picture still counts before it made any.
-  if (!picture.pixels) {
-    return;
+  m_look.reset();
+  if (!picture.pixels ||
+      !m_record.Fill(settings.format, picture, shot.rect.width, shot.rect.height, shot.timestamp)) {
+    return false;
   }
-  m_owesPicture =
-      !m_record.Fill(settings.format, picture, shot.rect.width, shot.rect.height, shot.timestamp);
-  if (m_owesPicture) {
-    return;
-  }
+  m_look = Look{settings.format, picture.width, picture.height};
   adoptLimit(settings.limit);
+  return true;
+}
+
+void FrameDelivery::tellDirty(const ShareSettings& settings, const DirtyInfo& dirty) const {
   if (settings.config.GetDirtyRectInfo) {
-    const DirtyInfo& dirty = m_frame.Dirty();
     m_listener->OnFrameDirtyInfo(dirty.valid, dirty.rectCount, dirty.ratio);
   }
-  m_listener->OnFrame(&m_record.Get());
 }
 
 Picture FrameDelivery::choosePicture(const Shot& shot) {
@@ -70,9 +94,22 @@ void FrameDelivery::adoptLimit(const IScreenCapture::ScreenFrameResolutionLimit&
   }
 }
 
+// Whether the record would look otherwise if it were made now.
+bool FrameDelivery::isOutdated(const ShareSettings& settings, const Shot& shot) const {
+  if (!m_hasPicture) {
+    return false;
+  }
+  return !m_look || settings.format != m_look->format ||
+         (fits(shot) && (shot.targetWidth != m_look->width || shot.targetHeight != m_look->height));
+}
+
 void FrameDelivery::DeliverUnchanged(const ShareSettings& settings, const Shot& shot) {
-  if (m_owesPicture) {
-    DeliverCapture(settings, shot);
+  const DirtyInfo nothing = {0.0, 0, m_frame.Dirty().valid};
+  if (isOutdated(settings, shot)) {
+    if (makeRecord(settings, shot)) {
+      tellDirty(settings, nothing);
+      m_listener->OnFrame(&m_record.Get());
+    }
     return;
   }
   ++m_dropCount;
@@ -86,9 +123,8 @@ void FrameDelivery::DeliverUnchanged(const ShareSettings& settings, const Shot& 
   if (m_record.Get().width == 0) {
     return;
   }
-  if (settings.config.GetDirtyRectInfo) {
-    m_listener->OnFrameDirtyInfo(m_frame.Dirty().valid, 0, 0.0);
-  }
+  adoptLimit(settings.limit);
+  tellDirty(settings, nothing);
   // A tick that comes a little early must not let a whole further one pass.
   const std::uint64_t longestSilence =
       settings.config.KeepAliveInterval * 1000 - kEarlyRepeatMicros;

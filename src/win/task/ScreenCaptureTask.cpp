@@ -68,7 +68,7 @@ bool ScreenCaptureTask::Start(ShareListenerWrapper* listener, bool showPrompt) {
   const bool ran = m_timer.Run([&] {
     static_cast<void>(carryOutWishes());
     m_pause.SetListener(listener);
-    m_delivery.Begin(listener, m_settings.limit);
+    m_delivery.Begin(listener, m_settings);
     // Here already, so that the first tick needs no memory.
     m_captureTimerTask =
         m_timer.AddTask(kSeldomMs, IntervalMs(m_settings.fps), false, [this] { tick(); });
@@ -363,6 +363,18 @@ void ScreenCaptureTask::destroyEngine() {
     m_engine->UnInitialize();
     m_engine.reset();
   }
+}
+
+void ScreenCaptureTask::aimEngine(const Shot& shot) {
+  m_engine->SetTargetSize(shot.targetWidth, shot.targetHeight);
+  if (m_delivery.NeedsAnotherPicture(m_settings, shot)) {
+    m_engine->WantAnotherPicture();
+  }
+}
+
+void ScreenCaptureTask::dropPicture() {
+  m_engine->DropPicture();
+  m_delivery.DropPicture();
 }
 
 void ScreenCaptureTask::waitForSecureDesktop(std::uint64_t nowMs) {

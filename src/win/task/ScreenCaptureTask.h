@@ -137,6 +137,10 @@ class ScreenCaptureTask {
   EngineProxySettings proxySettings(FilterWindowProvider filterWindows);
   bool createEngine();
   void destroyEngine();
+  // Before each capture: what the engine's picture is to be like.
+  void aimEngine(const Shot& shot);
+  // Nobody is to see the picture of the last capture.
+  void dropPicture();
   // Drops the engine, and captures nothing for a while.
   void waitForSecureDesktop(std::uint64_t nowMs);
   // Ticks before this time do nothing; system milliseconds.

@@ -107,14 +107,14 @@ void ScreenCaptureTaskDesktop::captureStep(std::uint64_t nowMs) {
   if (!delivery().ChooseTargetSize(shot)) {
     return;
   }
-  engine()->SetTargetSize(shot.targetWidth, shot.targetHeight);
+  aimEngine(shot);
   shot.timestamp = SystemMicros();
   auto result = CaptureResult::Failed;
   m_leavesOut = false;
   if (engine()->Capture(shot.rect.x, shot.rect.y, shot.rect.width, shot.rect.height,
                         delivery().Frame(), result)) {
     if (mayShowExcluded()) {
-      engine()->DropPicture();
+      dropPicture();
     } else {
       delivery().DeliverCapture(settings(), shot);
     }

@@ -28,6 +28,7 @@ ScreenCaptureTaskWindow::ScreenCaptureTaskWindow(
 
 bool ScreenCaptureTaskWindow::prepare() {
   WindowsUtil::RestoreWindow(m_window);
+  readWindowRect();
   if (!readRect(m_rectWindow)) {
     QX_LOG_ERROR("GetCaptureRect failed");
     return false;
@@ -98,6 +99,7 @@ void ScreenCaptureTaskWindow::captureStep(std::uint64_t nowMs) {
     handleWindowGone();
     return;
   }
+  readWindowRect();
   auto status = WindowCaptureStatus::Failed;
   const bool captured = captureFrame(nowMs, status);
   updatePrompt(captured || status == WindowCaptureStatus::PauseInvoked);
@@ -126,7 +128,8 @@ bool ScreenCaptureTaskWindow::captureFrame(std::uint64_t nowMs, WindowCaptureSta
   }
   if (!EqualRect(&rect, &m_rectWindow)) {
     m_rectWindow = rect;
-    followWindow(rect);
+    updateDesktopRect(rect);
+    reportShareRect();
     holdOff(nowMs + settings().config.MovedWindowStableKeepMinDuration);
     status = WindowCaptureStatus::Moved;
     return false;
@@ -160,14 +163,14 @@ bool ScreenCaptureTaskWindow::captureFrame(std::uint64_t nowMs, WindowCaptureSta
 }
 
 bool ScreenCaptureTaskWindow::capture(Shot& shot, WindowCaptureStatus& status) {
-  engine()->SetTargetSize(shot.targetWidth, shot.targetHeight);
+  aimEngine(shot);
   shot.timestamp = SystemMicros();
   auto result = CaptureResult::Failed;
   m_cutsOut = false;
   if (engine()->Capture(shot.rect.x, shot.rect.y, shot.rect.width, shot.rect.height,
                         delivery().Frame(), result)) {
     if (hasChangedMeanwhile()) {
-      engine()->DropPicture();
+      dropPicture();
     } else {
       delivery().DeliverCapture(settings(), shot);
     }
@@ -204,6 +207,18 @@ bool ScreenCaptureTaskWindow::hasChangedMeanwhile() {
     return false;
   }
   return !listCoveringWindows(m_rectCapture, m_nowCoveredBy) || m_nowCoveredBy != m_coveredBy;
+}
+
+// With the invisible frame, as of this tick.
+void ScreenCaptureTaskWindow::readWindowRect() {
+  RECT rect = {};
+  if (!GetWindowRect(m_window, &rect) || EqualRect(&rect, &m_lastWindowRect)) {
+    return;
+  }
+  m_lastWindowRect = rect;
+  QX_LOG_LIMITED(LogLevelInfo, "updateDesktopRect window rectWnd = {},{},{},{}",
+                 static_cast<std::int32_t>(rect.left), static_cast<std::int32_t>(rect.top),
+                 static_cast<std::int32_t>(rect.right), static_cast<std::int32_t>(rect.bottom));
 }
 
 // And the style, for the rest of the tick.
@@ -302,24 +317,14 @@ void ScreenCaptureTaskWindow::handleWindowGone() {
   endShare();
 }
 
-void ScreenCaptureTaskWindow::followWindow(const RECT& rect) {
-  RECT whole = {};  // with the invisible frame
-  if (GetWindowRect(m_window, &whole)) {
-    QX_LOG_LIMITED(LogLevelInfo, "updateDesktopRect window rectWnd = {},{},{},{}",
-                   static_cast<std::int32_t>(whole.left), static_cast<std::int32_t>(whole.top),
-                   static_cast<std::int32_t>(whole.right), static_cast<std::int32_t>(whole.bottom));
-  }
-  updateDesktopRect(rect);
-  reportShareRect();
-}
-
 // `rect` is what is to be captured of the window. False, with an empty rectangle, when
 // it is on no monitor.
 bool ScreenCaptureTaskWindow::updateDesktopRect(const RECT& rect) {
   RECT overlap = {};
   // Most windows lie on one monitor, which then is the one with most of them. Looking
   // at all monitors again would cost more than the rest of a tick.
-  const bool onOneMonitor = WindowsUtil::IsWindowInOneMonitor(m_window, m_style, m_rectDesktop);
+  const bool onOneMonitor =
+      WindowsUtil::IsWindowInOneMonitor(m_lastWindowRect, m_style, m_rectDesktop);
   if (onOneMonitor && WindowsUtil::RectsIntersect(m_rectDesktop, rect, overlap)) {
     return true;
   }
@@ -428,6 +433,7 @@ bool ScreenCaptureTaskWindow::changeCaptureWindow(HWND window) {
   m_window = window;
   listener().OnShareWindowChanged(HandleToId(window), 0);
   WindowsUtil::RestoreWindow(window);
+  readWindowRect();
   RECT rect = {};
   if (readRect(rect)) {
     updateDesktopRect(rect);

@@ -62,11 +62,11 @@ class ScreenCaptureTaskWindow : public ScreenCaptureTask {
   void handleEngineFailure(std::uint64_t nowMs);
   void handleWindowGone();
 
+  void readWindowRect();
   bool readRect(RECT& rect);
   bool isOutOfSight() const;
   bool isCloaked() const;
   bool isHidden(std::uint64_t nowMs);
-  void followWindow(const RECT& rect);
   bool updateDesktopRect(const RECT& rect);
   void reportShareRect();
   bool listCoveringWindows(const RECT& rect, std::vector<HWND>& windows) const;
@@ -79,11 +79,12 @@ class ScreenCaptureTaskWindow : public ScreenCaptureTask {
   bool changeCaptureWindow(HWND window);
 
   HWND m_window;
-  std::uint32_t m_style = 0;  // the window's, as of this tick
-  RECT m_rectDesktop = {};    // the monitor, or its work area, with most of the window
-  RECT m_rectWindow = {};     // the window's, as last seen
-  RECT m_rectCapture = {};    // what is captured of it
-  bool m_windowShown = true;  // false until a hidden window has been seen again
+  std::uint32_t m_style = 0;   // the window's, as of this tick
+  RECT m_lastWindowRect = {};  // the window's, with its invisible frame
+  RECT m_rectDesktop = {};     // the monitor, or its work area, with most of the window
+  RECT m_rectWindow = {};      // the window's without it, as last seen
+  RECT m_rectCapture = {};     // what is captured of it
+  bool m_windowShown = true;   // false until a hidden window has been seen again
   CaptureRect m_reportedRect = {-1, -1, -1, -1};
   std::unique_ptr<PromptWindow> m_promptWindow;
   std::vector<RECT> m_monitorRects;  // as of the last look

@@ -74,13 +74,18 @@ void ShareListenerWrapper::OnCaptureEngineName(IScreenCapture::CaptureEngineType
   });
 }
 
+void ShareListenerWrapper::onFirstFrame() {
+  QX_TRACE("ShareListenerWrapper::OnFirstFrame");
+  tell("OnFirstFrame", [&](ShareListener& listener) { listener.OnFirstFrame(m_context); });
+}
+
 void ShareListenerWrapper::OnFrame(const ScreenFrameData* frame) {
   if (!m_listener) {
     return;
   }
   if (m_firstFrame) {
     QX_LOG_LIMITED(LogLevelInfo, "qx-sc:frame:on first frame");
-    tell("OnFirstFrame", [&](ShareListener& listener) { listener.OnFirstFrame(m_context); });
+    onFirstFrame();
     m_firstFrame = false;
   }
   ++m_frameCount;

@@ -45,6 +45,7 @@ class ShareListenerWrapper {
  private:
   template <typename Call>
   void tell(const char* operation, Call call);
+  void onFirstFrame();
   void reportFrameRate();
 
   void* const m_context;

@@ -202,9 +202,8 @@ bool RectsIntersect(const RECT& a, const RECT& b, RECT& out) {
   return IntersectRect(&out, &a, &b) != FALSE;
 }
 
-bool IsWindowInOneMonitor(HWND window, std::uint32_t style, RECT& monitor) {
-  RECT rect = {};
-  if (HasAllBitsOf(style, WS_CHILD) || !GetWindowRect(window, &rect)) {
+bool IsWindowInOneMonitor(RECT rect, std::uint32_t style, RECT& monitor) {
+  if (HasAllBitsOf(style, WS_CHILD)) {
     return false;
   }
   // Windows that fill a monitor may reach a little below it.

@@ -87,9 +87,9 @@ inline std::int64_t AreaOf(const RECT& rect) {
 // Whether the two share a pixel; `out` is what they share.
 bool RectsIntersect(const RECT& a, const RECT& b, RECT& out);
 
-// Whether one monitor shows the whole of a window that is no child by its `style`, but
-// for up to 5 pixels at the bottom; `monitor` is that monitor's rectangle.
-bool IsWindowInOneMonitor(HWND window, std::uint32_t style, RECT& monitor);
+// Whether one monitor shows the whole of a window with this rectangle, that is no child
+// by its `style`, but for up to 5 pixels at the bottom; `monitor` is that monitor's.
+bool IsWindowInOneMonitor(RECT rect, std::uint32_t style, RECT& monitor);
 bool IsRectOnAnyMonitor(const RECT& rect);
 
 }  // namespace qx::WindowsUtil

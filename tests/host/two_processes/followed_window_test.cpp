@@ -13,6 +13,7 @@
 
 #include "tests/host/two_processes/Puppet.h"
 #include "tests/host/two_processes/XScreen.h"
+#include "tests/platform/TestWindow.h"
 #include "tests/support/ShareRecorder.h"
 
 namespace qx::test {
@@ -30,23 +31,17 @@ bool systemTellsRectangle(HWND window) {
          SUCCEEDED(DwmGetWindowAttribute(window, DWMWA_EXTENDED_FRAME_BOUNDS, &rect, sizeof(rect)));
 }
 
-// From Windows 8 on windows are asked to print themselves.
-const char* engineEvent() { return IsWindows8OrGreater() ? "engine 5" : "engine 4"; }
+struct Way {
+  bool onlyCopying;        // which engines may be used: the one that copies the screen, or all
+  const char* slideTitle;  // how the application names the window of the slide show
+};
 
 // Wine says that a window of another process has printed itself, and draws nothing.
 bool printsNothing(HWND window) {
   constexpr int kSize = 40;
-  const HDC screen = GetDC(nullptr);
-  const HDC dc = CreateCompatibleDC(screen);
-  const HBITMAP bitmap = CreateCompatibleBitmap(screen, kSize, kSize);
-  const HGDIOBJ previous = SelectObject(dc, bitmap);
-  EXPECT_TRUE(PrintWindow(window, dc, 0));
-  const COLORREF color = GetPixel(dc, kSize - 1, kSize - 1);
-  SelectObject(dc, previous);
-  DeleteObject(bitmap);
-  DeleteDC(dc);
-  ReleaseDC(nullptr, screen);
-  return color == 0;
+  const TestBitmap bitmap(kSize, kSize);
+  EXPECT_TRUE(PrintWindow(window, bitmap.dc(), 0));
+  return (bitmap.At(kSize - 1, kSize - 1) & 0xFFFFFF) == 0;
 }
 
 // Says where the frame differs from the screen, "" when it does not.
@@ -68,7 +63,27 @@ std::string differenceFromScreen(const Frame& frame, const Image& screen, const 
   return "";
 }
 
-class FollowedWindowTest : public testing::Test {
+// Leaves out pauses since a covering window could not be marked: on a busy machine its
+// program may answer too late.
+class PatientRecorder : public ShareRecorder {
+  bool m_paused = false;
+
+ public:
+  void OnPause(void* context, IScreenCapture::SharePauseReason reason) override {
+    if (reason != IScreenCapture::PauseReasonFilterFailed) {
+      m_paused = true;
+      ShareRecorder::OnPause(context, reason);
+    }
+  }
+  void OnResume(void* context) override {
+    if (m_paused) {
+      m_paused = false;
+      ShareRecorder::OnResume(context);
+    }
+  }
+};
+
+class FollowedWindowTest : public testing::TestWithParam<Way> {
   // Set while no such event is on its way.
   std::string m_cue;
   std::string m_command;
@@ -96,7 +111,12 @@ class FollowedWindowTest : public testing::Test {
   // that's checked.
   bool share(std::int32_t id) {
     if (systemTellsRectangle(toWindow(id))) {
-      m_black = IsWindows8OrGreater() && printsNothing(toWindow(id));
+      constexpr IScreenCapture::CaptureEngineType kCopying = IScreenCapture::CaptureEngineGDIBitBlt;
+      capture.SetCaptureEngineConfig(&kCopying, GetParam().onlyCopying ? 1 : 0, false);
+      // From Windows 8 on windows are rather asked to print themselves.
+      const bool prints = !GetParam().onlyCopying && IsWindows8OrGreater();
+      engineEvent = prints ? "engine 5" : "engine 4";
+      m_black = prints && printsNothing(toWindow(id));
       EXPECT_TRUE(capture.ShareWindow(nullptr, id, &host, error)) << log.Dump();
       return error == IScreenCapture::ShareErrorNone;
     }
@@ -162,23 +182,26 @@ class FollowedWindowTest : public testing::Test {
     m_cue = event;
   }
 
+  std::string engineEvent;
   LogRecorder log;
   Puppet puppet;
-  ShareRecorder host;
+  PatientRecorder host;
   IScreenCapture::ShareError error = IScreenCapture::ShareErrorNone;
   ScreenCapture capture;  // goes first, with the thread that calls the listener
 };
 
 using Events = std::vector<std::string>;
 
-TEST_F(FollowedWindowTest, PausesWhileTheWindowMovesOrIsMinimised) {
+constexpr const char* kNoRectangle = "the system can't say where a window is";
+
+TEST_P(FollowedWindowTest, PausesWhileTheWindowMovesOrIsMinimised) {
   const std::int32_t window = puppet.Do("open main Plain 100 80 320 240 Report");
   if (!share(window)) {
-    return;
+    GTEST_SKIP() << kNoRectangle;
   }
   ASSERT_TRUE(host.WaitFor("firstFrame", 1)) << log.Dump();
   expectFramesShowScreen({100, 80, 420, 320});
-  Events expected = {engineEvent(), "start", "firstFrame"};
+  Events expected = {engineEvent, "start", "firstFrame"};
   EXPECT_EQ(host.Events(), expected);
 
   // Two moves in a row, the second one also a change of size, are one pause.
@@ -202,20 +225,17 @@ TEST_F(FollowedWindowTest, PausesWhileTheWindowMovesOrIsMinimised) {
   EXPECT_EQ(host.Events(), expected);
 }
 
-// `slideTitle` is how the application names the window of the slide show.
-class SlideShowTest : public FollowedWindowTest, public testing::WithParamInterface<const char*> {};
-
-TEST_P(SlideShowTest, MovesOverToTheSlideShowAndBack) {
+TEST_P(FollowedWindowTest, MovesOverToTheSlideShowAndBack) {
   const std::int32_t window =
       puppet.Do("open main PPTFrameClass 100 80 320 240 Quarterly - PowerPoint");
   if (!share(window)) {
-    return;
+    GTEST_SKIP() << kNoRectangle;
   }
   ASSERT_TRUE(host.WaitFor("firstFrame", 1)) << log.Dump();
   // Another document's show is none of ours.
   puppet.Do("open other screenClass 700 400 200 150 Slide Show - Yearly");
   const std::int32_t show =
-      puppet.Do(std::string("open show screenClass 40 20 640 480 ") + GetParam());
+      puppet.Do(std::string("open show screenClass 40 20 640 480 ") + GetParam().slideTitle);
   ASSERT_TRUE(host.WaitFor("resume", 1)) << log.Dump();
   expectFramesShowScreen({40, 20, 680, 500});
   // While the show covered the main window, the engine may have marked it.
@@ -231,20 +251,20 @@ TEST_P(SlideShowTest, MovesOverToTheSlideShowAndBack) {
   puppet.Do("hide main");
   ASSERT_TRUE(host.WaitFor("stop", 1)) << log.Dump();
   capture.ShareStop();
-  const Events expected = {engineEvent(), "start",
-                           "firstFrame",  "windowChanged " + std::to_string(show),
-                           engineEvent(), "rect 40,20 640x480",
-                           "pause 4",     "resume",
-                           "pause 3",     "windowChanged " + std::to_string(window),
-                           engineEvent(), "rect 100,80 320x240",
-                           "pause 4",     "resume",
-                           "pause 3",     "stop"};
+  const Events expected = {engineEvent,  "start",
+                           "firstFrame", "windowChanged " + std::to_string(show),
+                           engineEvent,  "rect 40,20 640x480",
+                           "pause 4",    "resume",
+                           "pause 3",    "windowChanged " + std::to_string(window),
+                           engineEvent,  "rect 100,80 320x240",
+                           "pause 4",    "resume",
+                           "pause 3",    "stop"};
   EXPECT_EQ(host.Events(), expected) << log.Dump();
 }
 
-INSTANTIATE_TEST_SUITE_P(Titles, SlideShowTest,
-                         testing::Values("PowerPoint Slide Show - Quarterly",
-                                         "PowerPoint Slide Show  -  [Quarterly]"));
+INSTANTIATE_TEST_SUITE_P(Ways, FollowedWindowTest,
+                         testing::Values(Way{false, "PowerPoint Slide Show - Quarterly"},
+                                         Way{true, "PowerPoint Slide Show  -  [Quarterly]"}));
 
 }  // namespace
 }  // namespace qx::test

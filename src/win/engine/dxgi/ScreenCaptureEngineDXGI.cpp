@@ -89,7 +89,9 @@ void ScreenCaptureEngineDXGI::release() {
     DXGIDuplicationManager::Instance().ReleaseDXGIDuplication(m_duplicatedMonitor, this,
                                                               DuplicationUse::Capture);
   }
+  m_hasDesktop = false;
   m_pictureMissed = false;
+  m_anotherWanted = false;
   m_frameChanged = true;
   m_mouseChanged = true;
   m_lastPresentTime = 0;
@@ -103,6 +105,14 @@ bool ScreenCaptureEngineDXGI::recreate(const RECT& monitorRect) {
   return Initialize();
 }
 
+// A duplication that has given no picture yet is about to.
+void ScreenCaptureEngineDXGI::WantAnotherPicture() {
+  if (!m_checkBlackFrame) {
+    m_anotherWanted = true;
+    m_blackCheckFrame.Reset();
+  }
+}
+
 bool ScreenCaptureEngineDXGI::Capture(std::int32_t x, std::int32_t y, std::int32_t width,
                                       std::int32_t height, ScreenCaptureFrame& frame,
                                       CaptureResult& result) {
@@ -114,15 +124,22 @@ bool ScreenCaptureEngineDXGI::Capture(std::int32_t x, std::int32_t y, std::int32
   }
   DXGI_OUTDUPL_FRAME_INFO frameInfo = {};
   ComPtr<IDXGIResource> resource;
-  // Never waits: the share's timer sets the pace.
-  const HRESULT hr = m_duplication->duplication->AcquireNextFrame(0, &frameInfo, resource.Put());
+  HRESULT hr = acquireFrame(frameInfo, resource);
+  if (hr == DXGI_ERROR_WAIT_TIMEOUT && m_anotherWanted && !m_checkBlackFrame &&
+      canTellStillScreen()) {
+    if (!recreate(m_monitorRect)) {
+      return false;  // whoever counts the failures tries again
+    }
+    m_anotherWanted = true;
+    hr = acquireFrame(frameInfo, resource);
+  }
   if (FAILED(hr)) {
     return handleNoFrame(hr, frame, result);
   }
   const AcquiredFrame acquired(m_duplication->duplication.Get());
   updateMetadata(frameInfo);
-  const bool unchanged =
-      m_dynamicCheck && !m_pictureMissed && !m_frameChanged && (!m_showCursor || !m_mouseChanged);
+  const bool unchanged = !m_hasDesktop || (m_dynamicCheck && !m_pictureMissed && !m_anotherWanted &&
+                                           !m_frameChanged && (!m_showCursor || !m_mouseChanged));
   m_pictureMissed = m_pictureMissed || (!unchanged && resource);  // until it is fetched
   // Also while no cursor is wanted: the system tells of each shape once.
   static_cast<void>(m_direct11Scale.UpdateCursor(m_duplication->duplication.Get(), frameInfo));
@@ -132,6 +149,18 @@ bool ScreenCaptureEngineDXGI::Capture(std::int32_t x, std::int32_t y, std::int32
   }
   frame.SetDirty({m_dirtyRatio, m_dirtyRectCount, true});
   return captureFrame(resource.Get(), {x, y, x + width, y + height}, frame, result);
+}
+
+// Never waits: the share's timer sets the pace.
+HRESULT ScreenCaptureEngineDXGI::acquireFrame(DXGI_OUTDUPL_FRAME_INFO& frameInfo,
+                                              ComPtr<IDXGIResource>& resource) {
+  return m_duplication->duplication->AcquireNextFrame(0, &frameInfo, resource.Put());
+}
+
+// Whether a time-out means that nothing has changed. A picture that could not be fetched
+// comes again only after a restart, which enough failures bring.
+bool ScreenCaptureEngineDXGI::canTellStillScreen() const {
+  return m_dynamicCheck && !m_pictureMissed && !WindowsUtil::IsRemoteSession();
 }
 
 bool ScreenCaptureEngineDXGI::handleNoFrame(HRESULT hr, ScreenCaptureFrame& frame,
@@ -148,10 +177,7 @@ bool ScreenCaptureEngineDXGI::handleNoFrame(HRESULT hr, ScreenCaptureFrame& fram
     }
     return true;  // the last picture once more
   }
-  // The system tells of a picture once. One that could not be fetched comes again only
-  // after a restart, which enough failures bring.
-  if (hr == DXGI_ERROR_WAIT_TIMEOUT && m_dynamicCheck && !m_pictureMissed &&
-      !WindowsUtil::IsRemoteSession()) {
+  if (hr == DXGI_ERROR_WAIT_TIMEOUT && canTellStillScreen()) {
     // A share of a still screen would begin with nothing to show.
     const bool taken = takeTestedPicture(frame);
     result = taken ? CaptureResult::Success : CaptureResult::NoChange;
@@ -177,13 +203,17 @@ bool ScreenCaptureEngineDXGI::captureFrame(IDXGIResource* resource, const RECT& 
   }
   if (m_checkBlackFrame) {
     checkForBlack(texture.Get(), rect, result);
-    return false;
+    // A share that is under way has waited for it.
+    const bool taken = m_anotherWanted && takeTestedPicture(frame);
+    result = taken ? CaptureResult::Success : result;
+    return taken;
   }
   if (!copyFrame(texture.Get(), rect, frame)) {
     QX_LOG_LIMITED(LogLevelError, "copyFrame failed");
     return false;
   }
   m_blackCheckFrame.Reset();
+  m_anotherWanted = false;
   result = CaptureResult::Success;
   return true;
 }
@@ -215,6 +245,7 @@ bool ScreenCaptureEngineDXGI::takeTestedPicture(ScreenCaptureFrame& frame) {
   }
   frame = std::move(m_blackCheckFrame);
   m_blackCheckFrame.Reset();
+  m_anotherWanted = false;
   frame.SetDirty({m_dirtyRatio, m_dirtyRectCount, true});
   return true;
 }
@@ -226,6 +257,9 @@ void ScreenCaptureEngineDXGI::updateMetadata(const DXGI_OUTDUPL_FRAME_INFO& fram
   const std::int64_t presentTime = frameInfo.LastPresentTime.QuadPart;
   m_mouseChanged = std::exchange(m_lastMouseUpdateTime, mouseTime) != mouseTime;
   m_frameChanged = std::exchange(m_lastPresentTime, presentTime) != presentTime;
+  // A duplication may begin with news of the pointer alone, and an empty picture. Later
+  // frames without a time of their own bring the desktop as it was.
+  m_hasDesktop = m_hasDesktop || presentTime != 0;
   std::span<const RECT> dirtyRects;
   if (!m_dirtyInfo || !m_metadata.Read(m_duplication->duplication.Get(), frameInfo, dirtyRects)) {
     return;

@@ -22,6 +22,10 @@ namespace qx {
 // The first picture after a start is only looked at: some drivers begin with black ones,
 // which nobody is to see. Where a still screen can be told from a failure, the next call
 // delivers it unless there is a newer one.
+//
+// The system tells of a picture once. When the last one does not count any more and the
+// screen rests, the desktop is duplicated anew: every duplication begins with a picture. So
+// nothing has to be kept for it while all is well.
 class ScreenCaptureEngineDXGI : public ScreenCaptureEngine {
  public:
   // With `dynamicCheck` an unchanged screen is answered by NoChange, with `dirtyInfo`
@@ -36,8 +40,11 @@ class ScreenCaptureEngineDXGI : public ScreenCaptureEngine {
   bool Capture(std::int32_t x, std::int32_t y, std::int32_t width, std::int32_t height,
                ScreenCaptureFrame& frame, CaptureResult& result) override;
   bool IsDesktopBased() const override { return true; }
+  void WantAnotherPicture() override;
 
  private:
+  HRESULT acquireFrame(DXGI_OUTDUPL_FRAME_INFO& frameInfo, ComPtr<IDXGIResource>& resource);
+  bool canTellStillScreen() const;
   bool recreate(const RECT& monitorRect);
   void release();
   bool handleNoFrame(HRESULT hr, ScreenCaptureFrame& frame, CaptureResult& result);
@@ -55,7 +62,9 @@ class ScreenCaptureEngineDXGI : public ScreenCaptureEngine {
   HMONITOR m_duplicatedMonitor = nullptr;        // whose it is; the source may change
   bool m_frameChanged = true;
   bool m_mouseChanged = true;
+  bool m_hasDesktop = false;     // the duplication has told of a picture
   bool m_pictureMissed = false;  // the last one that the system told of
+  bool m_anotherWanted = false;  // the last one does not count any more
   std::int64_t m_lastPresentTime = 0;
   std::int64_t m_lastMouseUpdateTime = 0;
   const bool m_dirtyInfo;

@@ -20,6 +20,8 @@ MemoryPicture MakePicture(HDC like, std::int32_t width, std::int32_t height) {
       CreateDIBSection(like, &info, DIB_RGB_COLORS, &pixels, nullptr, 0));
   const HBITMAP handle = bitmap->Get();
   if (!handle) {
+    QX_LOG_LIMITED(LogLevelWarn, "CreateDIBSection of {}x{} failed,last Error:{}", width, height,
+                   static_cast<std::uint32_t>(GetLastError()));
     return {};
   }
   return {{std::move(bitmap), static_cast<std::uint8_t*>(pixels)}, handle, width, height};
@@ -27,17 +29,29 @@ MemoryPicture MakePicture(HDC like, std::int32_t width, std::int32_t height) {
 
 }  // namespace
 
+MemoryDc MakeMemoryDc(HDC like) {
+  MemoryDc dc(CreateCompatibleDC(like));
+  if (!dc) {
+    QX_LOG_LIMITED(LogLevelWarn, "CreateCompatibleDC failed,last Error:{}",
+                   static_cast<std::uint32_t>(GetLastError()));
+  }
+  return dc;
+}
+
 bool MemoryCanvas::Prepare(HDC like, std::int32_t width, std::int32_t height) {
   if (picture.HasSize(width, height)) {
     return true;
   }
   if (!dc) {
-    dc = MemoryDc(CreateCompatibleDC(like));
+    dc = MakeMemoryDc(like);
   }
   MemoryPicture made = MakePicture(like, width, height);
-  if (!made.pixels || !SelectObject(dc.Get(), made.bitmap)) {
-    QX_LOG_LIMITED(LogLevelWarn, "ScreenCaptureEngineGDI has no bitmap of {}x{},last Error:{}",
-                   width, height, static_cast<std::uint32_t>(GetLastError()));
+  if (!dc || !made.pixels) {
+    return false;
+  }
+  if (!SelectObject(dc.Get(), made.bitmap)) {
+    QX_LOG_LIMITED(LogLevelWarn, "SelectObject failed,last Error:{}",
+                   static_cast<std::uint32_t>(GetLastError()));
     return false;
   }
   picture = std::move(made);

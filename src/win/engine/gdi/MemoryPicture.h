@@ -7,6 +7,9 @@
 
 namespace qx {
 
+// A memory DC for pictures of what `like` shows. Null on failure (logged).
+MemoryDc MakeMemoryDc(HDC like);
+
 // A picture that GDI can draw on and that a frame can hold where it is.
 struct MemoryPicture {
   ScreenCaptureFrame::Pixels pixels = nullptr;  // owns the bitmap

@@ -31,8 +31,11 @@ bool ScreenCaptureEngineGDI::Initialize() {
   releaseHandles();
   const HWND source = m_bitBlt ? GetDesktopWindow() : m_window;
   m_screenDC = WindowDc(GetDC(source), {source});
+  if (!m_screenDC) {
+    QX_LOG_WARN("GetDC failed,last Error:{}", static_cast<std::uint32_t>(GetLastError()));
+  }
   if (m_bitBlt) {
-    m_canvas.dc = MemoryDc(CreateCompatibleDC(m_screenDC.Get()));
+    m_canvas.dc = MakeMemoryDc(m_screenDC.Get());
   } else if (!m_printer) {
     m_printer = std::make_unique<WindowPrinter>(m_window, m_screenDC.Get());
   }
@@ -104,7 +107,8 @@ bool ScreenCaptureEngineGDI::copyDesktop(const RECT& rect, ScreenCaptureFrame& f
   // Without CAPTUREBLT: that would bring layered windows in.
   if (!BitBlt(m_canvas.dc.Get(), 0, 0, width, height, m_screenDC.Get(), rect.left, rect.top,
               SRCCOPY)) {
-    QX_LOG_WARN("BitBlt failed,last Error:{}", static_cast<std::uint32_t>(GetLastError()));
+    QX_LOG_LIMITED(LogLevelWarn, "BitBlt failed,last Error:{}",
+                   static_cast<std::uint32_t>(GetLastError()));
     return false;
   }
   if (!copiesAll && isWindowLeftOut()) {

@@ -16,13 +16,14 @@ bool PrintOn(HDC dc, HWND window) {
     if (PrintWindow(window, dc, kPrintFullContent)) {
       return true;
     }
-    QX_LOG_WARN("PrintWindow in Windows 10 failed,last Error:{}",
-                static_cast<std::uint32_t>(GetLastError()));
+    QX_LOG_LIMITED(LogLevelWarn, "PrintWindow in Windows 10 failed,last Error:{}",
+                   static_cast<std::uint32_t>(GetLastError()));
   }
   if (PrintWindow(window, dc, 0)) {
     return true;
   }
-  QX_LOG_WARN("PrintWindow failed,last Error:{}", static_cast<std::uint32_t>(GetLastError()));
+  QX_LOG_LIMITED(LogLevelWarn, "PrintWindow failed,last Error:{}",
+                 static_cast<std::uint32_t>(GetLastError()));
   return false;
 }
 
@@ -43,7 +44,7 @@ struct WindowPrinter::Job {
 
 WindowPrinter::WindowPrinter(HWND window, HDC like)
     : m_job(std::make_shared<Job>(window)), m_errand([job = m_job] { job->Run(); }) {
-  m_job->canvas.dc = MemoryDc(CreateCompatibleDC(like));
+  m_job->canvas.dc = MakeMemoryDc(like);
 }
 
 HDC WindowPrinter::Dc() const { return m_job->canvas.dc.Get(); }

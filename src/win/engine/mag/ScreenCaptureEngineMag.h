@@ -40,6 +40,7 @@ class ScreenCaptureEngineMag : public ScreenCaptureEngine {
   void SetDynamicCheck(bool check) override;
   bool IsDesktopBased() const override { return true; }
   void DropPicture() override { m_hasPicture = false; }
+  void WantAnotherPicture() override { m_pictureMissed = true; }
 
  private:
   bool start();
@@ -72,7 +73,7 @@ class ScreenCaptureEngineMag : public ScreenCaptureEngine {
   std::vector<HWND> m_windows;         // to be left out
   std::vector<HWND> m_pictureWindows;  // left out of the last picture in the frame
   bool m_hasPicture = false;
-  bool m_pictureMissed = false;  // one that the screen has shown since
+  bool m_pictureMissed = false;  // one that the screen has shown since, or that is wanted
 };
 
 }  // namespace qx

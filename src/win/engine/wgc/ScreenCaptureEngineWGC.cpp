@@ -105,13 +105,6 @@ bool ScreenCaptureEngineWGC::restart() {
   return Initialize();
 }
 
-void ScreenCaptureEngineWGC::SetTargetSize(std::int32_t width, std::int32_t height) {
-  if (width != m_targetWidth || height != m_targetHeight) {
-    ScreenCaptureEngine::SetTargetSize(width, height);
-    wantAnotherPicture();
-  }
-}
-
 void ScreenCaptureEngineWGC::ShowCursor(bool show) {
   const bool changed = show != m_showCursor;
   ScreenCaptureEngine::ShowCursor(show);
@@ -122,7 +115,7 @@ void ScreenCaptureEngineWGC::ShowCursor(bool show) {
     m_restartWanted = m_restartWanted || changed;
   } else if (changed) {
     m_cursorTime = MonotonicMicros();
-    wantAnotherPicture();
+    WantAnotherPicture();
   }
 }
 
@@ -136,11 +129,11 @@ void ScreenCaptureEngineWGC::SetDynamicCheck(bool check) {
 
 void ScreenCaptureEngineWGC::DropPicture() {
   m_pictureDropped = true;
-  wantAnotherPicture();
+  WantAnotherPicture();
 }
 
 // Every session begins with a picture, so a first one is not asked for.
-void ScreenCaptureEngineWGC::wantAnotherPicture() {
+void ScreenCaptureEngineWGC::WantAnotherPicture() {
   m_anotherWanted = !m_firstFrame;
   m_emptyCaptures = 0;
 }
@@ -288,7 +281,7 @@ bool ScreenCaptureEngineWGC::needsAnotherPicture(const RECT& rect) {
     m_pictureRect = rect;  // only the place is another one
     return false;
   }
-  wantAnotherPicture();
+  WantAnotherPicture();
   return true;
 }
 

@@ -45,11 +45,11 @@ class ScreenCaptureEngineWGC : public ScreenCaptureEngine {
   CaptureEngineType GetEngineType() const override { return IScreenCapture::CaptureEngineWGC; }
   bool Capture(std::int32_t x, std::int32_t y, std::int32_t width, std::int32_t height,
                ScreenCaptureFrame& frame, CaptureResult& result) override;
-  void SetTargetSize(std::int32_t width, std::int32_t height) override;
   void ShowCursor(bool show) override;
   void SetDynamicCheck(bool check) override;
   bool IsDesktopBased() const override { return true; }
   void DropPicture() override;
+  void WantAnotherPicture() override;
 
  private:
   // Whether the screen has changed: not since some captures, or lately, or nobody can tell.
@@ -68,7 +68,6 @@ class ScreenCaptureEngineWGC : public ScreenCaptureEngine {
   void createDevice();
   bool capture(const RECT& rect, ScreenCaptureFrame& frame, CaptureResult& result);
   bool restart();
-  void wantAnotherPicture();
   bool showsOldCursor(const CapturedFrame& captured);
   Change checkForChange(const RECT& rect, ScreenCaptureFrame& frame);
   bool handleNoFrame(const RECT& rect, Change change, CaptureResult& result);
