@@ -32,9 +32,4 @@ void SetRenderTime(std::optional<std::chrono::milliseconds> time) {
       time ? std::optional<Micros>(microseconds(*time).count()) : std::nullopt);
 }
 
-std::vector<MagnifierState> Magnifiers() {
-  Lock lock;
-  return magnifier::All(lock);
-}
-
 }  // namespace vwin::control

@@ -10,9 +10,6 @@
 
 #include <chrono>
 #include <optional>
-#include <vector>
-
-#include "platform/model/Magnifier.h"
 
 namespace vwin::control {
 
@@ -30,9 +27,5 @@ void SetRenderTime(std::optional<std::chrono::milliseconds> time);
 // What the calls of Direct3D 9 devices that need the graphics card answer, such as
 // D3DERR_DEVICELOST; S_OK: they work.
 void SetD3D9DeviceState(HRESULT state);
-
-// The magnifiers there are, with what they were told.
-using MagnifierState = magnifier::State;
-std::vector<MagnifierState> Magnifiers();
 
 }  // namespace vwin::control

@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <map>
 #include <memory>
+#include <optional>
 #include <utility>
+#include <vector>
 
 #include "platform/model/ColorEffect.h"
 #include "platform/model/Compositor.h"
@@ -26,7 +28,9 @@ constexpr UINT kSetSource = WM_USER + 1;  // lParam: the rectangle
 constexpr int kMostPixels = 16384;        // in a row or a column
 
 struct Magnifier {
-  State state;
+  HWND window = nullptr;
+  std::vector<HWND> filterList;  // windows that are left out
+  std::optional<MAGCOLOREFFECT> effect;
   IDirect3DDevice9Ex* device = nullptr;
   IDirect3DSurface9* picture = nullptr;     // as large as the source
   IDirect3DSurface9* backBuffer = nullptr;  // as large as the window
@@ -78,8 +82,7 @@ IDirect3DDevice9Ex* makeDevice(HWND window) {
 void begin(HWND window) {
   auto magnifier = std::make_shared<Magnifier>();
   magnifier->device = makeDevice(window);
-  magnifier->state.window = window;
-  magnifier->state.hasDevice = magnifier->device != nullptr;
+  magnifier->window = window;
   Lock lock;
   Get(lock).magnifiers[window] = std::move(magnifier);
 }
@@ -107,17 +110,18 @@ std::shared_ptr<d3d9::SurfaceContent> sized(Magnifier& magnifier, IDirect3DSurfa
   return d3d9::ContentOf(surface);
 }
 
-void draw(Lock& lock, const State& state, d3d9::SurfaceContent& picture) {
+void draw(Lock& lock, const Magnifier& magnifier, const RECT& source,
+          d3d9::SurfaceContent& picture) {
   if (TheMachine(lock).blackMagnifier) {
     std::fill(picture.pixels.begin(), picture.pixels.end(), 0u);
     return;
   }
-  std::vector<HWND> leftOut = state.filterList;
-  leftOut.push_back(state.window);
-  compositor::Compose(lock, state.source, picture.pixels.data(), picture.stride,
+  std::vector<HWND> leftOut = magnifier.filterList;
+  leftOut.push_back(magnifier.window);
+  compositor::Compose(lock, source, picture.pixels.data(), picture.stride,
                       {.beyondMonitors = true, .layered = true, .leaveOut = &leftOut});
   for (std::uint32_t& pixel : picture.pixels) pixel |= 0xFF000000;
-  if (state.effect) Apply(*state.effect, picture.pixels);
+  if (magnifier.effect) Apply(*magnifier.effect, picture.pixels);
 }
 
 // On the window's thread.
@@ -130,8 +134,6 @@ bool render(HWND window, const RECT& source) {
     magnifier = find(lock, window);
     const auto found = desktop::FindWindow(lock, window);
     if (!magnifier || !found) return false;
-    magnifier->state.source = source;
-    ++magnifier->state.renders;
     SpendTime(lock, "a magnifier's render", &Machine::magnifierTakes);
     shown = found->wholeClient();
     // Another desktop has the screen.
@@ -147,7 +149,7 @@ bool render(HWND window, const RECT& source) {
   if (!picture || !target) return true;
   {
     Lock lock;
-    draw(lock, magnifier->state, *picture);
+    draw(lock, *magnifier, source, *picture);
   }
   for (int i = 0; i < calls; ++i) {
     // Whether it works is nobody's concern here.
@@ -190,12 +192,6 @@ bool End(Lock& lock) {
   return true;
 }
 
-std::vector<State> All(Lock& lock) {
-  std::vector<State> all;
-  for (const auto& [window, magnifier] : Get(lock).magnifiers) all.push_back(magnifier->state);
-  return all;
-}
-
 bool SetFilterList(Lock& lock, HWND window, std::vector<HWND> list) {
   const auto magnifier = find(lock, window);
   const bool hasChild = std::any_of(list.begin(), list.end(), [&](HWND listed) {
@@ -203,14 +199,14 @@ bool SetFilterList(Lock& lock, HWND window, std::vector<HWND> list) {
     return known && known->isChild();
   });
   if (!magnifier || hasChild) return false;
-  magnifier->state.filterList = std::move(list);
+  magnifier->filterList = std::move(list);
   return true;
 }
 
 bool SetColorEffect(Lock& lock, HWND window, const MAGCOLOREFFECT* effect) {
   const auto magnifier = find(lock, window);
   if (!magnifier) return false;
-  magnifier->state.effect = effect ? std::optional(*effect) : std::nullopt;
+  magnifier->effect = effect ? std::optional(*effect) : std::nullopt;
   return true;
 }
 

@@ -19,16 +19,6 @@ namespace vwin::magnifier {
 void Start(Lock& lock);
 bool End(Lock& lock);
 
-struct State {
-  HWND window = nullptr;
-  RECT source{};
-  std::vector<HWND> filterList;  // windows that are left out
-  std::optional<MAGCOLOREFFECT> effect;
-  bool hasDevice = false;
-  std::uint64_t renders = 0;
-};
-std::vector<State> All(Lock& lock);
-
 // False for what is no magnifier, and for a list with a child.
 bool SetFilterList(Lock& lock, HWND window, std::vector<HWND> list);
 bool SetColorEffect(Lock& lock, HWND window, const MAGCOLOREFFECT* effect);

@@ -1,4 +1,4 @@
-// How layered windows of other programs show on the screen, and what a click reaches.
+// What the screen shows of other programs' windows, and what a click reaches.
 #include "tests/platform/DesktopTest.h"
 
 namespace qx::test {
@@ -7,6 +7,29 @@ namespace {
 using namespace vwin::control;
 
 class CompositorTest : public DesktopTest {};
+
+TEST_F(CompositorTest, CutsChildrenAtTheirParentAndLeavesOutWhatIsHiddenOrCloaked) {
+  const HWND parent = OpenWindow({.rect = {110, 40, 160, 90}, .color = kRed});
+  const HWND child = OpenWindow({.rect = {150, 80, 190, 100}, .color = kGreen, .parent = parent});
+  TestBitmap edge(2, 1);
+  EXPECT_TRUE(edge.CopyScreen(159, 89));
+  EXPECT_EQ(edge.Pixels(), (std::vector<std::uint32_t>{kGreenPixel, kDesktopPixel}));
+  Hide(child);
+  EXPECT_EQ(screenAt(159, 89), kRedPixel);
+  SetCloaked(parent, true);
+  EXPECT_EQ(screenAt(159, 89), kDesktopPixel);
+  DWORD cloaked = 0;
+  SetVersion(kWindows7);
+  EXPECT_EQ(DwmGetWindowAttribute(parent, DWMWA_CLOAKED, &cloaked, sizeof(cloaked)), E_INVALIDARG);
+
+  SetCursorShape({.width = 2, .height = 1, .pixels = {0xFFC81E0A, 0x00FFFFFF}});
+  CURSORINFO cursor{};
+  cursor.cbSize = sizeof(cursor);
+  ASSERT_TRUE(GetCursorInfo(&cursor));
+  edge.Fill({0, 0, 2, 1}, kGreen);
+  EXPECT_TRUE(DrawIcon(edge.dc(), 0, 0, cursor.hCursor));
+  EXPECT_EQ(edge.Pixels(), (std::vector<std::uint32_t>{kRedPixel, kGreenPixel}));
+}
 
 TEST_F(CompositorTest, MixesLayeredWindows) {
   const HWND window = OpenWindow({.rect = {0, 0, 100, 100}, .color = kRed});

@@ -107,6 +107,26 @@ TEST_F(DuplicationTest, WantsItsCallsInOrderAndBuffersLargeEnough) {
   EXPECT_EQ(TakeMisuses().size(), 1u) << "a frame was left behind";
 }
 
+TEST_F(DuplicationTest, TellsOfItsRotationAndOfEachShapeOnce) {
+  TurnMonitor(PrimaryMonitor(), DXGI_MODE_ROTATION_ROTATE180);
+  SetCursorPosition(50, 60);
+  const std::vector<std::uint32_t> pixels(15, 0xFF112233);
+  SetCursorShape({.width = 3, .height = 5, .hotspotX = 1, .hotspotY = 2, .pixels = pixels});
+  SetUpDuplication();
+  DXGI_OUTDUPL_DESC desc{};
+  duplication->GetDesc(&desc);
+  EXPECT_EQ(desc.Rotation, DXGI_MODE_ROTATION_ROTATE180);
+  // Where the shape's corner is, and the size of one that is news.
+  const auto next = [&]() -> std::vector<LONG> {
+    const Frame frame(duplication.Get());
+    const POINT& corner = frame.info.PointerPosition.Position;
+    return {corner.x, corner.y, static_cast<LONG>(frame.info.PointerShapeBufferSize)};
+  };
+  EXPECT_EQ(next(), (std::vector<LONG>{49, 58, 60}));
+  SetCursorPosition(70, 10);
+  EXPECT_EQ(next(), (std::vector<LONG>{69, 8, 0}));
+}
+
 TEST_F(DuplicationTest, IsLostForGoodWhenTheScreenIsAnother) {
   const HMONITOR monitor = PrimaryMonitor();
   const auto resize = [&](bool back) { SetMonitorRect(monitor, {0, 0, back ? 200 : 300, 100}); };

@@ -88,6 +88,16 @@ struct Capture {
   ComPtr<wgc::IGraphicsCaptureSession> session;
 };
 
+ComPtr<ID3D11Texture2D> textureOf(const ComPtr<wgc::IDirect3D11CaptureFrame>& frame) {
+  ComPtr<wgc::IDirect3DSurface> surface;
+  ComPtr<wgc::IDirect3DDxgiInterfaceAccess> access;
+  ComPtr<ID3D11Texture2D> texture;
+  EXPECT_EQ(frame->get_Surface(surface.Put()), S_OK);
+  EXPECT_EQ(surface.As(wgc::IID_IDirect3DDxgiInterfaceAccess, access), S_OK);
+  EXPECT_EQ(access->GetInterface(IID_ID3D11Texture2D, texture.PutVoid()), S_OK);
+  return texture;
+}
+
 class GraphicsCaptureTest : public DesktopTest {
  protected:
   void SetUp() override {
@@ -109,12 +119,7 @@ TEST_F(GraphicsCaptureTest, WhatIsUsedTwiceOrTooLongIsRefusedOrNoted) {
   auto frame = capture.Next();
   Fill(window, {0, 0, 9, 9}, kGreen);
   EXPECT_FALSE(capture.Next()) << "the only buffer is out";
-  ComPtr<wgc::IDirect3DSurface> surface;
-  ComPtr<wgc::IDirect3DDxgiInterfaceAccess> access;
-  ComPtr<ID3D11Texture2D> texture;
-  ASSERT_EQ(frame->get_Surface(surface.Put()), S_OK);
-  ASSERT_EQ(surface.As(wgc::IID_IDirect3DDxgiInterfaceAccess, access), S_OK);
-  ASSERT_EQ(access->GetInterface(IID_ID3D11Texture2D, texture.PutVoid()), S_OK);
+  const ComPtr<ID3D11Texture2D> texture = textureOf(frame);
   frame.Reset();
   EXPECT_TRUE(capture.Next());
   (void)capture.card.Read(texture.Get());
@@ -129,6 +134,30 @@ TEST_F(GraphicsCaptureTest, WhatIsUsedTwiceOrTooLongIsRefusedOrNoted) {
   EXPECT_EQ(WindowsCreateString(L"a", 1, &string), S_OK);
   for (int i = 0; i < 2; ++i) EXPECT_EQ(WindowsDeleteString(string), S_OK);
   EXPECT_EQ(TakeMisuses().size(), 1u) << "deleted twice";
+}
+
+TEST_F(GraphicsCaptureTest, AWindowHasTransparentBordersAndTheCursorThatIsOverIt) {
+  const HWND window =
+      OpenWindow({.rect = {10, 10, 30, 20}, .color = kRed, .invisibleFrame = {3, 0, 3, 3}});
+  const HWND cover = OpenWindow({.rect = {0, 0, 200, 100}});
+  SetCursorPosition(15, 13);
+  SetCursorShape({.width = 1, .height = 1, .pixels = {0xFF112233}});
+  const Capture capture(itemOf(window));
+  const auto next = [&] { return capture.card.Read(textureOf(capture.Next()).Get()); };
+  const CardPicture picture = next();
+  EXPECT_EQ(picture.At(13, 5), kRedPixel | kOpaque) << "begins with the visible frame";
+  EXPECT_EQ(picture.At(14, 5), 0u) << "where its invisible borders are";
+  EXPECT_EQ(picture.At(2, 3), kRedPixel | kOpaque) << "the cursor is over another window";
+  Hide(cover);
+  EXPECT_EQ(next().At(2, 3), 0xFF112233);
+  Hide(window);
+  Fill(window, {9, 5, 10, 6}, kGreen);
+  EXPECT_FALSE(capture.Next());
+  Show(window);
+  Maximise(window);
+  wgc::SizeInt32 size{};
+  EXPECT_EQ(capture.Next()->get_ContentSize(&size), S_OK);
+  EXPECT_EQ(size, (wgc::SizeInt32{194, 97})) << "its visible frame";
 }
 
 TEST_F(GraphicsCaptureTest, AnItemThatIsGoneTellsOnAnotherThread) {

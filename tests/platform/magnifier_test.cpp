@@ -108,7 +108,9 @@ TEST_F(Magnifiers, LeaveOutThemselvesAndTheWindowsOnAListOfAnyLength) {
   effect.transform[4][0] = 0.004f;
   ASSERT_TRUE(MagSetColorEffect(window, &effect));
   ASSERT_TRUE(setFilterList(window, {}));
+  SetStretchRectCalls(3);
   draw(window);
+  EXPECT_EQ(m_calls, 4);
   EXPECT_EQ(seenAt(35, 20), kOpaque | (kRedPixel + 0x00010000));
   EXPECT_EQ(seenAt(12, 12), 0xFFFFFE00);
   EXPECT_TRUE(DestroyWindow(window));

@@ -41,10 +41,17 @@ class ThumbnailTest : public DesktopTest {
 TEST_F(ThumbnailTest, ShowNothingBeyondTheirSourceNorBeforeWindows81NorWithoutComposition) {
   TestWindow host({100, 0, 180, 80}, kHost);
   host.Show();
-  const HTHUMBNAIL thumbnail = shown(host, OpenWindow({.rect = {10, 10, 50, 50}, .color = kRed}));
-  EXPECT_EQ(update(thumbnail, DWM_TNP_RECTSOURCE, {20, 0, 60, 40}), S_OK);
+  const HWND source = OpenWindow({.rect = {10, 10, 50, 50}, .color = kRed});
+  Fill(source, {0, 0, 40, 20}, kGreen);
+  const HTHUMBNAIL thumbnail = shown(host, source);
+  EXPECT_EQ(printed(host, 0, 0), kGreenPixel);
+  EXPECT_EQ(printed(host, 79, 79), kRedPixel);
+  EXPECT_EQ(update(thumbnail, DWM_TNP_RECTSOURCE, {20, 20, 60, 60}), S_OK);
   EXPECT_EQ(printed(host, 39, 0), kRedPixel);
   EXPECT_EQ(printed(host, 40, 0), kHostPixel) << "the host shows through";
+  Hide(source);
+  EXPECT_EQ(printed(host, 0, 0), kHostPixel);
+  Show(source);
   SetVersion(vwin::kWindows8);
   EXPECT_EQ(printed(host, 0, 0), kHostPixel) << "the window draws itself";
   EXPECT_EQ(screenAt(100, 0), kRedPixel);

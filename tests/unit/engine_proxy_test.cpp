@@ -246,6 +246,7 @@ TEST_F(EngineProxy, AWindowShareFollowsTheIncludeList) {
   filters.AddIncludeWindow(included);
   const auto monitorShare = Monitor(kWindows11);
   ASSERT_TRUE(monitorShare->Initialize());
+  EXPECT_TRUE(Capture(*monitorShare));
   EXPECT_EQ(monitorShare->GetEngineType(), IScreenCapture::CaptureEngineDXGI) << "doesn't care";
   engines.clear();
   const auto proxy = Window(kWindows11);
