@@ -12,7 +12,7 @@
 //   textures   textures that it makes for such a frame
 //   first   milliseconds from the start to the first picture, less those of the loop by
 //          hand. A share looks at the first picture, which may be black, and delivers it
-//          with its second tick, so one wait between ticks is part of it
+//          with its second tick, so one wait between ticks, 33.3 ms, is part of it
 //   still   microseconds a tick of a still screen outside of the system's calls; take a
 //           small screen, since the system compares all of it with what it was
 //   allocations   that the library makes in such a tick

@@ -5,7 +5,7 @@
 //   argb, i420   processor time a frame, as a multiple of a hand-written loop's, whose
 //            pictures have to be the same
 //   first   milliseconds from the start to the first picture, less those of the loop by
-//            hand, which keeps nothing from the start before either
+//            hand: below a third of the time between two ticks when no tick is missed
 //   paced15, paced30   delivered frames a second at that setting, at least
 //   window   as argb, for a still, uncovered window of 1280x720; the hand loop
 //            copies its rectangle and asks nothing about the window

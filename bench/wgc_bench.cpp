@@ -12,8 +12,6 @@
 //          multiple of the frame's
 //   textures   textures that it makes for such a frame
 //   allocations   that the library makes for such a frame
-//   first   milliseconds from the start to the first picture, less those of the loop by
-//          hand
 //   still   microseconds a tick of a still screen outside of the system's calls
 //   poll   the same without the dynamic check, so that each tick looks into the pool, which
 //          is empty; take a small screen for both
@@ -126,10 +124,6 @@ void Measure(Report& report, const std::string& size, const Figure& wanted) {
   } else if (figure == "allocations") {
     report.AtMost(what + "allocations a drawn frame",
                   AllocationsPerFrame(MakeDrawnRound(window, kCountedFrames)), limit);
-  } else if (figure == "first") {
-    report.AtMost(
-        what + "milliseconds to the first picture, beyond the hand loop's",
-        FirstPictureWithWaits(MakeDrawnRound(window, 1), CaptureSessionLoopMicrosPerFrame), limit);
   } else if (figure == "still") {
     report.AtMost(what + "microseconds a still tick outside of the system's calls",
                   StillTickMicros(window), limit);
