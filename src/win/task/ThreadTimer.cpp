@@ -138,11 +138,14 @@ bool ThreadTimer::Run(Function function) {
     bool ran = false;
   };
   struct EndReport {
-    std::shared_ptr<Completion> completion;
+    explicit EndReport(std::shared_ptr<Completion> reported) : completion(std::move(reported)) {}
+    EndReport(const EndReport&) = delete;
+    EndReport& operator=(const EndReport&) = delete;
     ~EndReport() {
       completion->over = true;
       SetEvent(completion->ended.Get());
     }
+    const std::shared_ptr<Completion> completion;
   };
   const auto completion = std::make_shared<Completion>();
   if (!completion->ended) {
