@@ -114,7 +114,8 @@ class Session {
 class DrawingLoop {
  public:
   explicit DrawingLoop(const Round& round)
-      : m_session(round.window), m_drawing(m_session.device, round.picture) {
+      : m_session(round.window),
+        m_drawing(m_session.device, round.picture, round.window != nullptr) {
     if (round.window) {
       makePart(round.rect);
     }

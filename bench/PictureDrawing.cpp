@@ -19,14 +19,19 @@ constexpr Vertex kQuad[] = {{-1, -1, 0, 0, 1}, {-1, 1, 0, 0, 0}, {1, -1, 0, 1, 1
 
 }  // namespace
 
-PictureDrawing::PictureDrawing(ComPtr<ID3D11Device> device, SIZE picture)
+PictureDrawing::PictureDrawing(ComPtr<ID3D11Device> device, SIZE picture, bool keepsLast)
     : m_width(static_cast<UINT>(picture.cx)),
       m_height(static_cast<UINT>(picture.cy)),
-      m_argb(new (kPage) std::uint8_t[std::size_t{m_width} * m_height * 4]()),
+      m_argb(makePixels()),
+      m_lastArgb(keepsLast ? makePixels() : nullptr),
       m_device(std::move(device)) {
   m_device->GetImmediateContext(m_context.Put());
   makeTextures();
   setPipeline();
+}
+
+PictureDrawing::Pixels PictureDrawing::makePixels() const {
+  return Pixels(new (kPage) std::uint8_t[std::size_t{m_width} * m_height * 4]());
 }
 
 void PictureDrawing::makeTextures() {
@@ -115,6 +120,9 @@ bool PictureDrawing::Draw(ID3D11Texture2D* texture) {
   DXGI_MAPPED_RECT mapped = {};
   if (FAILED(m_surface->Map(&mapped, DXGI_MAP_READ))) {
     return false;
+  }
+  if (m_lastArgb) {
+    m_argb.swap(m_lastArgb);
   }
   const std::size_t rowBytes = std::size_t{m_width} * 4;
   for (UINT row = 0; row < m_height; ++row) {

@@ -14,8 +14,10 @@
 // picture's size, and the rows are copied out of a staging texture. Both are made once.
 class PictureDrawing {
  public:
-  // Throws std::runtime_error when there can be none.
-  PictureDrawing(qx::ComPtr<ID3D11Device> device, SIZE picture);
+  // `keepsLast`: two pictures take turns, for one who may not show the next one and then
+  // repeats the last one, as a window's share must. Throws std::runtime_error when there
+  // can be none.
+  PictureDrawing(qx::ComPtr<ID3D11Device> device, SIZE picture, bool keepsLast = false);
 
   bool Draw(ID3D11Texture2D* texture);
 
@@ -26,12 +28,16 @@ class PictureDrawing {
     void operator()(std::uint8_t* bytes) const { ::operator delete[](bytes, kPage); }
   };
 
+  using Pixels = std::unique_ptr<std::uint8_t[], FreePages>;
+
+  Pixels makePixels() const;
   void makeTextures();
   void setPipeline();
 
   const UINT m_width;
   const UINT m_height;
-  const std::unique_ptr<std::uint8_t[], FreePages> m_argb;
+  Pixels m_argb;
+  Pixels m_lastArgb;  // null: nobody needs it
   const qx::ComPtr<ID3D11Device> m_device;
   qx::ComPtr<ID3D11DeviceContext> m_context;
   qx::ComPtr<ID3D11Texture2D> m_target;

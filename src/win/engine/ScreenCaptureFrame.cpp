@@ -36,9 +36,9 @@ ScreenCaptureFrame::Pixels AllocatePixels(std::uint32_t width, std::uint32_t hei
 
 }  // namespace
 
-bool ScreenCaptureFrame::Resize(std::uint32_t width, std::uint32_t height) {
+bool ScreenCaptureFrame::Resize(std::uint32_t width, std::uint32_t height, Last last) {
   const bool sameSize = width == m_width && height == m_height;
-  if (sameSize && m_buffer.use_count() == 1) {
+  if (sameSize && m_buffer.use_count() <= (last == Last::Replaced ? 2 : 1)) {
     return true;
   }
   if (sameSize && m_otherBuffer.use_count() == 1) {

@@ -16,8 +16,9 @@ struct DirtyInfo {
 // bits a pixel, bytes B, G, R, A, rows from top to bottom without gaps.
 //
 // The blocks are shared: who keeps a reference can go on reading a picture for as long
-// as he likes, and the next one is written elsewhere. While sizes are steady two blocks
-// take turns. One thread at a time.
+// as he likes, and the next one is written elsewhere, unless it is to take the last one's
+// place. While sizes are steady two blocks take turns, or one is written again and again.
+// One thread at a time.
 class ScreenCaptureFrame {
  public:
   using Pixels = std::shared_ptr<std::uint8_t[]>;
@@ -33,10 +34,16 @@ class ScreenCaptureFrame {
   const DirtyInfo& Dirty() const { return m_dirty; }
   void SetDirty(const DirtyInfo& dirty) { m_dirty = dirty; }
 
-  // Makes room for a picture of this size that nobody else reads; what is there is an
-  // older picture or zeros. False without memory, or for a picture of 2 GiB or more: size
-  // and picture stay as they were.
-  bool Resize(std::uint32_t width, std::uint32_t height);
+  // What becomes of the last picture when the next one is written.
+  enum class Last {
+    Kept,     // it may be shown again: the next one may turn out not to be fit to be shown
+    Replaced  // also for one who reads it: the next one is delivered once it is there
+  };
+
+  // Makes room for a picture of this size; what is there is an older picture, the last one
+  // or zeros. False without memory, or for a picture of 2 GiB or more: size and picture
+  // stay as they were.
+  bool Resize(std::uint32_t width, std::uint32_t height, Last last = Last::Kept);
 
   // Whether a picture of this size is below 2 GiB.
   static bool CanHold(std::uint32_t width, std::uint32_t height);

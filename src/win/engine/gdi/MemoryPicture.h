@@ -28,9 +28,12 @@ struct MemoryCanvas {
   MemoryPicture picture;  // selected into the DC
   MemoryDc dc;
 
-  // Whether nobody but `frame` shows the picture.
-  bool IsFree(const ScreenCaptureFrame& frame) const {
-    return picture.pixels.use_count() <= (frame.Buffer() == picture.pixels ? 2 : 1);
+  // Whether nobody but `frame` shows the picture, or it is its last one and may be
+  // replaced.
+  bool IsFree(const ScreenCaptureFrame& frame, ScreenCaptureFrame::Last last) const {
+    const bool shown = frame.Buffer() == picture.pixels;
+    const int others = shown && last == ScreenCaptureFrame::Last::Replaced ? 1 : 0;
+    return picture.pixels.use_count() <= (shown ? 2 : 1) + others;
   }
 
   // Makes a picture of this size, unless there is one; `like` is a DC of what is to be

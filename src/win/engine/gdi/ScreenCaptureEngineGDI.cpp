@@ -85,17 +85,20 @@ bool ScreenCaptureEngineGDI::copyDesktop(const RECT& rect, ScreenCaptureFrame& f
   }
   const std::int32_t width = rect.right - rect.left;
   const std::int32_t height = rect.bottom - rect.top;
-  if (!m_canvas.IsFree(frame)) {
+  const bool copiesAll = (!m_filterWindows && !m_window) || WindowsUtil::IsDwmCompositionEnabled();
+  // What shows all of a monitor is never refused once it is there.
+  const auto last = copiesAll && !m_window ? ScreenCaptureFrame::Last::Replaced
+                                           : ScreenCaptureFrame::Last::Kept;
+  if (!m_canvas.IsFree(frame, last)) {
     std::swap(m_canvas, m_otherCanvas);
   }
-  if (!m_canvas.IsFree(frame)) {
+  if (!m_canvas.IsFree(frame, last)) {
     m_canvas.Reset();
   }
   if (!m_canvas.Prepare(m_screenDC.Get(), width, height)) {
     // The last picture may show what is to be left out by now.
     return !m_filterWindows && useLast(frame);
   }
-  const bool copiesAll = (!m_filterWindows && !m_window) || WindowsUtil::IsDwmCompositionEnabled();
   if (!copiesAll && !hideWindows(rect)) {
     result = CaptureResult::FilterFailed;
     return false;

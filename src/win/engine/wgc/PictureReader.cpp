@@ -40,7 +40,7 @@ PictureReader::Outcome PictureReader::Read(ID3D11Texture2D* captured, const Wish
     QX_LOG_LIMITED(LogLevelError, "checkCreateTexture failed");
     return Outcome::Failed;
   }
-  if (!frame.Resize(width, height)) {
+  if (!frame.Resize(width, height, wish.last)) {
     QX_LOG_LIMITED(LogLevelWarn, "resize buffer failed, use last");
     return Outcome::NoRoom;
   }

@@ -22,6 +22,7 @@ class PictureReader {
     std::int32_t rawHeight = 0;
     std::int32_t width = 0;  // of the picture
     std::int32_t height = 0;
+    ScreenCaptureFrame::Last last = ScreenCaptureFrame::Last::Kept;
   };
   enum class Outcome { Read, NoRoom, Failed };  // NoRoom: no memory for the frame, which stays
 

@@ -328,6 +328,9 @@ bool ScreenCaptureEngineWGC::copyPicture(const CapturedFrame& captured, const RE
                               .rawHeight = height,
                               .width = m_targetWidth != 0 ? m_targetWidth : width,
                               .height = m_targetHeight != 0 ? m_targetHeight : height};
+  if (!m_window) {
+    wish.last = ScreenCaptureFrame::Last::Replaced;  // a monitor's is never refused
+  }
   if (!part.whole) {
     const RECT all = wish.part;
     IntersectRect(&wish.part, &part.box, &all);
