@@ -8,16 +8,16 @@
 
 namespace qx::test {
 
-// A topmost window in one colour, with a thread and a message loop of its own.
+// A window in one colour, topmost by default, with a thread and a message loop of its own.
 // It is on the screen when the constructor returns, as far as this process can
 // tell, and gone after the destructor.
 class ColorWindow {
  public:
   // `rgb` is 0x00RRGGBB.
-  ColorWindow(const RECT& rect, std::uint32_t rgb)
-      : m_thread([this, rect, rgb] {
+  ColorWindow(const RECT& rect, std::uint32_t rgb, DWORD exStyle = WS_EX_TOPMOST)
+      : m_thread([this, rect, rgb, exStyle] {
           const COLORREF color = RGB(rgb >> 16 & 0xFF, rgb >> 8 & 0xFF, rgb & 0xFF);
-          TestWindow window(rect, color, WS_EX_TOPMOST);
+          TestWindow window(rect, color, exStyle);
           m_window = window;
           window.Show();
           m_opened.Set();

@@ -87,8 +87,8 @@ bool ScreenCaptureEngineGDI::copyDesktop(const RECT& rect, ScreenCaptureFrame& f
   const std::int32_t height = rect.bottom - rect.top;
   const bool copiesAll = (!m_filterWindows && !m_window) || WindowsUtil::IsDwmCompositionEnabled();
   // What shows all of a monitor is never refused once it is there.
-  const auto last = copiesAll && !m_window ? ScreenCaptureFrame::Last::Replaced
-                                           : ScreenCaptureFrame::Last::Kept;
+  const auto last =
+      copiesAll && !m_window ? ScreenCaptureFrame::Last::Replaced : ScreenCaptureFrame::Last::Kept;
   if (!m_canvas.IsFree(frame, last)) {
     std::swap(m_canvas, m_otherCanvas);
   }
