@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "PacedLoop.h"
@@ -12,7 +13,8 @@
 namespace {
 
 // Draws into a DIB section whose memory is the picture, so that nothing is copied but by
-// the system, and keeps all that it draws with.
+// the system, and keeps all that it draws with. Two sections take turns for a window: what
+// has come before it meanwhile must not be shown, and then the last picture is repeated.
 class HandLoop {
  public:
   explicit HandLoop(const Round& round)
@@ -22,8 +24,9 @@ class HandLoop {
         m_height(round.rect.bottom - round.rect.top),
         m_screen(GetDC(GetDesktopWindow())),
         m_memory(CreateCompatibleDC(m_screen)),
-        m_bitmap(makeSection()),
-        m_before(SelectObject(m_memory, m_bitmap)),
+        m_section(makeSection()),
+        m_otherSection(round.window ? makeSection() : Section()),
+        m_before(SelectObject(m_memory, m_section.bitmap)),
         m_planes(round.i420 ? count() * 3 / 2 : 0) {
     if (!round.window) {
       m_neighbour.emplace();
@@ -34,13 +37,19 @@ class HandLoop {
 
   ~HandLoop() {
     SelectObject(m_memory, m_before);
-    DeleteObject(m_bitmap);
+    DeleteObject(m_section.bitmap);
+    DeleteObject(m_otherSection.bitmap);
     DeleteDC(m_memory);
     ReleaseDC(GetDesktopWindow(), m_screen);
   }
 
   bool Capture() {
-    if (!m_argb || !BitBlt(m_memory, 0, 0, m_width, m_height, m_screen, m_left, m_top, SRCCOPY)) {
+    if (m_otherSection.bitmap) {
+      std::swap(m_section, m_otherSection);
+      SelectObject(m_memory, m_section.bitmap);
+    }
+    if (!m_section.argb ||
+        !BitBlt(m_memory, 0, 0, m_width, m_height, m_screen, m_left, m_top, SRCCOPY)) {
       return false;
     }
     GdiFlush();
@@ -78,7 +87,12 @@ class HandLoop {
     std::uint8_t* v;
   };
 
-  HBITMAP makeSection() {
+  struct Section {
+    HBITMAP bitmap = nullptr;
+    void* argb = nullptr;
+  };
+
+  Section makeSection() const {
     BITMAPINFO info = {};
     info.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
     info.bmiHeader.biWidth = m_width;
@@ -86,14 +100,16 @@ class HandLoop {
     info.bmiHeader.biPlanes = 1;
     info.bmiHeader.biBitCount = 32;
     info.bmiHeader.biCompression = BI_RGB;
-    return CreateDIBSection(m_screen, &info, DIB_RGB_COLORS, &m_argb, nullptr, 0);
+    Section section;
+    section.bitmap = CreateDIBSection(m_screen, &info, DIB_RGB_COLORS, &section.argb, nullptr, 0);
+    return section;
   }
 
   std::size_t count() const {
     return static_cast<std::size_t>(m_width) * static_cast<std::size_t>(m_height);
   }
 
-  std::uint8_t* pixels() { return static_cast<std::uint8_t*>(m_argb); }
+  std::uint8_t* pixels() { return static_cast<std::uint8_t*>(m_section.argb); }
 
   Planes planes() {
     std::uint8_t* const y = m_planes.data();
@@ -107,10 +123,10 @@ class HandLoop {
   const int m_top;
   const int m_width;
   const int m_height;
-  void* m_argb = nullptr;  // of the bitmap
   const HDC m_screen;
   const HDC m_memory;
-  const HBITMAP m_bitmap;
+  Section m_section;
+  Section m_otherSection;  // with the last picture, or none
   const HGDIOBJ m_before;
   std::vector<std::uint8_t> m_planes;
 };
