@@ -91,7 +91,7 @@ TEST_F(WindowIcon, TheFirstSourceThatHasOneDecides) {
   // The lines of so many steps and of success.
   const auto upTo = [&](std::ptrdiff_t count) {
     std::vector<std::string> lines(steps.begin(), steps.begin() + count);
-    lines.push_back("Get Icon Success");
+    lines.emplace_back("Get Icon Success");
     return lines;
   };
   test::LogRecorder log;
