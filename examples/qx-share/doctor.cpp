@@ -14,10 +14,10 @@
 #include <thread>
 #include <vector>
 
-#include "bench/ThreadTime.h"
 #include "recorder.h"
 #include "sources.h"
 #include "text.h"
+#include "thread_time.h"
 
 namespace {
 
