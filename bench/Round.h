@@ -6,8 +6,8 @@
 #include <functional>
 #include <vector>
 
-#include "ThreadTime.h"
 #include "qx-screen-capture.h"
+#include "thread_time.h"
 
 // One round of measuring, of either side.
 struct Round {

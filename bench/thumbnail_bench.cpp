@@ -21,9 +21,9 @@
 
 #include "CountMain.h"
 #include "Report.h"
-#include "ThreadTime.h"
 #include "qx-screen-capture.h"
 #include "scene.h"
+#include "thread_time.h"
 
 namespace {
 

@@ -6,6 +6,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <mutex>
@@ -13,16 +14,18 @@
 #include <thread>
 #include <vector>
 
-#include "bench/ThreadTime.h"
 #include "recorder.h"
 #include "sources.h"
 #include "text.h"
+#include "thread_time.h"
 
 namespace {
 
 using Engine = IScreenCapture::CaptureEngineType;
 
 constexpr auto kTrial = std::chrono::milliseconds(500);
+// So many times as long a busy machine may take for the first two pictures.
+constexpr int kPatience = 20;
 constexpr int kFps = 30;
 constexpr Engine kEngines[] = {IScreenCapture::CaptureEngineDXGI, IScreenCapture::CaptureEngineWGC,
                                IScreenCapture::CaptureEngineMag,
@@ -110,6 +113,8 @@ class FrameCounter : public IScreenCapture::ShareListener {
  public:
   int Frames() const { return m_frames; }
   Engine LastEngine() const { return m_engine; }
+  // Whether there are no figures yet, and the share has not failed.
+  bool MayTellMore() const { return m_frames < 2 && m_engine != IScreenCapture::CaptureEngineNone; }
   double FramesPerSecond() const {
     const std::chrono::duration<double> passed = m_last.time - m_first.time;
     return m_frames > 1 ? (m_frames - 1) / passed.count() : 0;
@@ -142,11 +147,11 @@ class FrameCounter : public IScreenCapture::ShareListener {
     double micros = ThreadMicros();
   };
 
+  std::atomic<int> m_frames = 0;
+  std::atomic<Engine> m_engine = IScreenCapture::CaptureEngineNone;
   // Written by the share's thread and read when it has ended.
-  int m_frames = 0;
   Moment m_first;
   Moment m_last;
-  Engine m_engine = IScreenCapture::CaptureEngineNone;
 };
 
 // With no engines the library chooses.
@@ -157,7 +162,10 @@ Trial Try(IScreenCapture& capture, std::int32_t monitor, const std::vector<Engin
   IScreenCapture::ShareError error = IScreenCapture::ShareErrorNone;
   const bool started = capture.ShareDesktop(nullptr, monitor, &counter, error);
   if (started) {
-    std::this_thread::sleep_for(kTrial);
+    int trials = 0;
+    do {
+      std::this_thread::sleep_for(kTrial);
+    } while (counter.MayTellMore() && ++trials < kPatience);
     capture.ShareStop();
   }
   Trial trial;

@@ -128,6 +128,8 @@ class VirtualScene : public Scene {
     if (kind == SceneKind::Windows11) {
       SetVersion(kWindows11);
     }
+    // Makers put what they like into a name.
+    SetAdapter({0x8086, 0x3E92, L"Scene\u00AE \"Virtual\" Graphics"});
     SetMonitorRect(PrimaryMonitor(), {0, 0, width, height});
     if (kind == SceneKind::Turned) {
       TurnMonitor(PrimaryMonitor(), DXGI_MODE_ROTATION_ROTATE90);

@@ -7,6 +7,7 @@
 // clang-format on
 
 #include <algorithm>
+#include <functional>
 #include <utility>
 
 #include "common/Logging.h"
@@ -16,14 +17,11 @@
 #include "win/util/Clock.h"
 #include "win/util/SystemProbes.h"
 #include "win/util/Utils.h"
-#include "win/util/Wait.h"
 
 namespace qx {
 namespace {
 
 constexpr int kMaxFps = 30;
-// How long a wait may last when the system loses what ends it.
-constexpr DWORD kPollMs = 10;
 
 // How log lines name the kind of a filter rule, behind the name of its list.
 const char* KindOf(const IScreenCapture::FilterWindowInfo& window) {
@@ -57,14 +55,32 @@ void LogWindowPosition(HWND window) {
 
 ScreenCaptureImpl::ScreenCaptureImpl()
     : m_trackWindowRules(MakeTrackWindowRules()),
-      m_filterWindowManager(std::make_shared<FilterWindowManager>()),
-      m_turnOver(CreateEventW(nullptr, FALSE, FALSE, nullptr)) {
+      m_filterWindowManager(std::make_shared<FilterWindowManager>()) {
   LogInstance::Instance().SetClock(&SystemMillis);
   QX_TRACE("ScreenCaptureImpl::ScreenCaptureImpl");
   StartGdiplus();
 }
 
 ScreenCaptureImpl::~ScreenCaptureImpl() { QX_TRACE("ScreenCaptureImpl::~ScreenCaptureImpl"); }
+
+template <typename Operation, typename... Arguments>
+void ScreenCaptureImpl::tell(Operation operation, const Arguments&... arguments) {
+  const DeferredLog afterTheLock;
+  const std::lock_guard lock(m_mutex);
+  if (m_task) {
+    std::invoke(operation, *m_task, arguments...);
+  }
+}
+
+template <typename Setting, typename Operation>
+void ScreenCaptureImpl::keep(Setting& setting, const Setting& value, Operation operation) {
+  const DeferredLog afterTheLock;
+  const std::lock_guard lock(m_mutex);
+  setting = value;
+  if (m_task) {
+    std::invoke(operation, *m_task, value);
+  }
+}
 
 void ScreenCaptureImpl::EnableFilterWindowWhenShareDesktop(bool enable) {
   QX_TRACE("ScreenCaptureImpl::EnableFilterWindowWhenShareDesktop");
@@ -202,41 +218,22 @@ void ScreenCaptureImpl::SetCanUseMagCapture(bool canUseMag) {
 
 void ScreenCaptureImpl::ShowCursor(bool show) {
   QX_TRACE("ScreenCaptureImpl::ShowCursor");
-  const DeferredLog afterTheLock;
-  const std::lock_guard lock(m_mutex);
-  m_showCursor = show;
-  if (m_task) {
-    m_task->ShowCursor(show);
-  }
+  keep(m_showCursor, show, &ScreenCaptureTask::ShowCursor);
 }
 
 void ScreenCaptureImpl::SetAutoActiveShareWindow(bool active) {
   QX_TRACE("ScreenCaptureImpl::SetAutoActiveShareWindow");
-  const DeferredLog afterTheLock;
-  const std::lock_guard lock(m_mutex);
-  m_autoActiveShareWindow = active;
-  if (m_task) {
-    m_task->SetAutoActiveShareWindow(active);
-  }
+  keep(m_autoActiveShareWindow, active, &ScreenCaptureTask::SetAutoActiveShareWindow);
 }
 
 void ScreenCaptureImpl::EnablePromptWindow(bool enable) {
   QX_TRACE("ScreenCaptureImpl::EnablePromptWindow");
-  const DeferredLog afterTheLock;
-  const std::lock_guard lock(m_mutex);
-  m_enablePromptWindow = enable;
-  if (m_task) {
-    m_task->EnablePromptWindow(enable);
-  }
+  keep(m_enablePromptWindow, enable, &ScreenCaptureTask::EnablePromptWindow);
 }
 
 void ScreenCaptureImpl::SetDynamicCheck(bool check) {
   QX_TRACE("ScreenCaptureImpl::SetDynamicCheck");
-  const DeferredLog afterTheLock;
-  const std::lock_guard lock(m_mutex);
-  if (m_task) {
-    m_task->SetDynamicCheck(check);
-  }
+  tell(&ScreenCaptureTask::SetDynamicCheck, check);
 }
 
 void ScreenCaptureImpl::SetCaptureEngineConfig(const IScreenCapture::CaptureEngineType* types,
@@ -259,28 +256,18 @@ void ScreenCaptureImpl::SetPromptWindowInfo(const IScreenCapture::PromptWindowIn
   if (!info) {
     return;
   }
-  const DeferredLog afterTheLock;
-  const std::lock_guard lock(m_mutex);
   QX_LOG_INFO("ScreenCaptureImpl::SetPromptWindowInfo color r:{},g:{},b:{},width:{}", info->r,
               info->g, info->b, info->width);
-  m_promptWindowInfo = *info;
-  if (m_task) {
-    m_task->SetPromptWindowInfo(m_promptWindowInfo);
-  }
+  keep(m_promptWindowInfo, *info, &ScreenCaptureTask::SetPromptWindowInfo);
 }
 
 void ScreenCaptureImpl::SetCaptureFrameResolutionLimit(
     const IScreenCapture::ScreenFrameResolutionLimit& limit) {
   QX_TRACE("ScreenCaptureImpl::SetCaptureFrameResolutionLimit");
-  const DeferredLog afterTheLock;
-  const std::lock_guard lock(m_mutex);
-  m_resolutionLimit = limit;
   QX_LOG_INFO(
       "set frame resolution limit, maxScreenWidth*maxScreenHeight={}x{}, maxScreenPixels: {}",
       limit.maxScreenWidth, limit.maxScreenHeight, limit.maxScreenPixels);
-  if (m_task) {
-    m_task->SetCaptureFrameResolutionLimit(limit);
-  }
+  keep(m_resolutionLimit, limit, &ScreenCaptureTask::SetCaptureFrameResolutionLimit);
 }
 
 void ScreenCaptureImpl::SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormat format) {
@@ -300,8 +287,6 @@ void ScreenCaptureImpl::SetScreenFrameFormatType(IScreenCapture::ScreenFrameForm
 
 void ScreenCaptureImpl::SetScreenCaptureConfig(const IScreenCapture::ScreenCaptureConfig& config) {
   QX_TRACE("ScreenCaptureImpl::SetScreenCaptureConfig");
-  const DeferredLog afterTheLock;
-  const std::lock_guard lock(m_mutex);
   QX_LOG_INFO(
       "SetScreenCaptureConfig: KeepAliveInterval = {}, MovedWindowStableKeepMinDuration = {}, "
       "DynamicFrameCallback = {}, GetDirtyRectInfo = {}, scDynamicCheck = {}, "
@@ -309,10 +294,7 @@ void ScreenCaptureImpl::SetScreenCaptureConfig(const IScreenCapture::ScreenCaptu
       config.KeepAliveInterval, config.MovedWindowStableKeepMinDuration,
       config.DynamicFrameCallback, config.GetDirtyRectInfo, config.scDynamicCheck,
       config.scNewMouseCaptureWay);
-  m_captureConfig = config;
-  if (m_task) {
-    m_task->SetScreenCaptureConfig(config);
-  }
+  keep(m_captureConfig, config, &ScreenCaptureTask::SetScreenCaptureConfig);
 }
 
 void ScreenCaptureImpl::SetCaptureFPS(int fps) {
@@ -321,21 +303,17 @@ void ScreenCaptureImpl::SetCaptureFPS(int fps) {
     QX_LOG_WARN("set fps failed, please make sure your input is in (0, {}]", kMaxFps);
     return;
   }
-  const DeferredLog afterTheLock;
-  const std::lock_guard lock(m_mutex);
-  m_fps = fps;
   QX_LOG_INFO("set fps:{}", fps);
-  if (m_task) {
-    m_task->SetCaptureFPS(fps);
-  }
+  keep(m_fps, fps, &ScreenCaptureTask::SetCaptureFPS);
 }
 
 bool ScreenCaptureImpl::ShareDesktop(void* context, int id, IScreenCapture::ShareListener* listener,
                                      IScreenCapture::ShareError& error) {
   QX_TRACE("ScreenCaptureImpl::ShareDesktop");
   QX_LOG_INFO("qx-sc:workflow:start share desktop:{}", id);
-  Turn turn(*this);
-  if (!canShare("ShareDesktop", listener, turn, error)) {
+  // A listener that starts a share, of all things, must not wait for who stops its own.
+  const std::unique_lock turn(m_turn, std::try_to_lock);
+  if (!canShare("ShareDesktop", listener, turn.owns_lock(), error)) {
     return false;
   }
   const auto monitor = IdToHandle<HMONITOR>(id);
@@ -358,8 +336,8 @@ bool ScreenCaptureImpl::ShareWindow(void* context, int id, IScreenCapture::Share
                                     IScreenCapture::ShareError& error) {
   QX_TRACE("ScreenCaptureImpl::ShareWindow");
   QX_LOG_INFO("qx-sc:workflow:start share window:{}", id);
-  Turn turn(*this);
-  if (!canShare("ShareWindow", listener, turn, error)) {
+  const std::unique_lock turn(m_turn, std::try_to_lock);
+  if (!canShare("ShareWindow", listener, turn.owns_lock(), error)) {
     return false;
   }
   const auto window = IdToHandle<HWND>(id);
@@ -381,11 +359,10 @@ bool ScreenCaptureImpl::ShareWindow(void* context, int id, IScreenCapture::Share
 }
 
 bool ScreenCaptureImpl::canShare(const char* operation,
-                                 const IScreenCapture::ShareListener* listener, Turn& turn,
+                                 const IScreenCapture::ShareListener* listener, bool isMyTurn,
                                  IScreenCapture::ShareError& error) {
   error = IScreenCapture::ShareErrorNone;
-  // A listener that starts a share, of all things, must not wait for who stops its own.
-  if (!turn.TryTake() || presentTask()) {
+  if (!isMyTurn || presentTask()) {
     QX_LOG_ERROR("{} m_task is running, please stop first", operation);
     error = IScreenCapture::ShareErrorTaskRunning;
     return false;
@@ -477,20 +454,12 @@ std::shared_ptr<ScreenCaptureTask> ScreenCaptureImpl::presentTask() const {
 
 void ScreenCaptureImpl::SharePause() {
   QX_TRACE("ScreenCaptureImpl::SharePause");
-  const DeferredLog afterTheLock;
-  const std::lock_guard lock(m_mutex);
-  if (m_task) {
-    m_task->Pause();
-  }
+  tell(&ScreenCaptureTask::Pause);
 }
 
 void ScreenCaptureImpl::ShareResume() {
   QX_TRACE("ScreenCaptureImpl::ShareResume");
-  const DeferredLog afterTheLock;
-  const std::lock_guard lock(m_mutex);
-  if (m_task) {
-    m_task->Resume();
-  }
+  tell(&ScreenCaptureTask::Resume);
 }
 
 void ScreenCaptureImpl::ShareStop() {
@@ -499,12 +468,11 @@ void ScreenCaptureImpl::ShareStop() {
   std::shared_ptr<ScreenCaptureTask> task = presentTask();
   // What the host calls from a window procedure while this waits must find the share, and
   // must not end it a second time.
-  if (isStoppingHere() || (task && task->IsCaptureThread())) {
+  if ((m_stopping && m_turn.IsMine()) || (task && task->IsCaptureThread())) {
     QX_LOG_WARN("the share is stopping, or a listener of its own stops it");
     return;
   }
-  Turn turn(*this);
-  turn.Take();
+  const std::lock_guard turn(m_turn);
   task = presentTask();
   if (task) {
     m_stopping = true;
@@ -521,53 +489,12 @@ void ScreenCaptureImpl::ShareStop() {
   task.reset();
 }
 
-bool ScreenCaptureImpl::isStoppingHere() const {
-  const std::lock_guard lock(m_mutex);
-  return m_stopping && m_turnThread == GetCurrentThreadId();
-}
-
 void ScreenCaptureImpl::GetCaptureRect(IScreenCapture::CaptureRect& rect) {
   const std::shared_ptr<ScreenCaptureTask> task = presentTask();
   if (task) {
     task->GetCaptureRect(rect);
   } else {
     rect = {-1, -1, -1, -1};
-  }
-}
-
-// ----------------------------------------------------------------------------- Turn
-
-ScreenCaptureImpl::Turn::~Turn() {
-  if (!m_taken) {
-    return;
-  }
-  const std::lock_guard lock(m_impl.m_mutex);
-  if (--m_impl.m_turnDepth == 0) {
-    m_impl.m_turnThread = 0;
-    if (m_impl.m_turnOver) {
-      SetEvent(m_impl.m_turnOver.Get());
-    }
-  }
-}
-
-bool ScreenCaptureImpl::Turn::TryTake() {
-  const DWORD self = GetCurrentThreadId();
-  const std::lock_guard lock(m_impl.m_mutex);
-  if (m_impl.m_turnThread == 0 || m_impl.m_turnThread == self) {
-    m_impl.m_turnThread = self;
-    ++m_impl.m_turnDepth;
-    m_taken = true;
-  }
-  return m_taken;
-}
-
-void ScreenCaptureImpl::Turn::Take() {
-  while (!TryTake()) {
-    if (m_impl.m_turnOver) {
-      static_cast<void>(WaitAnswering(m_impl.m_turnOver.Get(), kPollMs));
-    } else {
-      Sleep(1);
-    }
   }
 }
 

@@ -14,7 +14,7 @@
 #include "win/prompt/FilterWindowManager.h"
 #include "win/task/ScreenCaptureTask.h"
 #include "win/task/ShareListenerWrapper.h"
-#include "win/util/Handles.h"
+#include "win/util/AnsweringMutex.h"
 
 namespace qx {
 
@@ -81,33 +81,25 @@ class ScreenCaptureImpl {
   void GetCaptureRect(IScreenCapture::CaptureRect& rect);
 
  private:
-  // The right to start and stop, until this object goes. The thread that has it may take it
-  // again inside: from what its host does there.
-  class Turn {
-   public:
-    explicit Turn(ScreenCaptureImpl& impl) : m_impl(impl) {}
-    Turn(const Turn&) = delete;
-    Turn& operator=(const Turn&) = delete;
-    ~Turn();
-    bool TryTake();
-    // Waits, without an end, for what another thread starts or stops.
-    void Take();
-
-   private:
-    ScreenCaptureImpl& m_impl;
-    bool m_taken = false;
-  };
-
-  bool canShare(const char* operation, const IScreenCapture::ShareListener* listener, Turn& turn,
+  // Has the present share, if there is one, do `operation`.
+  template <typename Operation, typename... Arguments>
+  void tell(Operation operation, const Arguments&... arguments);
+  // Keeps a setting for all shares, and has the present one use it.
+  template <typename Setting, typename Operation>
+  void keep(Setting& setting, const Setting& value, Operation operation);
+  bool canShare(const char* operation, const IScreenCapture::ShareListener* listener, bool isMyTurn,
                 IScreenCapture::ShareError& error);
   const MainTrackWindowEntry* matchTrackWindow(HWND window) const;
   void configure(ScreenCaptureTask& task);
   bool runTask(const std::shared_ptr<ScreenCaptureTask>& task, void* context,
                IScreenCapture::ShareListener* hostListener, IScreenCapture::ShareError& error);
   std::shared_ptr<ScreenCaptureTask> presentTask() const;
-  bool isStoppingHere() const;
 
-  // Guards all but the constants. Held for moments, and never across the log.
+  // Taken by who starts or stops the share, and again from what the host does there.
+  AnsweringMutex m_turn;
+  std::atomic<bool> m_stopping = false;  // ShareStop waits, in its turn
+
+  // Guards what follows, but for the constants. Held for moments, and never across the log.
   mutable std::mutex m_mutex;
   std::int32_t m_fps = 15;
   bool m_autoActiveShareWindow = true;
@@ -127,11 +119,6 @@ class ScreenCaptureImpl {
   std::shared_ptr<ShareListenerWrapper> m_listener;
   // Set exactly while a share exists, also one that ended by itself.
   std::shared_ptr<ScreenCaptureTask> m_task;
-  std::atomic<bool> m_stopping = false;  // ShareStop waits
-
-  DWORD m_turnThread = 0;  // which starts or stops, or 0
-  int m_turnDepth = 0;
-  const KernelHandle m_turnOver;  // auto-reset; null without memory
 };
 
 }  // namespace qx

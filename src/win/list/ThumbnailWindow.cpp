@@ -16,8 +16,6 @@ namespace {
 // The list of windows leaves this class out.
 constexpr wchar_t kName[] = L"ThumbnailWindow";
 constexpr DWORD kPatience = 1000;
-// How long a wait may last when the system loses what ends it.
-constexpr DWORD kPollMs = 10;
 // What a window's frame has left and right that is not the window's.
 constexpr LONG kEdge = 2;
 

@@ -14,8 +14,6 @@ namespace {
 constexpr wchar_t kTitle[] = L"OrvaSSPromptWindow";
 constexpr COLORREF kTransparentColor = RGB(255, 255, 255);
 constexpr BYTE kAlpha = 128;
-// How long a wait may last when the system loses what ends it.
-constexpr DWORD kPollMs = 10;
 // Has the thread look at what is wished.
 constexpr UINT kWake = WM_APP;
 
@@ -49,7 +47,6 @@ bool PromptFrame::Start(std::function<void(Life&)> life) {
   if (!m_thread.Start(body)) {
     return false;
   }
-  // The time-out is for an event that the system failed to set.
   while (m_life->m_phase == Life::Phase::Starting) {
     static_cast<void>(WaitAnswering(m_life->m_phaseChanged.Get(), kPollMs));
   }

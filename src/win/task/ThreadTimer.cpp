@@ -158,8 +158,6 @@ bool ThreadTimer::Run(Function function) {
       report->completion->ran = true;
     });
   }
-  // The time-out is for an event that the system failed to set.
-  constexpr DWORD kPollMs = 10;
   while (!completion->over) {
     static_cast<void>(WaitAnswering(completion->ended.Get(), kPollMs));
   }

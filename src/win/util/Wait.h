@@ -15,4 +15,9 @@ namespace qx {
 // memory, and waits on when the system refuses to.
 bool WaitAnswering(HANDLE object, DWORD milliseconds = INFINITE);
 
+// How long a single wait of a loop lasts that waits for another thread. What ends it is
+// some state of ours, and the event or message that tells of it can get lost: without
+// memory the system fails to set the one or to post the other.
+inline constexpr DWORD kPollMs = 10;
+
 }  // namespace qx

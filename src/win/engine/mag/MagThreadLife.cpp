@@ -23,8 +23,6 @@ constexpr wchar_t kMagnifierClass[] = L"Magnifier";
 constexpr UINT WM_CREATE_MAG = WM_USER + 101;   // wParam: an entry's id
 constexpr UINT WM_DESTROY_MAG = WM_USER + 102;  // wParam: a magnifier window
 constexpr UINT kPatience = 1000;
-// How long a wait may last when the system loses what ends it.
-constexpr DWORD kPollMs = 10;
 
 }  // namespace
 

@@ -1,6 +1,6 @@
 #include <ctime>
 
-#include "ThreadTime.h"
+#include "thread_time.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include <windows.h>
 
-#include "ThreadTime.h"
+#include "thread_time.h"
 
 namespace {
 
