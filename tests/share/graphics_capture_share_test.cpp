@@ -135,6 +135,29 @@ TEST_F(WgcShareTest, CursorComesAndGoesInARunningShareOfAStillScreen) {
   EXPECT_EQ(host.Engines(), (Engines{kWgc, kBitBlt}));
 }
 
+TEST_F(WgcShareTest, SessionStartsWithTheCursorThatIsWantedAndItsFirstPictureCounts) {
+  SetDuplicateFormat(DXGI_FORMAT_R16G16B16A16_FLOAT);  // the DXGI engine doesn't start
+  for (const bool cursor : {false, true}) {
+    for (const auto other : {kBitBlt, kDxgi}) {
+      SCOPED_TRACE(other);
+      allowEngines({other, kWgc});
+      capture.EnableCaptureCursor(cursor);
+      // A real session draws at once; what is drawn before a change of the cursor is old.
+      FailNth("IDirect3D11CaptureFrame::get_SystemRelativeTime", 1);
+      bool withCursor = !cursor;
+      AtNth("IGraphicsCaptureSession::StartCapture", 1,
+            [&] { withCursor = CaptureSessions().front().cursor; });
+      host.Forget();
+      start();
+      EXPECT_EQ(withCursor, cursor);
+      EXPECT_EQ(host.FrameCount(), 1);
+      EXPECT_EQ(host.Engines(), Engines{kWgc});
+      capture.ShareStop();
+      ClearFaults();
+    }
+  }
+}
+
 TEST_F(WgcShareTest, ClosedItemIsReplacedWhileItsSourceLives) {
   startWindow();
   CloseCaptureItems(window);

@@ -205,6 +205,9 @@ TEST_F(WindowShareTest, CoveringWindowsAreCutOutUnlessIncluded) {
   tick();
   EXPECT_TRUE(Shows(host.LastFrame(), kWindowColor, own));
   EXPECT_TRUE(isLayered(cover));
+  SetLayered(window, std::nullopt, std::uint8_t{255});
+  tick(3);
+  EXPECT_EQ(log.Count("is layered, a copy of the screen lacks it"), 1) << "limited";
   capture.ShareStop();
   EXPECT_FALSE(isLayered(cover)) << "as it was";
   EXPECT_TRUE(isLayered(glass)) << "as it was";

@@ -282,8 +282,8 @@ void ScreenCaptureEngineProxy::startNextEngine(Walk walk) {
       ++m_currentEngine;
       continue;
     }
+    handOverSettings();
     if (entry.engine->Initialize()) {
-      refreshNewEngineConfig();
       return;
     }
     if (walk == Walk::First) {
@@ -333,7 +333,6 @@ void ScreenCaptureEngineProxy::onCaptureFailed() {
   ScreenCaptureEngine* const engine = currentEngine();
   engine->UnInitialize();
   if (engine->Initialize()) {
-    refreshNewEngineConfig();
     return;
   }
   QX_LOG_WARN("current engine capture({:#x}:{}) init failed, change to next", self,
@@ -352,8 +351,8 @@ void ScreenCaptureEngineProxy::changeToNextEngine() {
   }
 }
 
-// Hands what was set so far to the engine that has just started.
-void ScreenCaptureEngineProxy::refreshNewEngineConfig() {
+// Gives what was set so far to the engine that is about to start.
+void ScreenCaptureEngineProxy::handOverSettings() {
   SetSource(m_source);
   SetUseBasicGraphics(m_useBasicGraphics);
   ShowCursor(m_showCursor);

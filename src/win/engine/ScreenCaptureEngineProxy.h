@@ -15,13 +15,13 @@ using EngineTypeSet = std::unordered_set<CaptureEngineType>;
 
 // What the choice of engines depends on, beside the settings.
 struct MachineFacts {
-  bool integrateGPU = false;  // desktop duplication works
-  bool windows81OrGreater = false;
-  bool windows10OrGreater = false;
-  bool windows11OrGreater = false;
-  bool aeroEnabled = false;  // desktop composition
-  bool remoteSession = false;
-  bool canUseMag = true;
+  bool integrateGPU;  // desktop duplication works
+  bool windows81OrGreater;
+  bool windows10OrGreater;
+  bool windows11OrGreater;
+  bool aeroEnabled;  // desktop composition
+  bool remoteSession;
+  bool canUseMag;
 
   static MachineFacts Read();
 };
@@ -98,7 +98,7 @@ class ScreenCaptureEngineProxy : public ScreenCaptureEngine {
   enum class Walk { First, Later };
   void startNextEngine(Walk walk);
   void followIncludeWindows();
-  void refreshNewEngineConfig();
+  void handOverSettings();
   void changeToNextEngine();
   void handleFailure(CaptureResult result);
   void onCaptureFailed();

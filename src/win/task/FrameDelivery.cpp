@@ -15,7 +15,6 @@ constexpr std::uint32_t kLogIntervalSeconds = kLogIntervalMs / 1000;
 void FrameDelivery::Begin(ShareListenerWrapper* listener, const ShareSettings& settings) {
   m_listener = listener;
   m_limit = settings.limit;
-  m_lastCursor = settings.showCursor;
 }
 
 bool FrameDelivery::ChooseTargetSize(Shot& shot) const {

@@ -36,7 +36,7 @@ class FrameDelivery {
   // The size that a frame of `shot.rect` may have. False: capture nothing (logged).
   bool ChooseTargetSize(Shot& shot) const;
   // Before each capture. True: something else is wanted since the last one that can't be
-  // made of what lies in Frame.
+  // made of what lies in Frame. What it says of the first one means nothing to an engine.
   bool NeedsAnotherPicture(const ShareSettings& settings, const Shot& shot);
   // Scales and converts what lies in Frame, and hands it over.
   void DeliverCapture(const ShareSettings& settings, const Shot& shot);

@@ -91,7 +91,6 @@ void ScreenCaptureEngineDXGI::release() {
   }
   m_hasDesktop = false;
   m_pictureMissed = false;
-  m_anotherWanted = false;
   m_frameChanged = true;
   m_mouseChanged = true;
   m_lastPresentTime = 0;
@@ -130,7 +129,6 @@ bool ScreenCaptureEngineDXGI::Capture(std::int32_t x, std::int32_t y, std::int32
     if (!recreate(m_monitorRect)) {
       return false;  // whoever counts the failures tries again
     }
-    m_anotherWanted = true;
     hr = acquireFrame(frameInfo, resource);
   }
   if (FAILED(hr)) {

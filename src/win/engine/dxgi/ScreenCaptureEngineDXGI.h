@@ -64,7 +64,7 @@ class ScreenCaptureEngineDXGI : public ScreenCaptureEngine {
   bool m_mouseChanged = true;
   bool m_hasDesktop = false;     // the duplication has told of a picture
   bool m_pictureMissed = false;  // the last one that the system told of
-  bool m_anotherWanted = false;  // the last one does not count any more
+  bool m_anotherWanted = false;  // the last one does not count any more, also after a restart
   std::int64_t m_lastPresentTime = 0;
   std::int64_t m_lastMouseUpdateTime = 0;
   const bool m_dirtyInfo;
