@@ -32,10 +32,10 @@ using EngineChangedCallback = std::function<void(CaptureEngineType)>;
 
 // One way to capture the screen.
 //
-// Life: construct, Initialize, then captures, UnInitialize. It may be initialised
-// again afterwards. Settings may come at any time and outlive that; what is set before
-// the start holds from the first picture on. Rectangles are in pixels of the virtual
-// screen. An engine takes no lock: one thread at a time
+// Life: construct, Initialize, then captures and settings, UnInitialize. It may
+// be initialised again afterwards; settings outlive that. The cursor is set before the
+// start as well, so that the first picture has it as wanted. Rectangles are in
+// pixels of the virtual screen. An engine takes no lock: one thread at a time
 // calls it, a share's capture thread for all captures.
 class ScreenCaptureEngine {
  public:

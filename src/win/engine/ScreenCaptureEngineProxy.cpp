@@ -282,8 +282,10 @@ void ScreenCaptureEngineProxy::startNextEngine(Walk walk) {
       ++m_currentEngine;
       continue;
     }
-    handOverSettings();
+    // Of all settings, since its first picture may be drawn as it starts.
+    entry.engine->ShowCursor(m_showCursor);
     if (entry.engine->Initialize()) {
+      refreshNewEngineConfig();
       return;
     }
     if (walk == Walk::First) {
@@ -333,6 +335,7 @@ void ScreenCaptureEngineProxy::onCaptureFailed() {
   ScreenCaptureEngine* const engine = currentEngine();
   engine->UnInitialize();
   if (engine->Initialize()) {
+    refreshNewEngineConfig();
     return;
   }
   QX_LOG_WARN("current engine capture({:#x}:{}) init failed, change to next", self,
@@ -351,8 +354,8 @@ void ScreenCaptureEngineProxy::changeToNextEngine() {
   }
 }
 
-// Gives what was set so far to the engine that is about to start.
-void ScreenCaptureEngineProxy::handOverSettings() {
+// Hands what was set so far to the engine that has just started.
+void ScreenCaptureEngineProxy::refreshNewEngineConfig() {
   SetSource(m_source);
   SetUseBasicGraphics(m_useBasicGraphics);
   ShowCursor(m_showCursor);

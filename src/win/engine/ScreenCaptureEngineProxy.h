@@ -98,7 +98,7 @@ class ScreenCaptureEngineProxy : public ScreenCaptureEngine {
   enum class Walk { First, Later };
   void startNextEngine(Walk walk);
   void followIncludeWindows();
-  void handOverSettings();
+  void refreshNewEngineConfig();
   void changeToNextEngine();
   void handleFailure(CaptureResult result);
   void onCaptureFailed();

@@ -345,7 +345,7 @@ void ScreenCaptureTask::reportEngine() {
 
 bool ScreenCaptureTask::createEngine() {
   std::unique_ptr<ScreenCaptureEngineProxy> engine = makeEngine();
-  engine->ShowCursor(m_settings.showCursor);
+  engine->ShowCursor(m_settings.showCursor);  // also of the first picture
   if (!engine->Initialize()) {
     QX_LOG_ERROR("ScreenCaptureEngine Initialize failed");
     return false;
@@ -353,6 +353,7 @@ bool ScreenCaptureTask::createEngine() {
   const bool basicGraphics = WindowsUtil::IsBasicGraphicsAdapter();
   QX_LOG_INFO("use basic graphic processor = {}", basicGraphics);
   engine->SetUseBasicGraphics(basicGraphics);
+  engine->ShowCursor(m_settings.showCursor);
   m_engineShowsCursor = m_settings.showCursor;
   m_engine = std::move(engine);
   return true;
