@@ -35,11 +35,3 @@ BOOL WINAPI GlobalUnlock(HGLOBAL handle) {
   SetLastError(ERROR_SUCCESS);
   return --memory->locks != 0;
 }
-
-HGLOBAL WINAPI GlobalFree(HGLOBAL handle) {
-  VWIN_CALL_INFALLIBLE(GlobalFree);
-  if (!handle) return nullptr;
-  Lock lock;
-  if (!memory::Free(lock, handle)) return SetLastError(ERROR_INVALID_HANDLE), handle;
-  return nullptr;
-}

@@ -41,8 +41,7 @@ int giveKnownText(const std::optional<Fault>& fault, HWND handle, std::wstring W
 }
 
 // A window of the own process is asked for its title, another one's is known.
-template <typename Char>
-int giveTitle(const std::optional<Fault>& fault, HWND handle, Char* to, int size) {
+int giveTitle(const std::optional<Fault>& fault, HWND handle, LPWSTR to, int size) {
   if (fault) return SetLastError(fault->win32), 0;
   std::wstring title;
   const auto read = [&](Lock&, Window& window) { title = window.title; };
@@ -184,11 +183,6 @@ int WINAPI GetClassNameA(HWND handle, LPSTR text, int size) {
 
 int WINAPI GetWindowTextW(HWND handle, LPWSTR text, int size) {
   VWIN_CALL(GetWindowTextW);
-  return giveTitle(fault, handle, text, size);
-}
-
-int WINAPI GetWindowTextA(HWND handle, LPSTR text, int size) {
-  VWIN_CALL(GetWindowTextA);
   return giveTitle(fault, handle, text, size);
 }
 

@@ -129,22 +129,6 @@ BOOL WINAPI ShowWindow(HWND handle, int command) {
   return AsOwnerOrSetError(handle, showNow, activation) && wasVisible;
 }
 
-BOOL WINAPI ShowWindowAsync(HWND handle, int command) {
-  VWIN_CALL(ShowWindowAsync);
-  if (fault) return SetLastError(fault->win32), FALSE;
-  messages::Activation activation;
-  {
-    Lock lock;
-    const auto window = FindOrSetError(lock, handle);
-    if (!window) return FALSE;
-    activation = activationOf(*window, isActivating(command));
-  }
-  if (command < SW_HIDE || command > SW_RESTORE)
-    return SetLastError(ERROR_INVALID_PARAMETER), FALSE;
-  const auto showThen = [command](Lock& lock, Window& window) { show(lock, window, command); };
-  return messages::AsOwnerLater(handle, showThen, activation);
-}
-
 BOOL WINAPI SetWindowPos(HWND handle, HWND after, int x, int y, int width, int height, UINT flags) {
   VWIN_CALL(SetWindowPos);
   if (fault) return SetLastError(fault->win32), FALSE;
@@ -156,12 +140,6 @@ BOOL WINAPI SetWindowPos(HWND handle, HWND after, int x, int y, int width, int h
     activation = activationOf(*window, !(flags & (SWP_NOACTIVATE | SWP_HIDEWINDOW)));
   }
   const RECT to = {x, y, width, height};
-  if (flags & SWP_ASYNCWINDOWPOS) {
-    const auto changeThen = [=](Lock& lock, Window& window) {
-      change(lock, window, after, to, flags);
-    };
-    return messages::AsOwnerLater(handle, changeThen, activation);
-  }
   bool placed = false;
   const auto changeNow = [&](Lock& lock, Window& window) {
     placed = change(lock, window, after, to, flags);

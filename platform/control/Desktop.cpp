@@ -30,9 +30,6 @@ Monitor& monitorOf(Lock& lock, HMONITOR handle) {
 void setAnswer(Lock& lock, Window& window, std::optional<Micros> answersAfter) {
   window.answersAfter = answersAfter;
   window.answersSince = scheduler::Now(lock);
-  if (answersAfter) {
-    for (const auto& change : std::exchange(window.whenItAnswers, {})) change(lock, window);
-  }
   scheduler::Changed();
 }
 

@@ -104,7 +104,6 @@ extern "C" {
 SIZE_T WINAPI GlobalSize(HGLOBAL memory);
 LPVOID WINAPI GlobalLock(HGLOBAL memory);
 BOOL WINAPI GlobalUnlock(HGLOBAL memory);
-HGLOBAL WINAPI GlobalFree(HGLOBAL memory);
 
 }  // extern "C"
 

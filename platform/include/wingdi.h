@@ -8,9 +8,6 @@
 #define RGB(r, g, b)                                                             \
   ((COLORREF)((uint32_t)(uint8_t)(r) | (uint32_t)((uint32_t)(uint8_t)(g) << 8) | \
               (uint32_t)((uint32_t)(uint8_t)(b) << 16)))
-#define GetRValue(rgb) ((BYTE)((rgb)&0xFF))
-#define GetGValue(rgb) ((BYTE)(((rgb) >> 8) & 0xFF))
-#define GetBValue(rgb) ((BYTE)(((rgb) >> 16) & 0xFF))
 
 #define SRCCOPY ((DWORD)0x00CC0020)
 #define CAPTUREBLT ((DWORD)0x40000000)

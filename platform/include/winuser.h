@@ -73,7 +73,6 @@
 #define SWP_SHOWWINDOW 0x0040
 #define SWP_HIDEWINDOW 0x0080
 #define SWP_NOOWNERZORDER 0x0200
-#define SWP_ASYNCWINDOWPOS 0x4000
 
 #define HWND_TOP ((HWND)0)
 #define HWND_BOTTOM ((HWND)1)
@@ -298,7 +297,6 @@ BOOL WINAPI GetClientRect(HWND window, LPRECT rect);
 int WINAPI GetClassNameW(HWND window, LPWSTR text, int size);
 int WINAPI GetClassNameA(HWND window, LPSTR text, int size);
 int WINAPI GetWindowTextW(HWND window, LPWSTR text, int size);
-int WINAPI GetWindowTextA(HWND window, LPSTR text, int size);
 int WINAPI InternalGetWindowText(HWND window, LPWSTR text, int size);
 HWND WINAPI GetWindow(HWND window, UINT command);
 HWND WINAPI GetParent(HWND window);
@@ -321,7 +319,6 @@ HWND WINAPI CreateWindowExW(DWORD exStyle, LPCWSTR className, LPCWSTR title, DWO
                             HINSTANCE instance, LPVOID parameter);
 BOOL WINAPI DestroyWindow(HWND window);
 BOOL WINAPI ShowWindow(HWND window, int command);
-BOOL WINAPI ShowWindowAsync(HWND window, int command);
 BOOL WINAPI SetWindowPos(HWND window, HWND after, int x, int y, int width, int height, UINT flags);
 BOOL WINAPI MoveWindow(HWND window, int x, int y, int width, int height, BOOL repaint);
 // Minimises.

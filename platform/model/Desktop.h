@@ -120,7 +120,6 @@ struct Window : Object {
   HICON classIcon = nullptr;
   std::optional<Micros> answersAfter = 0;
   Micros answersSince = 0;  // in this way
-  std::vector<std::function<void(Lock&, Window&)>> whenItAnswers;
 
   RECT invalid{};  // bounds of what is to be painted, in client coordinates
   bool eraseInvalid = false;

@@ -193,27 +193,6 @@ bool AsOwner(HWND handle, const Change& change, Activation activation) {
   return true;
 }
 
-bool AsOwnerLater(HWND handle, Change change, Activation activation) {
-  {
-    Lock lock;
-    const auto window = desktop::FindWindow(lock, handle);
-    if (!window) return false;
-    if (!window->windowClass && !window->answersAfter) {
-      window->whenItAnswers.push_back(std::move(change));
-      return true;
-    }
-    if (window->windowClass && window->threadId != scheduler::CurrentThreadId()) {
-      RunLater(lock, *window, [handle, change = std::move(change), activation] {
-        carryOut(handle, change, activation);
-      });
-      return true;
-    }
-    if (!window->windowClass) activation = Activation::kNone;
-  }
-  carryOut(handle, change, activation);
-  return true;
-}
-
 bool IsHung(Lock& lock, const Window& window) {
   if (!window.windowClass) return !window.answersAfter;
   const std::optional<Micros>& since = QueueOf(lock, window.threadId).waitsSince;

@@ -38,8 +38,6 @@ using Change = std::function<void(Lock&, Window&)>;
 // Who takes the foreground waits for the window that loses it, if they share their input.
 enum class Activation { kNone, kTakesForeground };
 bool AsOwner(HWND window, const Change& change, Activation activation = Activation::kNone);
-// The same without waiting. `change` outlives the call.
-bool AsOwnerLater(HWND window, Change change, Activation activation = Activation::kNone);
 
 // Runs `work` on the window's thread, without the lock, when that next looks at what
 // was sent to it. Never, when the window goes before.
