@@ -179,7 +179,8 @@ TEST_P(StillScreen, ShowsEachSettingWithTheNextPicture) {
     host.Forget();
     tick();
     EXPECT_EQ(host.LastFrame().format, IScreenCapture::ScreenFrameFormatI420);
-    EXPECT_NEAR(host.LastFrame().y.at(65 * 320 + 100), 16 + (66 * 200 + 129 * 10 + 25 * 30) / 256, 2);
+    EXPECT_NEAR(host.LastFrame().y.at(65 * 320 + 100), 16 + (66 * 200 + 129 * 10 + 25 * 30) / 256,
+                2);
     // Two at once.
     capture.SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormatARGB);
     capture.EnableCaptureCursor(false);

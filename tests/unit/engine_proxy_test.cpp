@@ -257,7 +257,8 @@ TEST_F(EngineProxy, AWindowShareFollowsTheIncludeList) {
   EXPECT_TRUE(Capture(*proxy));
   const Names calls = journal.TakeCalls();
   ASSERT_GE(calls.size(), 3u);
-  EXPECT_EQ(Names(calls.begin(), calls.begin() + 3), (Names{"wgc -", "mag source none", "mag basic off"}));
+  EXPECT_EQ(Names(calls.begin(), calls.begin() + 3),
+            (Names{"wgc -", "mag source none", "mag basic off"}));
 
   // WGC is left, but can't serve the share while a window is to be included.
   journal.unable = {"print", "bitblt"};
