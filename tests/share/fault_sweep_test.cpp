@@ -23,7 +23,7 @@ namespace {
 
 using namespace vwin::control;
 
-enum class Kind { kMonitor, kFailover, kMagFailover, kWindow, kWgcFailover };
+enum class Kind { kMonitor, kStill, kFailover, kMagFailover, kWindow, kWgcFailover };
 struct Scenario {
   const char* name;
   Kind kind;
@@ -99,6 +99,8 @@ class CallSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
         return magFailoverShare(capture, host);
       case Kind::kMonitor:
         return monitorShare(capture, host);
+      case Kind::kStill:
+        return stillShare(capture, host);
       case Kind::kFailover:
         return failoverShare(capture, host);
       case Kind::kWindow:
@@ -146,6 +148,45 @@ class CallSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
     Advance(1100ms);
     capture.ShareResume();
     Advance(2500ms);  // longer than the wait for a secure desktop
+    capture.ShareStop();
+  }
+
+  // On a monitor where nothing moves the cursor comes and goes, and the picture gets larger.
+  // A frame may be as it was before, but is never anything else.
+  void stillShare(ScreenCapture& capture, ShareRecorder& host) {
+    constexpr std::uint32_t kCursor = 0xFA0B0C;
+    SetCursorShape(CursorPicture{4, 4, 0, 0, std::vector<std::uint32_t>(16, 0xFF000000 | kCursor)});
+    SetCursorPosition(50, 30);
+    host.onEvent = [&](const std::string& event) {
+      const Frame frame = host.LastFrame();
+      if (event == "frame") {
+        const int size = frame.width / 32;
+        const int cursor = frame.Count(kCursor);
+        leaks += (size != 1 && size != 2) || frame.At(15 * size, 10 * size) != kWindowColor ||
+                 (cursor != 0 && cursor != 4 * size * size);
+      }
+    };
+    capture.EnablePromptWindow(false);
+    capture.EnableFilterWindowWhenShareDesktop(false);
+    capture.SetCaptureFrameResolutionLimit(
+        {.maxScreenWidth = 32, .maxScreenHeight = 24, .maxScreenPixels = 32 * 24});
+    if (!start(capture, host)) {
+      return;
+    }
+    Advance(140ms);
+    capture.EnableCaptureCursor(false);
+    Advance(140ms);
+    capture.EnableCaptureCursor(true);
+    Advance(140ms);
+    capture.SetCaptureFrameResolutionLimit({});
+    Advance(140ms);
+    capture.EnableCaptureCursor(false);
+    Advance(2500ms);  // longer than the wait for a secure desktop
+    if (host.Count("stop") == 0) {
+      EXPECT_TRUE(Shows(host.LastFrame(), 0x203040,
+                        {{5, 5, 15, 15, kSecretColor}, {20, 10, 40, 30, kWindowColor}}))
+          << "after " << InjectedInto().value_or("no fault");
+    }
     capture.ShareStop();
   }
 
@@ -341,7 +382,8 @@ TEST_P(CallSweep, EveryCallFailsOnceAndTheShareSurvivesOrReports) {
   wholeShare(undisturbed);
   ASSERT_EQ(undisturbed.Count("stop"), 0);
   ASSERT_GT(undisturbed.FrameCount(), 15) << "without faults the scenario is whole";
-  const std::map<Kind, Engines> engines = {{Kind::kFailover, {kDxgi, kBitBlt, kDxgi}},
+  const std::map<Kind, Engines> engines = {{Kind::kStill, {kDxgi}},
+                                           {Kind::kFailover, {kDxgi, kBitBlt, kDxgi}},
                                            {Kind::kMagFailover, {kMag, kDxgi, kBitBlt, kMag}},
                                            {Kind::kWgcFailover, {kWgc, kPrint, kWgc}}};
   if (engines.contains(scenario().kind)) {
@@ -457,6 +499,7 @@ INSTANTIATE_TEST_SUITE_P(
     InTurns(testing::Values(Scenario{"Windows7ClassicMonitor", Kind::kMonitor, kWindows7, false},
                             Scenario{"Windows7ClassicWindow", Kind::kWindow, kWindows7, false},
                             Scenario{"Windows10Monitor", Kind::kMonitor, kWindows10, true},
+                            Scenario{"Windows10Still", Kind::kStill, kWindows10, true},
                             Scenario{"Windows10Failover", Kind::kFailover, kWindows10, true},
                             Scenario{"Windows10Window", Kind::kWindow, kWindows10, true})),
     NameOf);

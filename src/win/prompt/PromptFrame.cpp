@@ -24,6 +24,15 @@ PromptFrame::Look ToLook(const IScreenCapture::PromptWindowInfo& info, bool pain
   return {painted, channel(info.r, 0) | channel(info.g, 8) | channel(info.b, 16), info.width};
 }
 
+// Otherwise it would hide what it lies over, and take its clicks. Only a window that is
+// layered takes attributes.
+bool MakeSeeThrough(HWND window) {
+  SetWindowLongPtrW(window, GWL_EXSTYLE,
+                    GetWindowLongPtrW(window, GWL_EXSTYLE) | WS_EX_LAYERED | WS_EX_TRANSPARENT);
+  return SetLayeredWindowAttributes(window, kTransparentColor, kAlpha, LWA_COLORKEY | LWA_ALPHA) !=
+         FALSE;
+}
+
 }  // namespace
 
 PromptFrame::PromptFrame(const Kind& kind, const Place& place, bool painted)
@@ -122,7 +131,7 @@ HWND PromptFrame::Life::Open() {
   const HWND window =
       CreateWindowExW(WS_EX_TOOLWINDOW, m_kind.className, kTitle, WS_POPUP, place.x, place.y,
                       place.width, place.height, nullptr, nullptr, windowClass.hInstance, nullptr);
-  if (!window || !attachTo(window)) {
+  if (!window || !attachTo(window) || !MakeSeeThrough(window)) {
     if (window) {
       DestroyWindow(window);
     }
@@ -130,9 +139,6 @@ HWND PromptFrame::Life::Open() {
     enter(Phase::Down);
     return nullptr;
   }
-  SetWindowLongPtrW(window, GWL_EXSTYLE,
-                    GetWindowLongPtrW(window, GWL_EXSTYLE) | WS_EX_LAYERED | WS_EX_TRANSPARENT);
-  SetLayeredWindowAttributes(window, kTransparentColor, kAlpha, LWA_COLORKEY | LWA_ALPHA);
   return window;
 }
 
