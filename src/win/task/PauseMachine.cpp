@@ -14,7 +14,9 @@ void PauseMachine::Pause(IScreenCapture::SharePauseReason reason) {
     return;
   }
   if (m_keepLiveTask == ThreadTimer::kNoTask) {
-    m_keepLiveTask = m_timer.AddPeriodicTask(0.0, m_listener->GetKeepAliveInterval(), m_keepLive);
+    // A period of 0 would keep the thread busy.
+    const std::int32_t interval = m_listener->GetKeepAliveInterval();
+    m_keepLiveTask = m_timer.AddPeriodicTask(0.0, interval == 0 ? 1 : interval, m_keepLive);
     QX_LOG_INFO("qx-sc:workflow:pause share add keep_live_timer_task");
   }
   m_reason = reason;
