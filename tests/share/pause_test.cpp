@@ -74,6 +74,15 @@ TEST_F(ShareTest, KeepLivePeriodIsTheOneOfTheStartAndNoneWhenNegativeIn32Bits) {
   }
 }
 
+TEST_F(ShareTest, AShareThatEndsInAPauseRepeatsNothingMore) {
+  start();
+  capture.SharePause();
+  tick();
+  RemoveMonitor(monitor());
+  Advance(3s);
+  EXPECT_EQ(host.Events(true).back(), "stop");
+}
+
 // A capture of a new size can fail after the engine has resized the frame. What
 // was delivered before must stay readable; the sanitizers see it if it does not.
 TEST_F(ShareTest, KeepLiveFrameOutlivesAFrameThatWasResizedByAFailedCapture) {

@@ -384,7 +384,7 @@ void ScreenCaptureTask::waitForSecureDesktop(std::uint64_t nowMs) {
 }
 
 void ScreenCaptureTask::sendKeepLiveFrame() {
-  if (isRunning() && m_keepLiveCallback) {
+  if (isCapturing() && m_keepLiveCallback) {
     m_keepLiveCallback(&m_delivery.KeepLiveFrame());
   }
 }
