@@ -88,6 +88,19 @@ TEST_F(ShareTest, DirtyInfoComesBeforeItsFrameWhenAskedFor) {
   EXPECT_EQ(host.Events(true), (Events{"dirty 0 0 0", "frame", "dirty 0 0 0", "frame"}));
 }
 
+// The engine is made anew and named, on the share's thread, when the host knows of the start.
+TEST_F(ShareTest, WhatIsSetWhileTheStartIsToldComesAfterIt) {
+  host.onEvent = [&](const std::string& event) {
+    if (event == "start") {
+      capture.SetScreenCaptureConfig({.GetDirtyRectInfo = true});
+      Settle();
+      EXPECT_EQ(host.Events(true), (Events{"engine 4", "start"}));
+    }
+  };
+  start();
+  EXPECT_EQ(host.Engines(), (Engines{kBitBlt, kBitBlt}));
+}
+
 TEST_F(ShareTest, LivingConfigurationSetsTheWholeRecord) {
   IScreenCapture::LivingScreenCaptureConfig living;
   living.KeepAliveInterval = 250;

@@ -43,7 +43,8 @@ ScreenCaptureTask::ScreenCaptureTask(std::shared_ptr<FilterWindowManager> filter
       m_pause(m_timer, [this] { sendKeepLiveFrame(); }) {
   m_timer.AddTask(0.0, 0.0, true, [] { SetCurrentThreadName("SC-CaptureThread"); });
   m_wishTask = m_timer.AddTask(kSeldomMs, kSeldomMs, false, [this] {
-    if (isRunning() && carryOutWishes()) {
+    // Before the first tick a listener is still being told of the start, on another thread.
+    if (isRunning() && m_begun && carryOutWishes()) {
       m_timer.RunSoon(m_captureTimerTask);
     }
   });
