@@ -189,6 +189,7 @@ Desk::Desk(Bytes& bytes) {
 }
 
 Desk::~Desk() {
+  ClearFaults();
   for (const HWND window : m_windows) {
     SetOnOtherVirtualDesktop(window, false);
   }
@@ -217,6 +218,7 @@ Desk::~Desk() {
 }
 
 void Desk::Calm() {
+  m_calm = true;
   ClearFaults();
   SetD3DResult(S_OK);
   SetD3DFault(std::nullopt);
@@ -417,7 +419,7 @@ void Desk::actOnCard(Bytes& bytes) {
     case 9:
       return SetStretchRectCalls(bytes.Next() % 3);
     case 10:
-      return SetRenderTime(anyDelayOrNone(bytes));
+      return SetRenderTime(anyDelay(bytes));
     case 11:
       return SetD3D9DeviceState(bytes.OneOf(kResults));
     case 12:
@@ -475,6 +477,9 @@ void Desk::fail(Bytes& bytes) {
                                      {ERROR_INVALID_PARAMETER, E_FAIL},
                                      {ERROR_ACCESS_DENIED, E_ACCESSDENIED},
                                      {ERROR_GEN_FAILURE, DXGI_ERROR_ACCESS_LOST}};
+  if (m_calm) {
+    return;
+  }
   const int what = bytes.Next() % 8;
   const std::uint64_t call = 1 + bytes.Next();
   if (what < 3) {

@@ -51,6 +51,7 @@ class Desk {
 
   HWND m_secret = nullptr;
   std::atomic<bool> m_copiesHide = false;
+  std::atomic<bool> m_calm = false;
   std::mutex m_mutex;  // over the next; held for moments only
   std::vector<HWND> m_windows;
 };

@@ -54,7 +54,7 @@ void Host::Play(Bytes bytes) {
 }
 
 void Host::Listen(Bytes& script) {
-  if (script.IsEmpty() || t_depth == kDeepest) {
+  if (m_ending || script.IsEmpty() || t_depth == kDeepest) {
     return;
   }
   ++t_depth;
@@ -68,6 +68,8 @@ void Host::End() {
     WaitForSingleObject(worker.thread, INFINITE);
     CloseHandle(worker.thread);
   }
+  m_ending = true;
+  vwin::control::Settle();
   for (qx_screen_capture* const capture : m_captures.All()) {
     endShare(capture, true);
   }
@@ -358,12 +360,12 @@ void Host::answered(void* user, const Item* items, std::int32_t count, Check che
 }
 
 template <typename Callback, typename List>
-void Host::ask(Bytes& bytes, bool async, Callback callback, List list) {
+void Host::ask(Bytes& bytes, bool async, Callback callback, List function) {
   qx_screen_capture* const capture = m_captures.Any(bytes);
   const bool none = bytes.Next() == 255;
   Answer& answer = newAnswer(bytes.Part());
   const qx_result result = with(m_captures, capture, [&](qx_screen_capture* object) {
-    return list(object, none ? nullptr : callback, &answer);
+    return function(object, none ? nullptr : callback, &answer);
   });
   Promise(result == QX_OK || result == QX_ERROR_OBJECT || result == QX_ERROR_FAILED ||
               (none && result == QX_ERROR_ARGUMENT),

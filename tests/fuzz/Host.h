@@ -182,7 +182,7 @@ class Host {
   template <typename Item, typename Check>
   static void answered(void* user, const Item* items, std::int32_t count, Check check);
   template <typename Callback, typename List>
-  void ask(Bytes& bytes, bool async, Callback callback, List list);
+  void ask(Bytes& bytes, bool async, Callback callback, List function);
   Answer& newAnswer(Bytes script);
 
   bool isReader(const qx_queue* queue);
@@ -199,6 +199,8 @@ class Host {
   Handles<qx_screen_capture> m_captures;
   Handles<qx_queue> m_queues;
   Handles<qx_frame> m_frames;
+
+  std::atomic<bool> m_ending = false;  // who is told something does nothing more
 
   std::mutex m_mutex;  // over all that follows; held for moments only
   std::list<Share> m_shares;

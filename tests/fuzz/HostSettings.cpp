@@ -32,6 +32,9 @@ std::pair<std::string, bool> anyTitle(Bytes& bytes) {
   return bytes.OneOf(kTitles);
 }
 
+void QX_CALL onAudioError(const char*) {}
+void QX_CALL onVolume(std::int32_t) {}
+
 void fillFlags(Bytes& bytes, auto& config) {
   constexpr std::uint64_t kTimes[] = {1000, 0, 1, 50, 300, UINT32_MAX, UINT64_MAX};
   config.keep_alive_interval = bytes.OneOf(kTimes);
@@ -292,9 +295,9 @@ void Host::callProcess(Bytes& bytes) {
     case 2:
       return expect(qx_unregister_log_callback(), true);
     case 3:
-      return expect(qx_register_audio_error_callback(some ? [](const char*) {} : nullptr), some);
+      return expect(qx_register_audio_error_callback(some ? &onAudioError : nullptr), some);
     case 4:
-      return expect(qx_register_audio_volume_callback(some ? [](std::int32_t) {} : nullptr), some);
+      return expect(qx_register_audio_volume_callback(some ? &onVolume : nullptr), some);
     case 5: {
       const int index = bytes.Next() % 4;
       return expect(qx_set_audio_capture_debug_path(kPaths[index]), index == 1 || index == 2);
