@@ -132,6 +132,8 @@ void WINAPI WakeAllConditionVariable(PCONDITION_VARIABLE condition) {
   threads::WakeAll(lock, *condition);
 }
 
+vwin::StructuredException::~StructuredException() = default;
+
 void WINAPI RaiseException(DWORD code, DWORD, DWORD, const ULONG_PTR*) {
   VWIN_CALL_INFALLIBLE(RaiseException);
   throw StructuredException{code};

@@ -1,17 +1,8 @@
 #include "platform/control/Ledger.h"
 
 #include <algorithm>
-#include <iterator>
 
 namespace vwin::control {
-namespace {
-
-bool IsKeptForLife(const ledger::Entry& entry) {
-  return std::any_of(std::begin(kKeptForLife), std::end(kKeptForLife),
-                     [&](const char* kind) { return entry.kind == kind; });
-}
-
-}  // namespace
 
 LedgerSnapshot Snapshot() {
   Lock lock;
@@ -21,13 +12,14 @@ LedgerSnapshot Snapshot() {
 std::string Difference(const LedgerSnapshot& before) {
   LedgerSnapshot known = before;
   std::string text;
-  for (const ledger::Entry& entry : Snapshot()) {
+  Lock lock;
+  for (const ledger::Entry& entry : ledger::Outstanding(lock, kKeptForLife)) {
     const auto same = std::find_if(known.begin(), known.end(), [&](const ledger::Entry& other) {
       return other.kind == entry.kind && other.key == entry.key;
     });
     if (same != known.end()) {
       known.erase(same);
-    } else if (!IsKeptForLife(entry)) {
+    } else {
       text +=
           entry.kind + " of " + entry.call + " on thread " + std::to_string(entry.thread) + "\n";
     }

@@ -8,8 +8,15 @@
 namespace vwin {
 
 // Thrown where Windows would raise a structured exception. It derives from
-// nothing, so that no catch of std::exception takes it for an ordinary failure.
-struct StructuredException {
+// nothing, so that no catch of std::exception takes it for an ordinary failure. Its
+// destructor has a body in one library, and so the type has one description in the
+// process: some C++ libraries know a type by the address of that.
+struct __attribute__((visibility("default"))) StructuredException {
+  explicit StructuredException(uint32_t number) : code(number) {}
+  StructuredException(const StructuredException&) = default;
+  StructuredException& operator=(const StructuredException&) = default;
+  virtual ~StructuredException();
+
   uint32_t code;
 };
 

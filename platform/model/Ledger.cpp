@@ -1,5 +1,7 @@
 #include "platform/model/Ledger.h"
 
+#include <algorithm>
+#include <limits>
 #include <map>
 #include <utility>
 
@@ -35,9 +37,17 @@ void Return(Lock& lock, const char* kind, std::uintptr_t key) {
 
 void Misuse(Lock&, std::string what) { TheState().misuses.push_back(std::move(what)); }
 
-std::vector<Entry> Outstanding(Lock&) {
+std::vector<Entry> Outstanding(Lock&, std::span<const char* const> without) {
+  const auto& all = TheState().entries;
   std::vector<Entry> entries;
-  for (const auto& [thing, entry] : TheState().entries) entries.push_back(entry);
+  for (auto next = all.begin(); next != all.end();) {
+    const std::string& kind = next->first.first;
+    if (std::find(without.begin(), without.end(), kind) != without.end()) {
+      next = all.upper_bound({kind, std::numeric_limits<std::uintptr_t>::max()});
+    } else {
+      entries.push_back(next++->second);
+    }
+  }
   return entries;
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -26,7 +27,8 @@ struct Entry {
   std::string call;
   std::uint32_t thread;
 };
-std::vector<Entry> Outstanding(Lock& lock);
+// Those of the kinds in `without` are passed over at no cost, however many there are.
+std::vector<Entry> Outstanding(Lock& lock, std::span<const char* const> without = {});
 std::vector<std::string> Misuses(Lock& lock);
 void ForgetMisuses(Lock& lock);
 
