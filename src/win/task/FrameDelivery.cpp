@@ -123,6 +123,7 @@ void FrameDelivery::DeliverUnchanged(const ShareSettings& settings, const Shot& 
     return;
   }
   adoptLimit(settings.limit);
+  tellDirty(settings, nothing);
   // A tick that comes a little early must not let a whole further one pass.
   const std::uint64_t longestSilence =
       settings.config.KeepAliveInterval * 1000 - kEarlyRepeatMicros;
@@ -130,7 +131,6 @@ void FrameDelivery::DeliverUnchanged(const ShareSettings& settings, const Shot& 
   if (settings.config.DynamicFrameCallback && silence <= longestSilence) {
     return;
   }
-  tellDirty(settings, nothing);
   m_record.SetTimestamp(shot.timestamp);
   m_listener->OnFrame(&m_record.Get());
 }
