@@ -76,8 +76,7 @@ void Host::End() {
   for (qx_queue* const queue : m_queues.All()) {
     while (nextEventOf(queue, sizeof(qx_event)) == QX_OK) {
     }
-    static_cast<void>(with(m_queues, queue, qx_queue_destroy));
-    m_queues.End(queue, true);
+    endQueue(queue);
   }
   vwin::control::Settle();
   vwin::control::Advance(10s);
@@ -429,8 +428,9 @@ void Host::getText(Bytes& bytes) {
 
 // ---------------------------------------------------------------------- queues
 
-void Host::destroyQueue(Bytes& bytes) {
-  qx_queue* const queue = m_queues.Any(bytes);
+void Host::destroyQueue(Bytes& bytes) { endQueue(m_queues.Any(bytes)); }
+
+void Host::endQueue(qx_queue* queue) {
   const bool begun = m_queues.BeginEnd(queue);
   const qx_result result = with(m_queues, queue, qx_queue_destroy);
   Promise(result == QX_OK || result == QX_ERROR_OBJECT, "a queue can be destroyed");

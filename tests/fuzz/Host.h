@@ -185,6 +185,7 @@ class Host {
   void ask(Bytes& bytes, bool async, Callback callback, List function);
   Answer& newAnswer(Bytes script);
 
+  void endQueue(qx_queue* queue);
   bool isReader(const qx_queue* queue);
   qx_result nextEventOf(qx_queue* queue, std::size_t size);
   static void checkEvent(const qx_event& event);
