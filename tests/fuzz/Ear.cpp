@@ -47,10 +47,7 @@ qx_share_listener Ear::allFunctions() {
   };
   functions.on_frame_dirty_info = [](void* context, bool, std::uint64_t, double ratio) {
     Ear& ear = the(context);
-    ear.hear(kDirty, [&] {
-      Promise(std::isfinite(ratio) && ratio >= 0, "a ratio is a number");
-      ear.m_frameIsDue = ear.isGiven(kFrame);
-    });
+    ear.hear(kDirty, [&] { Promise(std::isfinite(ratio) && ratio >= 0, "a ratio is a number"); });
   };
   functions.on_share_window_changed = [](void* context, std::int32_t, std::int32_t) {
     the(context).hear(kWindowChanged, nothing);
@@ -133,11 +130,6 @@ void Ear::order(Operation operation) {
     const auto self = std::this_thread::get_id();
     Promise(m_thread.value_or(self) == self, "a share has one thread");
     m_thread = self;
-  }
-  if (m_frameIsDue) {
-    Promise(operation == kFrame || operation == kFirstFrame || operation == kStatistics,
-            "figures come before their frame");
-    m_frameIsDue = operation != kFrame;
   }
 }
 

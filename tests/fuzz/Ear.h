@@ -82,7 +82,6 @@ class Ear {
   unsigned m_engines = 0;  // that have been named, a bit for each
   bool m_heardStop = false;
   bool m_heardFirstFrame = false;
-  bool m_frameIsDue = false;
 };
 
 }  // namespace qx::fuzz
