@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "PacedLoop.h"
+#include "src/win/util/PictureInfo.h"
 
 namespace {
 
@@ -93,13 +94,7 @@ class HandLoop {
   };
 
   Section makeSection() const {
-    BITMAPINFO info = {};
-    info.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
-    info.bmiHeader.biWidth = m_width;
-    info.bmiHeader.biHeight = -m_height;
-    info.bmiHeader.biPlanes = 1;
-    info.bmiHeader.biBitCount = 32;
-    info.bmiHeader.biCompression = BI_RGB;
+    const BITMAPINFO info = qx::PictureInfo(m_width, m_height);
     Section section;
     section.bitmap = CreateDIBSection(m_screen, &info, DIB_RGB_COLORS, &section.argb, nullptr, 0);
     return section;

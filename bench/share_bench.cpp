@@ -83,14 +83,13 @@ void AskForAdapter() {
 class EmptyFrame {
  public:
   explicit EmptyFrame(const RECT& rect)
-      : m_window(rect, kWindowColor,
+      : m_window(rect, kWhite,
                  WS_EX_TOPMOST | WS_EX_TOOLWINDOW | WS_EX_LAYERED | WS_EX_TRANSPARENT) {
-    SetLayeredWindowAttributes(m_window.Handle(), kKey, 255, LWA_COLORKEY | LWA_ALPHA);
+    SetLayeredWindowAttributes(m_window.Handle(), kWhite, 255, LWA_COLORKEY | LWA_ALPHA);
   }
 
  private:
-  static constexpr COLORREF kKey =
-      RGB(kWindowColor >> 16 & 0xFF, kWindowColor >> 8 & 0xFF, kWindowColor & 0xFF);
+  static constexpr std::uint32_t kWhite = 0xFFFFFF;  // whatever the order of colours
 
   qx::test::ColorWindow m_window;
 };

@@ -8,26 +8,18 @@ double Micros(const FILETIME& time) {
   return (time.dwHighDateTime * 4294967296.0 + time.dwLowDateTime) / 10.0;
 }
 
+// `getTimes` is GetThreadTimes or its like.
+template <typename GetTimes>
+double MicrosOf(GetTimes getTimes, HANDLE whose) {
+  FILETIME created;
+  FILETIME ended;
+  FILETIME kernel;
+  FILETIME user;
+  return getTimes(whose, &created, &ended, &kernel, &user) ? Micros(kernel) + Micros(user) : 0;
+}
+
 }  // namespace
 
-double ThreadMicros() {
-  FILETIME created;
-  FILETIME ended;
-  FILETIME kernel;
-  FILETIME user;
-  if (!GetThreadTimes(GetCurrentThread(), &created, &ended, &kernel, &user)) {
-    return 0;
-  }
-  return Micros(kernel) + Micros(user);
-}
+double ThreadMicros() { return MicrosOf(&GetThreadTimes, GetCurrentThread()); }
 
-double ProcessMicros() {
-  FILETIME created;
-  FILETIME ended;
-  FILETIME kernel;
-  FILETIME user;
-  if (!GetProcessTimes(GetCurrentProcess(), &created, &ended, &kernel, &user)) {
-    return 0;
-  }
-  return Micros(kernel) + Micros(user);
-}
+double ProcessMicros() { return MicrosOf(&GetProcessTimes, GetCurrentProcess()); }

@@ -158,8 +158,8 @@ class CallSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
     SetCursorShape(CursorPicture{4, 4, 0, 0, std::vector<std::uint32_t>(16, 0xFF000000 | kCursor)});
     SetCursorPosition(50, 30);
     host.onEvent = [&](const std::string& event) {
-      const Frame frame = host.LastFrame();
       if (event == "frame") {
+        const Frame frame = host.LastFrame();
         const int size = frame.width / 32;
         const int cursor = frame.Count(kCursor);
         leaks += (size != 1 && size != 2) || frame.At(15 * size, 10 * size) != kWindowColor ||

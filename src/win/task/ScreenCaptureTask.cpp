@@ -354,7 +354,6 @@ bool ScreenCaptureTask::createEngine() {
   const bool basicGraphics = WindowsUtil::IsBasicGraphicsAdapter();
   QX_LOG_INFO("use basic graphic processor = {}", basicGraphics);
   engine->SetUseBasicGraphics(basicGraphics);
-  engine->ShowCursor(m_settings.showCursor);
   m_engineShowsCursor = m_settings.showCursor;
   m_engine = std::move(engine);
   return true;

@@ -323,14 +323,14 @@ bool ScreenCaptureEngineWGC::copyPicture(const CapturedFrame& captured, const RE
   }
   const std::int32_t width = rect.right - rect.left;
   const std::int32_t height = rect.bottom - rect.top;
-  PictureReader::Wish wish = {.part = {0, 0, captured.Size().width, captured.Size().height},
-                              .rawWidth = width,
-                              .rawHeight = height,
-                              .width = m_targetWidth != 0 ? m_targetWidth : width,
-                              .height = m_targetHeight != 0 ? m_targetHeight : height};
-  if (!m_window) {
-    wish.last = ScreenCaptureFrame::Last::Replaced;  // a monitor's is never refused
-  }
+  PictureReader::Wish wish = {
+      .part = {0, 0, captured.Size().width, captured.Size().height},
+      .rawWidth = width,
+      .rawHeight = height,
+      .width = m_targetWidth != 0 ? m_targetWidth : width,
+      .height = m_targetHeight != 0 ? m_targetHeight : height,
+      // A monitor's is never refused.
+      .last = m_window ? ScreenCaptureFrame::Last::Kept : ScreenCaptureFrame::Last::Replaced};
   if (!part.whole) {
     const RECT all = wish.part;
     IntersectRect(&wish.part, &part.box, &all);
