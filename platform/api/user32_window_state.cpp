@@ -186,7 +186,7 @@ LONG_PTR WINAPI SetWindowLongPtrW(HWND handle, int index, LONG_PTR value) {
       const auto found = owner ? FindOrSetError(lock, owner) : nullptr;
       if (owner && !found) return 0;
       previous = reinterpret_cast<LONG_PTR>(desktop::ParentOrOwner(*window));
-      if (!desktop::SetOwner(lock, *window, own_windows::TopLevelOf(found.get())))
+      if (!desktop::SetOwner(lock, *window, found.get()))
         return SetLastError(ERROR_INVALID_PARAMETER), 0;
       return previous;
     }

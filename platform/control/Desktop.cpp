@@ -234,7 +234,7 @@ HWND OpenWindow(const WindowSpec& wanted) {
   }
   Lock lock;
   window->parent = wanted.parent ? &windowOf(lock, wanted.parent) : desktop::Get(lock).root.get();
-  if (wanted.owner) window->owner = &windowOf(lock, wanted.owner);
+  if (wanted.owner) window->owner = desktop::TopLevelOf(&windowOf(lock, wanted.owner));
   desktop::Enter(lock, window, nullptr);
   return window->handle;
 }

@@ -191,8 +191,13 @@ std::shared_ptr<Window> Leave(Lock& lock, Window& window);
 // Direct children and, for a top-level window, the windows that it owns.
 std::vector<HWND> DependentsOf(Lock& lock, const Window& window);
 
-// Gives a top-level window another owner, null for none; its place in the order stays.
-// False for a child and for a window that `owner` depends on.
+// The window that owns, when somebody names `window`: its top-level window. Null for
+// the desktop and for null.
+Window* TopLevelOf(Window* window);
+
+// Gives a top-level window another owner, null for none, and the top-level window of a
+// child; its place in the order stays. False for a child and for a window that `owner`
+// depends on.
 bool SetOwner(Lock& lock, Window& window, Window* owner);
 // False for children, for the desktop window and for windows that are never seen.
 bool IsTopLevel(Lock& lock, const Window& window);

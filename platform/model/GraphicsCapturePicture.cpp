@@ -5,7 +5,6 @@
 #include "platform/model/Compositor.h"
 #include "platform/model/Desktop.h"
 #include "platform/model/Machine.h"
-#include "platform/model/OwnWindows.h"
 #include "platform/model/Rects.h"
 
 // The loops over pixels are worth vector instructions in every build.
@@ -46,7 +45,7 @@ void drawCursor(Lock& lock, const Source& source, const RECT& area, Surface& sur
   const auto picture = handles::Get<CursorShape>(lock, HandleKind::kCursor, cursor.shape);
   if (!cursor.showing || !picture || !Holds(area, cursor.position)) return;
   if (source.window) {
-    const Window* const top = own_windows::TopLevelOf(desktop::WindowAt(lock, cursor.position));
+    const Window* const top = desktop::TopLevelOf(desktop::WindowAt(lock, cursor.position));
     if (!top || top->handle != source.window) return;  // it is over another one
   }
   compositor::Overlay(surface, surface.bounds(), cursor.position.x - picture->hotspotX - area.left,

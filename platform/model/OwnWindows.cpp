@@ -97,7 +97,7 @@ HWND Create(const Request& request) {
     Window* const top =
         request.parent == HWND_MESSAGE ? desktop.messageRoot.get() : desktop.root.get();
     window->parent = child ? parent.get() : top;
-    if (!child) window->owner = TopLevelOf(parent.get());
+    if (!child) window->owner = desktop::TopLevelOf(parent.get());
     messages::OpenQueue(lock);
     window->surface = Surface(WidthOf(request.rect), HeightOf(request.rect),
                               desktop::BackgroundOf(lock, *window));
@@ -151,11 +151,6 @@ void EndThread(std::uint32_t threadId) {
     while (Window* const window = firstOfThread(*root, threadId)) Remove(lock, *window, gone);
   }
   messages::ForgetThread(lock, threadId);
-}
-
-Window* TopLevelOf(Window* window) {
-  while (window && window->parent && window->parent->parent) window = window->parent;
-  return window && window->parent ? window : nullptr;
 }
 
 HDC BeginPaint(HWND handle, PAINTSTRUCT& paint) {

@@ -42,10 +42,6 @@ void Remove(Lock& lock, Window& window, std::vector<std::shared_ptr<Window>>& go
 // Takes away what a thread that ends leaves: its windows and its message queue.
 void EndThread(std::uint32_t threadId);
 
-// The window that owns, when somebody names `window`: its top-level window. Null for
-// the desktop and for null.
-Window* TopLevelOf(Window* window);
-
 // Null for a stale window. Validates, erases and opens a DC clipped to what was
 // invalid.
 HDC BeginPaint(HWND window, PAINTSTRUCT& paint);

@@ -138,8 +138,14 @@ std::vector<HWND> DependentsOf(Lock& lock, const Window& window) {
   return found;
 }
 
+Window* TopLevelOf(Window* window) {
+  while (window && window->parent && window->parent->parent) window = window->parent;
+  return window && window->parent ? window : nullptr;
+}
+
 bool SetOwner(Lock&, Window& window, Window* owner) {
   if (window.isChild()) return false;
+  owner = TopLevelOf(owner);
   for (const Window* above = owner; above; above = above->owner) {
     if (above == &window) return false;
   }

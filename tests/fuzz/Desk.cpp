@@ -4,7 +4,6 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -53,36 +52,11 @@ constexpr HRESULT kResults[] = {S_OK,
                                 REGDB_E_CLASSNOTREG};
 
 // Calls that may fail for good and have nothing to give back and nobody to wake.
-const char* const kFailing[] = {"BitBlt",
-                                "PrintWindow",
-                                "CreateDIBSection",
-                                "CreateCompatibleDC",
-                                "GetDC",
-                                "CreateWindowExW",
-                                "CreateEventW",
-                                "_beginthreadex",
-                                "EnumWindows",
-                                "EnumDisplayMonitors",
-                                "GetMonitorInfoW",
-                                "GetWindowRect",
-                                "GetWindowLongPtrW",
-                                "GetWindowThreadProcessId",
-                                "SetWindowLongPtrW",
-                                "SetLayeredWindowAttributes",
-                                "DwmGetWindowAttribute",
-                                "DwmRegisterThumbnail",
-                                "D3D11CreateDevice",
-                                "CreateDXGIFactory1",
-                                "IDXGIOutput1::DuplicateOutput",
-                                "IDXGIOutputDuplication::AcquireNextFrame",
-                                "ID3D11Device::CreateTexture2D",
-                                "ID3D11DeviceContext::Map",
-                                "Direct3DCreate9Ex",
-                                "IDirect3DDevice9::StretchRect",
-                                "MagSetWindowSource",
-                                "MagSetWindowFilterList",
-                                "IGraphicsCaptureSession::StartCapture",
-                                "IDirect3D11CaptureFramePool::Recreate"};
+const char* const kFailing[] = {"BitBlt",         "PrintWindow",       "GetDC",
+                                "EnumWindows",    "GetWindowRect",     "GetMonitorInfoW",
+                                "CreateEventW",   "_beginthreadex",    "D3D11CreateDevice",
+                                "StretchRect",    "Direct3DCreate9Ex", "MagSetWindowFilterList",
+                                "CreateWindowExW"};
 
 int coordinate(Bytes& bytes) {
   const int byte = bytes.Next();
@@ -114,11 +88,6 @@ std::int32_t idOf(const void* handle) {
   return static_cast<std::int32_t>(reinterpret_cast<std::intptr_t>(handle));
 }
 
-HICON theIcon() {
-  static const HICON icon = MakeIcon({2, 1, {0xFFFF0000, 0x80FF0000}});
-  return icon;
-}
-
 void setPointerShape(Bytes& bytes) {
   constexpr std::uint32_t kSizes[] = {0, 1, 2, 8, 31};
   vwin::PointerShape shape = {};
@@ -130,6 +99,106 @@ void setPointerShape(Bytes& bytes) {
   shape.bytes.assign(std::size_t{shape.pitch} * shape.height, bytes.Next());
   SetPointerShape(shape);
 }
+
+using Event = void (*)(Bytes&);
+
+constexpr Event kOfSystem[] = {
+    [](Bytes& bytes) { LockSession(bytes.Flag()); },
+    [](Bytes& bytes) { SetSecureDesktop(bytes.Flag()); },
+    [](Bytes& bytes) { SetRemoteSession(bytes.Flag()); },
+    [](Bytes& bytes) { SetSessionQuery(static_cast<vwin::SessionQuery>(bytes.Next() % 3)); },
+    [](Bytes& bytes) { AddProcess(bytes.OneOf(kProcesses), L"C:\\Apps\\wpp.exe", bytes.Flag()); },
+    [](Bytes& bytes) { RemoveProcess(bytes.OneOf(kProcesses)); },
+    [](Bytes& bytes) { SetVirtualDesktopManager(bytes.Flag()); },
+    [](Bytes& bytes) { SetSystemTime(SystemTime() + std::chrono::seconds(coordinate(bytes))); },
+    [](Bytes& bytes) { bytes.Flag() ? HideCursor() : ShowCursor(); },
+    [](Bytes& bytes) { SetCursorPosition(coordinate(bytes), coordinate(bytes)); },
+    [](Bytes& bytes) { SetDesktopColor(anyColor(bytes)); },
+    [](Bytes& bytes) {
+      bytes.Flag() ? BlockShellIcons(anyDelayOrNone(bytes)) : ReleaseShellIcons();
+    },
+    [](Bytes& bytes) { bytes.Flag() ? HangAll() : AnswerAll(); },
+};
+
+constexpr Event kOfCard[] = {
+    [](Bytes& bytes) { SetD3DResult(bytes.OneOf(kResults)); },
+    [](Bytes& bytes) { SetD3DFault(bytes.Flag() ? std::optional(0xC0000005u) : std::nullopt); },
+    [](Bytes& bytes) { SetDuplicateResult(bytes.OneOf(kResults)); },
+    [](Bytes& bytes) {
+      SetDuplicateFormat(bytes.Flag() ? DXGI_FORMAT_B8G8R8A8_UNORM
+                                      : DXGI_FORMAT_R16G16B16A16_FLOAT);
+    },
+    [](Bytes& bytes) { SetBlackDuplicates(bytes.Flag()); },
+    [](Bytes& bytes) { SetPointerBeforePicture(bytes.Flag()); },
+    setPointerShape,
+    [](Bytes& bytes) { bytes.Flag() ? SetNoAdapter() : SetAdapter(kSoftwareAdapter); },
+    [](Bytes& bytes) { SetBlackMagnifier(bytes.Flag()); },
+    [](Bytes& bytes) { SetStretchRectCalls(bytes.Next() % 3); },
+    [](Bytes& bytes) { SetRenderTime(anyDelay(bytes)); },
+    [](Bytes& bytes) { SetD3D9DeviceState(bytes.OneOf(kResults)); },
+    [](Bytes& bytes) { SetCaptureClassResult(bytes.OneOf(kResults)); },
+    [](Bytes& bytes) { SetCaptureStartTime(anyDelayOrNone(bytes)); },
+    [](Bytes&) { CloseCaptureItems(PrimaryMonitor()); },
+    [](Bytes& bytes) { bytes.Flag() ? HoldClosed() : DeliverClosed(); },
+};
+
+using MonitorEvent = void (*)(HMONITOR, Bytes&);
+
+constexpr MonitorEvent kOfMonitor[] = {
+    [](HMONITOR, Bytes& bytes) {
+      if (Monitors().size() < kMostMonitors) {
+        AddMonitor(anyRect(bytes), {.primary = bytes.Flag()});
+      }
+    },
+    [](HMONITOR monitor, Bytes&) { RemoveMonitor(monitor); },
+    [](HMONITOR monitor, Bytes&) { static_cast<void>(RenewMonitorHandle(monitor)); },
+    [](HMONITOR monitor, Bytes& bytes) {
+      TurnMonitor(monitor, static_cast<DXGI_MODE_ROTATION>(bytes.Next() % 5));
+    },
+    [](HMONITOR monitor, Bytes& bytes) { SetAttached(monitor, bytes.Flag()); },
+    [](HMONITOR monitor, Bytes& bytes) {
+      ReportMove(monitor, {coordinate(bytes), coordinate(bytes)}, anyRect(bytes));
+    },
+    [](HMONITOR monitor, Bytes& bytes) { PlugInto(monitor, bytes.Next() % 2); },
+    [](HMONITOR monitor, Bytes& bytes) { SetMonitorRect(monitor, anyRect(bytes)); },
+};
+
+using WindowEvent = void (*)(HWND, Bytes&);
+
+constexpr WindowEvent kOfWindow[] = {
+    [](HWND window, Bytes&) { Close(window); },
+    [](HWND window, Bytes& bytes) { MoveTo(window, coordinate(bytes), coordinate(bytes)); },
+    [](HWND window, Bytes& bytes) { SetRect(window, anyRect(bytes)); },
+    [](HWND window, Bytes&) { Minimise(window); },
+    [](HWND window, Bytes&) { Maximise(window); },
+    [](HWND window, Bytes&) { Restore(window); },
+    [](HWND window, Bytes& bytes) { bytes.Flag() ? Show(window) : Hide(window); },
+    [](HWND window, Bytes& bytes) { bytes.Flag() ? ToTop(window) : ToBottom(window); },
+    [](HWND window, Bytes& bytes) { SetTopmost(window, bytes.Flag()); },
+    [](HWND window, Bytes& bytes) { SetForeground(bytes.Flag() ? window : nullptr); },
+    [](HWND window, Bytes& bytes) { SetTitle(window, bytes.OneOf(kTitles)); },
+    [](HWND window, Bytes& bytes) { SetStyle(window, bytes.OneOf(kStyles)); },
+    [](HWND window, Bytes& bytes) { SetExStyle(window, bytes.OneOf(kExStyles)); },
+    [](HWND window, Bytes& bytes) { SetCloaked(window, bytes.Flag()); },
+    [](HWND window, Bytes& bytes) {
+      SetLayered(window, bytes.Flag() ? std::optional(anyColor(bytes)) : std::nullopt,
+                 bytes.Flag() ? std::optional(bytes.Next()) : std::nullopt);
+    },
+    [](HWND window, Bytes& bytes) {
+      bytes.Flag() ? Hang(window) : AnswerAfter(window, anyDelay(bytes));
+    },
+    [](HWND window, Bytes& bytes) {
+      if (IsWindow(window)) {
+        SetOnOtherVirtualDesktop(window, bytes.Flag());
+      }
+    },
+    [](HWND window, Bytes& bytes) {
+      SetThumbnailSourceSize(window, bytes.Flag()
+                                         ? std::optional(SIZE{coordinate(bytes), coordinate(bytes)})
+                                         : std::nullopt);
+    },
+    [](HWND window, Bytes&) { CloseCaptureItems(window); },
+};
 
 }  // namespace
 
@@ -156,11 +225,7 @@ Desk::Desk(Bytes& bytes) {
   Advance(1h);
   SetMonitorRect(PrimaryMonitor(), {0, 0, 64, 48});
   const int facts = bytes.Next();
-  if (facts & 1) {
-    AddMonitor({64, 0, 104, 31});
-  } else {
-    AddMonitor({-40, 8, 0, 39});
-  }
+  AddMonitor(facts & 1 ? RECT{64, 0, 104, 31} : RECT{-40, 8, 0, 39});
   m_copiesHide = g_version < vwin::kWindows8;
   setComposition((facts & 2) != 0);
   if (facts & 4) {
@@ -184,7 +249,8 @@ Desk::Desk(Bytes& bytes) {
                                  .rect = {30, 20, 60, 44},
                                  .color = RGB(0x64, 0x78, 0x0A),
                                  .processId = 7100});
-  SetWindowIcon(notes, IconKind::kSmall, theIcon());
+  static const HICON icon = MakeIcon({2, 1, {0xFFFF0000, 0x80FF0000}});
+  SetWindowIcon(notes, IconKind::kSmall, icon);
   m_windows = {m_secret, slides, notes};
 }
 
@@ -245,27 +311,37 @@ void Desk::Act(Bytes& bytes) {
 }
 
 void Desk::act(Bytes& bytes) {
-  switch (bytes.Next() % 8) {
+  switch (bytes.Next() % 10) {
     case 0:
       return open(bytes);
-    case 1:
-      return actOnMonitor(bytes);
+    case 1: {
+      const std::vector<HMONITOR> monitors = Monitors();
+      const MonitorEvent event = bytes.OneOf(kOfMonitor);
+      return event(monitors.empty() ? nullptr : bytes.OneOf(monitors), bytes);
+    }
     case 2:
-      return actOnCard(bytes);
+      return bytes.OneOf(kOfCard)(bytes);
     case 3:
-      return actOnSystem(bytes);
+      return bytes.OneOf(kOfSystem)(bytes);
     case 4:
+      return setComposition(bytes.Flag());
+    case 5:
       return fail(bytes);
     default:
       return actOnWindow(bytes);
   }
 }
 
-// Windows has it for good from version 8 on.
-void Desk::setComposition(bool enabled) {
-  if (g_version < vwin::kWindows8) {
-    m_copiesHide = m_copiesHide && !enabled;
-    SetComposition(enabled);
+// What belongs to a shared window is shown with it, and what is drawn in it has its colour.
+void Desk::actOnWindow(Bytes& bytes) {
+  const HWND window = AnyWindow(bytes);
+  switch (bytes.Next() % 10) {
+    case 0:
+      return window == m_secret ? void() : SetOwner(window, AnyWindow(bytes));
+    case 1:
+      return window == m_secret ? void() : Fill(window, anyRect(bytes), anyColor(bytes));
+    default:
+      return bytes.OneOf(kOfWindow)(window, bytes);
   }
 }
 
@@ -292,13 +368,12 @@ std::int32_t Desk::AnyMonitorId(Bytes& bytes) {
 }
 
 void Desk::open(Bytes& bytes) {
-  HWND related = nullptr;
+  const HWND related = AnyWindow(bytes);
   {
     const std::lock_guard lock(m_mutex);
     if (m_windows.size() == kMostWindows) {
       return;
     }
-    related = m_windows[bytes.Next() % m_windows.size()];
   }
   const int kind = bytes.Next();
   const HWND opened = OpenWindow({.title = bytes.OneOf(kTitles),
@@ -316,158 +391,11 @@ void Desk::open(Bytes& bytes) {
   m_windows.push_back(opened);
 }
 
-void Desk::actOnWindow(Bytes& bytes) {
-  const HWND window = AnyWindow(bytes);
-  switch (bytes.Next() % 20) {
-    case 0:
-      return Close(window);
-    case 1:
-      return MoveTo(window, coordinate(bytes), coordinate(bytes));
-    case 2:
-      return SetRect(window, anyRect(bytes));
-    case 3:
-      return Minimise(window);
-    case 4:
-      return Maximise(window);
-    case 5:
-      return Restore(window);
-    case 6:
-      return Show(window);
-    case 7:
-      return Hide(window);
-    case 8:
-      return bytes.Flag() ? ToTop(window) : ToBottom(window);
-    case 9:
-      return SetTopmost(window, bytes.Flag());
-    case 10:
-      // What belongs to a shared window is shown with it.
-      return window == m_secret ? void() : SetOwner(window, AnyWindow(bytes));
-    case 11:
-      return SetForeground(bytes.Flag() ? window : nullptr);
-    case 12:
-      return SetTitle(window, bytes.OneOf(kTitles));
-    case 13:
-      return bytes.Flag() ? SetStyle(window, bytes.OneOf(kStyles))
-                          : SetExStyle(window, bytes.OneOf(kExStyles));
-    case 14:
-      return SetCloaked(window, bytes.Flag());
-    case 15:
-      return SetLayered(window, bytes.Flag() ? std::optional(anyColor(bytes)) : std::nullopt,
-                        bytes.Flag() ? std::optional(bytes.Next()) : std::nullopt);
-    case 16:
-      return bytes.Flag() ? Hang(window) : AnswerAfter(window, anyDelay(bytes));
-    case 17:
-      return IsWindow(window) ? SetOnOtherVirtualDesktop(window, bytes.Flag()) : void();
-    case 18:
-      return SetThumbnailSourceSize(
-          window,
-          bytes.Flag() ? std::optional(SIZE{coordinate(bytes), coordinate(bytes)}) : std::nullopt);
-    default:
-      return window == m_secret ? void() : Fill(window, anyRect(bytes), anyColor(bytes));
-  }
-}
-
-void Desk::actOnMonitor(Bytes& bytes) {
-  const std::vector<HMONITOR> monitors = Monitors();
-  const int what = bytes.Next() % 8;
-  if (what == 0 || monitors.empty()) {
-    if (monitors.size() < kMostMonitors) {
-      AddMonitor(anyRect(bytes), {.primary = bytes.Flag()});
-    }
-    return;
-  }
-  const HMONITOR monitor = bytes.OneOf(monitors);
-  switch (what) {
-    case 1:
-      return RemoveMonitor(monitor);
-    case 2:
-      static_cast<void>(RenewMonitorHandle(monitor));
-      return;
-    case 3:
-      return TurnMonitor(monitor, static_cast<DXGI_MODE_ROTATION>(bytes.Next() % 5));
-    case 4:
-      return SetAttached(monitor, bytes.Flag());
-    case 5:
-      return ReportMove(monitor, {coordinate(bytes), coordinate(bytes)}, anyRect(bytes));
-    default:
-      return SetMonitorRect(monitor, anyRect(bytes));
-  }
-}
-
-void Desk::actOnCard(Bytes& bytes) {
-  switch (bytes.Next() % 18) {
-    case 0:
-      return SetD3DResult(bytes.OneOf(kResults));
-    case 1:
-      return SetD3DFault(bytes.Flag() ? std::optional(0xC0000005u) : std::nullopt);
-    case 2:
-      return SetDuplicateResult(bytes.OneOf(kResults));
-    case 3:
-      return SetBlackDuplicates(bytes.Flag());
-    case 4:
-      return SetPointerBeforePicture(bytes.Flag());
-    case 5:
-      return setPointerShape(bytes);
-    case 6:
-      return bytes.Flag() ? SetNoAdapter() : SetAdapter(kSoftwareAdapter);
-    case 7: {
-      const std::vector<HMONITOR> monitors = Monitors();
-      return monitors.empty() ? void() : PlugInto(bytes.OneOf(monitors), bytes.Next() % 2);
-    }
-    case 8:
-      return SetBlackMagnifier(bytes.Flag());
-    case 9:
-      return SetStretchRectCalls(bytes.Next() % 3);
-    case 10:
-      return SetRenderTime(anyDelay(bytes));
-    case 11:
-      return SetD3D9DeviceState(bytes.OneOf(kResults));
-    case 12:
-      return SetCaptureClassResult(bytes.OneOf(kResults));
-    case 13:
-      return SetCaptureStartTime(anyDelayOrNone(bytes));
-    case 14:
-      return CloseCaptureItems(AnyWindow(bytes));
-    case 15:
-      return CloseCaptureItems(PrimaryMonitor());
-    case 16:
-      return bytes.Flag() ? HoldClosed() : DeliverClosed();
-    default:
-      return SetDuplicateFormat(bytes.Flag() ? DXGI_FORMAT_B8G8R8A8_UNORM
-                                             : DXGI_FORMAT_R16G16B16A16_FLOAT);
-  }
-}
-
-void Desk::actOnSystem(Bytes& bytes) {
-  switch (bytes.Next() % 14) {
-    case 0:
-      return LockSession(bytes.Flag());
-    case 1:
-      return SetSecureDesktop(bytes.Flag());
-    case 2:
-      return SetRemoteSession(bytes.Flag());
-    case 3:
-      return SetSessionQuery(static_cast<vwin::SessionQuery>(bytes.Next() % 3));
-    case 4:
-      return AddProcess(bytes.OneOf(kProcesses), L"C:\\Apps\\wpp.exe", bytes.Flag());
-    case 5:
-      return RemoveProcess(bytes.OneOf(kProcesses));
-    case 6:
-      return SetVirtualDesktopManager(bytes.Flag());
-    case 7:
-      return setComposition(bytes.Flag());
-    case 8:
-      return SetSystemTime(SystemTime() + std::chrono::seconds(coordinate(bytes)));
-    case 9:
-      return bytes.Flag() ? HideCursor() : ShowCursor();
-    case 10:
-      return SetDesktopColor(anyColor(bytes));
-    case 11:
-      return bytes.Flag() ? BlockShellIcons(anyDelayOrNone(bytes)) : ReleaseShellIcons();
-    case 12:
-      return bytes.Flag() ? HangAll() : AnswerAll();
-    default:
-      return SetCursorPosition(coordinate(bytes), coordinate(bytes));
+// Windows has it for good from version 8 on.
+void Desk::setComposition(bool enabled) {
+  if (g_version < vwin::kWindows8) {
+    m_copiesHide = m_copiesHide && !enabled;
+    SetComposition(enabled);
   }
 }
 
@@ -483,8 +411,7 @@ void Desk::fail(Bytes& bytes) {
   const int what = bytes.Next() % 8;
   const std::uint64_t call = 1 + bytes.Next();
   if (what < 3) {
-    FailNth(bytes.OneOf(kFailing), 1 + call % 8, bytes.OneOf(kFaults),
-            what == 0 ? vwin::Repeat::kOnward : vwin::Repeat::kOnce);
+    FailNth(bytes.OneOf(kFailing), 1 + call % 8, bytes.OneOf(kFaults), vwin::Repeat::kOnward);
   } else if (what < 5) {
     FailNthOfAll(call, bytes.OneOf(kFaults));
   } else if (what < 7) {

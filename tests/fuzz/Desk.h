@@ -11,8 +11,8 @@
 
 namespace qx::fuzz {
 
-// The machine of one input, and all that its user, other programs and the system do on it.
-// Any thread, also in the middle of a call.
+// The machine of one input, and all that its user, other programs and the system do on it. Any
+// thread, also in the middle of a call.
 class Desk {
  public:
   // No other window has the colour of this one, nor one that mixes with others to it.
@@ -41,13 +41,10 @@ class Desk {
 
  private:
   void act(Bytes& bytes);
-  void actOnWindow(Bytes& bytes);
-  void actOnMonitor(Bytes& bytes);
-  void actOnCard(Bytes& bytes);
-  void actOnSystem(Bytes& bytes);
-  void fail(Bytes& bytes);
   void open(Bytes& bytes);
+  void actOnWindow(Bytes& bytes);
   void setComposition(bool enabled);
+  void fail(Bytes& bytes);
 
   HWND m_secret = nullptr;
   std::atomic<bool> m_copiesHide = false;
@@ -56,8 +53,7 @@ class Desk {
   std::vector<HWND> m_windows;
 };
 
-// What a machine has once and for all: the version of Windows, an owned clock, caches of the
-// library that are filled.
+// What a machine has once and for all: the version of Windows, an owned clock.
 void PrepareProcess();
 
 }  // namespace qx::fuzz

@@ -55,6 +55,9 @@ TEST_F(OwnWindowTest, MovesInTheOrderWithItsOwner) {
   Place(owner, bottom);
   EXPECT_EQ(WindowsInOrder(), (std::vector<HWND>{other, bottom, second, owned, owner}));
   EXPECT_FALSE(IsTopmost(owned) || IsTopmost(second) || IsTopmost(owner));
+  const HWND child = OpenWindow({.rect = {0, 0, 5, 5}, .parent = owned});
+  SetWindowLongPtrW(owner, GWLP_HWNDPARENT, reinterpret_cast<LONG_PTR>(child));
+  EXPECT_FALSE(GetWindow(owner, GW_OWNER)) << "its owner would depend on it";
 }
 
 TEST_F(OwnWindowTest, IsRestoredToWhatItWasBefore) {

@@ -74,12 +74,15 @@ TEST_F(ShareTest, KeepLivePeriodIsTheOneOfTheStartAndNoneWhenNegativeIn32Bits) {
   }
 }
 
-TEST_F(ShareTest, AShareThatEndsInAPauseRepeatsNothingMore) {
+TEST_F(ShareTest, NothingComesOfAShareThatEndedInAPause) {
   start();
   capture.SharePause();
   tick();
   RemoveMonitor(monitor());
   Advance(3s);
+  // Would make another engine.
+  capture.SetScreenCaptureConfig({.GetDirtyRectInfo = true});
+  Advance(1s);
   EXPECT_EQ(host.Events(true).back(), "stop");
 }
 

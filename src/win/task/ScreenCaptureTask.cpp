@@ -44,7 +44,7 @@ ScreenCaptureTask::ScreenCaptureTask(std::shared_ptr<FilterWindowManager> filter
   m_timer.AddTask(0.0, 0.0, true, [] { SetCurrentThreadName("SC-CaptureThread"); });
   m_wishTask = m_timer.AddTask(kSeldomMs, kSeldomMs, false, [this] {
     // Before the first tick a listener is still being told of the start, on another thread.
-    if (isRunning() && m_begun && carryOutWishes()) {
+    if (isCapturing() && m_begun && carryOutWishes()) {
       m_timer.RunSoon(m_captureTimerTask);
     }
   });
