@@ -76,7 +76,8 @@ TEST_F(DxgiShareTest, FirstNewsOfThePointerAloneIsNoPicture) {
   }
 }
 
-TEST_F(DxgiShareTest, StillScreenIsHeldBackUntilItsKeepAliveTime) {
+TEST_F(DxgiShareTest, StillScreenOfLimitedSizeIsHeldBackUntilItsKeepAliveTime) {
+  limitTo(160, 100);
   capture.SetScreenCaptureConfig({.KeepAliveInterval = 1000, .DynamicFrameCallback = true});
   const HWND window = OpenWindow({.rect = {0, 0, 50, 60}, .color = RGB(1, 2, 3)});
   startDxgi();
@@ -85,9 +86,10 @@ TEST_F(DxgiShareTest, StillScreenIsHeldBackUntilItsKeepAliveTime) {
   EXPECT_EQ(host.FrameCount(), 0);
   Advance(150ms);
   EXPECT_EQ(host.FrameCount(), 1);
-  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {{0, 0, 50, 60, 0x010203}}));
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {{0, 0, 25, 30, 0x010203}}));
   MoveTo(window, 10, 10);
-  EXPECT_TRUE(nextFrameShows({{10, 10, 60, 70, 0x010203}})) << "a change comes at once";
+  EXPECT_TRUE(nextFrameShows({{5, 5, 30, 35, 0x010203}})) << "a change comes at once";
+  EXPECT_EQ(log.Count("scale by CPU"), 0) << "the card does it";
 }
 
 class DxgiDirtyInfo : public DxgiShareTest {
@@ -413,19 +415,20 @@ TEST_F(DxgiShareTest, WithoutDynamicCheckEveryFrameIsDeliveredAlsoOfTheMouseAlon
   EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {}));
 }
 
-TEST_F(DxgiShareTest, WhereDuplicationIsUnsupportedOrHasOtherPixelsItIsNotUsed) {
+TEST_F(DxgiShareTest, WhereDuplicationIsUnsupportedItIsNotEvenTried) {
+  SetDuplicateResult(DXGI_ERROR_UNSUPPORTED);
+  start();
+  EXPECT_EQ(host.Engines(), Engines{kBitBlt});
+  EXPECT_TRUE(nextFrameShows({}));
+  EXPECT_EQ(log.Count("Capture engines add ScreenCaptureEngineDXGI"), 0);
+}
+
+TEST_F(DxgiShareTest, OtherPixelsThanThirtyTwoBitAreNotTaken) {
   SetDuplicateFormat(DXGI_FORMAT_R16G16B16A16_FLOAT);
   start();
   EXPECT_EQ(host.Engines(), Engines{kBitBlt});
   EXPECT_TRUE(log.Has(5, "IDXGIDuplicateOutput does not use RGBA (8 bit):10")) << log.Dump();
   EXPECT_EQ(log.Count("ReleaseDXGIDuplication succeed"), 1);
-  capture.ShareStop();
-  SetDuplicateResult(DXGI_ERROR_UNSUPPORTED);
-  host.Forget();
-  log.Forget();
-  start();
-  EXPECT_EQ(host.Engines(), Engines{kBitBlt});
-  EXPECT_EQ(log.Count("Capture engines add ScreenCaptureEngineDXGI"), 0) << "not even tried";
 }
 
 TEST_F(DxgiShareTest, DriverThatFaultsIsNeverAskedAgain) {
