@@ -8,7 +8,6 @@
 #include <tuple>
 #include <vector>
 
-#include "tests/host/Monitors.h"
 #include "tests/support/ShareRecorder.h"
 
 namespace qx::test {
@@ -22,10 +21,16 @@ TEST(HostShareTest, TellsTheShareInOrderAndNothingAfterItsEndBesideAnotherOne) {
   capture.EnablePromptWindow(false);
   capture.EnableCaptureCursor(false);
   capture.SetCaptureFPS(30);
-  const Monitors monitors = ListMonitors(capture);
-  const auto found = std::ranges::find(monitors, 1, &IScreenCapture::DesktopInfo::isPrimary);
-  ASSERT_NE(found, monitors.end());
-  const IScreenCapture::DesktopInfo& primary = *found;
+  IScreenCapture::DesktopInfo primary = {};
+  capture.GetDesktopList(
+      [](const IScreenCapture::DesktopInfo* list, const int& count, void* user) {
+        for (int i = 0; i < count; ++i) {
+          if (list[i].isPrimary == 1) {
+            *static_cast<IScreenCapture::DesktopInfo*>(user) = list[i];
+          }
+        }
+      },
+      &primary);
 
   ScreenCapture other;
   other.SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormatI420);

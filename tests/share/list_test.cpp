@@ -226,32 +226,25 @@ TEST_F(WindowListTest, IdsAreThoseOfTheLastListThatWasNotEmpty) {
 }
 
 TEST_F(WindowListTest, AskedForInsideItsCallback) {
-  struct Host {
-    ScreenCapture* capture;
-    HWND window;
-    WindowList inner;
-    WindowList outer;
-    std::wstring title;
-    int desktops = 0;
-  } nested = {&capture, OpenWindow({.title = L"Before"}), {}, {}, {}};
-  capture.GetWindowList(
-      [](const WindowInfo* windows, const int& count, void* user) {
-        auto& self = *static_cast<Host*>(user);
-        SetTitle(self.window, L"After");
-        OpenWindow({.title = L"New"});
-        self.capture->GetWindowList(WindowList::Take, &self.inner);
-        self.title = self.capture->GetWindowTitle(windows[0].id);
-        self.capture->GetDesktopList([](const IScreenCapture::DesktopInfo*, const int& desktops,
-                                        void* to) { *static_cast<int*>(to) = desktops; },
-                                     &self.desktops);
-        WindowList::Take(windows, count, &self.outer);
-      },
-      &nested);
-  ASSERT_EQ(nested.outer.ids(), ids(nested.window));
-  EXPECT_EQ(nested.outer.windows[0].title, L"Before") << "as it was when the list was made";
-  EXPECT_EQ(nested.inner.windows.size(), 2u);
-  EXPECT_EQ(nested.title, L"After");
-  EXPECT_EQ(nested.desktops, 1);
+  const HWND window = OpenWindow({.title = L"Before"});
+  WindowList inner;
+  WindowList outer;
+  std::wstring title;
+  std::function<void(const WindowInfo*, int)> told = [&](const WindowInfo* windows, int count) {
+    SetTitle(window, L"After");
+    OpenWindow({.title = L"New"});
+    inner = list();
+    title = capture.GetWindowTitle(windows[0].id);
+    ShareTest::list();  // of the monitors, too
+    WindowList::Take(windows, count, &outer);
+  };
+  capture.GetWindowList([](const WindowInfo* windows, const int& count,
+                           void* user) { (*static_cast<decltype(told)*>(user))(windows, count); },
+                        &told);
+  ASSERT_EQ(outer.ids(), ids(window));
+  EXPECT_EQ(outer.windows[0].title, L"Before") << "as it was when the list was made";
+  EXPECT_EQ(inner.windows.size(), 2u);
+  EXPECT_EQ(title, L"After");
 }
 
 TEST_F(WindowListTest, AsyncListsOverlapEachWithItsOwnArrayAndOutliveTheirObject) {

@@ -27,8 +27,13 @@ TEST_F(ShareTest, FrameRateChangesDuringAShareAndBadRatesChangeNothing) {
   capture.SetCaptureFPS(30);
   EXPECT_EQ(framesOfASecond(), 30);
   capture.SetCaptureFPS(1);
+  capture.SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormatI420);
   Advance(1s);
   EXPECT_EQ(framesOfASecond(), 1);
+  capture.ShareStop();
+  start();
+  EXPECT_EQ(framesOfASecond(), 1) << "settings outlive a share";
+  EXPECT_EQ(host.LastFrame().format, IScreenCapture::ScreenFrameFormatI420);
 }
 
 TEST_F(ShareTest, OnlySettingsOfTheEngineRebuildIt) {
