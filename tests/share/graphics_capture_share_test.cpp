@@ -6,6 +6,7 @@
 #include "platform/control/GraphicsCapture.h"
 #include "platform/control/Ledger.h"
 #include "platform/control/Modules.h"
+#include "tests/share/ListAnswers.h"
 #include "tests/share/ShareTest.h"
 
 namespace qx::test {
@@ -450,6 +451,7 @@ TEST_F(WgcShareTest, ChangeIsShownThoughItsPictureComesLateOrIsDropped) {
 
 // A watched monitor's duplication gives its picture once.
 TEST_F(WgcShareTest, SharesOfAWindowAndOfItsMonitorShowTheirPicturesAtOnceSideBySide) {
+  Minimise(OpenWindow({.title = L"In the list"}));
   const IScreenCapture::CaptureEngineType dxgi[] = {kDxgi, kBitBlt};
   const std::vector<Patch> shown = {{20, 30, 120, 110, kColor}, {30, 40, 50, 50, kMark}};
   for (const bool windowFirst : {true, false}) {
@@ -470,6 +472,10 @@ TEST_F(WgcShareTest, SharesOfAWindowAndOfItsMonitorShowTheirPicturesAtOnceSideBy
     EXPECT_TRUE(Shows(screen.LastFrame(), kBackground, shown)) << log.Dump();
     EXPECT_EQ(screen.Engines(), Engines{kDxgi}) << windowFirst << log.Dump();
 
+    list();
+    ThumbnailList thumbnails;
+    capture.GetWindowThumbnailAll(50, 40, ThumbnailList::Take, &thumbnails);
+    EXPECT_EQ(thumbnails.texts.size() - thumbnails.Failed(), 1u) << log.Dump();
     RenewMonitorHandle(monitor());  // access is lost
     Advance(2s);
     Fill(window, {10, 10, 30, 20}, RGB(0xC8, 0x0A, 0xF1));

@@ -215,19 +215,6 @@ TEST_F(WindowShareTest, WindowThatDoesNotAnswerPausesTheShareUntilItDoes) {
   Settle();
 }
 
-TEST_F(WindowShareTest, WindowThatDoesNotAnswerIsListedAtOnceAndItsIconCostsABoundedTime) {
-  list();
-  Hang(window);
-  const auto begin = Now();
-  list();
-  capture.GetWindowTitle(idOf(window));
-  EXPECT_EQ(Now() - begin, 0ms);
-  capture.GetWindowIcon(idOf(window));
-  EXPECT_LE(Now() - begin, 400ms);
-  AnswerAll();
-  Settle();
-}
-
 TEST_F(WindowShareTest, WindowThatCanNotBePrintedIsToldOnce) {
   startWindow();
   FailNth("PrintWindow", 1, {ERROR_GEN_FAILURE, E_FAIL}, Repeat::kOnward);
