@@ -188,14 +188,10 @@ TEST_F(CShareTest, TextsAreUtf8) {
                   windows[0].y + windows[0].height};
     }
   };
-  for (const bool async : {false, true}) {
+  for (const auto ask : {qx_get_window_list, qx_get_window_list_async}) {
     list = {};
-    if (async) {
-      EXPECT_EQ(qx_get_window_list_async(c, onWindows, &list), QX_OK);
-      Settle();
-    } else {
-      EXPECT_EQ(qx_get_window_list(c, onWindows, &list), QX_OK);
-    }
+    EXPECT_EQ(ask(c, onWindows, &list), QX_OK);
+    Settle();
     EXPECT_EQ(list.count, 1);
     EXPECT_EQ(list.name,
               "\xC3\xBC"

@@ -125,16 +125,5 @@ TEST_F(CShareTest, FromItsListenerAnythingButTheEndOfItsOwnShareGoes) {
   EXPECT_EQ(qx_share_stop(c), QX_OK);
 }
 
-TEST_F(CShareTest, NothingIsHeardAfterTheEnd) {
-  startC(monitor());
-  tick(2);
-  EXPECT_EQ(qx_destroy(c), QX_OK);
-  const std::size_t heard = cHost.Events(true).size();
-  start();
-  tick(5);
-  EXPECT_EQ(cHost.Events(true).size(), heard);
-  EXPECT_EQ(cHost.Count("stop"), 0);
-}
-
 }  // namespace
 }  // namespace qx::test

@@ -5,6 +5,8 @@
 
 #include "testing.h"
 
+enum { kOperations = 12 };
+
 typedef struct {
   qx_screen_capture* capture;
 
@@ -12,8 +14,14 @@ typedef struct {
   int32_t rawWidth;
   int32_t rawHeight;
 
-  atomic_int starts, pauses, resumes, stops, firstFrames, frames, dirtyInfos;
-  atomic_int windowChanges, desktopChanges, engines, statistics, rectChanges;
+  /* How often each operation was told. */
+  union {
+    struct {
+      atomic_int starts, pauses, resumes, stops, firstFrames, frames, dirtyInfos;
+      atomic_int windowChanges, desktopChanges, engines, statistics, rectChanges;
+    };
+    atomic_int told[kOperations];
+  };
   atomic_int reason; /* of the last pause */
   atomic_int window; /* of the last on_share_window_changed */
   atomic_int i420Frames;

@@ -102,9 +102,7 @@ static void leavesOut(qx_screen_capture* capture, HWND window) {
   CHECK(listed(capture, window));
   CHECK(qx_clear_exclude_windows(capture) == QX_OK);
   /* Text without an end. */
-  for (unsigned i = 0; i < sizeof(rule.title); ++i) {
-    rule.title[i] = 'x';
-  }
+  memset(rule.title, 'x', sizeof(rule.title));
   CHECK(qx_add_exclude_window(capture, &rule) == QX_ERROR_ARGUMENT);
 }
 

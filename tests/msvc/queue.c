@@ -5,12 +5,6 @@
 
 enum { kTimeoutMillis = 30000, kFrames = 3 };
 
-static void QX_CALL rememberFirst(const qx_desktop_info* desktops, int32_t count, void* user) {
-  if (CHECK(count > 0)) {
-    *(qx_desktop_info*)user = desktops[0];
-  }
-}
-
 /* Takes what events there are. They come in this order, and no field is filled in that
  * the type does not name. */
 static void takeEvents(qx_queue* queue, int* taken) {
@@ -65,8 +59,7 @@ void SharesToAQueue(void) {
   qx_screen_capture* capture = qx_create();
   qx_queue* queue = qx_queue_create();
   CHECK(capture != NULL && queue != NULL);
-  qx_desktop_info monitor = {0};
-  CHECK(qx_get_desktop_list(capture, rememberFirst, &monitor) == QX_OK);
+  const qx_desktop_info monitor = PrimaryMonitor(capture);
   qx_share_error error = QX_SHARE_ERROR_NONE;
   CHECK(qx_share_desktop_to_queue(capture, monitor.id, NULL, &error) != QX_OK);
   CHECK(qx_queue_wait(queue, 0) == QX_ERROR_TIMEOUT);

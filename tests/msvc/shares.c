@@ -6,20 +6,6 @@ enum { kFewPixels = 320 * 200 };
 static const RECT kSmall = {100, 80, 420, 320};
 static const RECT kShowRect = {40, 20, 680, 500};
 
-static void QX_CALL rememberPrimary(const qx_desktop_info* desktops, int32_t count, void* user) {
-  for (int32_t i = 0; i < count; ++i) {
-    if (desktops[i].is_primary) {
-      *(qx_desktop_info*)user = desktops[i];
-    }
-  }
-}
-
-static qx_desktop_info primaryMonitor(qx_screen_capture* capture) {
-  qx_desktop_info monitor = {0};
-  CHECK(qx_get_desktop_list(capture, rememberPrimary, &monitor) == QX_OK && monitor.width > 0);
-  return monitor;
-}
-
 static qx_screen_capture* createWithDirtyInfo(void) {
   qx_screen_capture* capture = qx_create();
   qx_screen_capture_config config;
@@ -81,7 +67,7 @@ static void showsTheWindow(qx_screen_capture* capture, Listener* listener, int32
 void SharesAMonitor(void) {
   static Listener listener;
   qx_screen_capture* capture = createWithDirtyInfo();
-  const qx_desktop_info monitor = primaryMonitor(capture);
+  const qx_desktop_info monitor = PrimaryMonitor(capture);
   qx_prompt_window_info prompt = {.r = 10, .g = 200, .b = 90, .width = 6};
   CHECK(qx_set_prompt_window_info(capture, &prompt) == QX_OK);
   CHECK(qx_enable_prompt_window(capture, true) == QX_OK);

@@ -143,3 +143,17 @@ bool SystemTellsRectangle(HWND window) {
   const bool windows7 = (version & 0xFF) == 6 && (version >> 8 & 0xFF) == 1;
   return windows7 || DwmGetWindowAttribute(window, kExtendedFrameBounds, &rect, sizeof(rect)) == 0;
 }
+
+static void QX_CALL rememberPrimary(const qx_desktop_info* desktops, int32_t count, void* user) {
+  for (int32_t i = 0; i < count; ++i) {
+    if (desktops[i].is_primary) {
+      *(qx_desktop_info*)user = desktops[i];
+    }
+  }
+}
+
+qx_desktop_info PrimaryMonitor(qx_screen_capture* capture) {
+  qx_desktop_info monitor = {0};
+  CHECK(qx_get_desktop_list(capture, rememberPrimary, &monitor) == QX_OK && monitor.width > 0);
+  return monitor;
+}

@@ -1,6 +1,7 @@
 /* What the cases share: checks, waiting, windows. */
 #pragma once
 
+#include <qx-screen-capture-c.h>
 #include <stdatomic.h>
 #include <stdbool.h>
 #include <stddef.h>
@@ -34,3 +35,5 @@ HWND OpenWindow(const wchar_t* className, const wchar_t* title, const RECT* rect
 int32_t IdOf(HWND window);
 /* From Windows 8 on the window manager says where a window is; Wine 8's does not. */
 bool SystemTellsRectangle(HWND window);
+
+qx_desktop_info PrimaryMonitor(qx_screen_capture* capture);

@@ -51,9 +51,7 @@ enum {
   kMinimise = 6,
   kRestore = 9,
   kNoSizeNoZOrderNoActivate = 0x15,
-  kExtendedFrameBounds = 9,
-  kScreenWidth = 0,
-  kScreenHeight = 1
+  kExtendedFrameBounds = 9
 };
 
 /* kernel32 */
@@ -77,7 +75,6 @@ CALL BOOL DestroyWindow(HWND window);
 CALL intptr_t DispatchMessageW(const MSG* message);
 CALL HANDLE GetDC(HWND window);
 CALL BOOL GetMonitorInfoW(HANDLE monitor, MONITORINFO* info);
-CALL int32_t GetSystemMetrics(int32_t which);
 CALL uint32_t MsgWaitForMultipleObjects(uint32_t count, const HANDLE* handles, BOOL all,
                                         uint32_t timeout, uint32_t mask);
 CALL BOOL PeekMessageW(MSG* message, HWND window, uint32_t first, uint32_t last, uint32_t remove);

@@ -1,16 +1,41 @@
-// Shares that duplicate the desktop: what their frames show, and when they come.
+// Shares that duplicate the desktop: what their frames show, and when they come; what the
+// system takes away, and what takes over.
+#include <string>
+#include <vector>
+
+#include "platform/control/Graphics.h"
 #include "platform/control/Modules.h"
-#include "tests/share/DxgiShareTest.h"
+#include "tests/share/ShareTest.h"
 
 namespace qx::test {
 namespace {
 
 using namespace vwin::control;
 
+// A share's test on Windows 10, where desktop duplication comes first and copying from
+// the screen takes over when it can't go on.
+class DxgiShareTest : public ShareTest {
+ protected:
+  DxgiShareTest() { allowEngines({kDxgi, kBitBlt}); }
+
+  // Starts a share and runs it up to its first frame: one tick after the start.
+  void startDxgi(HMONITOR target = monitor()) {
+    start(target);
+    tick();
+    ASSERT_EQ(host.Engines(), Engines{kDxgi}) << log.Dump();
+    ASSERT_EQ(host.FrameCount(), 1);
+  }
+
+  int devices() const { return log.Count("CreateDXGIDuplication succeed"); }
+};
+
 TEST_F(DxgiShareTest, FirstPictureIsOnlyLookedAtAndAStillScreenIsNotDrawn) {
   OpenWindow({.rect = {20, 30, 120, 90}, .color = RGB(200, 10, 30)});
   const HWND upper = OpenWindow({.rect = {100, 80, 400, 150}, .color = RGB(10, 220, 40)});
+  // Nothing is told before the system has a picture, and then that is looked at.
+  FailNth("IDXGIOutputDuplication::AcquireNextFrame", 1, {0, DXGI_ERROR_WAIT_TIMEOUT});
   start();
+  tick();
   EXPECT_EQ(host.Events(true), (Events{"engine 2", "start"})) << log.Dump();
   EXPECT_TRUE(nextFrameShows({{20, 30, 120, 90, 0xC80A1E}, {100, 80, 400, 150, 0x0ADC28}}));
   const std::uint64_t drawn = Count("ID3D11DeviceContext::Draw");
@@ -21,17 +46,6 @@ TEST_F(DxgiShareTest, FirstPictureIsOnlyLookedAtAndAStillScreenIsNotDrawn) {
   EXPECT_EQ(devices(), 1);
   capture.ShareStop();
   EXPECT_EQ(log.Count("ReleaseDXGIDuplication succeed"), 1);
-}
-
-TEST_F(DxgiShareTest, NothingIsToldBeforeTheSystemHasAPictureAndThenTheNewest) {
-  FailNth("IDXGIOutputDuplication::AcquireNextFrame", 1, {0, DXGI_ERROR_WAIT_TIMEOUT});
-  start();
-  tick();  // looks at the first picture
-  EXPECT_EQ(host.Events(true), (Events{"engine 2", "start"}));
-  OpenWindow({.rect = {0, 0, 50, 60}, .color = RGB(1, 2, 3)});
-  EXPECT_TRUE(nextFrameShows({{0, 0, 50, 60, 0x010203}}));
-  EXPECT_TRUE(nextFrameShows({{0, 0, 50, 60, 0x010203}})) << "the older one never comes";
-  EXPECT_EQ(devices(), 1);
 }
 
 TEST_F(DxgiShareTest, FirstNewsOfThePointerAloneIsNoPicture) {
@@ -62,7 +76,8 @@ TEST_F(DxgiShareTest, FirstNewsOfThePointerAloneIsNoPicture) {
   }
 }
 
-TEST_F(DxgiShareTest, StillScreenIsHeldBackUntilItsKeepAliveTime) {
+TEST_F(DxgiShareTest, StillScreenOfLimitedSizeIsHeldBackUntilItsKeepAliveTime) {
+  limitTo(160, 100);
   capture.SetScreenCaptureConfig({.KeepAliveInterval = 1000, .DynamicFrameCallback = true});
   const HWND window = OpenWindow({.rect = {0, 0, 50, 60}, .color = RGB(1, 2, 3)});
   startDxgi();
@@ -71,9 +86,10 @@ TEST_F(DxgiShareTest, StillScreenIsHeldBackUntilItsKeepAliveTime) {
   EXPECT_EQ(host.FrameCount(), 0);
   Advance(150ms);
   EXPECT_EQ(host.FrameCount(), 1);
-  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {{0, 0, 50, 60, 0x010203}}));
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {{0, 0, 25, 30, 0x010203}}));
   MoveTo(window, 10, 10);
-  EXPECT_TRUE(nextFrameShows({{10, 10, 60, 70, 0x010203}})) << "a change comes at once";
+  EXPECT_TRUE(nextFrameShows({{5, 5, 30, 35, 0x010203}})) << "a change comes at once";
+  EXPECT_EQ(log.Count("scale by CPU"), 0) << "the card does it";
 }
 
 class DxgiDirtyInfo : public DxgiShareTest {
@@ -139,29 +155,15 @@ TEST_F(DxgiDirtyInfo, CountsAndMeasuresWhatChanged) {
     MoveTo(window, 30, 40);
     EXPECT_EQ(nextDirtyInfo(), "dirty 1 2 0.00625");
   }
-}
 
-TEST_F(DxgiDirtyInfo, IsNotGatheredWhenWindowsAreFiltered) {
+  capture.ShareStop();
+  host.Forget();
   startWithDirtyInfo(true);
   const std::uint64_t asked = Count("IDXGIOutputDuplication::GetFrameDirtyRects");
   MoveTo(window, 130, 140);
-  EXPECT_EQ(nextDirtyInfo(), "dirty 1 0 0");
+  EXPECT_EQ(nextDirtyInfo(), "dirty 1 0 0") << "not gathered when windows are filtered";
   EXPECT_EQ(nextDirtyInfo(), "dirty 0 0 0");
   EXPECT_EQ(Count("IDXGIOutputDuplication::GetFrameDirtyRects"), asked);
-}
-
-TEST_F(DxgiShareTest, PictureComesInItsLimitedSizeFromTheCard) {
-  limitTo(160, 100);
-  const HWND window = OpenWindow({.rect = {20, 40, 120, 90}, .color = RGB(200, 10, 30)});
-  startDxgi();
-  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {{10, 20, 60, 45, 0xC80A1E}}));
-  limitTo(640, 400);
-  MoveTo(window, 40, 40);
-  EXPECT_TRUE(nextFrameShows({{20, 20, 70, 45, 0xC80A1E}})) << "adopted after it";
-  MoveTo(window, 60, 40);
-  EXPECT_TRUE(nextFrameShows({{60, 40, 160, 90, 0xC80A1E}})) << "never enlarged";
-  EXPECT_EQ(log.Count("need recreate m_cpuAccessTexture"), 1) << log.Dump();
-  EXPECT_EQ(log.Count("scale by CPU"), 0);
 }
 
 TEST_F(DxgiShareTest, TurnedMonitorIsShownUprightWithItsCursor) {
@@ -253,6 +255,193 @@ TEST_F(DxgiShareTest, EachMonitorIsDuplicatedOnceAndASecondShareOfOneCopiesTheSc
   capture.ShareStop();
   host.Forget();
   startDxgi();
+}
+
+TEST_F(DxgiShareTest, DesktopIsDuplicatedAnewOnlyForWhatTheKeptPictureLacks) {
+  SetCursorShape(CursorPicture{2, 2, 0, 0, std::vector<std::uint32_t>(4, 0xFFFA0B0C)});
+  SetCursorPosition(100, 60);
+  const std::vector<Patch> withCursor = {{100, 60, 102, 62, 0xFA0B0C}};
+  capture.EnableCaptureCursor(true);
+  start();
+  EXPECT_EQ(host.FrameCount(), 0);
+  capture.EnableCaptureCursor(false);
+  EXPECT_TRUE(nextFrameShows({})) << "not the first one, which has a cursor";
+  EXPECT_EQ(devices(), 2);
+  const std::uint64_t drawn = Count("ID3D11DeviceContext::Draw");
+  tick(5);
+  limitTo(160, 100);
+  tick(2);
+  EXPECT_EQ(host.LastFrame().width, 160);
+  limitTo(320, 200);
+  tick(2);
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {}));
+  capture.SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormatI420);
+  tick();
+  capture.SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormatARGB);
+  capture.EnableCaptureCursor(true);
+  capture.EnableCaptureCursor(false);
+  EXPECT_TRUE(nextFrameShows({})) << "changed and changed back";
+  EXPECT_EQ(Count("ID3D11DeviceContext::Draw"), drawn);
+  EXPECT_EQ(devices(), 2);
+
+  // A restart that fails, and what the system won't give again.
+  capture.EnableCaptureCursor(true);
+  FailNth("IDXGIOutput1::DuplicateOutput", 1);
+  tick(3);  // the third failure restarts it
+  EXPECT_TRUE(InjectedInto());
+  ClearFaults();
+  EXPECT_TRUE(nextFrameShows(withCursor)) << "it is still wanted";
+  SetBlackDuplicates(true);
+  capture.EnableCaptureCursor(false);
+  tick(5);
+  EXPECT_EQ(log.Count("find black frame, drop it."), 1);
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, withCursor)) << "the last good one";
+  EXPECT_EQ(devices(), 4) << "and no more attempts";
+  SetBlackDuplicates(false);
+  const HWND window = OpenWindow({.rect = {0, 0, 9, 9}, .color = RGB(1, 2, 3)});
+  EXPECT_TRUE(nextFrameShows({{0, 0, 9, 9, 0x010203}}));
+  // When the screen changes there is no need.
+  capture.EnableCaptureCursor(true);
+  MoveTo(window, 10, 10);
+  EXPECT_TRUE(nextFrameShows({{10, 10, 19, 19, 0x010203}, withCursor.front()}));
+  SetCursorPosition(99, 60);
+  tick();
+  capture.EnableCaptureCursor(false);
+  SetCursorPosition(101, 60);
+  EXPECT_TRUE(nextFrameShows({{10, 10, 19, 19, 0x010203}})) << "the mouse alone brings it";
+  tick(3);
+  EXPECT_EQ(devices(), 4);
+  EXPECT_EQ(host.Engines(), Engines{kDxgi});
+}
+
+TEST_F(DxgiShareTest, ModeChangeRebuildsTheEngineAndItsPictureFollows) {
+  OpenWindow({.rect = {20, 30, 60, 50}, .color = RGB(200, 10, 30)});
+  startDxgi();
+  host.Forget();
+  SetMonitorRect(monitor(), {0, 0, 160, 100});
+  tick();
+  EXPECT_EQ(host.Events(true), (Events{"rect 0,0 160x100", "frame"}));
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {{10, 15, 30, 25, 0xC80A1E}}))
+      << "the last picture once more";
+  tick(2);  // a look
+  EXPECT_EQ(host.FrameCount(), 2);
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {{20, 30, 60, 50, 0xC80A1E}})) << log.Dump();
+  EXPECT_EQ(log.Count("recreate ScreenCaptureEngineDXGI"), 1);
+  EXPECT_EQ(host.Engines(), Engines{});
+}
+
+TEST_F(DxgiShareTest, PictureThatCouldNotBeFetchedIsNotForgottenWhenTheScreenRests) {
+  const HWND window = OpenWindow({.rect = {0, 0, 9, 9}});
+  startDxgi();
+  const auto failingTick = [] {
+    FailNth("IDXGISurface::Map", 1);
+    tick();
+    EXPECT_TRUE(InjectedInto());
+    ClearFaults();
+  };
+  Fill(window, {0, 0, 9, 9}, RGB(1, 9, 9));
+  failingTick();
+  tick(3);  // two more failures, a restart, a look
+  EXPECT_TRUE(nextFrameShows({{0, 0, 9, 9, 0x010909}}));
+  EXPECT_EQ(devices(), 2);
+  // News of the mouse, which nobody asked for, brings it as well.
+  Fill(window, {0, 0, 9, 9}, RGB(2, 9, 9));
+  failingTick();
+  SetCursorPosition(8, 8);
+  failingTick();
+  SetCursorPosition(9, 9);
+  EXPECT_TRUE(nextFrameShows({{0, 0, 9, 9, 0x020909}}));
+  EXPECT_EQ(devices(), 2);
+}
+
+TEST_F(DxgiShareTest, BlackFirstPicturesAreNeverDeliveredAndNeverChangeTheEngine) {
+  const HWND window = OpenWindow({.rect = {0, 0, 9, 9}});
+  SetBlackDuplicates(true);
+  start();
+  for (int i = 0; i < 40; ++i) {
+    if (i % 2 == 0) {
+      Fill(window, {0, 0, 9, 9}, RGB(i, 9, 9));
+    }
+    tick();
+  }
+  EXPECT_EQ(host.Events(true), (Events{"engine 2", "start"})) << "nor anything in their place";
+  EXPECT_TRUE(log.Has(4, "find black frame, drop it."));
+  EXPECT_EQ(devices(), 1);
+
+  SetBlackDuplicates(false);
+  Fill(window, {0, 0, 9, 9}, RGB(1, 2, 3));
+  tick();
+  EXPECT_EQ(host.FrameCount(), 0);
+  EXPECT_TRUE(nextFrameShows({{0, 0, 9, 9, 0x010203}}));
+  SetBlackDuplicates(true);
+  Fill(window, {0, 0, 9, 9}, RGB(3, 2, 1));
+  EXPECT_TRUE(nextFrameShows({{0, 0, 320, 200, 0}})) << "only the beginning is tested";
+
+  capture.ShareStop();
+  SetBlackDuplicates(false);
+  SetDesktopColor(RGB(0, 0, 0));
+  Close(window);
+  host.Forget();
+  startDxgi();  // a dark desktop is no black picture
+  EXPECT_TRUE(Shows(host.LastFrame(), 0, {}));
+}
+
+TEST_F(DxgiShareTest, StillScreenIsAFailureWhereItCannotBeTold) {
+  for (const bool remote : {false, true}) {
+    SCOPED_TRACE(remote);
+    SetRemoteSession(remote);
+    capture.SetScreenCaptureConfig({.scDynamicCheck = remote});
+    host.Forget();
+    start();
+    EXPECT_EQ(host.Engines(), Engines{kDxgi});
+    tick(8);
+    EXPECT_EQ(host.Engines(), Engines{kDxgi});
+    tick();
+    EXPECT_EQ(host.Engines(), (Engines{kDxgi, kBitBlt})) << "the first look was a failure, too";
+    EXPECT_TRUE(nextFrameShows({}));
+    capture.ShareStop();
+  }
+}
+
+TEST_F(DxgiShareTest, WithoutDynamicCheckEveryFrameIsDeliveredAlsoOfTheMouseAlone) {
+  capture.SetScreenCaptureConfig({.scDynamicCheck = false});
+  start();
+  for (int i = 0; i < 20; ++i) {
+    SetCursorPosition(i, i);
+    tick();
+  }
+  EXPECT_EQ(host.FrameCount(), 20);
+  EXPECT_EQ(devices(), 1);
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {}));
+}
+
+TEST_F(DxgiShareTest, WhereDuplicationIsUnsupportedItIsNotEvenTried) {
+  SetDuplicateResult(DXGI_ERROR_UNSUPPORTED);
+  start();
+  EXPECT_EQ(host.Engines(), Engines{kBitBlt});
+  EXPECT_TRUE(nextFrameShows({}));
+  EXPECT_EQ(log.Count("Capture engines add ScreenCaptureEngineDXGI"), 0);
+}
+
+TEST_F(DxgiShareTest, OtherPixelsThanThirtyTwoBitAreNotTaken) {
+  SetDuplicateFormat(DXGI_FORMAT_R16G16B16A16_FLOAT);
+  start();
+  EXPECT_EQ(host.Engines(), Engines{kBitBlt});
+  EXPECT_TRUE(log.Has(5, "IDXGIDuplicateOutput does not use RGBA (8 bit):10")) << log.Dump();
+  EXPECT_EQ(log.Count("ReleaseDXGIDuplication succeed"), 1);
+}
+
+TEST_F(DxgiShareTest, DriverThatFaultsIsNeverAskedAgain) {
+  SetD3DFault(0xC0000005);
+  start();
+  EXPECT_EQ(host.Engines(), Engines{kBitBlt});
+  EXPECT_TRUE(log.Has(5, "D3D11CreateDevice throw a exception")) << log.Dump();
+  EXPECT_TRUE(nextFrameShows({}));
+  SetD3DFault({});
+  capture.EnableFilterWindowWhenShareDesktop(false);
+  tick(2);
+  EXPECT_EQ(host.Engines(), (Engines{kBitBlt, kBitBlt})) << "a new list";
+  EXPECT_EQ(Count("D3D11CreateDevice"), 1u);
 }
 
 }  // namespace

@@ -15,15 +15,6 @@ class GuideTest : public WindowShareTest {
  protected:
   GuideTest() { allowEngines({}); }
 
-  void shareMonitor() {
-    start();
-    Advance(1s);
-  }
-  void shareWindowNow() {
-    startWindow();
-    Advance(1s);
-  }
-
   std::string heard() const {
     std::string text;
     std::string last;
@@ -54,12 +45,12 @@ class GuideTest : public WindowShareTest {
 TEST_F(GuideTest, ShowsWhatListenersHear) {
   struct Situation {
     const char* heading;
+    bool sharesWindow;
     std::function<void()> happens;
   };
   const Situation situations[] = {
-      {"The screen is locked, and unlocked later",
+      {"The screen is locked, and unlocked later", false,
        [&] {
-         shareMonitor();
          LockSession(true);
          SetSecureDesktop(true);
          Advance(10s);
@@ -67,23 +58,20 @@ TEST_F(GuideTest, ShowsWhatListenersHear) {
          LockSession(false);
          Advance(3s);
        }},
-      {"A UAC prompt comes and goes",
+      {"A UAC prompt comes and goes", false,
        [&] {
-         shareMonitor();
          SetSecureDesktop(true);
          Advance(5s);
          SetSecureDesktop(false);
          Advance(3s);
        }},
-      {"The monitor gets another mode",
+      {"The monitor gets another mode", false,
        [&] {
-         shareMonitor();
          SetMonitorRect(monitor(), {0, 0, 400, 300});
          Advance(1s);
        }},
-      {"The window is dragged, minimised and restored",
+      {"The window is dragged, minimised and restored", true,
        [&] {
-         shareWindowNow();
          MoveTo(window, 60, 50);
          Advance(1s);
          Minimise(window);
@@ -91,14 +79,15 @@ TEST_F(GuideTest, ShowsWhatListenersHear) {
          Restore(window);
          Advance(1s);
        }},
-      {"The window closes",
+      {"The window closes", true,
        [&] {
-         shareWindowNow();
          Close(window);
          Advance(1s);
        }},
   };
   for (const Situation& situation : situations) {
+    situation.sharesWindow ? startWindow() : start();
+    Advance(1s);
     situation.happens();
     capture.ShareStop();
     EXPECT_EQ(heard(), written(situation.heading)) << situation.heading;

@@ -1,6 +1,7 @@
-// Sharing a monitor: what the frames show, and how a share begins and ends.
-#include <string>
+// Sharing a monitor: what the frames show, how a share begins and ends, and what its engine may
+// suffer.
 #include <tuple>
+#include <utility>
 
 #include "tests/share/AllocationHook.h"
 #include "tests/share/ShareTest.h"
@@ -27,24 +28,6 @@ TEST_F(ShareTest, FramesShowTheMonitorsWindowsInTheirOrder) {
   EXPECT_EQ(host.Count("stop"), 0);
 }
 
-TEST_F(ShareTest, MonitorLeftOfThePrimaryIsCapturedAtItsOwnPlace) {
-  HMONITOR left = nullptr;
-  for (int i = 1; i <= 2 && (left == nullptr || idOf(left) >= 0); ++i) {
-    left = AddMonitor({-200 * i, -40, -200 * (i - 1), 60});  // one of two has a negative id
-  }
-  ASSERT_LT(idOf(left), 0);
-  MONITORINFO info = {};
-  info.cbSize = sizeof(info);
-  ASSERT_TRUE(GetMonitorInfoW(left, &info));
-  const int x = info.rcMonitor.left;
-  OpenWindow({.rect = {x - 30, -50, x + 50, 10}, .color = RGB(9, 90, 200)});
-
-  start(left);
-
-  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {{-30, -10, 50, 50, 0x095AC8}}));
-  EXPECT_EQ(captureRect(), std::to_string(x) + ",-40 200x100");
-}
-
 TEST_F(ShareTest, WrongCallsAreRefusedInTheirOrderAndHarmNothing) {
   const int stale = idOf(AddMonitor({320, 0, 400, 100}));
   RemoveMonitor(Monitors().back());
@@ -62,12 +45,17 @@ TEST_F(ShareTest, WrongCallsAreRefusedInTheirOrderAndHarmNothing) {
   int ids[] = {1, 2};
   EXPECT_FALSE(capture.ShareWindows(&context, ids, 2, &host, error));
   EXPECT_EQ(error, IScreenCapture::ShareErrorTargetMissing) << "left as it was";
+  allowEngines({kPrint});  // which is for windows only
+  EXPECT_FALSE(share(monitor()));
+  EXPECT_EQ(error, IScreenCapture::ShareErrorStartFailed);
+  EXPECT_TRUE(log.Has(5, "CreateEngine failed")) << log.Dump();
   capture.ShareStop();
   capture.SharePause();
   capture.ShareResume();
   EXPECT_EQ(captureRect(), "-1,-1 -1x-1");
   EXPECT_EQ(host.Events(), Events{});
 
+  allowEngines({kBitBlt, kPrint});
   start();
   EXPECT_FALSE(capture.ShareDesktop(&context, idOf(monitor()), nullptr, error));
   EXPECT_EQ(error, IScreenCapture::ShareErrorTaskRunning);
@@ -82,18 +70,6 @@ TEST_F(ShareTest, WrongCallsAreRefusedInTheirOrderAndHarmNothing) {
   host.Forget();
   start();
   EXPECT_EQ(host.Events(), (Events{"engine 4", "start", "firstFrame"}));
-}
-
-TEST_F(ShareTest, OnlyAnEngineForWindowsAllowedMeansNoMonitorShare) {
-  allowEngines({IScreenCapture::CaptureEngineGDIPrintWindow});
-  EXPECT_FALSE(share(monitor()));
-  EXPECT_EQ(error, IScreenCapture::ShareErrorStartFailed);
-  EXPECT_TRUE(log.Has(5, "CreateEngine failed")) << log.Dump();
-  EXPECT_EQ(host.Events(), Events{});
-
-  allowEngines({});
-  start();
-  EXPECT_EQ(host.Engines(), std::vector<int>{1});
 }
 
 TEST_F(ShareTest, PromptFrameShowsAlongTheEdgesAndFollowsTheSettings) {
@@ -174,30 +150,25 @@ struct RecordKeeper : ShareRecorder {
     record = *frame;
     ShareRecorder::OnFrame(context, frame);
   }
-  auto Argb() const { return std::tuple(record.data, record.stride); }
-  auto I420() const {
-    return std::tuple(record.dataY, record.dataU, record.dataV, record.strideY, record.strideU,
-                      record.strideV);
-  }
   IScreenCapture::ScreenFrameData record = {};
 };
 
 TEST_F(ShareTest, FrameOfOneFormatLeavesTheFieldsOfTheOtherAlone) {
   RecordKeeper keeper(&context);
-  const auto empty = keeper.I420();
   ASSERT_TRUE(capture.ShareDesktop(&context, idOf(monitor()), &keeper, error));
   Settle();
-  EXPECT_EQ(keeper.record.stride, 1280);
-  EXPECT_EQ(keeper.I420(), empty);
-  const auto argb = keeper.Argb();
+  const IScreenCapture::ScreenFrameData argb = keeper.record;
+  EXPECT_EQ(argb.stride, 1280);
+  EXPECT_EQ(argb.dataY, nullptr);
   capture.SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormatI420);
   tick();
-  EXPECT_EQ(keeper.record.strideU, 160);
-  EXPECT_EQ(keeper.Argb(), argb);
-  const auto i420 = keeper.I420();
+  const IScreenCapture::ScreenFrameData i420 = keeper.record;
+  EXPECT_EQ(i420.strideU, 160);
+  EXPECT_EQ(std::tuple(i420.data, i420.stride), std::tuple(argb.data, argb.stride));
   capture.SetScreenFrameFormatType(IScreenCapture::ScreenFrameFormatARGB);
   tick();
-  EXPECT_EQ(keeper.I420(), i420);
+  EXPECT_EQ(std::tuple(keeper.record.dataU, keeper.record.strideV),
+            std::tuple(i420.dataU, i420.strideV));
   capture.ShareStop();
 }
 
@@ -280,6 +251,64 @@ TEST_F(ShareTest, LackOfMemoryForConversionAndScalingLeavesTheShareRunning) {
   tick(2);
   EXPECT_EQ(host.LastFrame().width, 160);
   EXPECT_TRUE(Shows(host.LastFrame(), kBackground, {}));
+}
+
+TEST_F(ShareTest, LockedScreenEndsTheShareOnlyWhenACaptureFails) {
+  start();
+  FailNth("BitBlt", 1, {ERROR_ACCESS_DENIED, E_FAIL});
+  tick();
+  EXPECT_EQ(host.Count("stop"), 0) << "unlocked: the share goes on";
+  LockSession(true);
+  EXPECT_TRUE(nextFrameShows({})) << "a capture that works goes on";
+  FailNth("BitBlt", 1, {ERROR_ACCESS_DENIED, E_FAIL});
+  tick(3);
+  EXPECT_EQ(host.Count("stop"), 1);
+  EXPECT_TRUE(log.Has(4, "screen lock, stop share")) << log.Dump();
+}
+
+TEST_F(ShareTest, FailingEngineIsRestartedAtThreeSixNineAndGivenUpAtTen) {
+  start();
+  host.Forget();
+  const int initialized = log.Count("bitblt: true");
+  FailNth("BitBlt", 1, {ERROR_GEN_FAILURE, E_FAIL}, Repeat::kOnward);
+
+  tick(9);
+  EXPECT_EQ(log.Count("bitblt: true"), initialized + 3) << log.Dump();
+  EXPECT_TRUE(host.Engines().empty());
+  tick();
+  EXPECT_EQ(host.Engines(), std::vector<int>{0}) << "no engine is left, and the host is told";
+  EXPECT_EQ(log.Count("m_captureEngine are all failed"), 1) << log.Dump();
+  EXPECT_TRUE(log.Has(4, "BitBlt failed,last Error:31"));
+  EXPECT_EQ(log.Count("BitBlt failed"), 1) << "limited";
+  ClearFaults();
+  tick(3);
+  EXPECT_EQ(host.FrameCount(), 0);
+  EXPECT_EQ(host.Count("stop"), 0);
+
+  // Settings that rebuild the engine bring a new list and a new chance.
+  capture.SetScreenCaptureConfig({.scDynamicCheck = false});
+  tick(2);
+  EXPECT_EQ(host.Engines(), (std::vector<int>{0, 4}));
+  EXPECT_TRUE(nextFrameShows({}));
+}
+
+TEST_F(ShareTest, EngineWithoutMemoryForAFirstPictureIsGivenUp) {
+  const std::pair<const char*, const char*> failures[] = {
+      {"GetDC", "GetDC failed,last Error:8"},
+      {"CreateCompatibleDC", "CreateCompatibleDC failed,last Error:8"},
+      {"CreateDIBSection", "CreateDIBSection of 320x200 failed,last Error:8"},
+      {"SelectObject", "SelectObject failed,last Error:8"}};
+  for (const auto& [call, message] : failures) {
+    FailNth(call, 1, {ERROR_NOT_ENOUGH_MEMORY, E_OUTOFMEMORY}, Repeat::kOnward);
+    host.Forget();
+    start();
+    tick(9);
+    EXPECT_EQ(host.FrameCount(), 0);
+    EXPECT_EQ(host.Engines(), (std::vector<int>{4, 0})) << "and the host is told";
+    EXPECT_TRUE(log.Has(4, message)) << log.Dump();
+    ClearFaults();
+    capture.ShareStop();
+  }
 }
 
 }  // namespace

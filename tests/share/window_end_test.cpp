@@ -103,7 +103,7 @@ TEST_F(WindowShareTest, LockedScreenEndsAFailingShareAndASecureDesktopIsWaitedFo
   EXPECT_EQ(host.Events(), Events{"pause 1"});
   tick();
   EXPECT_EQ(host.Events(), (Events{"pause 1", "resume"}));
-  LockSession(true);
+  LockSession(true);  // which Windows 7 tells the other way round
   FailNth("BitBlt", 1);
   tick(2);
   EXPECT_EQ(host.Events().back(), "stop");
@@ -126,12 +126,11 @@ TEST_F(WindowShareTest, AeroPeekIsOffDuringTheShareAndComesBackInEveryEnding) {
   EXPECT_EQ(RegistryDword(kPeekKey, kPeek), 7u);
 
   startWindow();
-  ScreenCapture second;
-  ShareRecorder secondHost;
-  ASSERT_TRUE(second.ShareWindow(nullptr, idOf(window), &secondHost, error));
+  OtherShare second;
+  ASSERT_TRUE(second.capture.ShareWindow(nullptr, idOf(window), &second.host, error));
   capture.ShareStop();
   EXPECT_EQ(RegistryDword(kPeekKey, kPeek), 0u) << "one share still runs";
-  second.ShareStop();
+  second.capture.ShareStop();
   EXPECT_EQ(RegistryDword(kPeekKey, kPeek), 7u);
 
   // The write that failed may have written all the same.

@@ -6,4 +6,7 @@ namespace qx::test {
 // the machine's ledger as it found it, and that nothing was misused.
 void AddListeners();
 
+// Prints where every thread of the process stands, as far as the system tells.
+void PrintThreads();
+
 }  // namespace qx::test

@@ -4,4 +4,6 @@ namespace qx::test {
 
 void AddListeners() {}
 
+void PrintThreads() {}
+
 }  // namespace qx::test

@@ -8,14 +8,12 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
-#include <memory>
+#include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 
-#define STB_IMAGE_IMPLEMENTATION
-#define STBI_ONLY_PNG
-#include <stb_image.h>
-
+#include "tests/support/PngReader.h"
 #include "tests/tools/Xwd.h"
 
 namespace {
@@ -25,22 +23,18 @@ using qx::test::ReadXwd;
 
 constexpr std::uint32_t kTransparent = 0xFF000000;
 
-Image ReadPng(const std::string& path) {
-  int width = 0;
-  int height = 0;
-  int channels = 0;
-  const std::unique_ptr<stbi_uc, void (*)(void*)> pixels(
-      stbi_load(path.c_str(), &width, &height, &channels, 4), &stbi_image_free);
-  if (pixels == nullptr) {
+Image ReadFrame(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  const qx::test::PngPicture picture =
+      qx::test::ReadPng({std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()});
+  if (picture.width == 0) {
     throw std::runtime_error("can't read " + path);
   }
-  Image image{static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height), {}};
-  const std::size_t count = std::size_t{image.width} * image.height;
-  image.rgb.reserve(count);
-  for (const stbi_uc* p = pixels.get(); image.rgb.size() < count; p += 4) {
+  Image image{
+      static_cast<std::uint32_t>(picture.width), static_cast<std::uint32_t>(picture.height), {}};
+  for (const std::uint32_t pixel : picture.pixels) {
     // What is transparent is none of the screen's colours.
-    image.rgb.push_back(p[3] == 0 ? kTransparent
-                                  : static_cast<std::uint32_t>(p[0] << 16 | p[1] << 8 | p[2]));
+    image.rgb.push_back(pixel >> 24 == 0 ? kTransparent : pixel & 0xFFFFFF);
   }
   return image;
 }
@@ -131,7 +125,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   try {
-    return Compare(ReadPng(argv[1]), ReadXwd(argv[2]));
+    return Compare(ReadFrame(argv[1]), ReadXwd(argv[2]));
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "compare-screenshot: %s\n", failure.what());
     return 2;

@@ -8,13 +8,14 @@
 
 #include <cstdint>
 #include <mutex>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "tests/host/two_processes/Puppet.h"
-#include "tests/host/two_processes/XScreen.h"
 #include "tests/platform/TestWindow.h"
 #include "tests/support/ShareRecorder.h"
+#include "tests/tools/Xwd.h"
 
 namespace qx::test {
 namespace {
@@ -42,6 +43,44 @@ bool printsNothing(HWND window) {
   const TestBitmap bitmap(kSize, kSize);
   EXPECT_TRUE(PrintWindow(window, bitmap.dc(), 0));
   return (bitmap.At(kSize - 1, kSize - 1) & 0xFFFFFF) == 0;
+}
+
+constexpr int kLooks = 4000;
+constexpr DWORD kLookMillis = 10;
+
+// Wine starts a program of the system below, but can't wait for it.
+void startBelow(const std::string& command) {
+  std::string line = "Z:\\bin\\sh -c \"" + command + "\"";
+  STARTUPINFOA start = {};
+  start.cb = sizeof(start);
+  PROCESS_INFORMATION process = {};
+  if (!CreateProcessA(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start,
+                      &process)) {
+    throw std::runtime_error("can't start " + command);
+  }
+}
+
+// Whether the display is an X server's, as it is under Wine.
+bool hasXScreen() {
+  return GetProcAddress(GetModuleHandleA("ntdll.dll"), "wine_get_version") != nullptr;
+}
+
+// What the X server shows now, without the cursor.
+Image xScreenshot() {
+  const std::string file = "/tmp/qx-screen-" + std::to_string(GetCurrentProcessId()) + ".xwd";
+  const std::string path = "Z:" + file;
+  // The server refuses now and then, while windows come and go.
+  startBelow("for i in 1 2 3 4 5 6 7 8 9; do xwd -root -silent -out " + file +
+             ".part 2>/dev/null && mv " + file + ".part " + file + " && exit; sleep 0.1; done");
+  for (int attempt = 0; GetFileAttributesA(path.c_str()) == INVALID_FILE_ATTRIBUTES; ++attempt) {
+    if (attempt == kLooks) {
+      throw std::runtime_error("xwd wrote no screenshot");
+    }
+    Sleep(kLookMillis);
+  }
+  Image image = ReadXwd(path);
+  DeleteFileA(path.c_str());
+  return image;
 }
 
 // Says where the frame differs from the screen, "" when it does not.
@@ -143,13 +182,13 @@ class FollowedWindowTest : public testing::TestWithParam<Way> {
       }
       return;
     }
-    if (!HasXScreen()) {
+    if (!hasXScreen()) {
       return;
     }
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
-      const Image before = XScreenshot();
+      const Image before = xScreenshot();
       const std::vector<Frame> frames = nextFrames();
-      if (XScreenshot().rgb != before.rgb) {
+      if (xScreenshot().rgb != before.rgb) {
         continue;
       }
       for (const Frame& frame : frames) {

@@ -11,7 +11,7 @@
 #include <memory>
 #include <thread>
 
-#include "tests/support/Watchdog.h"
+#include "tests/support/Environment.h"
 
 namespace qx::test {
 namespace {
