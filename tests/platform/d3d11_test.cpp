@@ -188,22 +188,6 @@ TEST_F(D3D11Test, DrawsRectanglesAsItDrawsTriangles) {
   }
 }
 
-TEST_F(D3D11Test, LooksAtMorePlacesAlongTheLongerSide) {
-  const CardPicture noise = MakePicture(24, 12, Noise);
-  EXPECT_EQ(draw(noise, Quad(), 8, 4).At(3, 2), noise.At(10, 7)) << "the middle of nine";
-  EXPECT_EQ(draw(noise, Quad(), 48, 24).At(0, 0), noise.At(0, 0)) << "clamped at its edge";
-  const auto middle = [this](const std::function<bool(int x)>& isWhite) {
-    const CardPicture picture =
-        MakePicture(64, 8, [&](int x, int) { return isWhite(x) ? 0xFFFFFFFF : 0xFF000000; });
-    return static_cast<int>(draw(picture, Quad(), 16, 8).At(5, 5) & 0xFF);
-  };
-  const auto isInner = [](int x) { return x % 4 == 1 || x % 4 == 2; };
-  EXPECT_NEAR(middle([](int x) { return x % 2 != 0; }), 127, 1);
-  EXPECT_NEAR(middle(isInner), 127, 1);
-  useSampler(D3D11_FILTER_MIN_MAG_MIP_LINEAR);
-  EXPECT_EQ(middle(isInner), 0xFF) << "only at the two in the middle";
-}
-
 TEST_F(D3D11Test, KeepsWhatIsBoundAndNeverReadsWhatItDrawsTo) {
   const CardPicture source = MakePicture(4, 4, Noise);
   const ComPtr<ID3D11Texture2D> target = m_card.Texture(source);

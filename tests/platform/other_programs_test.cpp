@@ -70,19 +70,6 @@ TEST_F(ProgramTest, IsWaitedForUntilItAnswersOrGoes) {
   }
 }
 
-TEST_F(ProgramTest, TellsItsTitleAtOnceAndPaintsWhenItAnswers) {
-  const HWND window = OpenWindow({.title = L"Notes"});
-  Hang(window);
-  wchar_t text[8] = {};
-  EXPECT_EQ(timeOf([&] { EXPECT_EQ(GetWindowTextW(window, text, 8), 5); }), 0ms);
-  const auto redraw = [](HWND w) { return RedrawWindow(w, nullptr, nullptr, RDW_UPDATENOW); };
-  for (const Call& call : {Call(UpdateWindow), Call(redraw)}) {
-    TestThread release(after(20ms, [&] { AnswerAfter(window, 10ms); }));
-    EXPECT_EQ(timeOf([&] { call(window); }), 30ms);
-    Hang(window);
-  }
-}
-
 // Threads that share their input change the foreground one after the other.
 TEST_F(ProgramTest, IsWaitedForWhenItsInputIsSharedAndItLosesTheForeground) {
   const HWND editor = OpenWindow({.threadId = 7001});

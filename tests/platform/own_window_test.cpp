@@ -57,16 +57,6 @@ TEST_F(OwnWindowTest, MovesInTheOrderWithItsOwner) {
   EXPECT_FALSE(IsTopmost(owned) || IsTopmost(second) || IsTopmost(owner));
 }
 
-TEST_F(OwnWindowTest, IsRestoredToWhatItWasBefore) {
-  const HWND window = OpenWindow({.rect = {210, 10, 260, 60}, .style = WS_OVERLAPPEDWINDOW});
-  Maximise(window);
-  Minimise(window);
-  Restore(window);
-  EXPECT_TRUE(IsZoomed(window));
-  Restore(window);
-  EXPECT_EQ(SidesOf(window), (Sides{210, 10, 260, 60}));
-}
-
 TEST_F(OwnWindowTest, ForegroundIsTheUsersOrTheTopmostThatCanBeOrOfThoseWhoShareInput) {
   SetForeground(nullptr);
   const HWND editor = OpenWindow({.rect = {0, 0, 50, 50}, .threadId = 7001});
