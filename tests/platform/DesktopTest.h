@@ -10,8 +10,6 @@
 
 namespace qx::test {
 
-constexpr std::uint32_t kOpaque = 0xFF000000;
-
 class DesktopTest : public testing::Test {
  protected:
   void SetUp() override {

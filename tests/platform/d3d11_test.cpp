@@ -83,23 +83,20 @@ class D3D11Test : public testing::Test {
     context().PSSetShader(pixelShader.Get(), nullptr, 0);
     context().IASetInputLayout(layout.Get());
     context().IASetPrimitiveTopology(D3D11_PRIMITIVE_TOPOLOGY_TRIANGLESTRIP);
-    useSampler(D3D11_FILTER_ANISOTROPIC);
-  }
-
-  ID3D11DeviceContext& context() const { return *m_card.context.Get(); }
-
-  void useSampler(D3D11_FILTER filter) const {
     D3D11_SAMPLER_DESC desc{};
-    desc.Filter = filter;
+    desc.Filter = D3D11_FILTER_ANISOTROPIC;
     desc.AddressU = desc.AddressV = desc.AddressW = D3D11_TEXTURE_ADDRESS_CLAMP;
     desc.MaxAnisotropy = 16;
     desc.ComparisonFunc = D3D11_COMPARISON_NEVER;
     desc.MaxLOD = FLT_MAX;
     ComPtr<ID3D11SamplerState> state;
-    ASSERT_EQ(m_card.device->CreateSamplerState(&desc, state.Put()), S_OK);
+    ASSERT_EQ(device.CreateSamplerState(&desc, state.Put()), S_OK);
     ID3D11SamplerState* const bound = state.Get();
     context().PSSetSamplers(0, 1, &bound);
   }
+
+  ID3D11DeviceContext& context() const { return *m_card.context.Get(); }
+
   // By the source's alpha, which stays.
   void blend() const {
     D3D11_BLEND_DESC desc{};

@@ -131,46 +131,5 @@ TEST_F(DuplicationManagerTest, AfterThreeFailuresInARowNoneIsMadeInThisProcess) 
   EXPECT_EQ(get(c, kCapture, second), nullptr);
 }
 
-TEST_F(DuplicationManagerTest, EveryStepThatFailsIsToldAndLeavesNothing) {
-  const auto failing = [&](const char* call, int nth, const std::string& message, int level = 5) {
-    SCOPED_TRACE(call);
-    FailNth(call, static_cast<std::uint64_t>(nth));
-    expectFailure(PrimaryMonitor(), message, level);
-    ClearFaults();
-    expectSuccess();
-  };
-  const std::string noMemory = " failed res:-2147024882";
-  failing("D3D11CreateDevice", 1, "D3D11CreateDevice" + noMemory);
-  failing("IUnknown::QueryInterface", 1, "create dxgi device" + noMemory);
-  failing("IDXGIDevice::GetParent", 1, "get adapter" + noMemory);
-  failing("IDXGIAdapter::EnumOutputs", 1, "IDXGIAdapter::EnumOutputs" + noMemory, 4);
-  failing("IDXGIOutput::GetDesc", 1, "get desc" + noMemory);
-  failing("IUnknown::QueryInterface", 2, "dxgiOutput convert dxgiOutput1" + noMemory);
-  failing("IDXGIOutput1::DuplicateOutput", 1, "DuplicateOutput" + noMemory);
-
-  FailNth("IDXGIAdapter::EnumOutputs", 1, {0, DXGI_ERROR_NOT_CURRENTLY_AVAILABLE});
-  expectFailure(PrimaryMonitor(), "IDXGIAdapter::EnumOutputs returns NOT_CURRENTLY_AVAILABLE", 4);
-  ClearFaults();
-  FailNth("IDXGIAdapter::EnumOutputs", 1, kOutOfMemory, Repeat::kOnward);
-  expectFailure(PrimaryMonitor(), "IDXGIAdapter::EnumOutputs" + noMemory, 4);
-  ClearFaults();
-  expectSuccess();
-
-  SetAttached(PrimaryMonitor(), false);
-  expectFailure(PrimaryMonitor(), "IDXGIOutput is Detached", 4);
-  SetAttached(PrimaryMonitor(), true);
-  SetMonitorRect(PrimaryMonitor(), {5, 5, 5, 9});
-  expectFailure(PrimaryMonitor(), "m_hMonitor rect is:5,5,5,9");
-  SetMonitorRect(PrimaryMonitor(), {0, 0, 8, 8});
-  expectSuccess();
-}
-
-TEST_F(DuplicationManagerTest, OnlyMonitorsOfTheFirstCardAreDuplicated) {
-  const HMONITOR other = AddMonitor({2000, 0, 2100, 100});
-  PlugInto(other, AddAdapter({0x10DE, 1, L"Second"}));
-  expectFailure(other, "");
-  expectSuccess();
-}
-
 }  // namespace
 }  // namespace qx

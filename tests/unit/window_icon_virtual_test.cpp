@@ -119,28 +119,6 @@ TEST_F(WindowIcon, TheFirstSourceThatHasOneDecides) {
   EXPECT_EQ(IconOf(window).width, 32) << "a closed window still has the system's";
 }
 
-TEST_F(WindowIcon, AWindowThatHangsCosts400MillisecondsUntilTheSystemKnows) {
-  SetWindowIcon(window, IconKind::kBig, OnePixel(0xFF000001));
-  SetWindowIcon(window, IconKind::kSmall, OnePixel(0xFF000002));
-  SetClassIcon(window, OnePixel(0xFF000004));
-  const auto cost = [&](std::uint32_t expected) {
-    const auto start = Now();
-    EXPECT_EQ(PixelsOf(window), Pixels{expected});
-    return Now() - start;
-  };
-  EXPECT_EQ(cost(0xFF000001), 0ms);
-  AnswerAfter(window, 199ms);
-  EXPECT_EQ(cost(0xFF000001), 199ms);
-  SetWindowIcon(window, IconKind::kBig, nullptr);
-  EXPECT_EQ(cost(0xFF000004), 399ms) << "too slow for the second question";
-  AnswerAfter(window, 90ms);
-  EXPECT_EQ(cost(0xFF000002), 180ms);
-  AnswerAfter(window, 1h);
-  EXPECT_EQ(cost(0xFF000004), 400ms);
-  HangAll();
-  EXPECT_EQ(cost(0xFF000004), 0ms);
-}
-
 TEST_F(WindowIcon, AProgramOnADeadDriveCosts200Milliseconds) {
   SetProgramIcon(L"C:\\Apps\\content.exe", OnePixel(0xFF000005));
   const HWND frame = OpenFrame({8000});
