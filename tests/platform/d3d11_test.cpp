@@ -6,16 +6,12 @@
 #include <cfloat>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
-#include <functional>
-#include <span>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "platform/control/Faults.h"
 #include "platform/control/Ledger.h"
-#include "platform/model/Dxbc.h"
 #include "src/win/engine/dxgi/shaders/QuadShaders.h"
 #include "tests/support/GraphicsCard.h"
 
@@ -254,33 +250,6 @@ TEST_F(D3D11Test, MapsOnceAndNotWhileItCopiesAndCopiesWhatFits) {
   EXPECT_EQ(seen.At(1, 1), source.At(66, 4));
   EXPECT_EQ(seen.At(3, 2), source.At(68, 5));
   EXPECT_EQ(seen.At(0, 2), Noise(0, 2));
-}
-
-// Sets a token of the pixel shader, which is `from`, and the checksum.
-std::vector<unsigned char> PixelShaderWith(std::uint32_t from, std::uint32_t to) {
-  std::vector<unsigned char> bytes(kQuadPixelShader, kQuadPixelShader + sizeof(kQuadPixelShader));
-  const auto letters = [](std::uint32_t& token) {
-    auto* const first = reinterpret_cast<unsigned char*>(&token);
-    return std::span<unsigned char>(first, sizeof(token));
-  };
-  const auto found = std::ranges::search(bytes, letters(from));
-  EXPECT_FALSE(found.empty());
-  std::ranges::copy(letters(to), found.begin());
-  const auto digest = vwin::dxbc::DigestOf(bytes);
-  std::memcpy(bytes.data() + vwin::dxbc::kDigestOffset, digest.data(), sizeof(digest));
-  return bytes;
-}
-
-TEST_F(D3D11Test, RefusesInstructionsThatItCannotRun) {
-  constexpr std::uint32_t kSampleIndexable = 0x8B000045, kTexture2D = 0x800000C2;
-  constexpr std::uint32_t kBiased = 0x8B00004A, kTexture3D = 0x80000142;
-  const auto make = [&](const std::vector<unsigned char>& bytes) {
-    ComPtr<ID3D11PixelShader> shader;
-    return m_card.device->CreatePixelShader(bytes.data(), bytes.size(), nullptr, shader.Put());
-  };
-  EXPECT_EQ(make(PixelShaderWith(kTexture2D, kTexture2D)), S_OK);
-  EXPECT_EQ(make(PixelShaderWith(kTexture2D, kTexture3D)), E_INVALIDARG);
-  EXPECT_EQ(make(PixelShaderWith(kSampleIndexable, kBiased)), E_INVALIDARG);
 }
 
 TEST_F(D3D11Test, TakesOnlyWholeShadersOfTheirStage) {

@@ -22,12 +22,6 @@ int Entry(int number) { return g_point.InForce<Function>()(number); }
 std::atomic<void*> g_function = reinterpret_cast<void*>(&Entry);
 int Detour(int number) { return 10 * reinterpret_cast<Function>(g_function.load())(number); }
 
-std::ptrdiff_t Kept(const std::string& kind, const std::string& call) {
-  const auto snapshot = vwin::control::Snapshot();
-  return std::count_if(snapshot.begin(), snapshot.end(),
-                       [&](const auto& entry) { return entry.kind == kind && entry.call == call; });
-}
-
 TEST(InlinePatch, ADetourRunsAndReachesTheBody) {
   void* const entry = g_function;
   void* const detour = reinterpret_cast<void*>(&Detour);
@@ -37,7 +31,9 @@ TEST(InlinePatch, ADetourRunsAndReachesTheBody) {
   EXPECT_EQ(2, Entry(1));
 
   EXPECT_EQ("", Redirect(g_function, detour));
-  EXPECT_EQ(1, Kept("pinned module", "GetModuleHandleExW"));
+  using vwin::control::LedgerSnapshot;
+  EXPECT_EQ(1, std::ranges::count(vwin::control::Snapshot(), "pinned module",
+                                  &LedgerSnapshot::value_type::kind));
   EXPECT_EQ(20, Entry(1));
   std::atomic<void*> again = entry;
   EXPECT_NE("", Redirect(again, detour));

@@ -14,7 +14,6 @@
 #include "platform/control/Desktop.h"
 #include "platform/control/Faults.h"
 #include "platform/control/Ledger.h"
-#include "tests/support/ShareRecorder.h"
 #include "win/prompt/PromptDesktop.h"
 #include "win/prompt/PromptWindow.h"
 
@@ -65,8 +64,7 @@ class PromptWindowTest : public testing::Test {
   }
 
   // Whether the screen shows the target, and strips along the inside of `place`.
-  static testing::AssertionResult shows(const RECT& place, int width,
-                                        COLORREF color = kFrameColor) {
+  static testing::AssertionResult shows(const RECT& place, int width) {
     Settle();
     const Picture screen = Screenshot(kMonitor);
     const RECT inside = {place.left + width, place.top + width, place.right - width,
@@ -76,7 +74,7 @@ class PromptWindowTest : public testing::Test {
         const COLORREF under = IsIn(kTarget, x, y) ? kTargetColor : kDesktopColor;
         const bool strip = IsIn(place, x, y) && !IsIn(inside, x, y);
         const COLORREF seen = screen.At(x, y);
-        if (strip ? IsMixOf(seen, color, under) : seen == under) continue;
+        if (strip ? IsMixOf(seen, kFrameColor, under) : seen == under) continue;
         return testing::AssertionFailure()
                << std::hex << seen << " at " << std::dec << x << ',' << y
                << (strip ? ", where the frame should be" : ", where no frame should be");
@@ -94,7 +92,6 @@ class PromptWindowTest : public testing::Test {
   }
 
   HWND target;
-  test::LogRecorder log;
 };
 
 TEST_F(PromptWindowTest, StaysOverTheWindowThatOwnsItAndIsHiddenWithIt) {

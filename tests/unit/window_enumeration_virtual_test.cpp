@@ -9,7 +9,6 @@
 #include "platform/control/Desktop.h"
 #include "platform/control/Faults.h"
 #include "platform/control/Machine.h"
-#include "tests/support/ShareRecorder.h"
 #include "win/source/WindowEnumeration.h"
 #include "win/util/WindowHelpers.h"
 
