@@ -70,35 +70,6 @@ TEST_F(ProgramTest, IsWaitedForUntilItAnswersOrGoes) {
   }
 }
 
-// Threads that share their input change the foreground one after the other.
-TEST_F(ProgramTest, IsWaitedForWhenItsInputIsSharedAndItLosesTheForeground) {
-  const HWND editor = OpenWindow({.threadId = 7001});
-  const HWND other = OpenWindow({.threadId = 7002});
-  SetForeground(editor);
-  Hang(editor);
-  TestWindow own({10, 10, 60, 60});
-  const auto waits = [&](const std::function<void()>& call) {
-    TestThread release(after(30ms, [&] { AnswerAfter(editor, 0ms); }));
-    const bool waited = timeOf(call) == 30ms;
-    release.Join();
-    SetForeground(editor);
-    Hang(editor);
-    return waited;
-  };
-  EXPECT_FALSE(waits([&] { BringWindowToTop(other); }));
-  EXPECT_FALSE(waits([&] { ShowWindow(own, SW_SHOW); })) << "nothing is shared";
-  const DWORD self = GetCurrentThreadId();
-  ASSERT_TRUE(AttachThreadInput(self, 7001, TRUE));
-  EXPECT_TRUE(waits([&] { BringWindowToTop(other); }));
-  AttachThreadInput(self, 7001, FALSE);
-
-  SetWindowLongPtrW(own, GWLP_HWNDPARENT, reinterpret_cast<LONG_PTR>(editor));
-  EXPECT_TRUE(waits([&] { ShowWindow(own, SW_SHOW); })) << "an owner shares its input";
-  EXPECT_TRUE(waits([&] { SetWindowPos(own, HWND_TOP, 0, 0, 9, 9, 0); }));
-  EXPECT_FALSE(waits([&] { ShowWindow(own, SW_SHOWNA); }));
-  EXPECT_FALSE(waits([&] { SetWindowPos(own, HWND_TOP, 0, 0, 9, 9, SWP_NOACTIVATE); }));
-}
-
 TEST_F(ProgramTest, OwnThreadsHangAfterFiveSecondsWithoutALook) {
   TestEvent go;
   WindowThread thread({}, [&](TestWindow&) { go.Wait(); });
@@ -117,21 +88,6 @@ TEST_F(ProgramTest, OwnThreadsHangAfterFiveSecondsWithoutALook) {
   go.Set();
   Settle();
   EXPECT_FALSE(IsHungAppWindow(thread.handle()));
-}
-
-TEST_F(ProgramTest, OwnWindowsThatGoEndTheWait) {
-  HWND window = nullptr;
-  TestThread owner([&] {
-    TestWindow made({0, 0, 50, 50});
-    window = made;
-    Spend(60ms);
-  });
-  Settle();
-  DWORD_PTR answer = 0;
-  const auto asked =
-      timeOf([&] { SendMessageTimeoutW(window, WM_USER, 0, 0, SMTO_BLOCK, 100, &answer); });
-  EXPECT_EQ(asked, 60ms);
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_WINDOW_HANDLE));
 }
 
 TEST_F(ProgramTest, HangsAtTheCallThatATestChooses) {

@@ -214,5 +214,26 @@ TEST_F(Direct11ScaleTest, DrawsNoCursorWhoseShapeClaimsMoreThanItHolds) {
   }
 }
 
+TEST_F(Direct11ScaleTest, KeepsTheCursorWhoseNewShapeCannotBeRead) {
+  ASSERT_TRUE(scale.Init(card.device, DXGI_MODE_ROTATION_IDENTITY));
+  Cursor cursor = Monochrome();
+  ASSERT_TRUE(scale.UpdateCursor(&cursor.news, cursor.news.At(3, 3)));
+  PointerNews failing = Color().news;
+  failing.answer = E_FAIL;
+  ASSERT_TRUE(scale.UpdateCursor(&failing, failing.At(10, 6)));
+  EXPECT_TRUE(Shows(WithCursor(Desktop, cursor, 10, 6)));
+}
+
+TEST_F(Direct11ScaleTest, LeavesTheViewportAsItWas) {
+  ASSERT_TRUE(scale.Init(card.device, DXGI_MODE_ROTATION_IDENTITY));
+  const D3D11_VIEWPORT viewport = {1, 2, 3, 4, 0, 1};
+  card.context->RSSetViewports(1, &viewport);
+  EXPECT_TRUE(Shows(Desktop));
+  D3D11_VIEWPORT after = {};
+  UINT count = 1;
+  card.context->RSGetViewports(&count, &after);
+  EXPECT_EQ(std::memcmp(&after, &viewport, sizeof(viewport)), 0);
+}
+
 }  // namespace
 }  // namespace qx

@@ -32,7 +32,7 @@ class DuplicationManagerTest : public testing::Test {
   void expectFailure(HMONITOR of, int count, const std::string& message) {
     log.Forget();
     EXPECT_EQ(get(a, kCapture, of), nullptr);
-    EXPECT_TRUE(log.Has(5, message)) << log.Dump();
+    EXPECT_EQ(log.Count(message), 1) << log.Dump();
     EXPECT_EQ(log.Count("CreateDXGIDuplication failed, count = " + std::to_string(count)), 1)
         << log.Dump();
   }
@@ -96,6 +96,18 @@ TEST_F(DuplicationManagerTest, WatcherThatIsLookingIsWaitedForButNotForEver) {
   EXPECT_EQ(get(b, kCapture), looking) << "as it is";
   release(b, kCapture);
   looking.reset();
+}
+
+TEST_F(DuplicationManagerTest, OutputsThatCannotBeReadOrShowNothingArePassedOver) {
+  const HMONITOR second = AddMonitor({1920, 0, 2000, 100});
+  FailNth("IDXGIAdapter::EnumOutputs", 1);
+  EXPECT_NE(get(a, kCapture, second), nullptr) << log.Dump();
+  release(a, kCapture, second);
+  SetAttached(second, false);
+  expectFailure(second, 1, "IDXGIOutput is Detached");
+  SetAttached(second, true);
+  SetMonitorRect(second, {5, 5, 5, 9});
+  expectFailure(second, 2, "m_hMonitor rect is:5,5,5,9");
 }
 
 TEST_F(DuplicationManagerTest, AfterThreeFailuresInARowNoneIsMadeInThisProcess) {

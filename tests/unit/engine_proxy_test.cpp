@@ -14,17 +14,19 @@ namespace qx {
 namespace {
 
 const auto kMonitor = reinterpret_cast<HMONITOR>(std::intptr_t{0x51});
+const auto kRenewedMonitor = reinterpret_cast<HMONITOR>(std::intptr_t{0x53});
 const auto kWindow = reinterpret_cast<HWND>(std::intptr_t{0x52});
 
 // What the engines do, and which were made.
 struct Script {
   std::set<CaptureEngineType> broken;  // they neither start nor go on
   std::string built;                   // names with the arguments
+  std::string settings;                // of the last capture
 };
 
 class ScriptedEngine : public ScreenCaptureEngine {
  public:
-  ScriptedEngine(const Script& script, CaptureEngineType type) : m_script(script), m_type(type) {}
+  ScriptedEngine(Script& script, CaptureEngineType type) : m_script(script), m_type(type) {}
 
   bool Initialize() override { return works(); }
   void UnInitialize() override {}
@@ -32,6 +34,9 @@ class ScriptedEngine : public ScreenCaptureEngine {
   bool IsDesktopBased() const override { return true; }
   bool Capture(std::int32_t, std::int32_t, std::int32_t, std::int32_t, ScreenCaptureFrame&,
                CaptureResult& result) override {
+    m_script.settings = std::to_string(m_targetWidth) + "x" + std::to_string(m_targetHeight) +
+                        (m_source == kRenewedMonitor ? " renewed" : "") +
+                        (m_showCursor ? "" : " bare") + (m_useBasicGraphics ? " basic" : "");
     result = works() ? CaptureResult::Success : CaptureResult::EngineLost;
     return works();
   }
@@ -39,7 +44,7 @@ class ScriptedEngine : public ScreenCaptureEngine {
  private:
   bool works() const { return !m_script.broken.contains(m_type); }
 
-  const Script& m_script;
+  Script& m_script;
   const CaptureEngineType m_type;
 };
 
@@ -190,6 +195,21 @@ TEST_F(EngineProxy, RanksTheEnginesThatTheMachineAndTheHostAllow) {
     Window(facts);
     EXPECT_EQ(std::exchange(script.built, {}), forWindow);
   }
+}
+
+TEST_F(EngineProxy, HandsEverySettingToTheEngineInUseAndToTheNext) {
+  const auto proxy = Monitor(kWindows10);
+  ASSERT_TRUE(proxy->Initialize());
+  proxy->ShowCursor(false);
+  proxy->SetUseBasicGraphics(true);
+  proxy->SetTargetSize(320, 200);
+  proxy->SetSource(kRenewedMonitor);
+  EXPECT_TRUE(Capture(*proxy));
+  EXPECT_EQ(std::exchange(script.settings, {}), "320x200 renewed bare basic");
+  script.broken = {IScreenCapture::CaptureEngineDXGI};
+  EXPECT_FALSE(Capture(*proxy));
+  EXPECT_TRUE(Capture(*proxy));
+  EXPECT_EQ(script.settings, "320x200 renewed bare basic");
 }
 
 TEST_F(EngineProxy, AWindowShareFollowsTheIncludeList) {

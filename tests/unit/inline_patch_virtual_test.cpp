@@ -22,6 +22,11 @@ int Entry(int number) { return g_point.InForce<Function>()(number); }
 std::atomic<void*> g_function = reinterpret_cast<void*>(&Entry);
 int Detour(int number) { return 10 * reinterpret_cast<Function>(g_function.load())(number); }
 
+std::ptrdiff_t Kept(const char* kind) {
+  return std::ranges::count(vwin::control::Snapshot(), kind,
+                            &vwin::control::LedgerSnapshot::value_type::kind);
+}
+
 TEST(InlinePatch, ADetourRunsAndReachesTheBody) {
   void* const entry = g_function;
   void* const detour = reinterpret_cast<void*>(&Detour);
@@ -31,14 +36,18 @@ TEST(InlinePatch, ADetourRunsAndReachesTheBody) {
   EXPECT_EQ(2, Entry(1));
 
   EXPECT_EQ("", Redirect(g_function, detour));
-  using vwin::control::LedgerSnapshot;
-  EXPECT_EQ(1, std::ranges::count(vwin::control::Snapshot(), "pinned module",
-                                  &LedgerSnapshot::value_type::kind));
+  EXPECT_EQ(1, Kept("pinned module"));
   EXPECT_EQ(20, Entry(1));
   std::atomic<void*> again = entry;
   EXPECT_NE("", Redirect(again, detour));
   EXPECT_EQ(entry, again.load());
   EXPECT_EQ(20, Entry(1));
+}
+
+TEST(InlinePatch, AFunctionThatWasFoundStays) {
+  const auto before = Kept("module");
+  EXPECT_NE(nullptr, FindSystemFunction(L"ntdll.dll", "RtlGetNtVersionNumbers"));
+  EXPECT_EQ(before + 1, Kept("module"));
 }
 
 }  // namespace

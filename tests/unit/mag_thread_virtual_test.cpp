@@ -62,6 +62,23 @@ TEST_F(MagThreadTest, LateWindowsAreDestroyedAndPicturesLiveAsLongAsTheirWindows
   EXPECT_TRUE(create(second)) << "and serves the next one";
 }
 
+TEST_F(MagThreadTest, EndsForTheLastWindowOrWithAll) {
+  ASSERT_TRUE(thread.Initialize());
+  const HWND one = create(first);
+  const HWND other = create(second);
+  EXPECT_TRUE(thread.DestroyMagWindowOnThread(one));
+  EXPECT_TRUE(thread.DestroyMagWindowOnThread(one)) << "counts once";
+  thread.UnInitialize(MagThread::Ending::IfUnused);
+  EXPECT_TRUE(thread.HasMagWindow());
+  thread.UnInitialize();
+  EXPECT_EQ(windows(), 0u);
+  EXPECT_EQ(second.use_count(), 1);
+  ASSERT_TRUE(thread.Initialize());
+  ASSERT_TRUE(create(first));
+  EXPECT_TRUE(thread.DestroyMagWindowOnThread(other)) << "an earlier thread's";
+  EXPECT_TRUE(thread.HasMagWindow());
+}
+
 TEST_F(MagThreadTest, StartsAgainAfterItEndedByItself) {
   ASSERT_TRUE(thread.Initialize());
   const HWND window = create(first);

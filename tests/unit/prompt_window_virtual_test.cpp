@@ -107,6 +107,14 @@ TEST_F(PromptWindowTest, StaysOverTheWindowThatOwnsItAndIsHiddenWithIt) {
   EXPECT_FALSE(frame()->visible);
   Restore(target);
   EXPECT_TRUE(frame()->visible);
+  for (const bool show : {false, true}) {
+    bool alone = false;
+    AtNth("ShowWindow", 1, [&] { alone = !LibraryWindows(L"OrvaSSPromptWindow").at(0).owner; });
+    prompt.UpdatePosition(show, kMonitor, kTarget);
+    EXPECT_EQ(frame()->visible, show);
+    EXPECT_TRUE(alone) << "it waits for no owner";
+    EXPECT_EQ(frame()->owner, target);
+  }
 }
 
 TEST_F(PromptWindowTest, LiesAroundTheWindowCutAtTheDesktop) {

@@ -49,6 +49,16 @@ TEST(Version, ThatCouldNotBeReadIsAskedForAgain) {
   EXPECT_FALSE(IsBeforeWindows8());
 }
 
+TEST(Session, UnknownIsUnlockedWithAPromptOnItsScreen) {
+  FailNth("OpenDesktopA", 1);
+  EXPECT_TRUE(IsUacPrompt());
+  LockSession(true);
+  SetSessionQuery(SessionQuery::kFails, 5);
+  EXPECT_FALSE(IsScreenLocked());
+  SetSessionQuery(SessionQuery::kNoBytes);
+  EXPECT_FALSE(IsScreenLocked());
+}
+
 TEST(Graphics, CompositionAndAdapter) {
   EXPECT_TRUE(IsDwmCompositionEnabled());
   FailNth("DwmIsCompositionEnabled", 1);

@@ -119,6 +119,19 @@ TEST_F(WindowIcon, TheFirstSourceThatHasOneDecides) {
   EXPECT_EQ(IconOf(window).width, 32) << "a closed window still has the system's";
 }
 
+TEST_F(WindowIcon, AWindowThatHangsCosts400MillisecondsUntilTheSystemKnows) {
+  SetClassIcon(window, OnePixel(0xFF000004));
+  const auto cost = [&] {
+    const auto start = Now();
+    EXPECT_EQ(PixelsOf(window), Pixels{0xFF000004});
+    return Now() - start;
+  };
+  AnswerAfter(window, 1h);
+  EXPECT_EQ(cost(), 400ms);
+  HangAll();
+  EXPECT_EQ(cost(), 0ms);
+}
+
 TEST_F(WindowIcon, AProgramOnADeadDriveCosts200Milliseconds) {
   SetProgramIcon(L"C:\\Apps\\content.exe", OnePixel(0xFF000005));
   const HWND frame = OpenFrame({8000});
