@@ -2,7 +2,6 @@
 // one colour, composition on.
 #pragma once
 
-#include <dwmapi.h>
 #include <gtest/gtest.h>
 
 #include "platform/control/Desktop.h"
@@ -11,21 +10,11 @@
 
 namespace qx::test {
 
-constexpr std::uint32_t kOpaque = 0xFF000000;
-
 class DesktopTest : public testing::Test {
  protected:
   void SetUp() override {
     vwin::control::SetDesktopColor(kDesktop);
     vwin::control::SetMonitorRect(vwin::control::PrimaryMonitor(), {0, 0, 200, 100});
-  }
-
-  // One pixel as BitBlt of the screen gives it.
-  static std::uint32_t screenAt(int x, int y, DWORD operation = SRCCOPY) {
-    TestBitmap picture(1, 1);
-    picture.Fill({0, 0, 1, 1}, RGB(7, 8, 9));  // what was there must not stay
-    EXPECT_TRUE(picture.CopyScreen(x, y, operation));
-    return picture.At(0, 0);
   }
 };
 

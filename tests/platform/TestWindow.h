@@ -15,7 +15,6 @@
 namespace qx::test {
 
 constexpr COLORREF kDesktop = RGB(32, 64, 96);
-constexpr std::uint32_t kDesktopPixel = 0x00204060;
 constexpr COLORREF kRed = RGB(200, 30, 10);
 constexpr std::uint32_t kRedPixel = 0x00C81E0A;
 constexpr COLORREF kGreen = RGB(20, 180, 40);
@@ -249,9 +248,9 @@ class TestBitmap {
     DeleteObject(brush);
   }
   // Copies a part of the screen, the bitmap's size.
-  bool CopyScreen(int x, int y, DWORD operation = SRCCOPY) {
+  bool CopyScreen(int x, int y) {
     const HDC screen = GetDC(nullptr);
-    const BOOL copied = BitBlt(m_dc, 0, 0, m_width, m_height, screen, x, y, operation);
+    const BOOL copied = BitBlt(m_dc, 0, 0, m_width, m_height, screen, x, y, SRCCOPY);
     ReleaseDC(nullptr, screen);
     return copied != FALSE;
   }

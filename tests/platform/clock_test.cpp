@@ -62,25 +62,6 @@ TEST(OwnedClock, RunsAPingPongThroughAConditionVariableTheSameWayEveryTime) {
   }
 }
 
-TEST(OwnedClock, ShowsInEveryWindowsClock) {
-  OwnClock();
-  LARGE_INTEGER frequency{}, before{}, after{};
-  QueryPerformanceFrequency(&frequency);
-  QueryPerformanceCounter(&before);
-  SetSystemTime(microseconds(1'700'000'000'000'000));
-  Advance(1500ms);
-  QueryPerformanceCounter(&after);
-  EXPECT_EQ(frequency.QuadPart * 3 / 2, after.QuadPart - before.QuadPart);
-
-  FILETIME time{};
-  GetSystemTimeAsFileTime(&time);
-  const auto ticks = (static_cast<std::uint64_t>(time.dwHighDateTime) << 32) | time.dwLowDateTime;
-  EXPECT_EQ((1'700'000'001'500'000u + 11'644'473'600'000'000u) * 10, ticks);
-  SetSystemTime(SystemTime() - 1h);
-  Advance(1ms);
-  EXPECT_EQ(microseconds(1'700'000'001'501'000) - 1h, SystemTime());
-}
-
 TEST(OwnedClockDeathTest, SaysWhereEachThreadStandsWhenTheTestHangs) {
   testing::GTEST_FLAG(death_test_style) = "threadsafe";
   const auto hang = [] {

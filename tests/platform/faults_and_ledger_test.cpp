@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/control/Faults.h"
+#include "platform/control/Icons.h"
 #include "platform/control/Ledger.h"
 #include "tests/platform/TestWindow.h"
 
@@ -25,29 +26,6 @@ HRESULT MakeFactory(IDXGIFactory1** factory) {
 
 }  // namespace
 
-TEST(Faults, HitTheNthCallOfAFunctionOnceOrFromThenOn) {
-  FailNth("CreateEventW", 2, {1234, 0});
-  const HANDLE first = NewEvent();
-  EXPECT_NE(nullptr, first);
-  EXPECT_EQ(std::nullopt, InjectedInto());
-  EXPECT_EQ(nullptr, NewEvent());
-  EXPECT_EQ(1234u, GetLastError());
-  EXPECT_EQ("CreateEventW", InjectedInto());
-  const HANDLE third = NewEvent();
-  EXPECT_NE(nullptr, third);
-  CloseHandle(third);
-
-  ClearFaults();
-  EXPECT_EQ(std::nullopt, InjectedInto());
-  FailNth("SetEvent", 2, kOutOfMemory, Repeat::kOnward);
-  EXPECT_TRUE(SetEvent(first));
-  EXPECT_TRUE(FailsWith(ERROR_NOT_ENOUGH_MEMORY, [&] { return SetEvent(first); }));
-  EXPECT_FALSE(SetEvent(first));
-  ClearFaults();
-  EXPECT_TRUE(SetEvent(first));
-  CloseHandle(first);
-}
-
 TEST(Faults, HitTheNthOfAllCallsThatCanFail) {
   Texts hit;
   for (std::uint64_t n = 1;; ++n) {
@@ -62,25 +40,6 @@ TEST(Faults, HitTheNthOfAllCallsThatCanFail) {
     hit.push_back(*function);
   }
   EXPECT_EQ((Texts{"CreateEventW", "SetEvent"}), hit);
-}
-
-TEST(Calls, AreCountedAndLoggedInOrder) {
-  ResetCounts();
-  LogCalls(true);
-  const HANDLE event = NewEvent();
-  SetEvent(event);
-  SetEvent(event);
-  CloseHandle(event);
-  Texts names;
-  for (const LoggedCall& call : LoggedCalls()) {
-    names.push_back(call.function);
-    EXPECT_EQ(GetCurrentThreadId(), call.thread);
-  }
-  LogCalls(false);
-  // The thread ids asked for above are in no list: it was copied before.
-  EXPECT_EQ((Texts{"CreateEventW", "SetEvent", "SetEvent", "CloseHandle"}), names);
-  EXPECT_EQ(2u, Count("SetEvent"));
-  EXPECT_EQ(0u, Count("NoSuchFunction"));
 }
 
 TEST(Ledger, NamesWhatWasLeftBehind) {
@@ -139,9 +98,11 @@ TEST(Ledger, SeesWhatIsReleasedTooOftenOrByTheWrongHandOrUsedAfterwards) {
   SRWLOCK lock = SRWLOCK_INIT;
   ReleaseSRWLockExclusive(&lock);
   FreeLibrary(GetModuleHandleA("ntdll.dll"));
+  DestroyIcon(MakeIcon({1, 1, {0x80102030}}));
   EXPECT_EQ((Texts{"Release: the IDXGIFactory was released before",
                    "IDXGIFactory1::EnumAdapters1: the IDXGIFactory was released before",
                    "ReleaseSRWLockExclusive: the thread does not hold the lock",
-                   "FreeLibrary: ntdll.dll was not loaded by anybody"}),
+                   "FreeLibrary: ntdll.dll was not loaded by anybody",
+                   "DestroyIcon: the icon is shared"}),
             TakeMisuses());
 }

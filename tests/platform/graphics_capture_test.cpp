@@ -136,30 +136,6 @@ TEST_F(GraphicsCaptureTest, WhatIsUsedTwiceOrTooLongIsRefusedOrNoted) {
   EXPECT_EQ(TakeMisuses().size(), 1u) << "deleted twice";
 }
 
-TEST_F(GraphicsCaptureTest, AWindowHasTransparentBordersAndTheCursorThatIsOverIt) {
-  const HWND window =
-      OpenWindow({.rect = {10, 10, 30, 20}, .color = kRed, .invisibleFrame = {3, 0, 3, 3}});
-  const HWND cover = OpenWindow({.rect = {0, 0, 200, 100}});
-  SetCursorPosition(15, 13);
-  SetCursorShape({.width = 1, .height = 1, .pixels = {0xFF112233}});
-  const Capture capture(itemOf(window));
-  const auto next = [&] { return capture.card.Read(textureOf(capture.Next()).Get()); };
-  const CardPicture picture = next();
-  EXPECT_EQ(picture.At(13, 5), kRedPixel | kOpaque) << "begins with the visible frame";
-  EXPECT_EQ(picture.At(14, 5), 0u) << "where its invisible borders are";
-  EXPECT_EQ(picture.At(2, 3), kRedPixel | kOpaque) << "the cursor is over another window";
-  Hide(cover);
-  EXPECT_EQ(next().At(2, 3), 0xFF112233);
-  Hide(window);
-  Fill(window, {9, 5, 10, 6}, kGreen);
-  EXPECT_FALSE(capture.Next());
-  Show(window);
-  Maximise(window);
-  wgc::SizeInt32 size{};
-  EXPECT_EQ(capture.Next()->get_ContentSize(&size), S_OK);
-  EXPECT_EQ(size, (wgc::SizeInt32{194, 97})) << "its visible frame";
-}
-
 TEST_F(GraphicsCaptureTest, AnItemThatIsGoneTellsOnAnotherThread) {
   const HWND window = OpenWindow({.rect = {0, 0, 20, 10}});
   Handler handler, removed, late, blunt(false);

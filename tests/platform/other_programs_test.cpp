@@ -70,48 +70,6 @@ TEST_F(ProgramTest, IsWaitedForUntilItAnswersOrGoes) {
   }
 }
 
-TEST_F(ProgramTest, TellsItsTitleAtOnceAndPaintsWhenItAnswers) {
-  const HWND window = OpenWindow({.title = L"Notes"});
-  Hang(window);
-  wchar_t text[8] = {};
-  EXPECT_EQ(timeOf([&] { EXPECT_EQ(GetWindowTextW(window, text, 8), 5); }), 0ms);
-  const auto redraw = [](HWND w) { return RedrawWindow(w, nullptr, nullptr, RDW_UPDATENOW); };
-  for (const Call& call : {Call(UpdateWindow), Call(redraw)}) {
-    TestThread release(after(20ms, [&] { AnswerAfter(window, 10ms); }));
-    EXPECT_EQ(timeOf([&] { call(window); }), 30ms);
-    Hang(window);
-  }
-}
-
-// Threads that share their input change the foreground one after the other.
-TEST_F(ProgramTest, IsWaitedForWhenItsInputIsSharedAndItLosesTheForeground) {
-  const HWND editor = OpenWindow({.threadId = 7001});
-  const HWND other = OpenWindow({.threadId = 7002});
-  SetForeground(editor);
-  Hang(editor);
-  TestWindow own({10, 10, 60, 60});
-  const auto waits = [&](const std::function<void()>& call) {
-    TestThread release(after(30ms, [&] { AnswerAfter(editor, 0ms); }));
-    const bool waited = timeOf(call) == 30ms;
-    release.Join();
-    SetForeground(editor);
-    Hang(editor);
-    return waited;
-  };
-  EXPECT_FALSE(waits([&] { BringWindowToTop(other); }));
-  EXPECT_FALSE(waits([&] { ShowWindow(own, SW_SHOW); })) << "nothing is shared";
-  const DWORD self = GetCurrentThreadId();
-  ASSERT_TRUE(AttachThreadInput(self, 7001, TRUE));
-  EXPECT_TRUE(waits([&] { BringWindowToTop(other); }));
-  AttachThreadInput(self, 7001, FALSE);
-
-  SetWindowLongPtrW(own, GWLP_HWNDPARENT, reinterpret_cast<LONG_PTR>(editor));
-  EXPECT_TRUE(waits([&] { ShowWindow(own, SW_SHOW); })) << "an owner shares its input";
-  EXPECT_TRUE(waits([&] { SetWindowPos(own, HWND_TOP, 0, 0, 9, 9, 0); }));
-  EXPECT_FALSE(waits([&] { ShowWindow(own, SW_SHOWNA); }));
-  EXPECT_FALSE(waits([&] { SetWindowPos(own, HWND_TOP, 0, 0, 9, 9, SWP_NOACTIVATE); }));
-}
-
 TEST_F(ProgramTest, OwnThreadsHangAfterFiveSecondsWithoutALook) {
   TestEvent go;
   WindowThread thread({}, [&](TestWindow&) { go.Wait(); });
@@ -130,21 +88,6 @@ TEST_F(ProgramTest, OwnThreadsHangAfterFiveSecondsWithoutALook) {
   go.Set();
   Settle();
   EXPECT_FALSE(IsHungAppWindow(thread.handle()));
-}
-
-TEST_F(ProgramTest, OwnWindowsThatGoEndTheWait) {
-  HWND window = nullptr;
-  TestThread owner([&] {
-    TestWindow made({0, 0, 50, 50});
-    window = made;
-    Spend(60ms);
-  });
-  Settle();
-  DWORD_PTR answer = 0;
-  const auto asked =
-      timeOf([&] { SendMessageTimeoutW(window, WM_USER, 0, 0, SMTO_BLOCK, 100, &answer); });
-  EXPECT_EQ(asked, 60ms);
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_WINDOW_HANDLE));
 }
 
 TEST_F(ProgramTest, HangsAtTheCallThatATestChooses) {

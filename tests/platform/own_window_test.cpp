@@ -1,8 +1,4 @@
-// Windows of this process on a machine whose clock the test owns, and what is
-// noted as misuse.
-#include <chrono>
-
-#include "platform/control/Clock.h"
+// Windows of this process: their order, the foreground, and what is noted as misuse.
 #include "platform/control/Ledger.h"
 #include "tests/platform/DesktopTest.h"
 
@@ -10,33 +6,8 @@ namespace qx::test {
 namespace {
 
 using namespace vwin::control;
-using namespace std::chrono_literals;
 
 class OwnWindowTest : public DesktopTest {};
-
-TEST_F(OwnWindowTest, TimersKeepToTheClock) {
-  OwnClock();
-  const auto withTimer = [](UINT milliseconds) {
-    return [=](TestWindow& window) {
-      window.onMessage = [](UINT, WPARAM, LPARAM) { return Spend(100ms), LRESULT{0}; };
-      SetTimer(window, 1, milliseconds, nullptr);
-    };
-  };
-  WindowThread thread(withTimer(30));
-  WindowThread fast(withTimer(1));
-  Advance(29ms);
-  EXPECT_EQ(thread->timers, 0);
-  Advance(1ms);
-  EXPECT_EQ(thread->timers, 1);
-  EXPECT_EQ(fast->timers, 3) << "ten milliseconds are the least";
-  Advance(300ms);
-  EXPECT_EQ(thread->timers, 11);
-  PostMessageW(thread.handle(), WM_USER, 0, 0);
-  Advance(129ms);
-  EXPECT_EQ(thread->timers, 12) << "a late thread gets one message";
-  Advance(1ms);
-  EXPECT_EQ(thread->timers, 13);
-}
 
 // Windows' way: Wine lowers the owner alone, and makes it alone topmost.
 TEST_F(OwnWindowTest, MovesInTheOrderWithItsOwner) {
@@ -58,16 +29,6 @@ TEST_F(OwnWindowTest, MovesInTheOrderWithItsOwner) {
   const HWND child = OpenWindow({.rect = {0, 0, 5, 5}, .parent = owned});
   SetWindowLongPtrW(owner, GWLP_HWNDPARENT, reinterpret_cast<LONG_PTR>(child));
   EXPECT_FALSE(GetWindow(owner, GW_OWNER)) << "its owner would depend on it";
-}
-
-TEST_F(OwnWindowTest, IsRestoredToWhatItWasBefore) {
-  const HWND window = OpenWindow({.rect = {210, 10, 260, 60}, .style = WS_OVERLAPPEDWINDOW});
-  Maximise(window);
-  Minimise(window);
-  Restore(window);
-  EXPECT_TRUE(IsZoomed(window));
-  Restore(window);
-  EXPECT_EQ(SidesOf(window), (Sides{210, 10, 260, 60}));
 }
 
 TEST_F(OwnWindowTest, ForegroundIsTheUsersOrTheTopmostThatCanBeOrOfThoseWhoShareInput) {

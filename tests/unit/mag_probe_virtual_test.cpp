@@ -61,16 +61,6 @@ class MagProbe : public testing::Test {
   std::vector<int> captured;  // the rectangle last asked for
 };
 
-TEST_F(MagProbe, HostThatForbidsTheEngineIsAnsweredWithoutAProbe) {
-  WindowsUtil::SetCanUseMagCapture(false);
-  EXPECT_TRUE(Ask());
-  EXPECT_EQ(built, 0);
-  WindowsUtil::SetCanUseMagCapture(true);
-  answers = {Answer::Picture};
-  EXPECT_FALSE(Ask());
-  EXPECT_EQ(built, 1);
-}
-
 TEST_F(MagProbe, ProbesAgainUntilACaptureCameBack) {
   starts = false;
   EXPECT_FALSE(Ask());

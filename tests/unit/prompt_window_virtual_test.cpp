@@ -14,7 +14,6 @@
 #include "platform/control/Desktop.h"
 #include "platform/control/Faults.h"
 #include "platform/control/Ledger.h"
-#include "tests/support/ShareRecorder.h"
 #include "win/prompt/PromptDesktop.h"
 #include "win/prompt/PromptWindow.h"
 
@@ -65,8 +64,7 @@ class PromptWindowTest : public testing::Test {
   }
 
   // Whether the screen shows the target, and strips along the inside of `place`.
-  static testing::AssertionResult shows(const RECT& place, int width,
-                                        COLORREF color = kFrameColor) {
+  static testing::AssertionResult shows(const RECT& place, int width) {
     Settle();
     const Picture screen = Screenshot(kMonitor);
     const RECT inside = {place.left + width, place.top + width, place.right - width,
@@ -76,7 +74,7 @@ class PromptWindowTest : public testing::Test {
         const COLORREF under = IsIn(kTarget, x, y) ? kTargetColor : kDesktopColor;
         const bool strip = IsIn(place, x, y) && !IsIn(inside, x, y);
         const COLORREF seen = screen.At(x, y);
-        if (strip ? IsMixOf(seen, color, under) : seen == under) continue;
+        if (strip ? IsMixOf(seen, kFrameColor, under) : seen == under) continue;
         return testing::AssertionFailure()
                << std::hex << seen << " at " << std::dec << x << ',' << y
                << (strip ? ", where the frame should be" : ", where no frame should be");
@@ -94,24 +92,13 @@ class PromptWindowTest : public testing::Test {
   }
 
   HWND target;
-  test::LogRecorder log;
 };
 
-TEST_F(PromptWindowTest, StartsWithoutASizeOverTheWindowThatOwnsIt) {
+TEST_F(PromptWindowTest, StaysOverTheWindowThatOwnsItAndIsHiddenWithIt) {
   const HWND other = OpenWindow({.rect = {0, 0, 10, 10}});
   PromptWindow prompt(target, true);
   ASSERT_TRUE(prompt.Start());
-  const auto started = frame();
-  ASSERT_TRUE(started);
-  EXPECT_EQ(started->handle, prompt.GetHwnd());
-  EXPECT_EQ(started->title, L"OrvaSSPromptWindow");
-  EXPECT_EQ(started->rect, RECT{});
-  EXPECT_TRUE(started->visible);
-  EXPECT_EQ(started->owner, target);
-  EXPECT_EQ(started->exStyle,
-            static_cast<DWORD>(WS_EX_TOOLWINDOW | WS_EX_LAYERED | WS_EX_TRANSPARENT));
-  EXPECT_EQ(started->colorKey, RGB(255, 255, 255));
-  EXPECT_EQ(started->alpha, 128);
+  EXPECT_EQ(frame()->rect, RECT{}) << "nobody has placed it";
   EXPECT_EQ(WindowsInOrder(), (std::vector<HWND>{other, prompt.GetHwnd(), target}))
       << "at the target's height, not on top";
   ToTop(target);
@@ -120,6 +107,14 @@ TEST_F(PromptWindowTest, StartsWithoutASizeOverTheWindowThatOwnsIt) {
   EXPECT_FALSE(frame()->visible);
   Restore(target);
   EXPECT_TRUE(frame()->visible);
+  for (const bool show : {false, true}) {
+    bool alone = false;
+    AtNth("ShowWindow", 1, [&] { alone = !LibraryWindows(L"OrvaSSPromptWindow").at(0).owner; });
+    prompt.UpdatePosition(show, kMonitor, kTarget);
+    EXPECT_EQ(frame()->visible, show);
+    EXPECT_TRUE(alone) << "it waits for no owner";
+    EXPECT_EQ(frame()->owner, target);
+  }
 }
 
 TEST_F(PromptWindowTest, LiesAroundTheWindowCutAtTheDesktop) {
@@ -156,7 +151,7 @@ TEST_F(PromptWindowTest, LiesAroundTheWindowCutAtTheDesktop) {
   }
 }
 
-TEST_F(PromptWindowTest, ActsOnlyWhenSomethingHasChanged) {
+TEST_F(PromptWindowTest, ActsOnlyWhenSomethingHasChangedAndIsToldUntilItHears) {
   PromptWindow prompt(target, true);
   ASSERT_TRUE(prompt.Start());
   prompt.UpdatePosition(true, kMonitor, kTarget);
@@ -166,48 +161,12 @@ TEST_F(PromptWindowTest, ActsOnlyWhenSomethingHasChanged) {
   Settle();
   for (const LoggedCall& call : LoggedCalls()) EXPECT_EQ(call.function, "EqualRect");
   LogCalls(false);
-  ResetCounts();
-  prompt.SetPromptWindowInfo({.r = 1, .g = 2, .b = 3, .width = 9});
-  EXPECT_EQ(prompt.GetWidth(), 9);
-  EXPECT_EQ(prompt.GetColor(), RGB(1, 2, 3));
-  EXPECT_TRUE(shows({46, 36, 114, 94}, 9, RGB(1, 2, 3))) << "painted at once, in the old place";
-  EXPECT_EQ(Count("MoveWindow"), 0u);
   FailNth("PostThreadMessageW", 1);
-  prompt.UpdatePosition(true, {0, 0, 200, 149}, kTarget);
-  prompt.UpdatePosition(true, {0, 0, 200, 149}, kTarget);
-  EXPECT_EQ(frame()->rect, (RECT{41, 31, 119, 99})) << "it is told again";
+  prompt.UpdatePosition(true, kMonitor, {0, 0, 50, 50});
   SetWindowLongPtrW(prompt.GetHwnd(), GWL_STYLE, WS_POPUP | WS_VISIBLE);
-  FailNth("MoveWindow", 1);
   prompt.UpdatePosition(true, kMonitor, {0, 0, 50, 50});
+  EXPECT_EQ(frame()->rect, (RECT{0, 0, 54, 54}));
   EXPECT_EQ(frame()->style, WS_POPUP | WS_VISIBLE | WS_MAXIMIZE) << "whoever took it away";
-  prompt.UpdatePosition(true, kMonitor, {0, 0, 50, 50});
-  Settle();
-  EXPECT_EQ(Count("MoveWindow"), 2u) << "not tried again";
-  EXPECT_EQ(Count("ShowWindow"), 0u);
-  EXPECT_FALSE(frame()->exStyle & WS_EX_TOPMOST);
-  prompt.SetTopmost();
-  EXPECT_TRUE(frame()->exStyle & WS_EX_TOPMOST);
-}
-
-TEST_F(PromptWindowTest, HidesAndShowsWithoutItsOwner) {
-  PromptWindow prompt(target, true);
-  ASSERT_TRUE(prompt.Start());
-  prompt.UpdatePosition(true, kMonitor, kTarget);
-  Settle();
-  for (const bool show : {false, true, false}) {
-    bool alone = false;
-    AtNth("ShowWindow", 1, [&] { alone = !LibraryWindows(L"OrvaSSPromptWindow").at(0).owner; });
-    prompt.UpdatePosition(show, kMonitor, kTarget);
-    EXPECT_EQ(frame()->visible, show);
-    EXPECT_TRUE(alone);
-    EXPECT_EQ(frame()->owner, target);
-    EXPECT_TRUE(show ? shows({46, 36, 114, 94}, 4) : showsNoFrame());
-  }
-  ResetCounts();
-  bool alone = false;
-  AtNth("CloseWindow", 1, [&] { alone = !LibraryWindows(L"OrvaSSPromptWindow").at(0).owner; });
-  prompt.Stop();
-  EXPECT_TRUE(alone);
 }
 
 // A frame shares its target's input, so its thread comes to wait for it.
@@ -243,34 +202,6 @@ TEST_F(PromptWindowTest, NobodyWaitsForATargetThatHangs) {
     Settle();
     expectNothingLeft(before, when);
   }
-}
-
-TEST_F(PromptWindowTest, PaintsOnlyWhatIsToBeShownAndTellsOfEmptyPlaces) {
-  PromptWindow prompt(target, false);
-  ASSERT_TRUE(prompt.Start());
-  prompt.UpdatePosition(true, kMonitor, kTarget);
-  EXPECT_TRUE(frame()->visible);
-  EXPECT_TRUE(showsNoFrame());
-  prompt.ShowPrompt(true);
-  EXPECT_TRUE(log.Has(3, "Set Prompt Window State:Show")) << log.Dump();
-  EXPECT_TRUE(shows({46, 36, 114, 94}, 4));
-  prompt.ShowPrompt(false);
-  EXPECT_TRUE(log.Has(3, "Set Prompt Window State:Hide")) << log.Dump();
-  EXPECT_TRUE(showsNoFrame());
-  prompt.ShowPrompt(true);
-  FailNth("GetClientRect", 1);
-  prompt.SetPromptWindowInfo({.r = 1, .g = 2, .b = 3, .width = 9});
-  Settle();
-  EXPECT_TRUE(log.Has(5, "PromptWindow GetClient Error: left = 0, top = 0, right = 0, bottom = 0"))
-      << log.Dump();
-  prompt.UpdatePosition(true, kMonitor, {400, 300, 500, 400});
-  EXPECT_TRUE(log.Has(5,
-                      "PromptWindow GetClient Error: rectDesktop left = 0, top = 0, right = 200, "
-                      "bottom = 150,\t\t  rectWindow1 left = 391, top = 291, right = 509, bottom = "
-                      "409, \t\t  rectWindow2 left = 0, top = 0, right = 0, bottom = 0"))
-      << log.Dump();
-  prompt.UpdatePosition(true, {0, 0, 0, 150}, kTarget);
-  EXPECT_EQ(log.Count("rectWindow1"), 1) << "from time to time";
 }
 
 // The target goes before a moment of the frame's life, or at a call in it, and a call of its
