@@ -49,31 +49,6 @@ struct Direct3D9Device {
   IDirect3DDevice9Ex* m_device = nullptr;
 };
 
-// Rows top to bottom without gaps.
-inline std::vector<std::uint32_t> PixelsOf(IDirect3DDevice9* device, IDirect3DSurface9* surface) {
-  D3DSURFACE_DESC desc{};
-  EXPECT_EQ(surface->GetDesc(&desc), D3D_OK);
-  IDirect3DSurface9* copy = nullptr;
-  if (desc.Pool == D3DPOOL_DEFAULT) {
-    EXPECT_EQ(device->CreateOffscreenPlainSurface(desc.Width, desc.Height, desc.Format,
-                                                  D3DPOOL_SYSTEMMEM, &copy, nullptr),
-              D3D_OK);
-    EXPECT_EQ(device->GetRenderTargetData(surface, copy), D3D_OK);
-    surface = copy;
-  }
-  D3DLOCKED_RECT locked{};
-  EXPECT_EQ(surface->LockRect(&locked, nullptr, D3DLOCK_READONLY), D3D_OK);
-  std::vector<std::uint32_t> pixels;
-  for (int y = 0; y < static_cast<int>(desc.Height); ++y) {
-    const auto* row = reinterpret_cast<const std::uint32_t*>(
-        static_cast<const char*>(locked.pBits) + y * locked.Pitch);
-    pixels.insert(pixels.end(), row, row + desc.Width);
-  }
-  EXPECT_EQ(surface->UnlockRect(), D3D_OK);
-  if (copy) copy->Release();
-  return pixels;
-}
-
 class Direct3D9 : public testing::Test, protected Direct3D9Device {
  protected:
   static constexpr D3DFORMAT kFormat = D3DFMT_A8R8G8B8;
@@ -97,8 +72,29 @@ class Direct3D9 : public testing::Test, protected Direct3D9Device {
               D3D_OK);
     return kept(surface);
   }
+  // Rows top to bottom without gaps.
   std::vector<std::uint32_t> pixelsOf(IDirect3DSurface9* surface) {
-    return PixelsOf(m_device, surface);
+    D3DSURFACE_DESC desc{};
+    EXPECT_EQ(surface->GetDesc(&desc), D3D_OK);
+    IDirect3DSurface9* copy = nullptr;
+    if (desc.Pool == D3DPOOL_DEFAULT) {
+      EXPECT_EQ(m_device->CreateOffscreenPlainSurface(desc.Width, desc.Height, desc.Format,
+                                                      D3DPOOL_SYSTEMMEM, &copy, nullptr),
+                D3D_OK);
+      EXPECT_EQ(m_device->GetRenderTargetData(surface, copy), D3D_OK);
+      surface = copy;
+    }
+    D3DLOCKED_RECT locked{};
+    EXPECT_EQ(surface->LockRect(&locked, nullptr, D3DLOCK_READONLY), D3D_OK);
+    std::vector<std::uint32_t> pixels;
+    for (int y = 0; y < static_cast<int>(desc.Height); ++y) {
+      const auto* row = reinterpret_cast<const std::uint32_t*>(
+          static_cast<const char*>(locked.pBits) + y * locked.Pitch);
+      pixels.insert(pixels.end(), row, row + desc.Width);
+    }
+    EXPECT_EQ(surface->UnlockRect(), D3D_OK);
+    if (copy) copy->Release();
+    return pixels;
   }
 
   std::vector<IDirect3DSurface9*> m_surfaces;

@@ -108,7 +108,6 @@ class TestWindow {
   // Answers messages from WM_USER on.
   std::function<LRESULT(UINT message, WPARAM wParam, LPARAM lParam)> onMessage;
   int paints = 0;
-  int timers = 0;
   RECT lastPaint{};
   std::vector<UINT> noted;  // messages from WM_USER on, WM_DESTROY and WM_NCDESTROY
 
@@ -122,7 +121,6 @@ class TestWindow {
     }
     const bool ours = message >= WM_USER && message < 0xC000;
     if (ours || message == WM_DESTROY || message == WM_NCDESTROY) self->noted.push_back(message);
-    if (message == WM_TIMER) ++self->timers;
     if (ours && self->onMessage) return self->onMessage(message, wParam, lParam);
     return DefWindowProcW(handle, message, wParam, lParam);
   }
@@ -206,8 +204,6 @@ class WindowThread {
   ~WindowThread() { PostThreadMessageW(m_thread.id(), WM_QUIT, 0, 0); }
 
   HWND handle() const { return m_window->handle(); }
-  // To be looked at only while the thread waits.
-  TestWindow* operator->() const { return m_window; }
   // Waits, once, until it has handled all that came before.
   void Flush() {
     PostThreadMessageW(m_thread.id(), WM_APP, 0, 0);

@@ -90,6 +90,21 @@ TEST_F(ProgramTest, OwnThreadsHangAfterFiveSecondsWithoutALook) {
   EXPECT_FALSE(IsHungAppWindow(thread.handle()));
 }
 
+TEST_F(ProgramTest, OwnWindowsThatGoEndTheWait) {
+  HWND window = nullptr;
+  TestThread owner([&] {
+    TestWindow made({0, 0, 50, 50});
+    window = made;
+    Spend(60ms);
+  });
+  Settle();
+  DWORD_PTR answer = 0;
+  const auto asked =
+      timeOf([&] { SendMessageTimeoutW(window, WM_USER, 0, 0, SMTO_BLOCK, 100, &answer); });
+  EXPECT_EQ(asked, 60ms);
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_WINDOW_HANDLE));
+}
+
 TEST_F(ProgramTest, HangsAtTheCallThatATestChooses) {
   const HWND window = OpenWindow({});
   const auto calls = [&] {  // three that can fail or wait, and one that can't

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "common/BufferYUVI420.h"
+#include "common/DataUrl.h"
 #include "common/Utf8.h"
 #include "tests/support/ShareRecorder.h"
 #include "win/util/Utils.h"
@@ -95,14 +96,33 @@ TEST(Utf8, IsMadeOfWideTextAndKnown) {
   }
 }
 
-TEST(Utils, WideToUtf8) {
-  EXPECT_EQ(WideToUtf8(L""), "");
-  EXPECT_EQ(WideToUtf8(L"a\u00e9\u20ac"), "a\xC3\xA9\xE2\x82\xAC");
-  EXPECT_EQ(WideToUtf8(L"\U0001F600!"), "\xF0\x9F\x98\x80!") << "outside of the basic plane";
-  EXPECT_EQ(WideToUtf8(std::wstring_view(L"a\0b", 3)), std::string("a\0b", 3));
-  char room[4] = {};
-  EXPECT_EQ(WideToUtf8(L"\U0001F600", room), 4u);
-  EXPECT_EQ(WideToUtf8(L"\U0001F600!", room), 0u) << "does not fit";
+TEST(Base64, EncodesEveryLengthAndTheWholeAlphabet) {
+  using Bytes = std::vector<std::uint8_t>;
+  const auto encoded = [](const Bytes& bytes) {
+    std::string text = "what was there before";
+    Base64Encode(bytes, text);
+    return text;
+  };
+  const std::pair<std::string, std::string> known[] = {{"", ""},
+                                                       {"f", "Zg=="},
+                                                       {"fo", "Zm8="},
+                                                       {"foo", "Zm9v"},
+                                                       {"foob", "Zm9vYg=="},
+                                                       {"fooba", "Zm9vYmE="},
+                                                       {"foobar", "Zm9vYmFy"}};
+  for (const auto& [plain, text] : known) {
+    EXPECT_EQ(encoded(Bytes(plain.begin(), plain.end())), text);
+  }
+
+  Bytes all;  // the numbers 0 to 63 in six bits each
+  for (unsigned i = 0; i < 64; i += 4) {
+    const unsigned group = i << 18 | (i + 1) << 12 | (i + 2) << 6 | (i + 3);
+    all.insert(all.end(), {static_cast<std::uint8_t>(group >> 16),
+                           static_cast<std::uint8_t>(group >> 8 & 0xFF),
+                           static_cast<std::uint8_t>(group & 0xFF)});
+  }
+  EXPECT_EQ(encoded(all), "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/");
+  EXPECT_EQ(encoded(Bytes(3000, 0)), std::string(4000, 'A')) << "no line breaks";
 }
 
 }  // namespace

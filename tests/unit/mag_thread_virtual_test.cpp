@@ -79,17 +79,5 @@ TEST_F(MagThreadTest, EndsForTheLastWindowOrWithAll) {
   EXPECT_TRUE(thread.HasMagWindow());
 }
 
-TEST_F(MagThreadTest, StartsAgainAfterItEndedByItself) {
-  ASSERT_TRUE(thread.Initialize());
-  const HWND window = create(first);
-  PostThreadMessageW(GetWindowThreadProcessId(window, nullptr), WM_QUIT, 0, 0);
-  Settle();
-  EXPECT_FALSE(thread.IsInitialized());
-  EXPECT_EQ(windows(), 0u);
-  EXPECT_FALSE(create(second));
-  ASSERT_TRUE(thread.Initialize()) << log.Dump();
-  EXPECT_TRUE(create(second));
-}
-
 }  // namespace
 }  // namespace qx

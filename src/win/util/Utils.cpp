@@ -103,18 +103,6 @@ std::int32_t WriteRegistryDword(HKEY root, const char* subKey, const char* value
   return static_cast<std::int32_t>(status);
 }
 
-std::string WideToUtf8(std::wstring_view text) {
-  const int length = static_cast<int>(text.size());
-  std::string out;
-  if (length > 0) {
-    const int size =
-        WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
-    out.resize(static_cast<std::size_t>(size));
-    out.resize(WideToUtf8(text, out));
-  }
-  return out;
-}
-
 std::size_t WideToUtf8(std::wstring_view text, std::span<char> out) {
   if (text.empty()) {
     return 0;

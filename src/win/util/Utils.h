@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <string>
 #include <string_view>
 
 namespace qx {
@@ -29,9 +28,7 @@ std::int32_t ReadRegistryDword(HKEY root, const char* subKey, const char* valueN
 std::int32_t WriteRegistryDword(HKEY root, const char* subKey, const char* valueName,
                                 const std::uint32_t* value);
 
-std::string WideToUtf8(std::wstring_view text);
-// Without an allocation, into `out`. Answers the bytes written; 0 also when they
-// don't fit.
+// Into `out`. Answers the bytes written; 0 also when they don't fit.
 std::size_t WideToUtf8(std::wstring_view text, std::span<char> out);
 
 // A function of a loaded module, or null. `Function` is its pointer type.
