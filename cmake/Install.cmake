@@ -35,4 +35,4 @@ install(FILES ${package_files}/qx-screen-capture-config.cmake
 configure_file(cmake/qx-screen-capture.pc.in ${package_files}/qx-screen-capture.pc @ONLY)
 install(FILES ${package_files}/qx-screen-capture.pc DESTINATION lib/pkgconfig)
 install(FILES README.md CHANGELOG.md DESTINATION share/doc/${PROJECT_NAME})
-install(FILES docs/demo.png DESTINATION share/doc/${PROJECT_NAME}/docs)
+install(FILES docs/demo.png docs/guide.md DESTINATION share/doc/${PROJECT_NAME}/docs)

@@ -5,13 +5,17 @@
  *
  *   qx_screen_capture* capture = qx_create();
  *   qx_queue* queue = qx_queue_create();
- *   if (qx_share_desktop_to_queue(capture, monitor_id, queue, NULL) == QX_OK) {
- *     while (qx_queue_wait(queue, 1000) == QX_OK) {
- *       qx_frame* frame;
- *       if (qx_queue_take_frame(queue, &frame) == QX_OK) {
- *         ...
- *         qx_frame_release(frame);
- *       }
+ *   bool runs = qx_share_desktop_to_queue(capture, monitor_id, queue, NULL) == QX_OK;
+ *   while (runs) {
+ *     qx_queue_wait(queue, 1000);
+ *     qx_event event = {sizeof(event)};
+ *     while (qx_queue_next_event(queue, &event) == QX_OK) {  // takes all: one that is left
+ *       runs = runs && event.type != QX_EVENT_STOP;          // ends each wait at once
+ *     }
+ *     qx_frame* frame;
+ *     if (qx_queue_take_frame(queue, &frame) == QX_OK) {
+ *       ...
+ *       qx_frame_release(frame);
  *     }
  *   }
  *   qx_destroy(capture);
@@ -99,7 +103,8 @@ enum {
   QX_SHARE_ERROR_NULL_LISTENER = 3,  /* no listener (QX_ERROR_ARGUMENT) or no queue
                                         (QX_ERROR_OBJECT) */
   QX_SHARE_ERROR_TARGET_MISSING = 4, /* no such monitor or window */
-  QX_SHARE_ERROR_START_FAILED = 5    /* no capture engine could start */
+  QX_SHARE_ERROR_START_FAILED = 5    /* no capture engine could start, or the window is on no
+                                        monitor */
 };
 
 typedef int32_t qx_share_pause_reason;
@@ -171,8 +176,12 @@ typedef struct qx_prompt_window_info {
   int32_t width; /* thickness in pixels */
 } qx_prompt_window_info;
 
-/* The largest frame to deliver; 0, 2880, 1800, 5184000 by default. `max_screen_pixels`
- * must equal width times height unless that product is 0; another limit is refused. */
+/* How large frames may be; 0, 2880, 1800, 5184000 by default. A picture of more than
+ * `max_screen_pixels` is scaled down, keeping its shape: to the box if it has its shape, else
+ * to so many pixels, so it may be wider or higher than the box. A scale near a half becomes a
+ * half, even above the limit. `max_screen_pixels` must equal width times height unless that
+ * product is 0; another limit is refused. One with 0 pixels, or with as many as the present
+ * one, changes nothing. */
 typedef struct qx_screen_frame_resolution_limit {
   int32_t aspect_ratio_mode; /* only 0 is valid */
   uint64_t max_screen_width;
@@ -285,7 +294,8 @@ typedef void(QX_CALL* qx_thumbnail_list_callback)(const int32_t* ids, const char
 typedef struct qx_share_listener {
   uint32_t size;
   void(QX_CALL* on_start)(void* context);
-  /* No new frames until on_resume; the last one is repeated each keep_alive_interval. */
+  /* No new frames until on_resume; the last one is repeated each keep_alive_interval, with
+   * width 0 and no pixels if there was none yet (not into a queue). */
   void(QX_CALL* on_pause)(void* context, qx_share_pause_reason reason);
   void(QX_CALL* on_resume)(void* context);
   /* The share ended by itself: its monitor or window is gone, or the screen was locked.
@@ -294,8 +304,10 @@ typedef struct qx_share_listener {
   void(QX_CALL* on_first_frame)(void* context);
   /* The record and its pixels are valid during the call only. */
   void(QX_CALL* on_frame)(void* context, const qx_screen_frame_data* frame);
-  /* Before the on_frame that it belongs to, with get_dirty_rect_info. */
+  /* With get_dirty_rect_info, before the on_frame that it belongs to; alone when an unchanged
+   * frame is held back. `valid` is false when the engine does not know. */
   void(QX_CALL* on_frame_dirty_info)(void* context, bool valid, uint64_t rect_count, double ratio);
+  /* The share moved over to the slide show of the window's program, or back. */
   void(QX_CALL* on_share_window_changed)(void* context, int32_t window, int32_t reserved);
   void(QX_CALL* on_share_desktop_changed)(void* context, int32_t monitor);
   void(QX_CALL* on_capture_engine_name)(void* context, qx_capture_engine_type engine);
@@ -305,7 +317,8 @@ typedef struct qx_share_listener {
 } qx_share_listener;
 
 /* Levels: 2 detail, 3 workflow, 4 a failure that the library survives, 5 a failure that
- * ends the operation. Comes on any thread, several at once. */
+ * ends the operation. Comes on any thread, also on the host's own during its calls, and on
+ * several at once. */
 typedef void(QX_CALL* qx_log_callback)(int32_t level, const char* file, int32_t line,
                                        const char* message);
 
@@ -357,7 +370,8 @@ QX_C_API qx_result QX_CALL qx_get_window_list_async(qx_screen_capture* capture,
 
 /* Pictures of what the last list held, 1 to 16384 pixels each way. The text is the
  * library's, and valid until the next call of the same function on the same thread; null
- * when there is none. */
+ * when there is none. While another thread is in such a call it is waited for, at most 5
+ * seconds and without answering messages. */
 QX_C_API const char* QX_CALL qx_get_desktop_thumbnail(qx_screen_capture* capture, int32_t id,
                                                       int32_t width, int32_t height);
 QX_C_API const char* QX_CALL qx_get_window_thumbnail(qx_screen_capture* capture, int32_t id,
@@ -382,7 +396,9 @@ QX_C_API qx_result QX_CALL qx_get_window_thumbnail_all_async(qx_screen_capture* 
 QX_C_API const char* QX_CALL qx_get_window_icon(qx_screen_capture* capture, int32_t id);
 QX_C_API const char* QX_CALL qx_get_window_title(qx_screen_capture* capture, int32_t id);
 
-/* Settings hold for the running share and for all later ones. */
+/* Settings hold for the running share and for all later ones, but qx_set_dynamic_check for
+ * the engine in use only, and qx_set_can_use_mag_capture for the whole process, when an engine
+ * is next made. */
 QX_C_API qx_result QX_CALL qx_set_can_use_mag_capture(qx_screen_capture* capture, bool can_use_mag);
 QX_C_API qx_result QX_CALL qx_enable_capture_cursor(qx_screen_capture* capture, bool enable);
 QX_C_API qx_result QX_CALL qx_enable_active_share_window(qx_screen_capture* capture, bool enable);

@@ -93,10 +93,14 @@ class QX_SCREEN_CAPTURE_API IScreenCapture {
     std::int32_t width = 4;  // thickness in pixels
   };
 
-  // The largest frame to deliver. A larger picture is scaled down, keeping its
-  // shape. `maxScreenPixels` must equal `maxScreenWidth * maxScreenHeight`
-  // unless that product is 0; a limit that breaks this rule is accepted by the
-  // setter, and then no frames come.
+  // How large frames may be. A picture of more than `maxScreenPixels` is scaled
+  // down, keeping its shape: to the box if it has the box's shape, else to so
+  // many pixels, so it may be wider or higher than the box (3840x2160 becomes
+  // 3032x1705). A scale near a half becomes a half, even above the limit.
+  // `maxScreenPixels` must equal `maxScreenWidth * maxScreenHeight` unless that
+  // product is 0; a limit that breaks this rule is accepted by the setter, and
+  // then no frames come. One with 0 pixels, or with as many as the present one,
+  // changes nothing; another one counts after the next frame.
   struct ScreenFrameResolutionLimit {
     std::int32_t aspectRatioMode = 0;  // only 0 is valid
     std::uint64_t maxScreenWidth = 2880;
@@ -119,8 +123,9 @@ class QX_SCREEN_CAPTURE_API IScreenCapture {
   // Behaviour of captures. The reserved fields are carried and have no effect.
   struct ScreenCaptureConfig {
     // Milliseconds. The period of keep-live frames while a share is paused, and
-    // with DynamicFrameCallback the longest silence between frames. A share
-    // takes its keep-live period when it starts.
+    // with DynamicFrameCallback the longest silence between frames (below 50 an
+    // unchanged picture is not repeated). A share takes its keep-live period
+    // when it starts.
     std::uint64_t KeepAliveInterval = 1000;
     // Milliseconds that a shared window must hold still after a move before it
     // is captured again.
@@ -131,7 +136,9 @@ class QX_SCREEN_CAPTURE_API IScreenCapture {
     std::int32_t reservedInt1 = 0;
     bool GetDirtyRectInfo = false;  // gather dirty figures; OnFrameDirtyInfo comes
     bool reservedFlag1 = true;
-    bool scDynamicCheck = true;  // detect unchanged pictures
+    // Detect unchanged pictures. Without it the DXGI engine gives up on a still
+    // screen.
+    bool scDynamicCheck = true;
     bool reservedFlag2 = false;
     bool reservedFlag3 = false;
     bool reservedFlag4 = false;
@@ -144,7 +151,8 @@ class QX_SCREEN_CAPTURE_API IScreenCapture {
     std::int32_t reservedInt4 = 3;
     bool reservedFlag9 = false;
     bool reservedFlag10 = false;
-    bool scNewMouseCaptureWay = false;  // how the magnification engine draws the cursor
+    // How the magnification engine draws the cursor, when one is next made.
+    bool scNewMouseCaptureWay = false;
   };
 
   // ScreenCaptureConfig as far as a live broadcast sets it: the same fields in
@@ -225,7 +233,8 @@ class QX_SCREEN_CAPTURE_API IScreenCapture {
     ShareErrorTaskRunning = 2,    // this object has a share already; ShareStop first
     ShareErrorNullListener = 3,   // the listener argument is null
     ShareErrorTargetMissing = 4,  // no such monitor or window
-    ShareErrorStartFailed = 5,    // no capture engine could start
+    ShareErrorStartFailed = 5,    // no capture engine could start, or the window is on no
+                                  // monitor
   };
 
   enum SharePauseReason : std::int32_t {
@@ -276,13 +285,16 @@ class QX_SCREEN_CAPTURE_API IScreenCapture {
     // Once a share, right before the first OnFrame of a captured picture.
     virtual void OnFirstFrame(void* context) = 0;
     virtual void OnFrame(void* context, const ScreenFrameData* frame) = 0;
-    // Comes before the OnFrame it belongs to, with GetDirtyRectInfo on. `ratio`
-    // is the area of the changed rectangles over that of the picture: 0 to 1, or a
-    // little more, since they may overlap and the cursor counts as one. The DXGI
-    // engine counts none while EnableFilterWindowWhenShareDesktop is on.
+    // Comes before the OnFrame it belongs to, with GetDirtyRectInfo on, and alone
+    // when an unchanged frame is held back; repeats of a pause have none. `valid`
+    // is false when the engine does not know. `ratio` is the area of the changed
+    // rectangles over that of the picture: 0 to 1, or a little more, since they may
+    // overlap and the cursor counts as one. The DXGI engine counts none while
+    // EnableFilterWindowWhenShareDesktop is on.
     virtual void OnFrameDirtyInfo(void* context, bool valid, std::uint64_t rectCount,
                                   double ratio) = 0;
-    // The share moved over to another window. `reserved` is 0.
+    // The share moved over to the slide show of the shared window's program, or
+    // back; it does so by itself. `reserved` is 0.
     virtual void OnShareWindowChanged(void* context, int window, int reserved) = 0;
     // The shared monitor got a new handle.
     virtual void OnShareDesktopChanged(void* context, int monitor) = 0;
@@ -290,7 +302,8 @@ class QX_SCREEN_CAPTURE_API IScreenCapture {
     // `reservedInt` is 0.
     virtual void OnCaptureEngineName(void* context, CaptureEngineType& engine, int& reserved,
                                      bool flag, int reservedInt) = 0;
-    // About every five seconds.
+    // About every five seconds, to one share of the process: the one that delivers
+    // a frame then.
     virtual void OnFrameStatistics(void* context, const ScreenFrameStatistics* statistics) = 0;
     virtual void OnShareRectChanged(void* context, int x, int y, int width, int height) = 0;
   };
@@ -303,7 +316,8 @@ class QX_SCREEN_CAPTURE_API IScreenCapture {
   virtual ~IScreenCapture();
 
   // Whether a monitor share keeps excluded windows out of the picture, as far
-  // as the engine in use can. Default true. Rebuilds the engine of a share.
+  // as the engine in use can. Default true. Rebuilds the engine of a share. When
+  // false the Mag engine comes after DXGI and WGC, and leaves them out all the same.
   //
   //   engine           excluded windows, or what       included windows
   //                    covers a shared window
@@ -380,8 +394,9 @@ class QX_SCREEN_CAPTURE_API IScreenCapture {
   virtual void GetWindowThumbnailAllAsync(int width, int height, ThumbnailListCallback callback,
                                           void* user) = 0;
 
-  // Whether monitor shares of this process may use the magnification engine.
-  // Default true. Holds for all ScreenCapture objects.
+  // Whether monitor shares and, before Windows 8.1, thumbnails of windows may use
+  // the magnification engine. Default true. Holds for all ScreenCapture objects of
+  // the process, and counts for a share when an engine is next made.
   virtual void SetCanUseMagCapture(bool canUseMag) = 0;
 
   // Icon and present title of a listed window; "" when there is none. Never
@@ -391,13 +406,17 @@ class QX_SCREEN_CAPTURE_API IScreenCapture {
 
   // The settings below can be changed at any time; they hold for the running
   // share, as each says, and for all later ones of this object. What concerns
-  // the picture (cursor, size, format) shows in the next new one: while nothing
-  // changes on the screen, the last one is repeated as it was.
+  // the picture (cursor, size, format) shows within a few frames, also while
+  // nothing changes on the screen.
 
-  virtual void EnableCaptureCursor(bool enable) = 0;      // default true
-  virtual void EnableActiveShareWindow(bool enable) = 0;  // default true: raise a shared window
-  virtual void EnablePromptWindow(bool enable) = 0;       // default true: show the coloured frame
-  virtual void SetDynamicCheck(bool check) = 0;           // the running share's engine only
+  virtual void EnableCaptureCursor(bool enable) = 0;  // default true
+  // Whether a shared window is raised: when the share starts, on ShareResume, and
+  // when the share moves over to another window. Default true. A minimised window
+  // is restored at the start in any case.
+  virtual void EnableActiveShareWindow(bool enable) = 0;
+  virtual void EnablePromptWindow(bool enable) = 0;  // default true: show the coloured frame
+  // Of the running share's engine only, and only the Mag and WGC engines.
+  virtual void SetDynamicCheck(bool check) = 0;
   // Restricts the engines to `types`; an empty list allows all. `wgcPriority`
   // puts WGC before DXGI. Takes effect when an engine is next created.
   virtual void SetCaptureEngineConfig(const CaptureEngineType* types, int count,
@@ -488,8 +507,8 @@ class QX_SCREEN_CAPTURE_API ScreenCapture : public IScreenCapture {
   static void EnableScreenShareD3D12CompatibleFix();
 
   // Where the library's messages go; there is no other log. The callback is
-  // called on any thread of the library, several at once, and must return
-  // quickly and not throw. Levels: 2 detail, 3 workflow, 4 a failure that the
+  // called on any thread, also on the host's own during its calls, on several at
+  // once, and must return quickly and not throw. Levels: 2 detail, 3 workflow, 4 a failure that the
   // library survives, 5 a failure that ends the operation. A call in flight can
   // reach the old callback after it was replaced or removed.
   static void RegisterLogCallback(LogCallback callback);
