@@ -64,6 +64,13 @@ DWORD WINAPI GetCurrentThreadId();
 DWORD WINAPI GetCurrentProcessId();
 void WINAPI Sleep(DWORD milliseconds);
 
+#define FLS_OUT_OF_INDEXES 0xFFFFFFFFu
+using PFLS_CALLBACK_FUNCTION = void(WINAPI*)(PVOID value);
+DWORD WINAPI FlsAlloc(PFLS_CALLBACK_FUNCTION callback);
+BOOL WINAPI FlsFree(DWORD index);
+PVOID WINAPI FlsGetValue(DWORD index);
+BOOL WINAPI FlsSetValue(DWORD index, PVOID value);
+
 void WINAPI AcquireSRWLockExclusive(PSRWLOCK lock);
 void WINAPI ReleaseSRWLockExclusive(PSRWLOCK lock);
 BOOL WINAPI SleepConditionVariableSRW(PCONDITION_VARIABLE condition, PSRWLOCK lock,

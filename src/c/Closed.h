@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "c/Objects.h"
+#include "common/EndedByException.h"
 
 namespace qx::c {
 
@@ -40,15 +41,16 @@ qx_result WithCapture(const qx_screen_capture* handle, Call call) noexcept {
   });
 }
 
-// The same for an operation of the library that has no answer.
+// The same for an operation of the library that has no answer, not even that it failed.
 template <typename Call>
 qx_result WithLibrary(const qx_screen_capture* handle, bool argumentsAreValid, Call call) noexcept {
   return WithCapture(handle, [&](SharingObject& object) -> qx_result {
     if (!argumentsAreValid) {
       return QX_ERROR_ARGUMENT;
     }
+    const std::uint32_t before = EndedByException();
     call(object.Library());
-    return QX_OK;
+    return EndedByException() == before ? QX_OK : QX_ERROR_FAILED;
   });
 }
 

@@ -3,41 +3,10 @@
 #include <cstddef>
 #include <cstring>
 
+#include "c/Inside.h"
 #include "c/SharingObject.h"
 
 namespace qx::c {
-
-namespace {
-
-// One call to a host, for as long as it lasts, on its thread. They nest: a host may run
-// messages in an operation, or start the share of another object.
-class HostCall {
- public:
-  explicit HostCall(const SharingObject& owner) : m_owner(owner), m_outer(t_innermost) {
-    t_innermost = this;
-  }
-  HostCall(const HostCall&) = delete;
-  HostCall& operator=(const HostCall&) = delete;
-  ~HostCall() { t_innermost = m_outer; }
-
-  static bool IsUnderWay(const SharingObject& owner) {
-    const HostCall* call = t_innermost;
-    while (call && &call->m_owner != &owner) {
-      call = call->m_outer;
-    }
-    return call != nullptr;
-  }
-
- private:
-  static thread_local const HostCall* t_innermost;
-
-  const SharingObject& m_owner;
-  const HostCall* const m_outer;
-};
-
-thread_local const HostCall* HostCall::t_innermost = nullptr;
-
-}  // namespace
 
 std::optional<qx_share_listener> HostListener::CopyFunctions(const qx_share_listener& given) {
   // Whole functions only: a part of one could not be called.
@@ -52,14 +21,12 @@ std::optional<qx_share_listener> HostListener::CopyFunctions(const qx_share_list
   return copy;
 }
 
-bool HostListener::IsCallingFor(const SharingObject& owner) { return HostCall::IsUnderWay(owner); }
-
 // The one place that calls the host. What it throws is the library's to catch.
 template <typename Function, typename... Arguments>
 void HostListener::tell(Function function, Arguments... arguments) {
   // A share may be about to start while its object is destroyed.
   if (function && !m_owner.IsDestroyed()) {
-    const HostCall call(m_owner);
+    const Inside call(&m_owner);
     function(arguments...);
   }
 }

@@ -20,9 +20,6 @@ class HostListener : public IScreenCapture::ShareListener {
   // that is not even the first function.
   static std::optional<qx_share_listener> CopyFunctions(const qx_share_listener& given);
 
-  // Whether the calling thread is in an operation of a listener of `owner`, however deep.
-  static bool IsCallingFor(const SharingObject& owner);
-
   void OnStart(void* context) override;
   void OnPause(void* context, IScreenCapture::SharePauseReason reason) override;
   void OnResume(void* context) override;

@@ -8,6 +8,7 @@
 
 #include "c/Closed.h"
 #include "c/Gate.h"
+#include "c/ThreadText.h"
 #include "common/Utf8.h"
 
 namespace qx::c {
@@ -117,14 +118,15 @@ qx_result AskAsync(qx_screen_capture* capture, Callback callback, void* user, Li
 // asks. Others wait, though not for ever: the host may have them wait for each other.
 class TextSource {
  public:
-  // A copy that is this thread's until it asks again. `text` is null when there is none.
+  // A copy that is this thread's until it asks again. Null when there is none.
   template <typename Ask>
-  const char* Copy(std::string& copy, Ask ask) {
-    if (!enter()) {
+  const char* Copy(Ask ask) {
+    std::string* const copy = m_copy.Get();
+    if (!copy || !enter()) {
       return nullptr;
     }
     const Leave leave{*this};
-    return ask(copy) ? copy.c_str() : nullptr;
+    return ask(*copy) ? copy->c_str() : nullptr;
   }
 
  private:
@@ -151,6 +153,7 @@ class TextSource {
     return true;
   }
 
+  ThreadText m_copy;
   Gate m_gate;
   DWORD m_thread = 0;  // that is in here
   int m_depth = 0;     // how often
@@ -161,13 +164,12 @@ template <auto Operation, typename... Arguments>
 const char* TextOf(qx_screen_capture* capture, const char* failed,
                    Arguments... arguments) noexcept {
   static TextSource source;
-  thread_local std::string copy;
   return Closed(failed, [&]() -> const char* {
     const std::shared_ptr<SharingObject> object = Objects::Instance().captures.Find(capture);
     if (!object) {
       return nullptr;
     }
-    const char* const text = source.Copy(copy, [&](std::string& out) {
+    const char* const text = source.Copy([&](std::string& out) {
       const auto* const own = (object->Library().*Operation)(arguments...);
       if (!own) {
         return false;

@@ -1,7 +1,10 @@
 // What belongs to no object.
+#include <atomic>
+#include <cstdint>
 #include <type_traits>
 
 #include "c/Closed.h"
+#include "c/Inside.h"
 #include "common/Utf8.h"
 
 using namespace qx::c;
@@ -9,6 +12,15 @@ using namespace qx::c;
 namespace {
 
 static_assert(std::is_same_v<qx_log_callback, IScreenCapture::LogCallback>);
+
+std::atomic<qx_log_callback> g_log = nullptr;  // the host's
+
+void QX_CALL OnLog(std::int32_t level, const char* file, std::int32_t line, const char* message) {
+  if (const qx_log_callback host = g_log) {
+    const Inside log(nullptr);
+    host(level, file, line, message);
+  }
+}
 
 template <typename Call, typename... Arguments>
 qx_result Do(Call call, Arguments... arguments) noexcept {
@@ -35,7 +47,10 @@ qx_result qx_enable_screen_share_d3d12_compatible_fix() {
 }
 
 qx_result qx_register_log_callback(qx_log_callback callback) {
-  return With(callback, &ScreenCapture::RegisterLogCallback);
+  return With(callback, [](qx_log_callback host) {
+    g_log = host;
+    ScreenCapture::RegisterLogCallback(&OnLog);
+  });
 }
 
 qx_result qx_unregister_log_callback() { return Do(&ScreenCapture::UnregisterLogCallBack); }

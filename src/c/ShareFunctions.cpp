@@ -7,6 +7,7 @@
 
 #include "c/Closed.h"
 #include "c/HostListener.h"
+#include "c/Inside.h"
 #include "c/QueueListener.h"
 
 namespace qx::c {
@@ -80,7 +81,7 @@ qx_screen_capture* qx_create() {
 
 qx_result qx_destroy(qx_screen_capture* capture) {
   return WithCapture(capture, [&](SharingObject& object) -> qx_result {
-    if (HostListener::IsCallingFor(object)) {
+    if (!Inside::MayEndShareOf(object)) {
       return QX_ERROR_WRONG_THREAD;
     }
     if (!Objects::Instance().captures.Take(capture)) {
@@ -134,10 +135,10 @@ qx_result qx_share_resume(qx_screen_capture* capture) {
 
 qx_result qx_share_stop(qx_screen_capture* capture) {
   return WithCapture(capture, [](SharingObject& object) -> qx_result {
-    if (HostListener::IsCallingFor(object)) {
+    if (!Inside::MayEndShareOf(object)) {
       return QX_ERROR_WRONG_THREAD;
     }
-    object.Library().ShareStop();
+    object.Stop();
     return QX_OK;
   });
 }

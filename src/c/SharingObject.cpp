@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "c/Inside.h"
+
 namespace qx::c {
 
 // Pictures of no size cost nothing, and the answer always comes.
@@ -35,9 +37,15 @@ qx_result SharingObject::Share(Start start, void* context, std::int32_t id,
   return QX_OK;
 }
 
+// A window procedure of the host can run in here.
+void SharingObject::Stop() {
+  const Inside end(this);
+  m_library.ShareStop();
+}
+
 void SharingObject::Destroy() {
   m_destroyed = true;
-  m_library.ShareStop();
+  Stop();
 }
 
 IScreenCapture::ShareListener* SharingObject::borrow(

@@ -26,7 +26,9 @@ class SharingObject {
 
   qx_result Share(Start start, void* context, std::int32_t id,
                   std::unique_ptr<IScreenCapture::ShareListener> listener, qx_share_error& error);
-  // Ends its share, and any that is just being started.
+  // Ends its share.
+  void Stop();
+  // The same, also of one that is just being started.
   void Destroy();
   bool IsDestroyed() const { return m_destroyed; }
 

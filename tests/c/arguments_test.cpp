@@ -3,6 +3,7 @@
 #include <functional>
 
 #include "tests/c/CShareTest.h"
+#include "tests/share/AllocationHook.h"
 
 namespace qx::test {
 namespace {
@@ -161,6 +162,22 @@ TEST_F(CShareTest, ArgumentsThatCannotBeChangeNothing) {
   tick();
   EXPECT_TRUE(Shows(cHost.LastFrame(), kBackground,
                     {{40, 30, 140, 110, kWindowColor}, {40, 30, 50, 40, kMarkColor}}));
+}
+
+// A host must not believe that a window is left out.
+TEST_F(CShareTest, WhatFailsWithoutMemoryIsToldAndChangesNothing) {
+  startC(monitor());
+  const qx_capture_engine_type mag = QX_CAPTURE_ENGINE_MAG;
+  {
+    const FailLargeAllocations none(1);
+    EXPECT_EQ(qx_add_exclude_window(c, &kRule), QX_ERROR_FAILED);
+    EXPECT_EQ(qx_set_capture_engine_config(c, &mag, 1, false), QX_ERROR_FAILED);
+    EXPECT_EQ(qx_set_capture_fps(c, 15), QX_OK) << "needs none";
+  }
+  EXPECT_EQ(qx_add_exclude_window(c, &kRule), QX_OK);
+  qx_share_stop(c);
+  startC(monitor());
+  EXPECT_EQ(cHost.Count("engine 4"), 2) << "the engines are those of before";
 }
 
 // What a list tells, by both interfaces.

@@ -1,8 +1,10 @@
 // Shares with listeners in C.
+#include <atomic>
 #include <cstddef>
-#include <thread>
+#include <memory>
 
 #include "tests/c/CShareTest.h"
+#include "tests/platform/TestWindow.h"
 
 namespace qx::test {
 namespace {
@@ -123,6 +125,52 @@ TEST_F(CShareTest, FromItsListenerAnythingButTheEndOfItsOwnShareGoes) {
   cHost.onEvent = nullptr;
   EXPECT_EQ(qx_destroy(other), QX_OK);
   EXPECT_EQ(qx_share_stop(c), QX_OK);
+}
+
+// The thread may be the share's own, or may be ending it already.
+TEST_F(CShareTest, NeitherTheLogNorWhoIsEndingAShareMayEndIt) {
+  static qx_screen_capture* object = nullptr;
+  static std::atomic<int> lines = 0;
+  object = c;
+  EXPECT_EQ(qx_register_log_callback([](std::int32_t, const char*, std::int32_t, const char*) {
+              EXPECT_EQ(qx_share_stop(object), QX_ERROR_WRONG_THREAD);
+              EXPECT_EQ(qx_destroy(object), QX_ERROR_WRONG_THREAD);
+              ++lines;
+            }),
+            QX_OK);
+  startC(monitor());
+  EXPECT_GT(lines, 0);
+  EXPECT_EQ(qx_unregister_log_callback(), QX_OK);
+
+  // Its thread, in the share's last operation, needs an answer from a window of that one.
+  std::unique_ptr<TestThread> ending;
+  bool answered = false;
+  cHost.onEvent = [&](const std::string& event) {
+    if (event != "frame" || ending) {
+      return;
+    }
+    HWND asked = nullptr;
+    TestEvent ready;
+    ending = std::make_unique<TestThread>([&] {
+      TestWindow own({0, 0, 10, 10});
+      own.onMessage = [&](UINT, WPARAM, LPARAM) -> LRESULT {
+        EXPECT_EQ(qx_share_stop(c), QX_ERROR_WRONG_THREAD);
+        EXPECT_EQ(qx_destroy(c), QX_ERROR_WRONG_THREAD);
+        answered = true;
+        return 0;
+      };
+      asked = own;
+      ready.Set();
+      EXPECT_EQ(qx_share_stop(c), QX_OK);
+      EXPECT_TRUE(answered);
+    });
+    ready.Wait();
+    DWORD_PTR result = 0;
+    SendMessageTimeoutW(asked, WM_USER, 0, 0, SMTO_NORMAL, 5000, &result);
+  };
+  tick(2);
+  ASSERT_TRUE(ending);
+  ending->Join();
 }
 
 }  // namespace

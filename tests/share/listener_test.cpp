@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "tests/platform/TestWindow.h"
 #include "tests/share/ShareTest.h"
 
 namespace qx::test {
@@ -200,6 +201,43 @@ TEST_F(ShareTest, ShareStoppedFromItsOwnStartIsOver) {
   host.Forget();
   start();
   EXPECT_TRUE(nextFrameShows({}));
+}
+
+// In the middle of each call of a start a window procedure of the host stops the share.
+TEST_F(ShareTest, ShareStoppedFromAWindowProcedureDuringItsStartTellsNothingMore) {
+  TestWindow own({0, 0, 10, 10});
+  Events late;
+  bool stopped = false;
+  own.onMessage = [&](UINT, WPARAM, LPARAM) -> LRESULT {
+    capture.ShareStop();
+    stopped = true;
+    return 0;
+  };
+  host.onEvent = [&](const std::string& event) {
+    if (stopped) {
+      late.push_back(event);
+    }
+  };
+  int stoppedInTime = 0;
+  bool ran = true;
+  for (std::uint64_t n = 1; ran; ++n) {
+    late.clear();
+    stopped = false;
+    OnNthCall(n, [&] {
+      DWORD_PTR result = 0;
+      SendMessageTimeoutW(own, WM_USER, 0, 0, SMTO_NORMAL, 5000, &result);
+    });
+    const bool started = capture.ShareDesktop(&context, idOf(monitor()), &host, error);
+    ran = ActionRan();
+    ClearFaults();
+    if (!started) {
+      EXPECT_EQ(late, Events{}) << "at call " << n;
+      EXPECT_EQ(error, IScreenCapture::ShareErrorStartFailed);
+      ++stoppedInTime;
+    }
+    capture.ShareStop();
+  }
+  EXPECT_GT(stoppedInTime, 5);
 }
 
 // Real time: many threads' worth of interleavings for ThreadSanitizer to look at.

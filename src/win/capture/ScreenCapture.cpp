@@ -1,5 +1,6 @@
 #include <qx-screen-capture.h>
 
+#include "common/EndedByException.h"
 #include "common/Logging.h"
 #include "win/capture/ScreenCaptureImpl.h"
 #include "win/engine/mag/Direct3D9Hook.h"
@@ -19,6 +20,7 @@ Result Forward(const std::unique_ptr<qx::ScreenCaptureImpl>& impl, const char* o
   try {
     return call(*impl);
   } catch (...) {
+    ++qx::EndedByException();
     QX_LOG_ERROR("ScreenCapture::{} ended by an exception", operation);
     return neutral;
   }

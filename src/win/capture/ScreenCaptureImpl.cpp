@@ -244,11 +244,11 @@ void ScreenCaptureImpl::SetCaptureEngineConfig(const IScreenCapture::CaptureEngi
   }
   const DeferredLog afterTheLock;
   const std::lock_guard lock(m_mutex);
+  if (m_task) {
+    m_task->SetCaptureEngineConfig(engineTypes, wgcPriority);
+  }
   m_engineTypes.swap(engineTypes);
   m_wgcPriority = wgcPriority;
-  if (m_task) {
-    m_task->SetCaptureEngineConfig(m_engineTypes, m_wgcPriority);
-  }
 }
 
 void ScreenCaptureImpl::SetPromptWindowInfo(const IScreenCapture::PromptWindowInfo* info) {

@@ -75,12 +75,16 @@ bool ScreenCaptureTask::Start(ShareListenerWrapper* listener, bool showPrompt) {
         m_timer.AddTask(kSeldomMs, IntervalMs(m_settings.fps), false, [this] { tick(); });
     prepared = prepare();
   });
-  if (!ran || !prepared) {
+  // A window procedure of the host can run while this waits, and can stop the share: then the
+  // host hears nothing more of it, and its window stays where it is.
+  if (!ran || !prepared || m_stopWanted) {
     return false;
   }
   reportEngine();
   static_cast<void>(m_timer.Run([&] { surround(showPrompt); }));
-  raise();
+  if (!m_stopWanted) {
+    raise();
+  }
   m_running = true;
   return true;
 }
@@ -96,6 +100,7 @@ void ScreenCaptureTask::Stop() {
     QX_LOG_ERROR("a listener can't stop its own share");
     return;
   }
+  m_stopWanted = true;
   if (!m_running.exchange(false)) {
     return;
   }
@@ -261,7 +266,7 @@ bool ScreenCaptureTask::carryOutWishes() {
     return false;
   }
   const std::int32_t oldFps = m_settings.fps;
-  m_settings = wishes.settings;
+  m_settings = std::move(wishes.settings);
   m_pause.SetInvoked(m_settings.pauseInvoked);
   if (!isRunning()) {
     return false;
@@ -273,9 +278,6 @@ bool ScreenCaptureTask::carryOutWishes() {
   if (wishes.newLook || wishes.showPrompt) {
     changePrompt(wishes);
   }
-  if (wishes.raise) {
-    raise();
-  }
   // Without an engine there is nothing more to do: the next one starts from the settings.
   const bool rebuilt = m_engine && (wishes.rebuildForFilter || wishes.rebuildForConfig);
   if (rebuilt) {
@@ -283,6 +285,9 @@ bool ScreenCaptureTask::carryOutWishes() {
   }
   if (m_engine) {
     changeEngine(wishes);
+  }
+  if (wishes.raise) {
+    raise();
   }
   return rebuilt;
 }

@@ -169,6 +169,7 @@ class ScreenCaptureTask {
   const std::shared_ptr<FilterWindowManager> m_filterWindowManager;
   std::atomic<bool> m_running = false;
   std::atomic<bool> m_stopped = false;  // the share ended by itself
+  std::atomic<bool> m_stopWanted = false;
   WishBox m_wishes;
   mutable std::mutex m_rectMutex;
   CaptureRect m_captureRect = {-1, -1, -1, -1};

@@ -9,6 +9,7 @@
 #include "win/source/WindowEnumeration.h"
 #include "win/task/CaptureRects.h"
 #include "win/util/Clock.h"
+#include "win/util/RunClosed.h"
 #include "win/util/SystemProbes.h"
 #include "win/util/Utils.h"
 #include "win/util/WindowActions.h"
@@ -442,7 +443,10 @@ bool ScreenCaptureTaskWindow::changeCaptureWindow(HWND window) {
     m_rectDesktop = {};
   }
   destroyEngine();
-  if (!createEngine()) {
+  // The host knows of the move: a lack of memory must not leave it half done.
+  bool made = false;
+  if (!RunClosed("an engine of another window met an exception", [&] { made = createEngine(); }) ||
+      !made) {
     QX_LOG_ERROR("createEngine failed");
     return false;
   }
