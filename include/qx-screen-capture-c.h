@@ -33,7 +33,8 @@
  *    the three kinds of objects are numbers in the shape of pointers, none of which comes
  *    twice in a process.
  *  - Any function may be called on any thread, also from a listener operation, but for
- *    qx_share_stop and qx_destroy of the share that is calling: QX_ERROR_WRONG_THREAD.
+ *    qx_share_stop and qx_destroy of the share that is calling, or that this thread is ending
+ *    already, and of any share from the log callback: QX_ERROR_WRONG_THREAD.
  *
  * Versions. QX_ABI_VERSION is the number of this binary interface, qx_abi_version() that
  * of the loaded library. As long as they are equal a host built with any older or newer

@@ -508,7 +508,8 @@ class QX_SCREEN_CAPTURE_API ScreenCapture : public IScreenCapture {
 
   // Where the library's messages go; there is no other log. The callback is
   // called on any thread, also on the host's own during its calls, on several at
-  // once, and must return quickly and not throw. Levels: 2 detail, 3 workflow, 4 a failure that the
+  // once, must return quickly and not throw, and must not stop a share or destroy an
+  // object: the thread may be the share's own. Levels: 2 detail, 3 workflow, 4 a failure that the
   // library survives, 5 a failure that ends the operation. A call in flight can
   // reach the old callback after it was replaced or removed.
   static void RegisterLogCallback(LogCallback callback);

@@ -1,5 +1,6 @@
 // What many shares leave behind in their process, whichever engines the system lets start.
 #include <gtest/gtest.h>
+#include <qx-screen-capture-c.h>
 #include <qx-screen-capture.h>
 #include <windows.h>
 
@@ -10,9 +11,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <string>
 #include <vector>
 
 #include "tests/host/ColorWindow.h"
+#include "tests/platform/TestWindow.h"
 #include "tests/support/ShareRecorder.h"
 
 namespace qx::test {
@@ -113,6 +116,37 @@ TEST(LeaksTest, ThirtySharesLeaveNeitherHandlesNorThreads) {
   // Some that the system keeps come and go.
   EXPECT_LE(handles(), handlesBefore + 10);
   EXPECT_LE(threads(), threadsBefore + 1);
+}
+
+// A host that unloads the library may have threads that have called it.
+TEST(LeaksTest, LibraryGoesThoughThreadsThatAskedItForTextLiveOn) {
+  wchar_t path[MAX_PATH] = {};
+  GetModuleFileNameW(GetModuleHandleW(L"qx-screen-capture.dll"), path, MAX_PATH);
+  const std::wstring copy = std::wstring(path) + L".copy.dll";
+  ASSERT_TRUE(CopyFileW(path, copy.c_str(), FALSE));
+  const HMODULE library = LoadLibraryW(copy.c_str());
+  ASSERT_TRUE(library);
+  const auto function = [&]<typename Function>(Function*, const char* name) {
+    return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(library, name)));
+  };
+  const auto create = function(&qx_create, "qx_create");
+  const auto title = function(&qx_get_window_title, "qx_get_window_title");
+  const auto destroy = function(&qx_destroy, "qx_destroy");
+  TestEvent asked;
+  TestEvent over;
+  TestThread thread([&] {
+    qx_screen_capture* const capture = create();
+    EXPECT_STREQ(title(capture, 0), "");
+    EXPECT_EQ(destroy(capture), QX_OK);
+    asked.Set();
+    over.Wait();
+  });
+  asked.Wait();
+  EXPECT_TRUE(FreeLibrary(library));
+  EXPECT_FALSE(GetModuleHandleW(copy.c_str()));
+  over.Set();
+  thread.Join();
+  EXPECT_TRUE(DeleteFileW(copy.c_str()));
 }
 
 }  // namespace

@@ -77,6 +77,7 @@ TEST_F(MagThreadTest, EndsForTheLastWindowOrWithAll) {
   ASSERT_TRUE(create(first));
   EXPECT_TRUE(thread.DestroyMagWindowOnThread(other)) << "an earlier thread's";
   EXPECT_TRUE(thread.HasMagWindow());
+  EXPECT_TRUE(log.Has(3, "m_windowCount = 1, mag window size is: 1")) << log.Dump();
 }
 
 }  // namespace

@@ -114,6 +114,9 @@ TEST_P(CaptureRect, EveryStateOfAWindow) {
   Minimise(window);
   EXPECT_TRUE(GetCaptureRect(window, rect));
   EXPECT_EQ(rect, GetParam().minimised) << "where it will be restored to";
+  FailNth("GetWindowPlacement", 1);
+  EXPECT_FALSE(GetCaptureRect(window, rect));
+  ClearFaults();
   Restore(window);
   Maximise(window);
   GetWindowRect(window, &rect);
