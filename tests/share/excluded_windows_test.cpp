@@ -91,6 +91,19 @@ TEST_F(WithoutComposition, WindowStaysHiddenUntilTheLastShareThatHidesItEnds) {
   EXPECT_TRUE(nextFrameShows(hidden)) << "a window that died on the list";
 }
 
+TEST_F(WithoutComposition, StyleThatCouldNotBeGivenBackIsGivenBackByTheNextShare) {
+  capture.Exclude({secret});
+  start();
+  FailNth("SetWindowLongPtrW", 1, kOutOfMemory, vwin::Repeat::kOnward);
+  capture.ShareStop();
+  ClearFaults();
+  EXPECT_TRUE(isLayered(secret));
+  capture.ClearExcludeWindows();
+  start();
+  tick();
+  EXPECT_FALSE(isLayered(secret));
+}
+
 TEST_F(WithoutComposition, WindowThatCantBeMadeOpaqueIsNotHiddenFromTheUser) {
   capture.Exclude({secret});
   FailNth("SetLayeredWindowAttributes", 1, kOutOfMemory, vwin::Repeat::kOnward);

@@ -52,8 +52,7 @@ bool CaptureThread::Life::Start(const std::shared_ptr<CaptureSession>& session) 
     id = ++m_lastId;
     m_sessions.push_back({id, session});
   }
-  DWORD_PTR result = 0;
-  if (!SendMessageTimeoutW(m_window, WM_START_CAPTURE, id, 0, SMTO_BLOCK, kPatience, &result)) {
+  if (!SendMessageTimeoutW(m_window, WM_START_CAPTURE, id, 0, SMTO_BLOCK, kPatience, nullptr)) {
     giveUp(id);
     return false;
   }
