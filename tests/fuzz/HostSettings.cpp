@@ -148,7 +148,8 @@ qx_result setAny(qx_screen_capture* capture, Bytes& bytes) {
 template <typename Call>
 void Host::set(Bytes& bytes, Call call) {
   const qx_result result = with(m_captures, m_captures.Any(bytes), call);
-  Promise(result == QX_OK || result == QX_ERROR_OBJECT || result == QX_ERROR_ARGUMENT,
+  Promise(result == QX_OK || result == QX_ERROR_OBJECT || result == QX_ERROR_ARGUMENT ||
+              result == QX_ERROR_FAILED,
           "a setting is taken or refused, and was " + std::to_string(result));
 }
 
