@@ -208,7 +208,7 @@ TEST_F(ShareTest, ShareStoppedFromItsOwnStartIsOver) {
 TEST_F(ShareTest, ShareStoppedFromAWindowProcedureDuringItsStartTellsNothingMore) {
   TestWindow own({0, 0, 10, 10});
   Events late;
-  bool stopped = false;
+  std::atomic<bool> stopped = false;
   own.onMessage = [&](UINT, WPARAM, LPARAM) -> LRESULT {
     capture.ShareStop();
     stopped = true;
