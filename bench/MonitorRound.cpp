@@ -35,7 +35,7 @@ Round MakeMonitorRound(IScreenCapture::CaptureEngineType engine, int frames) {
 
 double TimesHandLoop(Round round, int turns, double (*byHand)(const Round&)) {
   round.picture = PictureSize(round);
-  return MeasureBoth(round, turns, byHand).times;
+  return MeasureBoth(round, turns, byHand).Times();
 }
 
 double FirstPictureWithWaits(Round round, double (*byHand)(const Round&)) {

@@ -22,7 +22,6 @@ void AppendPlane(std::vector<std::uint8_t>& bytes, const std::uint8_t* plane, in
 Micros MeasureBoth(const Round& round, int turns, double (*byHand)(const Round&)) {
   std::vector<double> hand;
   std::vector<double> library;
-  std::vector<double> times;
   // The first round of a process is unlike all later ones, whoever runs it: the C
   // library hands out memory of this size in another way afterwards.
   Round warmUp = round;
@@ -37,11 +36,10 @@ Micros MeasureBoth(const Round& round, int turns, double (*byHand)(const Round&)
     if (turn % 2 != 0) {
       hand.push_back(byHand(round));
     }
-    times.push_back(library.back() / hand.back());
     std::fprintf(stderr, "  round %d: hand loop %.0f us, library %.0f us a frame\n", turn + 1,
                  hand.back(), library.back());
   }
-  return {LowerHalfMean(hand), LowerHalfMean(library), Median(times)};
+  return {LowerHalfMean(hand), LowerHalfMean(library)};
 }
 
 double FirstPictureMillis(Round round, double (*byHand)(const Round&)) {

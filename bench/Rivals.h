@@ -6,13 +6,15 @@
 struct Micros {
   double hand = 0;
   double library = 0;
-  double times = 0;  // the library's as a multiple of the loop's
+
+  // The library's as a multiple of the loop's.
+  double Times() const { return library / hand; }
 };
 
 // Measures the library and a loop by hand in turns, `turns` times a round each, now the
 // one first, now the other. The quieter half of each one's rounds counts: what else the
-// machine does only ever adds. How many times the one takes the other's is the median of
-// the turns', each of which meets the same machine.
+// machine does only ever adds. Many short turns tell more than a few long ones, as both
+// sides then meet the same machine.
 Micros MeasureBoth(const Round& round, int turns, double (*byHand)(const Round&));
 
 // Milliseconds by the round's clock from the start of a share to its first picture, less

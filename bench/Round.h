@@ -11,7 +11,7 @@
 
 // One round of measuring, of either side.
 struct Round {
-  int frames = 120;
+  int frames = 45;
   int fps = 30;
   bool i420 = false;
   RECT rect = {};         // what is captured, in pixels of the screen

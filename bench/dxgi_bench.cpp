@@ -29,7 +29,7 @@
 
 namespace {
 
-constexpr int kTurns = 6;
+constexpr int kTurns = 24;
 constexpr int kDrawnFrames = 12;
 constexpr int kStillTicks = 1000;
 constexpr int kCountedFrames = 8;

@@ -31,9 +31,9 @@
 
 namespace {
 
-constexpr int kTurns = 8;
+constexpr int kTurns = 32;
 constexpr int kShortTurns = 16;
-constexpr int kDrawnFrames = 24;
+constexpr int kDrawnFrames = 8;
 constexpr int kStillTicks = 1000;
 constexpr int kFilteredFrames = 300;
 constexpr int kCountedFrames = 60;

@@ -29,9 +29,9 @@
 
 namespace {
 
-constexpr int kTurns = 12;
+constexpr int kTurns = 64;
 constexpr int kShortTurns = 16;
-constexpr int kDrawnFrames = 24;
+constexpr int kDrawnFrames = 8;
 constexpr int kStillTicks = 1000;
 constexpr int kCountedFrames = 60;
 constexpr int kPageMargin = 2;
