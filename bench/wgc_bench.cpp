@@ -30,9 +30,9 @@
 namespace {
 
 constexpr int kTurns = 64;
-constexpr int kShortTurns = 16;
+constexpr int kShortTurns = 64;
 constexpr int kDrawnFrames = 8;
-constexpr int kStillTicks = 1000;
+constexpr int kStillTicks = 300;
 constexpr int kCountedFrames = 60;
 constexpr int kPageMargin = 2;
 constexpr double kMostLooks = 4;  // in a second
