@@ -1,5 +1,6 @@
 #include "MagnifierLoop.h"
 
+#include <dwmapi.h>
 #include <objbase.h>
 #include <shobjidl.h>
 #include <windows.h>
@@ -97,8 +98,12 @@ class MagnifierLoop {
     if (SUCCEEDED(CoCreateInstance(CLSID_VirtualDesktopManager, nullptr, CLSCTX_ALL,
                                    IID_IVirtualDesktopManager, manager.PutVoid()))) {
       for (const HWND window : m_visible) {
+        DWORD cloaked = 0;
         BOOL current = FALSE;
-        (void)manager->IsWindowOnCurrentVirtualDesktop(window, &current);
+        DwmGetWindowAttribute(window, DWMWA_CLOAKED, &cloaked, sizeof(cloaked));
+        if (cloaked != 0) {
+          (void)manager->IsWindowOnCurrentVirtualDesktop(window, &current);
+        }
       }
     }
     std::ranges::copy_if(m_visible, std::back_inserter(m_leftOut),

@@ -1,8 +1,6 @@
 #include "WatchWindow.h"
 
 #include <dwmapi.h>
-#include <objbase.h>
-#include <shobjidl.h>
 
 namespace {
 
@@ -17,16 +15,6 @@ bool IsWindows8() {
   conditions = VerSetConditionMask(conditions, VER_SERVICEPACKMAJOR, VER_GREATER_EQUAL);
   return VerifyVersionInfoW(&version, VER_MAJORVERSION | VER_MINORVERSION | VER_SERVICEPACKMAJOR,
                             conditions) != FALSE;
-}
-
-void AskVirtualDesktop(HWND window) {
-  IVirtualDesktopManager* manager = nullptr;
-  if (SUCCEEDED(CoCreateInstance(CLSID_VirtualDesktopManager, nullptr, CLSCTX_ALL,
-                                 IID_IVirtualDesktopManager, reinterpret_cast<void**>(&manager)))) {
-    BOOL current = FALSE;
-    (void)manager->IsWindowOnCurrentVirtualDesktop(window, &current);
-    manager->Release();
-  }
 }
 
 void AskRectangle(HWND window, LONG_PTR style) {
@@ -65,7 +53,7 @@ void LookAtWindow(HWND window) {
   DWORD cloaked = 0;
   ReadWallClock();
   IsWindow(window);
-  AskVirtualDesktop(window);
+  DwmGetWindowAttribute(window, DWMWA_CLOAKED, &cloaked, sizeof(cloaked));
   AskRectangle(window, GetWindowLongPtrW(window, GWL_STYLE));
   IsWindowVisible(window);
   DwmGetWindowAttribute(window, DWMWA_CLOAKED, &cloaked, sizeof(cloaked));

@@ -56,8 +56,11 @@ void DropOtherDesktops(std::vector<HWND>& windows) {
   auto* const manager = static_cast<IVirtualDesktopManager*>(created);
   std::erase_if(windows, [&](HWND window) {
     wchar_t name[kRoom];
+    DWORD cloaked = 0;
     BOOL onCurrent = TRUE;
-    return (SUCCEEDED(manager->IsWindowOnCurrentVirtualDesktop(window, &onCurrent)) &&
+    return (SUCCEEDED(DwmGetWindowAttribute(window, DWMWA_CLOAKED, &cloaked, sizeof(cloaked))) &&
+            cloaked != 0 &&
+            SUCCEEDED(manager->IsWindowOnCurrentVirtualDesktop(window, &onCurrent)) &&
             !onCurrent) ||
            (GetClassNameW(window, name, kRoom) > 0 &&
             std::wstring_view(name) == L"ThumbnailWindow");

@@ -24,6 +24,8 @@ class VirtualDesktopManager final : public ComImplementation<IVirtualDesktopMana
     if (onCurrentDesktop == nullptr) return E_INVALIDARG;
     if (fault) return fault->hresult;
     Lock lock;
+    scheduler::WaitUntil(lock, "IVirtualDesktopManager::IsWindowOnCurrentVirtualDesktop",
+                         [&] { return !TheMachine(lock).shellHangs; });
     if (handles::KindOf(lock, window) != HandleKind::kWindow) return TYPE_E_ELEMENTNOTFOUND;
     *onCurrentDesktop = TheMachine(lock).onOtherVirtualDesktop.count(window) == 0;
     return S_OK;

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "platform/control/Desktop.h"
 #include "platform/model/Registry.h"
 #include "platform/model/Text.h"
 
@@ -68,6 +69,11 @@ void SetOnOtherVirtualDesktop(HWND window, bool other) {
       machine.onOtherVirtualDesktop.erase(window);
     }
   });
+  if (IsWindow(window)) SetCloaked(window, other);
+}
+
+void SetShellHangs(bool hangs) {
+  ChangeMachine([&](Machine& machine) { machine.shellHangs = hangs; });
 }
 
 void SetRegistryDword(const std::string& key, const std::string& name, std::uint32_t value) {

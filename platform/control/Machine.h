@@ -47,8 +47,10 @@ void AddProcess(std::uint32_t id, const std::wstring& imagePath, bool openable =
 void RemoveProcess(std::uint32_t id);
 
 void SetVirtualDesktopManager(bool present);
-// The window's own flag only: Windows cloaks such a window as well (SetCloaked).
+// Such a window is cloaked.
 void SetOnOtherVirtualDesktop(HWND window, bool other);
+// Who asks a shell that hangs about virtual desktops waits until it hangs no more.
+void SetShellHangs(bool hangs);
 
 // ----------------------------------------------------------------------- registry
 

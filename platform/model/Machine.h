@@ -107,6 +107,7 @@ struct Machine {
   bool pngEncoder = true;                       // GDI+ has one
 
   bool virtualDesktopManager = true;
+  bool shellHangs = false;  // who asks about virtual desktops waits for it
   std::set<HWND> onOtherVirtualDesktop;
 
   // How often each thread has entered COM, and with which model.

@@ -104,6 +104,21 @@ TEST_F(WithoutComposition, StyleThatCouldNotBeGivenBackIsGivenBackByTheNextShare
   EXPECT_FALSE(isLayered(secret));
 }
 
+TEST_F(WithoutComposition, StyleThatItsProgramGivesItMeanwhileIsNotCountedAsOurs) {
+  capture.Exclude({secret});
+  FailNth("SetWindowLongPtrW", 1, kOutOfMemory, vwin::Repeat::kOnward);
+  start();
+  EXPECT_FALSE(isLayered(secret));
+  SetExStyle(secret, WS_EX_TOOLWINDOW | WS_EX_LAYERED);
+  ClearFaults();
+  tick();
+  SetExStyle(secret, WS_EX_TOOLWINDOW);
+  EXPECT_TRUE(nextFrameShows(hidden)) << "given now";
+  EXPECT_TRUE(isLayered(secret));
+  capture.ShareStop();
+  EXPECT_EQ(exStyleOf(secret), WS_EX_TOOLWINDOW);
+}
+
 TEST_F(WithoutComposition, WindowThatCantBeMadeOpaqueIsNotHiddenFromTheUser) {
   capture.Exclude({secret});
   FailNth("SetLayeredWindowAttributes", 1, kOutOfMemory, vwin::Repeat::kOnward);

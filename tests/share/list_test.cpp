@@ -1,5 +1,7 @@
 // What a host is told about the windows that it can share, and what the ids of a
 // list are good for afterwards.
+#include <objbase.h>
+
 #include <algorithm>
 #include <functional>
 #include <iterator>
@@ -98,6 +100,27 @@ TEST_F(WindowListTest, MonitorsAreThoseThatCanBeShared) {
   RemoveMonitor(monitor());
   EXPECT_TRUE(listMonitors().empty());
   capture.GetDesktopList(nullptr, nullptr);
+}
+
+TEST_F(WindowListTest, ShellThatHangsIsNotWaitedForAndKeepsFewThreads) {
+  ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
+  const HWND away = OpenWindow({.title = L"Away", .rect = {0, 0, 100, 100}});
+  SetOnOtherVirtualDesktop(away, true);
+  EXPECT_EQ(list().ids(), Ids{});
+  SetShellHangs(true);
+  const auto hung = Now();
+  EXPECT_EQ(list().ids(), ids(away)) << "in doubt it is here";
+  EXPECT_LE(Now() - hung, 250ms);
+  for (int i = 0; i < 20; ++i) {
+    list();
+  }
+  const auto asked = Now();
+  EXPECT_EQ(list().ids(), ids(away));
+  EXPECT_EQ(Now(), asked) << "enough wait for it";
+  SetShellHangs(false);
+  Settle();
+  EXPECT_EQ(list().ids(), Ids{});
+  CoUninitialize();
 }
 
 TEST_F(WindowListTest, SizeDecides) {

@@ -46,6 +46,25 @@ TEST_F(MagExclusion, RulesThatComeAndGoOnAStillScreenHoldForTheNextFrame) {
   EXPECT_TRUE(nextMagFrameShows(all));
 }
 
+TEST_F(MagExclusion, HoldsWhileTheShellHangs) {
+  forbid(kSecret);
+  capture.Exclude({secret});
+  startMag();
+  SetOnOtherVirtualDesktop(OpenWindow({}), true);
+  SetShellHangs(true);
+  for (int i = 0; i < 10; ++i) {
+    Fill(other, {0, 0, 60, 60}, RGB(10, 20, 30 + i));
+    tick();
+  }
+  EXPECT_GE(host.FrameCount(), 5) << "one tick waits";
+  EXPECT_EQ(leaks, 0);
+  const auto asked = Now();
+  capture.ShareStop();
+  EXPECT_LE(Now() - asked, 250ms);
+  SetShellHangs(false);
+  Settle();
+}
+
 TEST_F(MagExclusion, ListThatIsRefusedStopsTheFramesButNotTheShare) {
   withoutDynamicCheck();
   capture.Exclude({secret});

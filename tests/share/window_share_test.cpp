@@ -76,6 +76,26 @@ INSTANTIATE_TEST_SUITE_P(All, WindowAbsenceTest,
                                                  "pause 5"}),
                          [](const auto& test) { return test.param.name; });
 
+// The shell knows the virtual desktops, and is asked about cloaked windows only.
+TEST_F(WindowShareTest, ShellThatHangsHoldsUpNoFrameNoPauseAndNoStop) {
+  startWindow();
+  host.Forget();
+  SetShellHangs(true);
+  Fill(window, {0, 0, 100, 80}, RGB(7, 7, 7));
+  const auto hung = Now();
+  tick(2);
+  EXPECT_TRUE(Shows(host.LastFrame(), 0x070707, {}));
+  EXPECT_LE(Now() - hung, 200ms) << "nobody asks";
+  SetOnOtherVirtualDesktop(window, true);
+  Advance(1500ms);
+  EXPECT_EQ(host.Events(), Events{"pause 3"}) << "cloaked, wherever it is";
+  const auto asked = Now();
+  capture.ShareStop();
+  EXPECT_LE(Now() - asked, 450ms);
+  SetShellHangs(false);
+  Settle();
+}
+
 TEST_F(WindowShareTest, ChildIsHiddenWithItsParent) {
   const HWND child = openShared({.parent = window});
   startWindow(child);

@@ -9,6 +9,7 @@
 #include "platform/control/Desktop.h"
 #include "platform/control/Faults.h"
 #include "platform/control/Machine.h"
+#include "win/source/VirtualDesktops.h"
 #include "win/source/WindowEnumeration.h"
 #include "win/util/WindowHelpers.h"
 
@@ -27,7 +28,8 @@ using Windows = std::vector<HWND>;
 
 Windows List(EnumMode mode) {
   Windows windows;
-  EnumTopLevelWindows(windows, mode);
+  VirtualDesktops desktops;
+  EnumTopLevelWindows(windows, mode, desktops);
   return windows;
 }
 
@@ -86,16 +88,17 @@ TEST(EnumTopLevelWindows, OtherVirtualDesktopsNeedCom) {
   const HWND here = OpenWindow({.title = L"Here"});
   SetOnOtherVirtualDesktop(away, true);
   EXPECT_EQ(List(EnumMode::ShareCandidates), (Windows{here, host, away}));
-  EXPECT_TRUE(IsWindowOnCurrentVirtualDesktop(away)) << "unknown";
+  VirtualDesktops desktops;
+  EXPECT_TRUE(desktops.IsWindowOnCurrentVirtualDesktop(away)) << "unknown";
 
   const Com com;
   EXPECT_EQ(List(EnumMode::ShareCandidates), Windows{here});
-  EXPECT_FALSE(IsWindowOnCurrentVirtualDesktop(away));
-  EXPECT_TRUE(IsWindowOnCurrentVirtualDesktop(here));
+  EXPECT_FALSE(desktops.IsWindowOnCurrentVirtualDesktop(away));
+  EXPECT_TRUE(desktops.IsWindowOnCurrentVirtualDesktop(here));
   FailNth("IVirtualDesktopManager::IsWindowOnCurrentVirtualDesktop", 1, kOutOfMemory,
           Repeat::kOnward);
   EXPECT_EQ(List(EnumMode::ShareCandidates), (Windows{here, away})) << "no answer counts as yes";
-  EXPECT_TRUE(IsWindowOnCurrentVirtualDesktop(away));
+  EXPECT_TRUE(desktops.IsWindowOnCurrentVirtualDesktop(away));
 }
 
 struct CaptureRectRow {

@@ -1,8 +1,6 @@
 #include "win/source/WindowEnumeration.h"
 
 #include <dwmapi.h>
-#include <objbase.h>
-#include <shobjidl.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -10,7 +8,7 @@
 #include <string_view>
 
 #include "common/Logging.h"
-#include "win/util/ComPtr.h"
+#include "win/source/VirtualDesktops.h"
 #include "win/util/Enumerate.h"
 #include "win/util/SystemProbes.h"
 #include "win/util/WindowHelpers.h"
@@ -130,7 +128,7 @@ void EnumMonitorHandles(std::vector<HMONITOR>& monitors) {
   });
 }
 
-bool EnumTopLevelWindows(std::vector<HWND>& windows, EnumMode mode) {
+bool EnumTopLevelWindows(std::vector<HWND>& windows, EnumMode mode, VirtualDesktops& desktops) {
   const std::size_t before = windows.size();
   const bool complete = ForEachTopLevelWindow([&](HWND window) {
     if (IsOffered(window, mode)) {
@@ -143,25 +141,11 @@ bool EnumTopLevelWindows(std::vector<HWND>& windows, EnumMode mode) {
     return false;
   }
   windows.erase(windows.begin(), windows.begin() + static_cast<std::ptrdiff_t>(before));
-  FilterWindowsByVirtualDesktop(windows);
+  desktops.FilterWindowsByVirtualDesktop(windows);
   return true;
 }
 
-void FilterWindowsByVirtualDesktop(std::vector<HWND>& windows) {
-  if (windows.empty()) {
-    return;
-  }
-  ComPtr<IVirtualDesktopManager> manager;
-  if (FAILED(CoCreateInstance(CLSID_VirtualDesktopManager, nullptr, CLSCTX_ALL,
-                              IID_IVirtualDesktopManager, manager.PutVoid()))) {
-    return;
-  }
-  std::erase_if(windows, [&](HWND window) {
-    BOOL onCurrent = TRUE;
-    const HRESULT hr = manager->IsWindowOnCurrentVirtualDesktop(window, &onCurrent);
-    return (SUCCEEDED(hr) && !onCurrent) || ClassName(window).Get() == L"ThumbnailWindow";
-  });
-}
+bool IsThumbnailHost(HWND window) { return ClassName(window).Get() == L"ThumbnailWindow"; }
 
 bool IsHiddenStoreAppWindow(HWND window) {
   return IsHiddenStoreAppWindow(window, ClassName(window).Get());

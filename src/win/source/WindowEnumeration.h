@@ -6,7 +6,11 @@
 #include <vector>
 
 // Which monitors and top-level windows there are, and what windows cover.
-namespace qx::WindowsUtil {
+namespace qx {
+
+class VirtualDesktops;
+
+namespace WindowsUtil {
 
 // In the system's order. Replaces the contents of `monitors`.
 void EnumMonitorHandles(std::vector<HMONITOR>& monitors);
@@ -18,12 +22,10 @@ enum class EnumMode {
 
 // Visible top-level windows of the current virtual desktop, topmost first.
 // Replaces the contents of `windows`; false, and they stay, when the system does not tell.
-bool EnumTopLevelWindows(std::vector<HWND>& windows, EnumMode mode);
+bool EnumTopLevelWindows(std::vector<HWND>& windows, EnumMode mode, VirtualDesktops& desktops);
 
-// Takes out what is on another virtual desktop, and the host windows of
-// thumbnails. Does nothing where virtual desktops can't be asked about, as on a
-// thread without COM.
-void FilterWindowsByVirtualDesktop(std::vector<HWND>& windows);
+// The window that a live thumbnail is drawn on.
+bool IsThumbnailHost(HWND window);
 
 // A window of a Store application that shows nothing of its own.
 bool IsHiddenStoreAppWindow(HWND window);
@@ -50,4 +52,5 @@ bool GetCaptureRect(HWND window, std::uint32_t style, RECT& rect);
 // the system did not tell of all of them.
 bool GetWindowsAbove(HWND window, RECT rect, std::vector<HWND>& out);
 
-}  // namespace qx::WindowsUtil
+}  // namespace WindowsUtil
+}  // namespace qx

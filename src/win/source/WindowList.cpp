@@ -3,6 +3,7 @@
 #include <optional>
 #include <string_view>
 
+#include "win/source/VirtualDesktops.h"
 #include "win/source/WindowEnumeration.h"
 #include "win/util/Handles.h"
 #include "win/util/Utils.h"
@@ -97,9 +98,10 @@ std::optional<ShareWindowRecord> Describe(HWND window, const std::function<bool(
 
 std::vector<ShareWindowRecord> ListShareWindows(const std::function<bool(HWND)>& filter) {
   std::vector<HWND> windows;
+  VirtualDesktops desktops;
   // Without an answer there is nothing to offer.
   static_cast<void>(
-      WindowsUtil::EnumTopLevelWindows(windows, WindowsUtil::EnumMode::ShareCandidates));
+      WindowsUtil::EnumTopLevelWindows(windows, WindowsUtil::EnumMode::ShareCandidates, desktops));
   std::vector<ShareWindowRecord> records;
   records.reserve(windows.size());
   for (const HWND window : windows) {

@@ -221,8 +221,8 @@ bool ScreenCaptureTaskDesktop::updateMonitorInfo() {
 // lists stays in the picture. As long as the system does not tell what windows there
 // are, those of the last answer count.
 void ScreenCaptureTaskDesktop::listExcludedWindows(std::vector<HWND>& excluded) {
-  if (WindowsUtil::EnumTopLevelWindows(m_topLevelWindows,
-                                       WindowsUtil::EnumMode::VisibleNotMinimized)) {
+  if (WindowsUtil::EnumTopLevelWindows(
+          m_topLevelWindows, WindowsUtil::EnumMode::VisibleNotMinimized, m_virtualDesktops)) {
     m_knowsWindows = true;
   }
   excluded.clear();

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "win/prompt/PromptDesktop.h"
+#include "win/source/VirtualDesktops.h"
 #include "win/task/ScreenCaptureTask.h"
 
 namespace qx {
@@ -41,6 +42,7 @@ class ScreenCaptureTaskDesktop : public ScreenCaptureTask {
   std::wstring m_deviceName;  // knows the monitor again when the handle went stale
   RECT m_monitorRect = {};    // pixels of the virtual screen; empty while unknown
   std::unique_ptr<PromptDesktop> m_promptDesktop;
+  VirtualDesktops m_virtualDesktops;
   std::vector<HWND> m_topLevelWindows;  // as of the last capture that asked
   bool m_knowsWindows = false;          // of some answer
   bool m_leavesOut = false;             // whether the present capture left windows out

@@ -114,7 +114,7 @@ void ScreenCaptureTaskWindow::captureStep(std::uint64_t nowMs) {
 // True when a picture was delivered or the last one still counts.
 bool ScreenCaptureTaskWindow::captureFrame(std::uint64_t nowMs, WindowCaptureStatus& status) {
   status = WindowCaptureStatus::Failed;
-  if (!WindowsUtil::IsWindowOnCurrentVirtualDesktop(m_window)) {
+  if (!m_virtualDesktops.IsWindowOnCurrentVirtualDesktop(m_window)) {
     status = WindowCaptureStatus::OtherDesktop;
     return false;
   }
@@ -445,8 +445,8 @@ bool ScreenCaptureTaskWindow::changeCaptureWindow(HWND window) {
   destroyEngine();
   // The host knows of the move: a lack of memory must not leave it half done.
   bool made = false;
-  if (!RunClosed("an engine of another window met an exception", [&] { made = createEngine(); }) ||
-      !made) {
+  RunClosed("an engine of another window met an exception", [&] { made = createEngine(); });
+  if (!made) {
     QX_LOG_ERROR("createEngine failed");
     return false;
   }

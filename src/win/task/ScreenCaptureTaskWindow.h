@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "win/prompt/PromptWindow.h"
+#include "win/source/VirtualDesktops.h"
 #include "win/task/AeroPeekSwitch.h"
 #include "win/task/ScreenCaptureTask.h"
 #include "win/task/SlideShowWatch.h"
@@ -87,6 +88,7 @@ class ScreenCaptureTaskWindow : public ScreenCaptureTask {
   bool m_windowShown = true;   // false until a hidden window has been seen again
   CaptureRect m_reportedRect = {-1, -1, -1, -1};
   std::unique_ptr<PromptWindow> m_promptWindow;
+  VirtualDesktops m_virtualDesktops;
   std::vector<RECT> m_monitorRects;  // as of the last look
   bool m_cutsOut = false;            // whether the present capture left out what covers the window
   std::vector<HWND> m_coveredBy;     // and what that was

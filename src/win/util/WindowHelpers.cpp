@@ -1,14 +1,10 @@
 #include "win/util/WindowHelpers.h"
 
-#include <objbase.h>
-#include <shobjidl.h>
-
 #include <algorithm>
 #include <iterator>
 #include <string_view>
 
 #include "common/Logging.h"
-#include "win/util/ComPtr.h"
 #include "win/util/Enumerate.h"
 #include "win/util/Handles.h"
 #include "win/util/SystemProbes.h"
@@ -67,20 +63,6 @@ void ForEachMonitorRect(bool workArea, Visit visit) {
 }
 
 }  // namespace
-
-bool IsWindowOnCurrentVirtualDesktop(HWND window) {
-  // Before Windows 10 there is only one, and asking in vain on every frame costs.
-  if (!IsWindows10OrGreater()) {
-    return true;
-  }
-  ComPtr<IVirtualDesktopManager> manager;
-  if (FAILED(CoCreateInstance(CLSID_VirtualDesktopManager, nullptr, CLSCTX_ALL,
-                              IID_IVirtualDesktopManager, manager.PutVoid()))) {
-    return true;
-  }
-  BOOL onCurrent = TRUE;
-  return FAILED(manager->IsWindowOnCurrentVirtualDesktop(window, &onCurrent)) || onCurrent;
-}
 
 void EnumChildWindowHandles(HWND window, std::vector<HWND>& children) {
   children.clear();

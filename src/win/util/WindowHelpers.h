@@ -15,10 +15,6 @@
 // and then answers as one without the property in question.
 namespace qx::WindowsUtil {
 
-// Whether the window is on the virtual desktop that the user sees. Unknown, as
-// on systems without virtual desktops and threads without COM: true.
-bool IsWindowOnCurrentVirtualDesktop(HWND window);
-
 // All descendants. Replaces the contents of `children`.
 void EnumChildWindowHandles(HWND window, std::vector<HWND>& children);
 
