@@ -33,8 +33,8 @@ class DuplicationManagerTest : public testing::Test {
     log.Forget();
     EXPECT_EQ(get(a, kCapture, of), nullptr);
     EXPECT_EQ(log.Count(message), 1) << log.Dump();
-    EXPECT_EQ(log.Count("CreateDXGIDuplication failed, count = " + std::to_string(count)), 1)
-        << log.Dump();
+    const std::string counted = "CreateDXGIDuplication failed, count = ";
+    EXPECT_EQ(log.Count(counted + std::to_string(count)), 1) << log.Dump();
   }
 
   test::LogRecorder log;
