@@ -1,6 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
+
+#include "platform/control/Clock.h"
 #include "platform/control/Faults.h"
+#include "win/util/Errand.h"
 #include "win/util/Wait.h"
 
 namespace qx {
@@ -20,6 +24,15 @@ TEST(WaitAnsweringTest, GoesOnWhenTheSystemRefusesToWait) {
     ClearFaults();
   }
   CloseHandle(event);
+}
+
+TEST(Errand, EndsItsThreadWhenTheSystemRefusesEverySignal) {
+  OwnClock();
+  FailNth("SetEvent", 1, kOutOfMemory, vwin::Repeat::kOnward);
+  EXPECT_FALSE(RunWithin(kPatienceMs, [] {}));
+  ClearFaults();
+  Advance(std::chrono::seconds(2));
+  EXPECT_TRUE(ThreadNames().empty());
 }
 
 }  // namespace

@@ -8,6 +8,11 @@
 #include "win/util/Wait.h"
 
 namespace qx {
+namespace {
+
+constexpr DWORD kLookForEndMs = 1000;
+
+}  // namespace
 
 // The thread's as well as the errand's.
 struct Errand::State {
@@ -21,9 +26,13 @@ struct Errand::State {
 
   void Serve() {
     for (;;) {
-      static_cast<void>(WaitAnswering(begin.Get()));
+      // The system may fail to signal the end, however often.
+      const bool begun = WaitAnswering(begin.Get(), kLookForEndMs);
       if (ending) {
         return;
+      }
+      if (!begun) {
+        continue;
       }
       RunClosed("an errand ended by an exception", work);
       underWay = false;
@@ -42,7 +51,6 @@ Errand::~Errand() {
   if (!m_thread.IsStarted()) {
     return;
   }
-  // The thread must not wait for ever for a signal that the system failed to give.
   static_cast<void>(SetEvent(m_state->begin.Get()) || SetEvent(m_state->begin.Get()));
   static_cast<void>(m_thread.JoinWithin(IsUnderWay() ? 0 : kPatienceMs));
 }
