@@ -19,7 +19,7 @@ void Course::Follow(qx_event_type type, std::int32_t value) {
     case QX_EVENT_PAUSE:
       Promise(value >= QX_PAUSE_REASON_CAPTURE_FAILED && value <= QX_PAUSE_REASON_FILTER_FAILED,
               "a pause has a reason");
-      Promise(value != m_paused, "a pause is told once");
+      Promise(value != m_paused || !hears(QX_EVENT_RESUME), "a pause is told once");
       m_paused = value;
       break;
     case QX_EVENT_RESUME:
