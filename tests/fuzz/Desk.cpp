@@ -413,6 +413,8 @@ void Desk::fail(Bytes& bytes) {
   if (what < 3) {
     FailNth(bytes.OneOf(kFailing), 1 + call % 8, bytes.OneOf(kFaults), vwin::Repeat::kOnward);
   } else if (what < 5) {
+    // One at a time: what must not be lost is tried twice, and not more often.
+    ClearFaults();
     FailNthOfAll(call, bytes.OneOf(kFaults));
   } else if (what < 7) {
     OnNthCall(call, [this, part = bytes.Part()]() mutable { Act(part); });
