@@ -66,6 +66,8 @@ void Host::End() {
   }
   m_ending = true;
   vwin::control::Settle();
+  m_desk.Calm();  // workers and listeners went on acting
+  vwin::control::Settle();
   for (qx_screen_capture* const capture : m_captures.All()) {
     endShare(capture, true);
   }
