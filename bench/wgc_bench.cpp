@@ -30,7 +30,6 @@
 namespace {
 
 constexpr int kTurns = 64;
-constexpr int kShortTurns = 64;
 constexpr int kDrawnFrames = 8;
 constexpr int kStillTicks = 300;
 constexpr int kCountedFrames = 60;
@@ -84,7 +83,7 @@ double DrawnTimesHandLoop(bool window) {
 }
 
 double Difference(const Round& round, double (*byHand)(const Round&)) {
-  const Micros micros = MeasureBoth(round, kShortTurns, byHand);
+  const Micros micros = MeasureBoth(round, kTurns, byHand);
   return micros.library - micros.hand;
 }
 

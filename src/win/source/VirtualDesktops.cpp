@@ -9,6 +9,7 @@
 
 #include "win/source/WindowEnumeration.h"
 #include "win/util/ComPtr.h"
+#include "win/util/ComScope.h"
 #include "win/util/SystemProbes.h"
 #include "win/util/WindowHelpers.h"
 
@@ -24,19 +25,6 @@ struct WaitingForShell {
   WaitingForShell(const WaitingForShell&) = delete;
   WaitingForShell& operator=(const WaitingForShell&) = delete;
   ~WaitingForShell() { --g_waiting; }
-};
-
-// The multithreaded apartment, for a scope.
-struct ComScope {
-  ComScope() = default;
-  ComScope(const ComScope&) = delete;
-  ComScope& operator=(const ComScope&) = delete;
-  ~ComScope() {
-    if (SUCCEEDED(entered)) {
-      CoUninitialize();
-    }
-  }
-  const HRESULT entered = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
 };
 
 // The class lives in the process, so that making an object waits for nobody. In vain on
@@ -72,12 +60,12 @@ VirtualDesktops::VirtualDesktops()
     : m_question(std::make_shared<Question>()),
       m_errand([question = m_question] { question->Ask(); }) {}
 
-// Which of m_cloaked are elsewhere. Nobody knows: none.
-std::span<const HWND> VirtualDesktops::findElsewhere() {
-  if (m_cloaked.empty() || m_errand.IsUnderWay() || g_waiting >= kMostWaiting) {
+// Which of them are elsewhere. Nobody knows: none.
+std::span<const HWND> VirtualDesktops::findElsewhere(std::span<const HWND> cloaked) {
+  if (cloaked.empty() || m_errand.IsUnderWay() || g_waiting >= kMostWaiting) {
     return {};
   }
-  m_question->windows = m_cloaked;
+  m_question->windows.assign(cloaked.begin(), cloaked.end());
   m_question->elsewhere.clear();
   if (!m_errand.Run()) {
     return {};
@@ -91,8 +79,7 @@ bool VirtualDesktops::IsWindowOnCurrentVirtualDesktop(HWND window) {
       !MakeManager(manager)) {
     return true;
   }
-  m_cloaked.assign(1, window);
-  return findElsewhere().empty();
+  return findElsewhere({&window, 1}).empty();
 }
 
 void VirtualDesktops::FilterWindowsByVirtualDesktop(std::vector<HWND>& windows) {
@@ -100,10 +87,10 @@ void VirtualDesktops::FilterWindowsByVirtualDesktop(std::vector<HWND>& windows) 
   if (windows.empty() || !MakeManager(manager)) {
     return;
   }
-  m_cloaked.clear();
-  std::copy_if(windows.begin(), windows.end(), std::back_inserter(m_cloaked),
+  std::vector<HWND> cloaked;
+  std::copy_if(windows.begin(), windows.end(), std::back_inserter(cloaked),
                WindowsUtil::IsWindowCloaked);
-  const std::span<const HWND> elsewhere = findElsewhere();
+  const std::span<const HWND> elsewhere = findElsewhere(cloaked);
   std::erase_if(windows, [&](HWND window) {
     return WindowsUtil::IsThumbnailHost(window) ||
            std::find(elsewhere.begin(), elsewhere.end(), window) != elsewhere.end();

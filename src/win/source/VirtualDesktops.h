@@ -30,9 +30,8 @@ class VirtualDesktops {
  private:
   struct Question;
 
-  std::span<const HWND> findElsewhere();
+  std::span<const HWND> findElsewhere(std::span<const HWND> cloaked);
 
-  std::vector<HWND> m_cloaked;  // what is asked about
   // The errand's as well; it alone touches it under way.
   const std::shared_ptr<Question> m_question;
   Errand m_errand;

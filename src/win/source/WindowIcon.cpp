@@ -12,6 +12,7 @@
 
 #include "common/Logging.h"
 #include "win/source/PngImage.h"
+#include "win/util/ComScope.h"
 #include "win/util/Errand.h"
 #include "win/util/PictureInfo.h"
 #include "win/util/WindowHelpers.h"
@@ -79,15 +80,12 @@ class ProgramIconSearch {
 
   void Run() {
     // The shell wants it; without, it still finds most icons.
-    const HRESULT com = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    const ComScope com(COINIT_APARTMENTTHREADED);
     for (const HWND window : m_windows) {
       m_icon = iconOf(window);
       if (m_icon) {
         break;
       }
-    }
-    if (SUCCEEDED(com)) {
-      CoUninitialize();
     }
   }
 

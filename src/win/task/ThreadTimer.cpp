@@ -1,7 +1,5 @@
 #include "win/task/ThreadTimer.h"
 
-#include <objbase.h>
-
 #include <algorithm>
 #include <atomic>
 #include <limits>
@@ -9,6 +7,7 @@
 #include <utility>
 
 #include "win/util/Clock.h"
+#include "win/util/ComScope.h"
 #include "win/util/Handles.h"
 #include "win/util/RunClosed.h"
 #include "win/util/Wait.h"
@@ -183,7 +182,7 @@ std::vector<ThreadTimer::TimerTask>::iterator ThreadTimer::find(std::int32_t id)
 }
 
 void ThreadTimer::run(const Function& farewell) {
-  const HRESULT com = CoInitializeEx(nullptr, COINIT_MULTITHREADED);  // tasks cope without
+  const ComScope com;
   AcquireSRWLockExclusive(&m_lock);
   while (m_state == State::Running) {
     if (m_tasks.empty()) {
@@ -195,9 +194,6 @@ void ThreadTimer::run(const Function& farewell) {
   ReleaseSRWLockExclusive(&m_lock);
   if (farewell) {
     runFunction(farewell);
-  }
-  if (SUCCEEDED(com)) {
-    CoUninitialize();
   }
 }
 

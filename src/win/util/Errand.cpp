@@ -10,6 +10,7 @@
 namespace qx {
 namespace {
 
+// So often a thread looks for its end, of which the system may fail to tell it.
 constexpr DWORD kLookForEndMs = 1000;
 
 }  // namespace
@@ -26,7 +27,6 @@ struct Errand::State {
 
   void Serve() {
     for (;;) {
-      // The system may fail to signal the end, however often.
       const bool begun = WaitAnswering(begin.Get(), kLookForEndMs);
       if (ending) {
         return;

@@ -1,7 +1,5 @@
 #include "win/engine/mag/MagThreadLife.h"
 
-#include <objbase.h>
-
 #include <algorithm>
 #include <iterator>
 #include <string_view>
@@ -10,6 +8,7 @@
 #include "common/Logging.h"
 #include "win/engine/mag/Direct3D9Hook.h"
 #include "win/engine/mag/MagnificationLibrary.h"
+#include "win/util/ComScope.h"
 #include "win/util/Enumerate.h"
 #include "win/util/RunClosed.h"
 #include "win/util/Utils.h"
@@ -172,12 +171,9 @@ void MagThread::Life::Run() {
     Life& life;
     ~End() { life.end(); }
   } const end{*this};
-  const HRESULT com = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+  const ComScope com;
   SetCurrentThreadName("SC-MagThread");
   serve();
-  if (SUCCEEDED(com)) {
-    CoUninitialize();
-  }
 }
 
 void MagThread::Life::serve() {

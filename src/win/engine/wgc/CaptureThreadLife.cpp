@@ -1,10 +1,9 @@
 #include "win/engine/wgc/CaptureThreadLife.h"
 
-#include <objbase.h>
-
 #include <algorithm>
 
 #include "common/Logging.h"
+#include "win/util/ComScope.h"
 #include "win/util/RunClosed.h"
 #include "win/util/Utils.h"
 #include "win/util/Wait.h"
@@ -112,16 +111,13 @@ void CaptureThread::Life::Run() {
     Life& life;
     ~Up() { SetEvent(life.m_upEvent.Get()); }
   } const up{*this};
-  const HRESULT com = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+  const ComScope com;
   m_threadId = GetCurrentThreadId();
   if (createWindow()) {
     serve();
   } else {
     QX_LOG_ERROR("CreateWindowEx WGCHelperWindow failed: last error:{}",
                  static_cast<std::uint32_t>(GetLastError()));
-  }
-  if (SUCCEEDED(com)) {
-    CoUninitialize();
   }
 }
 
