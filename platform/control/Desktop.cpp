@@ -8,6 +8,7 @@
 #include "platform/model/Compositor.h"
 #include "platform/model/Desktop.h"
 #include "platform/model/GraphicsCaptureItem.h"
+#include "platform/model/Machine.h"
 #include "platform/model/OwnWindows.h"
 #include "platform/model/Rects.h"
 
@@ -337,7 +338,7 @@ void SetExStyle(HWND handle, DWORD exStyle) {
 
 void SetCloaked(HWND handle, bool cloaked) {
   Lock lock;
-  windowOf(lock, handle).cloaked = cloaked;
+  windowOf(lock, handle).cloaked = cloaked && TheMachine(lock).version >= kWindows8;
   scheduler::Changed();
 }
 

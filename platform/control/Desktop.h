@@ -128,6 +128,7 @@ void SetTitle(HWND window, const std::wstring& title);
 // The bits for visible, minimised, maximised and child stay as they are.
 void SetStyle(HWND window, DWORD style);
 void SetExStyle(HWND window, DWORD exStyle);
+// Windows 7 cloaks nothing.
 void SetCloaked(HWND window, bool cloaked);
 // As SetLayeredWindowAttributes; adds WS_EX_LAYERED.
 void SetLayered(HWND window, std::optional<COLORREF> key, std::optional<std::uint8_t> alpha);
