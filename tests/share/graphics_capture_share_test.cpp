@@ -382,6 +382,18 @@ TEST_F(WgcShareTest, StopThatHangsEndsByItself) {
   EXPECT_EQ(Difference(ledger), "");
 }
 
+TEST_F(WgcShareTest, ThreadThatIsNotToldOfItsEndEndsByItself) {
+  const LedgerSnapshot ledger = Snapshot();
+  for (const bool ofWindow : {false, true}) {
+    ofWindow ? startWindow() : start();
+    FailNth("PostMessageW", 1, kOutOfMemory, vwin::Repeat::kOnward);
+    FailNth("PostThreadMessageW", 1, kOutOfMemory, vwin::Repeat::kOnward);
+    capture.ShareStop();
+    ClearFaults();
+    EXPECT_EQ(Difference(ledger), "");
+  }
+}
+
 TEST_F(WgcShareTest, SoftwareDeviceWillDoAndWithoutOneTheNextEngineDraws) {
   SetD3DResult(DXGI_ERROR_UNSUPPORTED);
   startWindow();

@@ -17,6 +17,7 @@ constexpr UINT WM_STOP_CAPTURE = WM_USER + 102;   // wParam: a session's id
 constexpr UINT kPatience = 2000;
 constexpr UINT_PTR kTimer = 1;
 constexpr UINT kTimerMs = 50;
+constexpr UINT kLookForEndMs = 1000;  // its message can get lost
 
 enum WindowState : std::int32_t { kNormal = 1, kMaximised = 2, kOutOfSight = 3 };
 
@@ -149,9 +150,7 @@ void CaptureThread::Life::serve() {
   ShowWindow(window, SW_HIDE);
   UpdateWindow(window);
   // By the thread that has the window: the system gives it to no other.
-  if (m_sharedWindow) {
-    static_cast<void>(SetTimer(window, kTimer, kTimerMs, nullptr));
-  }
+  static_cast<void>(SetTimer(window, kTimer, m_sharedWindow ? kTimerMs : kLookForEndMs, nullptr));
   SetEvent(m_upEvent.Get());
   RunClosed("WGCHelperWindow's thread met an exception", [this] {
     MSG message = {};
@@ -189,7 +188,9 @@ LRESULT CALLBACK CaptureThread::Life::windowProcedure(HWND window, UINT message,
 bool CaptureThread::Life::handleMessage(UINT message, WPARAM wParam) {
   switch (message) {
     case WM_TIMER:
-      checkWindowState();
+      if (m_sharedWindow) {
+        checkWindowState();
+      }
       return true;
     case WM_START_CAPTURE:
       startCapture(wParam);
