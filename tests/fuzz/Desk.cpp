@@ -109,7 +109,11 @@ constexpr Event kOfSystem[] = {
     [](Bytes& bytes) { SetSessionQuery(static_cast<vwin::SessionQuery>(bytes.Next() % 3)); },
     [](Bytes& bytes) { AddProcess(bytes.OneOf(kProcesses), L"C:\\Apps\\wpp.exe", bytes.Flag()); },
     [](Bytes& bytes) { RemoveProcess(bytes.OneOf(kProcesses)); },
-    [](Bytes& bytes) { SetVirtualDesktopManager(bytes.Flag()); },
+    [](Bytes& bytes) {
+      const int byte = bytes.Next();
+      SetVirtualDesktopManager((byte & 1) != 0);
+      SetShellHangs((byte & 6) == 6);
+    },
     [](Bytes& bytes) { SetSystemTime(SystemTime() + std::chrono::seconds(coordinate(bytes))); },
     [](Bytes& bytes) { bytes.Flag() ? HideCursor() : ShowCursor(); },
     [](Bytes& bytes) { SetCursorPosition(coordinate(bytes), coordinate(bytes)); },
@@ -299,6 +303,7 @@ void Desk::Calm() {
   SetCaptureStartTime(0ms);
   DeliverClosed();
   ReleaseShellIcons();
+  SetShellHangs(false);
   AnswerAll();
 }
 
