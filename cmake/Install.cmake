@@ -36,3 +36,5 @@ configure_file(cmake/qx-screen-capture.pc.in ${package_files}/qx-screen-capture.
 install(FILES ${package_files}/qx-screen-capture.pc DESTINATION lib/pkgconfig)
 install(FILES README.md CHANGELOG.md DESTINATION share/doc/${PROJECT_NAME})
 install(FILES docs/demo.png docs/guide.md DESTINATION share/doc/${PROJECT_NAME}/docs)
+install(FILES examples/node/share.js DESTINATION share/doc/${PROJECT_NAME}/examples/node)
+install(FILES examples/python/share.py DESTINATION share/doc/${PROJECT_NAME}/examples/python)

@@ -22,6 +22,10 @@ if(WIN32)
   # Windows 7 is the oldest system that the library runs on.
   target_compile_definitions(qx-options INTERFACE
     UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN STRICT WINVER=0x0A00 _WIN32_WINNT=0x0A00)
+  if(MSVC)
+    # Files are opened as in any other C library.
+    target_compile_definitions(qx-options INTERFACE _CRT_SECURE_NO_WARNINGS)
+  endif()
 endif()
 if(MINGW)
   # The DLL and the programs beside it need no compiler runtime DLL.

@@ -29,6 +29,9 @@
  *  - `bool` is one byte, 0 or 1. An enumeration is an int32_t.
  *  - A function that can fail answers a qx_result; no exception and no signal leaves it.
  *    An array of no items may be null.
+ *  - A function of the host should not throw. A C++ exception that leaves one ends there,
+ *    whether its compiler was g++, MSVC or clang; an exception of another language is not
+ *    taken, and leaves the library in no defined state.
  *    Null, and objects that are gone or of another kind, are answered, not followed:
  *    the three kinds of objects are numbers in the shape of pointers, none of which comes
  *    twice in a process.
@@ -291,7 +294,7 @@ typedef void(QX_CALL* qx_thumbnail_list_callback)(const int32_t* ids, const char
  * function may be null. The record is copied. Operations come one at a time: on_start, and
  * on_capture_engine_name for the first engine, on the thread that starts the share, all
  * others on the share's own thread, until qx_share_stop or qx_destroy has returned. They
- * must return quickly. A C++ exception that leaves one is swallowed. */
+ * must return quickly. */
 typedef struct qx_share_listener {
   uint32_t size;
   void(QX_CALL* on_start)(void* context);
@@ -319,7 +322,8 @@ typedef struct qx_share_listener {
 
 /* Levels: 2 detail, 3 workflow, 4 a failure that the library survives, 5 a failure that
  * ends the operation. Comes on any thread, also on the host's own during its calls, and on
- * several at once. */
+ * several at once. A message that is under way can reach a callback after it was replaced or
+ * unregistered: the function must stay as long as the library is loaded. */
 typedef void(QX_CALL* qx_log_callback)(int32_t level, const char* file, int32_t line,
                                        const char* message);
 
@@ -467,9 +471,10 @@ QX_C_API qx_result QX_CALL qx_stop_audio_capture(void);
  * be told, all of it and in order, and of the frames the newest. Whoever takes slowly loses
  * old pictures, never events, and slows nobody down. A picture is copied once.
  *
- * One queue serves one share after another, of any object. It may be destroyed during a
- * share, which goes on; frames that were taken stay valid until they are released, after
- * the share and the queue have ended, too. */
+ * One queue serves one share after another, of any object, one at a time. When a share
+ * starts, a frame goes that nobody has taken of the share before. A queue may be destroyed
+ * during a share, which goes on; frames that were taken stay valid until they are released,
+ * after the share and the queue have ended, too. */
 
 typedef int32_t qx_event_type;
 enum {

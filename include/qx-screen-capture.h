@@ -523,6 +523,9 @@ class QX_SCREEN_CAPTURE_API ScreenCapture : public IScreenCapture {
   static void StopAudioCapture();
 
  private:
+#ifdef _MSC_VER
+#pragma warning(suppress : 4251)  // no host touches it
+#endif
   std::unique_ptr<qx::ScreenCaptureImpl> m_impl;
 };
 

@@ -53,6 +53,7 @@ const takeFrame = qx('int32_t qx_queue_take_frame(void *queue, _Out_ void **fram
 const frameData = qx('int32_t qx_frame_get_data(void *frame, _Out_ qx_screen_frame_data *data)');
 const releaseFrame = qx('int32_t qx_frame_release(void *frame)');
 
+const kStop = 4;
 const kEvents = ['', 'start', 'pause', 'resume', 'stop', 'first frame', 'window changed',
   'monitor changed', 'engine', 'statistics', 'rectangle changed'];
 
@@ -92,11 +93,12 @@ function png({ width, height, stride, data }) {
 
 const capture = create();
 const queue = createQueue();
-let monitor = null;
+let monitor = 0;
 getDesktopList(capture, (desktops, count) => {
+  if (count === 0) return;
   for (const desktop of koffi.decode(desktops, 'qx_desktop_info', count)) {
     tell(`monitor ${desktop.id}: ${desktop.width}x${desktop.height}`);
-    if (monitor === null || desktop.is_primary) monitor = desktop.id;
+    if (monitor === 0 || desktop.is_primary) monitor = desktop.id;
   }
 }, null);
 getWindowList(capture, (windows, count) => {
@@ -113,10 +115,13 @@ if (shareDesktop(capture, monitor, queue, error) !== 0) {
   process.exit(1);
 }
 let frames = 0;
-for (const end = Date.now() + 2000; Date.now() < end;) {
+let ended = false;
+for (const end = Date.now() + 2000; Date.now() < end && !ended;) {
   wait(queue, 100);
   for (let event = { size: koffi.sizeof(Event) }; nextEvent(queue, event) === 0;) {
-    tell(`${kEvents[event.type]} after frame ${event.frame}`);
+    // A newer library may tell of more.
+    if (event.type < kEvents.length) tell(`${kEvents[event.type]} after frame ${event.frame}`);
+    ended ||= event.type === kStop;
     event = { size: koffi.sizeof(Event) };
   }
   const frame = [null];

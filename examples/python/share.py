@@ -29,8 +29,9 @@ Frame = record(format=c.c_int32, timestamp=c.c_int64,
                **ints("stride_y stride_u stride_v"), **pointers("data_y data_u data_v"))
 Event = record(**ints("size type"), frame=c.c_uint64,
                **ints("reason id engine fps x y width height"))
-EVENTS = ("start", "pause", "resume", "stop", "first frame", "window changed", "monitor changed",
-          "engine", "statistics", "rectangle changed")
+STOP = 4
+EVENTS = ("", "start", "pause", "resume", "stop", "first frame", "window changed",
+          "monitor changed", "engine", "statistics", "rectangle changed")
 
 
 def png(frame):
@@ -65,14 +66,17 @@ qx.qx_get_window_list(capture, list_of(Window)(lambda windows, count, _: [
 for _, number, width, height in monitors:
     print(f"monitor {number}: {width}x{height}")
 qx.qx_enable_capture_cursor(capture, False)
-if qx.qx_share_desktop_to_queue(capture, max(monitors)[1], queue, None) != 0:
-    sys.exit("the share did not start")
+primary, error = max(monitors, default=(1, 0))[1], c.c_int32()
+if qx.qx_share_desktop_to_queue(capture, primary, queue, c.byref(error)) != 0:
+    sys.exit(f"the share did not start: {error.value}")
 frames, frame, event = 0, Frame(), Event(size=c.sizeof(Event))
 end = time.monotonic() + 2
-while time.monotonic() < end:
+while time.monotonic() < end and event.type != STOP:
     qx.qx_queue_wait(queue, 100)
     while qx.qx_queue_next_event(queue, c.byref(event)) == 0:
-        print(f"{EVENTS[event.type - 1]} after frame {event.frame}")
+        # A newer library may tell of more.
+        if event.type < len(EVENTS):
+            print(f"{EVENTS[event.type]} after frame {event.frame}")
     if qx.qx_queue_take_frame(queue, c.byref(taken)) == 0:
         qx.qx_frame_get_data(taken, c.byref(frame))
         frames += 1

@@ -113,8 +113,11 @@ class FrameCounter : public IScreenCapture::ShareListener {
  public:
   int Frames() const { return m_frames; }
   Engine LastEngine() const { return m_engine; }
-  // Whether there are no figures yet, and the share has not failed.
-  bool MayTellMore() const { return m_frames < 2 && m_engine != IScreenCapture::CaptureEngineNone; }
+  bool HasEnded() const { return m_ended; }
+  // Whether there are no figures yet, and the share goes on.
+  bool MayTellMore() const {
+    return m_frames < 2 && !m_ended && m_engine != IScreenCapture::CaptureEngineNone;
+  }
   double FramesPerSecond() const {
     const std::chrono::duration<double> passed = m_last.time - m_first.time;
     return m_frames > 1 ? (m_frames - 1) / passed.count() : 0;
@@ -126,7 +129,7 @@ class FrameCounter : public IScreenCapture::ShareListener {
   void OnStart(void*) override {}
   void OnPause(void*, IScreenCapture::SharePauseReason) override {}
   void OnResume(void*) override {}
-  void OnStop(void*) override {}
+  void OnStop(void*) override { m_ended = true; }
   void OnFirstFrame(void*) override { m_first = Moment(); }
   void OnFrame(void*, const IScreenCapture::ScreenFrameData* frame) override {
     if (frame->width > 0) {
@@ -148,6 +151,7 @@ class FrameCounter : public IScreenCapture::ShareListener {
   };
 
   std::atomic<int> m_frames = 0;
+  std::atomic<bool> m_ended = false;
   std::atomic<Engine> m_engine = IScreenCapture::CaptureEngineNone;
   // Written by the share's thread and read when it has ended.
   Moment m_first;
@@ -174,6 +178,8 @@ Trial Try(IScreenCapture& capture, std::int32_t monitor, const std::vector<Engin
   trial.millisecondsPerFrame = counter.MillisecondsPerFrame();
   if (!started) {
     trial.outcome = "does not start";
+  } else if (counter.HasEnded()) {
+    trial.outcome = "ends by itself";
   } else if (counter.Frames() == 0) {
     trial.outcome = "gives no picture";
   } else if (counter.LastEngine() == IScreenCapture::CaptureEngineNone) {

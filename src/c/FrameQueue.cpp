@@ -9,9 +9,15 @@
 namespace qx::c {
 
 void FrameQueue::PushEvent(qx_event event) {
+  // Goes after the lock.
+  std::unique_ptr<Picture> earlier;
   const std::lock_guard lock(m_gate);
   if (m_closed) {
     return;
+  }
+  // What an earlier share has shown must not pass for this one's.
+  if (event.type == QX_EVENT_START) {
+    earlier.swap(m_newest);
   }
   event.frame = m_lastNumber;
   m_events.push_back(event);

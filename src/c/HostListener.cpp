@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "c/HostCall.h"
 #include "c/Inside.h"
 #include "c/SharingObject.h"
 
@@ -21,13 +22,13 @@ std::optional<qx_share_listener> HostListener::CopyFunctions(const qx_share_list
   return copy;
 }
 
-// The one place that calls the host. What it throws is the library's to catch.
+// What the host throws is the library's to catch.
 template <typename Function, typename... Arguments>
 void HostListener::tell(Function function, Arguments... arguments) {
   // A share may be about to start while its object is destroyed.
   if (function && !m_owner.IsDestroyed()) {
     const Inside call(&m_owner);
-    function(arguments...);
+    CallHost(function, arguments...);
   }
 }
 

@@ -8,6 +8,7 @@
 
 #include "c/Closed.h"
 #include "c/Gate.h"
+#include "c/HostCall.h"
 #include "c/ThreadText.h"
 #include "common/Utf8.h"
 
@@ -27,7 +28,7 @@ struct Addressee {
 
 void Tell(const Addressee<qx_desktop_list_callback>& host, const Library::DesktopInfo* desktops,
           int count) {
-  host.callback(reinterpret_cast<const qx_desktop_info*>(desktops), count, host.user);
+  CallHost(host.callback, reinterpret_cast<const qx_desktop_info*>(desktops), count, host.user);
 }
 
 // Windows come as an empty list without memory for their texts.
@@ -54,9 +55,9 @@ void Tell(const Addressee<qx_window_list_callback>& host, const Library::WindowI
     return QX_OK;
   });
   if (converted == QX_OK && count > 0) {
-    host.callback(list.data(), count, host.user);
+    CallHost(host.callback, list.data(), count, host.user);
   } else {
-    host.callback(nullptr, 0, host.user);
+    CallHost(host.callback, nullptr, 0, host.user);
   }
 }
 
@@ -71,7 +72,7 @@ void OnList(const Item* items, const int& count, void* user) {
 void OnThumbnails(const int* ids, const char** thumbnails, const int& count, void* user) {
   auto& host = *static_cast<Addressee<qx_thumbnail_list_callback>*>(user);
   host.told = true;
-  host.callback(ids, thumbnails, count, host.user);
+  CallHost(host.callback, ids, thumbnails, count, host.user);
 }
 
 // The same for an answer on another thread, which comes once, and owns its Addressee.

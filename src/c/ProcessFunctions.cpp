@@ -4,6 +4,7 @@
 #include <type_traits>
 
 #include "c/Closed.h"
+#include "c/HostCall.h"
 #include "c/Inside.h"
 #include "common/Utf8.h"
 
@@ -18,7 +19,7 @@ std::atomic<qx_log_callback> g_log = nullptr;  // the host's
 void QX_CALL OnLog(std::int32_t level, const char* file, std::int32_t line, const char* message) {
   if (const qx_log_callback host = g_log) {
     const Inside log(nullptr);
-    host(level, file, line, message);
+    CallHost(host, level, file, line, message);
   }
 }
 
@@ -53,7 +54,12 @@ qx_result qx_register_log_callback(qx_log_callback callback) {
   });
 }
 
-qx_result qx_unregister_log_callback() { return Do(&ScreenCapture::UnregisterLogCallBack); }
+qx_result qx_unregister_log_callback() {
+  return Do([] {
+    g_log = nullptr;
+    ScreenCapture::UnregisterLogCallBack();
+  });
+}
 
 qx_result qx_register_audio_error_callback(void (*callback)(const char* message)) {
   return With(callback, &ScreenCapture::RegisterAudioErrorCallback);

@@ -118,6 +118,22 @@ TEST_F(QueueTest, KeepsAllEventsInOrderAndTheNewestFrame) {
   }
 }
 
+TEST_F(QueueTest, AnotherShareShowsNothingOfTheOneBefore) {
+  startQueue(monitor());
+  EXPECT_EQ(qx_share_stop(c), QX_OK);
+  events();
+  // The first picture of the next one is late.
+  FailNth("BitBlt", 1, {ERROR_GEN_FAILURE, E_FAIL});
+  ASSERT_EQ(qx_share_desktop_to_queue(c, idOf(monitor()), queue, &why), QX_OK);
+  EXPECT_EQ(take(), nullptr);
+  SetDesktopColor(RGB(1, 2, 3));
+  tick(2);
+  qx_frame* const frame = take();
+  EXPECT_TRUE(Shows(contentsOf(frame), 0x010203, {}));
+  EXPECT_EQ(infoOf(frame).lost, infoOf(frame).number - 1);
+  qx_frame_release(frame);
+}
+
 TEST_F(QueueTest, DirtyFiguresComeWithTheirFrame) {
   const qx_capture_engine_type dxgi = QX_CAPTURE_ENGINE_DXGI;
   qx_set_capture_engine_config(c, &dxgi, 1, false);

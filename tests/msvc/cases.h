@@ -6,3 +6,4 @@ void TakesSettings(void);
 void SharesAMonitor(void);
 void SharesAWindow(void);
 void SharesToAQueue(void);
+void OutlivesExceptions(void);

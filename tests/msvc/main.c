@@ -32,6 +32,7 @@ void Main(void) {
   run("shares to a queue", SharesToAQueue);
   CHECK(qx_unregister_log_callback() == QX_OK);
   CHECK(atomic_load(&g_messages) > 0);
+  run("outlives exceptions", OutlivesExceptions);
   Say(Failures() == 0 ? "all holds\n" : "FAILED\n");
   ExitProcess(Failures() == 0 ? 0 : 1);
 }

@@ -64,6 +64,7 @@ CALL HANDLE GetStdHandle(int32_t which);
 CALL void GetSystemTimeAsFileTime(uint64_t* time);
 CALL uint64_t GetTickCount64(void);
 CALL uint32_t GetVersion(void);
+CALL void RaiseException(uint32_t code, uint32_t flags, uint32_t count, const uintptr_t* what);
 CALL BOOL WriteFile(HANDLE file, const void* bytes, uint32_t count, uint32_t* written, void* more);
 
 /* user32 */

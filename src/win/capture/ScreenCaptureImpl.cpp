@@ -1,11 +1,5 @@
 #include "win/capture/ScreenCaptureImpl.h"
 
-// gdiplus.h needs names that windows.h leaves out when it is lean.
-// clang-format off
-#include <objidl.h>
-#include <gdiplus.h>
-// clang-format on
-
 #include <algorithm>
 #include <functional>
 #include <utility>
@@ -15,6 +9,7 @@
 #include "win/task/ScreenCaptureTaskDesktop.h"
 #include "win/task/ScreenCaptureTaskWindow.h"
 #include "win/util/Clock.h"
+#include "win/util/GdiPlus.h"
 #include "win/util/SystemProbes.h"
 #include "win/util/Utils.h"
 

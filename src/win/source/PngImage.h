@@ -1,17 +1,10 @@
 #pragma once
 
-#include <windows.h>
-
-// gdiplus.h needs names that windows.h leaves out when it is lean.
-// clang-format off
-#include <objidl.h>
-#include <gdiplus.h>
-// clang-format on
-
 #include <cstdint>
 #include <string>
 #include <vector>
 
+#include "win/util/GdiPlus.h"
 #include "win/util/Handles.h"
 
 // PNG files out of GDI+ pictures. GDI+ must have been started.

@@ -10,15 +10,17 @@ namespace qx {
 
 namespace {
 
+constexpr DWORD kMsvcException = 0xE06D7363;
+
 // Asked only when nobody inside of the guarded call handles the exception. What it
 // refuses:
-// - C++ exceptions, which our callers catch: other compilers' and MinGW's own.
+// - C++ exceptions: our own compiler's our callers catch, and those of others are for
+//   whoever threw them.
 // - Breakpoints and single steps, which are for a debugger.
 // - A stack overflow: the thread would go on without its guard page, and the next
 //   one would end the process with no trace.
 // An exception that can't be continued is taken too, for the guard continues none.
 int Filter(DWORD code) {
-  constexpr DWORD kMsvcException = 0xE06D7363;
   constexpr DWORD kGccThrow = 0x20474343;
   constexpr DWORD kGccUnwind = 0x21474343;
   constexpr DWORD kGccForcedUnwind = 0x22474343;
@@ -47,6 +49,16 @@ bool RunGuarded(GuardedCall call, void* context) {
   }
 }
 
+bool RunForeign(GuardedCall call, void* context) {
+  __try {
+    call(context);
+    return true;
+  } __except (GetExceptionCode() == kMsvcException ? EXCEPTION_EXECUTE_HANDLER
+                                                   : EXCEPTION_CONTINUE_SEARCH) {
+    return false;
+  }
+}
+
 }  // namespace qx
 
 #else
@@ -62,6 +74,12 @@ bool RunGuarded(GuardedCall call, void* context) {
   } catch (const vwin::StructuredException&) {
     return false;
   }
+}
+
+// One compiler has built all of it.
+bool RunForeign(GuardedCall call, void* context) {
+  call(context);
+  return true;
 }
 
 }  // namespace qx
