@@ -16,6 +16,8 @@ constexpr COLORREF kTransparentColor = RGB(255, 255, 255);
 constexpr BYTE kAlpha = 128;
 // Has the thread look at what is wished.
 constexpr UINT kWake = WM_APP;
+constexpr UINT_PTR kTimer = 1;
+constexpr UINT kLookMs = 1000;
 
 PromptFrame::Look ToLook(const IScreenCapture::PromptWindowInfo& info, bool painted) {
   const auto channel = [](std::int32_t value, int shift) {
@@ -139,6 +141,8 @@ HWND PromptFrame::Life::Open() {
     enter(Phase::Down);
     return nullptr;
   }
+  // Has Serve look for what it was not told: any message can get lost.
+  static_cast<void>(SetTimer(window, kTimer, kLookMs, nullptr));
   return window;
 }
 
