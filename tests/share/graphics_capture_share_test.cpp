@@ -339,6 +339,41 @@ TEST_F(WgcShareTest, DeviceThatIsRemovedInTheMiddleIsMadeAnewOrTheNextEngineDraw
   }
 }
 
+// What a setting is made of while there is no new one.
+TEST_F(WgcShareTest, PictureThatCannotBeReadLeavesTheLastOneWhereItIs) {
+  for (const bool smallerBefore : {false, true}) {
+    SCOPED_TRACE(smallerBefore);
+    limitTo(320, 200);
+    withoutDynamicCheck();
+    startWindow();
+    for (const COLORREF color : {RGB(9, 8, 7), RGB(1, 2, 3)}) {
+      Fill(window, {40, 40, 60, 60}, color);
+      tick(2);
+    }
+    ASSERT_EQ(host.LastFrame().At(50, 50), 0x010203u);
+    if (smallerBefore) {
+      limitTo(50, 40);
+      tick();
+    }
+    FailNth("ID3D11DeviceContext::Map", 1);
+    AtNth("IGraphicsCaptureSession::StartCapture", 1, [] {
+      FailNth("IDirect3D11CaptureFramePool::TryGetNextFrame", 1, {0, S_OK}, Repeat::kOnward);
+    });
+    Fill(window, {40, 40, 60, 60}, RGB(3, 2, 1));
+    tick();
+    EXPECT_EQ(InjectedInto(), "ID3D11DeviceContext::Map");
+    limitTo(50, 40);
+    tick(8);
+    ASSERT_EQ(host.LastFrame().width, 50) << log.Dump();
+    EXPECT_EQ(host.LastFrame().At(25, 25), 0x010203u);
+    ClearFaults();
+    tick(2);
+    EXPECT_EQ(host.LastFrame().At(25, 25), 0x030201u);
+    EXPECT_EQ(host.Engines().back(), kWgc) << log.Dump();
+    capture.ShareStop();
+  }
+}
+
 TEST_F(WgcShareTest, StartThatTakesTooLongIsUndoneWheneverItComesToAnEnd) {
   for (const bool stoppedBefore : {false, true}) {
     const LedgerSnapshot ledger = Snapshot();
