@@ -260,6 +260,8 @@ TEST_F(WgcShareTest, EachCallThatFailsForEverBringsTheNextEngineAndTheLogTellsWh
        kAccessViolation},
       {"IGraphicsCaptureItem::add_Closed", "Failed to add_Closed:"},
       {"CreateDirect3D11DeviceFromDXGIDevice", "Failed to get Direct3dDevice:"},
+      {"CreateDirect3D11DeviceFromDXGIDevice", "Failed to get Direct3dDevice:", 1,
+       kAccessViolation},
       {"RoGetActivationFactory", "Failed to get IDirect3D11CaptureFramePoolStatics:", 2},
       {"IGraphicsCaptureItem::get_Size", "Failed to get SizeInt32:"},
       {"IDirect3D11CaptureFramePoolStatics2::CreateFreeThreaded",
@@ -337,6 +339,18 @@ TEST_F(WgcShareTest, DeviceThatIsRemovedInTheMiddleIsMadeAnewOrTheNextEngineDraw
     capture.ShareStop();
     ClearFaults();
   }
+}
+
+TEST_F(WgcShareTest, DeviceThatRaisesWhileItIsWrappedEndsNothing) {
+  const LedgerSnapshot ledger = Snapshot();
+  AtNth("CreateDirect3D11DeviceFromDXGIDevice", 1,
+        [] { FailNth("IUnknown::QueryInterface", 1, kAccessViolation); });
+  startWindow();
+  EXPECT_TRUE(InjectedInto());
+  EXPECT_TRUE(log.Has(5, "Failed to get Direct3dDevice:-2147467259")) << log.Dump();
+  EXPECT_EQ(host.Engines(), Engines{kPrint}) << log.Dump();
+  capture.ShareStop();
+  EXPECT_EQ(Difference(ledger), "");
 }
 
 // What a setting is made of while there is no new one.
