@@ -66,6 +66,9 @@ void SetD3DResult(HRESULT result) {
 void SetD3DFault(std::optional<std::uint32_t> code) {
   changeMachine([&](Machine& machine) { machine.d3dFault = code; });
 }
+void RemoveD3DDevices() {
+  changeMachine([](Machine& machine) { ++machine.d3dRemovals; });
+}
 
 void SetDuplicateResult(HRESULT result) {
   changeMachine([&](Machine& machine) { machine.duplicateResult = result; });

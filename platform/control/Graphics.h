@@ -41,6 +41,9 @@ void TurnMonitor(HMONITOR monitor, DXGI_MODE_ROTATION rotation);
 void SetD3DResult(HRESULT result);
 // Making a hardware device raises a structured exception with this code.
 void SetD3DFault(std::optional<std::uint32_t> code);
+// A new driver, or one that hung: all devices made so far are removed. Their calls fail from
+// now on, and what draws for them is lost; new devices work.
+void RemoveD3DDevices();
 
 // -------------------------------------------------------------------- duplications
 

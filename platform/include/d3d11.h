@@ -64,7 +64,7 @@ struct ID3D11Device : IUnknown {
   VWIN_SLOT(SetPrivateDataInterface);
   virtual D3D_FEATURE_LEVEL STDMETHODCALLTYPE GetFeatureLevel() = 0;
   VWIN_SLOT(GetCreationFlags);
-  VWIN_SLOT(GetDeviceRemovedReason);
+  virtual HRESULT STDMETHODCALLTYPE GetDeviceRemovedReason() = 0;
   virtual void STDMETHODCALLTYPE GetImmediateContext(ID3D11DeviceContext** immediateContext) = 0;
   VWIN_SLOT(SetExceptionMode);
   VWIN_SLOT(GetExceptionMode);

@@ -7,6 +7,7 @@
 #include <string>
 #include <utility>
 
+#include "platform/model/D3D11Device.h"
 #include "platform/model/Rects.h"
 
 namespace vwin {
@@ -228,6 +229,7 @@ class Context final : public DeviceChild<ID3D11DeviceContext> {
     if (mapped == nullptr) return E_INVALIDARG;
     *mapped = {};
     if (fault) return fault->hresult;
+    if (const HRESULT state = StateOf(device()); FAILED(state)) return state;
     const auto texture = ContentOf<Texture>(resource, device(), kCall);
     UINT access = 0;
     if (type & D3D11_MAP_READ) access |= D3D11_CPU_ACCESS_READ;

@@ -9,6 +9,7 @@
 #include "platform/model/ComObject.h"
 #include "platform/model/D3D11Context.h"
 #include "platform/model/Dxgi.h"
+#include "platform/model/Machine.h"
 #include "platform/model/PictureMemory.h"
 
 namespace vwin {
@@ -214,9 +215,15 @@ class Device final : public ComImplementation<ID3D11Device, IDXGIDevice> {
   Device(std::size_t adapter, D3D_FEATURE_LEVEL featureLevel)
       : ComImplementation("ID3D11Device", "D3D11CreateDevice"),
         m_adapter(adapter),
-        m_featureLevel(featureLevel) {}
+        m_featureLevel(featureLevel) {
+    Lock lock;
+    m_removals = TheMachine(lock).d3dRemovals;
+  }
 
   std::size_t adapter() const { return m_adapter; }
+  HRESULT state(Lock& lock) const {
+    return TheMachine(lock).d3dRemovals == m_removals ? S_OK : DXGI_ERROR_DEVICE_REMOVED;
+  }
 
   HRESULT STDMETHODCALLTYPE GetParent(REFIID iid, void** parent) override {
     VWIN_METHOD(IDXGIDevice::GetParent);
@@ -228,6 +235,11 @@ class Device final : public ComImplementation<ID3D11Device, IDXGIDevice> {
   D3D_FEATURE_LEVEL STDMETHODCALLTYPE GetFeatureLevel() override {
     VWIN_METHOD_INFALLIBLE(ID3D11Device::GetFeatureLevel);
     return m_featureLevel;
+  }
+  HRESULT STDMETHODCALLTYPE GetDeviceRemovedReason() override {
+    VWIN_METHOD_INFALLIBLE(ID3D11Device::GetDeviceRemovedReason);
+    Lock lock;
+    return state(lock);
   }
   // One object for as long as anybody has it.
   void STDMETHODCALLTYPE GetImmediateContext(ID3D11DeviceContext** context) override {
@@ -251,7 +263,7 @@ class Device final : public ComImplementation<ID3D11Device, IDXGIDevice> {
                                             ID3D11Texture2D** texture) override {
     VWIN_METHOD(ID3D11Device::CreateTexture2D);
     if (texture != nullptr) *texture = nullptr;
-    if (fault) return fault->hresult;
+    if (const HRESULT begun = begin(fault); FAILED(begun)) return begun;
     const HRESULT checked = check(desc, data);
     if (FAILED(checked)) return checked;
     if (texture == nullptr) return S_FALSE;
@@ -272,7 +284,7 @@ class Device final : public ComImplementation<ID3D11Device, IDXGIDevice> {
                                          ID3D11Buffer** buffer) override {
     VWIN_METHOD(ID3D11Device::CreateBuffer);
     if (buffer != nullptr) *buffer = nullptr;
-    if (fault) return fault->hresult;
+    if (const HRESULT begun = begin(fault); FAILED(begun)) return begun;
     if (const HRESULT checked = check(desc, data); FAILED(checked)) return checked;
     const auto content = std::make_shared<BufferContent>();
     content->desc = *desc;
@@ -286,7 +298,7 @@ class Device final : public ComImplementation<ID3D11Device, IDXGIDevice> {
                                                      ID3D11ShaderResourceView** view) override {
     VWIN_METHOD(ID3D11Device::CreateShaderResourceView);
     if (view != nullptr) *view = nullptr;
-    if (fault) return fault->hresult;
+    if (const HRESULT begun = begin(fault); FAILED(begun)) return begun;
     return makeView<ShaderResourceView>(resource, desc, IID_ID3D11ShaderResourceView, view,
                                         "ID3D11Device::CreateShaderResourceView");
   }
@@ -295,7 +307,7 @@ class Device final : public ComImplementation<ID3D11Device, IDXGIDevice> {
                                                    ID3D11RenderTargetView** view) override {
     VWIN_METHOD(ID3D11Device::CreateRenderTargetView);
     if (view != nullptr) *view = nullptr;
-    if (fault) return fault->hresult;
+    if (const HRESULT begun = begin(fault); FAILED(begun)) return begun;
     return makeView<RenderTargetView>(resource, desc, IID_ID3D11RenderTargetView, view,
                                       "ID3D11Device::CreateRenderTargetView");
   }
@@ -304,7 +316,7 @@ class Device final : public ComImplementation<ID3D11Device, IDXGIDevice> {
                                               ID3D11InputLayout** layout) override {
     VWIN_METHOD(ID3D11Device::CreateInputLayout);
     if (layout != nullptr) *layout = nullptr;
-    if (fault) return fault->hresult;
+    if (const HRESULT begun = begin(fault); FAILED(begun)) return begun;
     const auto inputs = InputSignatureOf(bytecode, size);
     if (elements == nullptr || !inputs) return E_INVALIDARG;
     const auto content = std::make_shared<LayoutContent>();
@@ -318,7 +330,7 @@ class Device final : public ComImplementation<ID3D11Device, IDXGIDevice> {
                                                ID3D11VertexShader** shader) override {
     VWIN_METHOD(ID3D11Device::CreateVertexShader);
     if (shader != nullptr) *shader = nullptr;
-    if (fault) return fault->hresult;
+    if (const HRESULT begun = begin(fault); FAILED(begun)) return begun;
     const auto content = Shader::Parse(bytecode, size, Shader::Stage::kVertex);
     if (!content) return E_INVALIDARG;
     return HandOut<VertexShader>(shader, IID_ID3D11VertexShader, "ID3D11VertexShader",
@@ -329,7 +341,7 @@ class Device final : public ComImplementation<ID3D11Device, IDXGIDevice> {
                                               ID3D11PixelShader** shader) override {
     VWIN_METHOD(ID3D11Device::CreatePixelShader);
     if (shader != nullptr) *shader = nullptr;
-    if (fault) return fault->hresult;
+    if (const HRESULT begun = begin(fault); FAILED(begun)) return begun;
     const auto content = Shader::Parse(bytecode, size, Shader::Stage::kPixel);
     if (!content) return E_INVALIDARG;
     return HandOut<PixelShader>(shader, IID_ID3D11PixelShader, "ID3D11PixelShader",
@@ -339,7 +351,7 @@ class Device final : public ComImplementation<ID3D11Device, IDXGIDevice> {
                                                ID3D11SamplerState** state) override {
     VWIN_METHOD(ID3D11Device::CreateSamplerState);
     if (state != nullptr) *state = nullptr;
-    if (fault) return fault->hresult;
+    if (const HRESULT begun = begin(fault); FAILED(begun)) return begun;
     if (const HRESULT checked = check(desc); FAILED(checked)) return checked;
     const auto content = std::make_shared<Sampling>();
     if (desc->Filter == D3D11_FILTER_ANISOTROPIC) content->maxAnisotropy = desc->MaxAnisotropy;
@@ -350,7 +362,7 @@ class Device final : public ComImplementation<ID3D11Device, IDXGIDevice> {
                                              ID3D11BlendState** state) override {
     VWIN_METHOD(ID3D11Device::CreateBlendState);
     if (state != nullptr) *state = nullptr;
-    if (fault) return fault->hresult;
+    if (const HRESULT begun = begin(fault); FAILED(begun)) return begun;
     const auto content = std::make_shared<Blending>();
     if (const HRESULT read = readBlending(desc, *content); FAILED(read)) return read;
     return HandOut<BlendState>(state, IID_ID3D11BlendState, "ID3D11BlendState",
@@ -359,6 +371,13 @@ class Device final : public ComImplementation<ID3D11Device, IDXGIDevice> {
 
  private:
   void afterLastRelease() override { m_pipeline = {}; }
+
+  // Of every call that makes something.
+  HRESULT begin(const std::optional<Fault>& fault) const {
+    if (fault) return fault->hresult;
+    Lock lock;
+    return state(lock);
+  }
 
   template <typename View, typename Desc, typename Interface>
   HRESULT makeView(ID3D11Resource* resource, const Desc* desc, REFIID iid, Interface** view,
@@ -374,6 +393,7 @@ class Device final : public ComImplementation<ID3D11Device, IDXGIDevice> {
 
   const std::size_t m_adapter;
   const D3D_FEATURE_LEVEL m_featureLevel;
+  std::uint32_t m_removals;  // before it was made
   Pipeline m_pipeline;
   ID3D11DeviceContext* m_context = nullptr;  // borrowed: it keeps the device
 };
@@ -398,6 +418,14 @@ HRESULT MakeDevice(std::size_t adapter, D3D_FEATURE_LEVEL featureLevel, ID3D11De
 DeviceOnAdapter DeviceOf(IUnknown* object) {
   auto* const device = dynamic_cast<Device*>(object);
   return device ? DeviceOnAdapter{device, device->adapter()} : DeviceOnAdapter{};
+}
+
+HRESULT StateOf(Lock& lock, ID3D11Device* device) {
+  return static_cast<Device*>(device)->state(lock);
+}
+HRESULT StateOf(ID3D11Device* device) {
+  Lock lock;
+  return StateOf(lock, device);
 }
 
 }  // namespace d3d11

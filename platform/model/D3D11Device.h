@@ -23,4 +23,9 @@ struct DeviceOnAdapter {
 };
 DeviceOnAdapter DeviceOf(IUnknown* object);
 
+// What a device's calls answer, in what they can't do without the graphics card: S_OK until
+// it is removed.
+HRESULT StateOf(Lock& lock, ID3D11Device* device);
+HRESULT StateOf(ID3D11Device* device);
+
 }  // namespace vwin::d3d11

@@ -5,6 +5,8 @@
 #include <mutex>
 #include <new>
 
+#include "platform/model/D3D11Device.h"
+
 namespace vwin::d3d11 {
 namespace {
 
@@ -87,6 +89,7 @@ HRESULT STDMETHODCALLTYPE Texture::Map(DXGI_MAPPED_RECT* mapped, UINT flags) {
   *mapped = {};
   if (fault) return fault->hresult;
   if (!content()) return DXGI_ERROR_INVALID_CALL;
+  if (const HRESULT state = StateOf(device()); FAILED(state)) return state;
   TextureContent& texture = *content();
   UINT access = 0;
   if (flags & DXGI_MAP_READ) access |= D3D11_CPU_ACCESS_READ;

@@ -9,6 +9,7 @@
 
 #include "platform/model/ChangedParts.h"
 #include "platform/model/Compositor.h"
+#include "platform/model/D3D11Device.h"
 #include "platform/model/D3D11Objects.h"
 #include "platform/model/Machine.h"
 #include "platform/model/Rects.h"
@@ -186,6 +187,7 @@ class Duplication final : public ComImplementation<IDXGIOutputDuplication> {
   bool isLost(Lock& lock) const {
     const auto monitor = desktop::FindMonitor(lock, m_monitor);
     return !monitor || monitor->modeChanges != m_modeChanges ||
+           FAILED(d3d11::StateOf(lock, m_device)) ||
            TheMachine(lock).desktopSwitches != m_desktopSwitches;
   }
 

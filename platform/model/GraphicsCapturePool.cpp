@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/model/D3D11Device.h"
 #include "platform/model/GraphicsCaptureFrame.h"
 #include "platform/model/GraphicsCapturePicture.h"
 #include "platform/model/GraphicsCaptureSession.h"
@@ -24,14 +25,15 @@ struct PoolSpec {
   SIZE size;
 };
 
-// False for what no pool can be made of.
-bool read(wgc::IDirect3DDevice* device, wgc::DirectXPixelFormat format, std::int32_t buffers,
-          wgc::SizeInt32 size, const char* call, PoolSpec& wanted) {
+HRESULT readSpec(wgc::IDirect3DDevice* device, wgc::DirectXPixelFormat format, std::int32_t buffers,
+                 wgc::SizeInt32 size, const char* call, PoolSpec& wanted) {
   constexpr std::int32_t kMost = D3D11_REQ_TEXTURE2D_U_OR_V_DIMENSION;
   wanted = {DeviceBehind(device, call), buffers, {size.width, size.height}};
-  return wanted.device != nullptr && format == wgc::DirectXPixelFormat::B8G8R8A8UIntNormalized &&
-         buffers >= 1 && size.width > 0 && size.height > 0 && size.width <= kMost &&
-         size.height <= kMost;
+  const bool possible = wanted.device != nullptr &&
+                        format == wgc::DirectXPixelFormat::B8G8R8A8UIntNormalized && buffers >= 1 &&
+                        size.width > 0 && size.height > 0 && size.width <= kMost &&
+                        size.height <= kMost;
+  return possible ? d3d11::StateOf(wanted.device) : E_INVALIDARG;
 }
 
 std::vector<std::shared_ptr<Buffer>> makeBuffers(const PoolSpec& wanted) {
@@ -67,8 +69,9 @@ class Pool final : public Inspectable<wgc::IDirect3D11CaptureFramePool, wgc::ICl
     VWIN_METHOD(IDirect3D11CaptureFramePool::Recreate);
     if (fault) return fault->hresult;
     PoolSpec wanted;
-    if (!read(device, format, buffers, size, "IDirect3D11CaptureFramePool::Recreate", wanted))
-      return E_INVALIDARG;
+    const HRESULT read =
+        readSpec(device, format, buffers, size, "IDirect3D11CaptureFramePool::Recreate", wanted);
+    if (FAILED(read)) return read;
     auto made = makeBuffers(wanted);
     ID3D11Device* unused = wanted.device;
     unused->AddRef();
@@ -100,6 +103,7 @@ class Pool final : public Inspectable<wgc::IDirect3D11CaptureFramePool, wgc::ICl
     {
       Lock lock;
       if (m_closed) return RO_E_CLOSED;
+      if (const HRESULT state = d3d11::StateOf(lock, m_device); FAILED(state)) return state;
       facts.buffer = freeBuffer();
       if (!facts.buffer || !hasNews(lock)) return S_OK;
       m_shown.CopyTo(facts.buffer->texture->image());
@@ -207,10 +211,10 @@ class PoolFactory final : public Inspectable<wgc::IDirect3D11CaptureFramePoolSta
     *pool = nullptr;
     if (fault) return fault->hresult;
     PoolSpec wanted;
-    if (!read(device, format, buffers, size,
-              "IDirect3D11CaptureFramePoolStatics2::CreateFreeThreaded", wanted)) {
-      return E_INVALIDARG;
-    }
+    const HRESULT read =
+        readSpec(device, format, buffers, size,
+                 "IDirect3D11CaptureFramePoolStatics2::CreateFreeThreaded", wanted);
+    if (FAILED(read)) return read;
     return Pool::Make<Pool>(wgc::IID_IDirect3D11CaptureFramePool, reinterpret_cast<void**>(pool),
                             wanted);
   }

@@ -89,6 +89,7 @@ struct Machine {
   std::vector<Adapter> adapters{{0x8086, 0x3E92, L"Virtual Graphics"}};
   HRESULT d3dResult = S_OK;               // of a hardware device
   std::optional<std::uint32_t> d3dFault;  // code of the structured exception
+  std::uint32_t d3dRemovals = 0;          // each takes all devices of Direct3D 11 that there are
   HRESULT d3d9DeviceState = S_OK;         // what calls of a Direct3D 9 device answer
   HRESULT duplicateResult = S_OK;
   std::set<HMONITOR> duplicated;                     // a process can duplicate each monitor once

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/control/Faults.h"
+#include "platform/control/Graphics.h"
 #include "platform/control/Ledger.h"
 #include "src/win/engine/dxgi/shaders/QuadShaders.h"
 #include "tests/support/GraphicsCard.h"
@@ -250,6 +251,26 @@ TEST_F(D3D11Test, MapsOnceAndNotWhileItCopiesAndCopiesWhatFits) {
   EXPECT_EQ(seen.At(1, 1), source.At(66, 4));
   EXPECT_EQ(seen.At(3, 2), source.At(68, 5));
   EXPECT_EQ(seen.At(0, 2), Noise(0, 2));
+}
+
+TEST_F(D3D11Test, RemovedDeviceMakesAndMapsNothingAndANewOneDoes) {
+  const D3D11_TEXTURE2D_DESC desc = Card::DescribeStaging(4, 3);
+  ComPtr<ID3D11Texture2D> staging, another;
+  ComPtr<IDXGISurface> surface;
+  ASSERT_EQ(m_card.device->CreateTexture2D(&desc, nullptr, staging.Put()), S_OK);
+  ASSERT_EQ(staging.As(IID_IDXGISurface, surface), S_OK);
+  EXPECT_EQ(m_card.device->GetDeviceRemovedReason(), S_OK);
+  RemoveD3DDevices();
+  EXPECT_EQ(m_card.device->GetDeviceRemovedReason(), DXGI_ERROR_DEVICE_REMOVED);
+  EXPECT_EQ(m_card.device->CreateTexture2D(&desc, nullptr, another.Put()),
+            DXGI_ERROR_DEVICE_REMOVED);
+  D3D11_MAPPED_SUBRESOURCE mapped{};
+  EXPECT_EQ(context().Map(staging.Get(), 0, D3D11_MAP_READ, 0, &mapped), DXGI_ERROR_DEVICE_REMOVED);
+  DXGI_MAPPED_RECT rect{};
+  EXPECT_EQ(surface->Map(&rect, DXGI_MAP_READ), DXGI_ERROR_DEVICE_REMOVED);
+  const Card next;
+  EXPECT_EQ(next.device->GetDeviceRemovedReason(), S_OK);
+  EXPECT_EQ(next.device->CreateTexture2D(&desc, nullptr, another.Put()), S_OK);
 }
 
 TEST_F(D3D11Test, TakesOnlyWholeShadersOfTheirStage) {

@@ -260,6 +260,8 @@ TEST_F(WgcShareTest, EachCallThatFailsForEverBringsTheNextEngineAndTheLogTellsWh
        kAccessViolation},
       {"IGraphicsCaptureItem::add_Closed", "Failed to add_Closed:"},
       {"CreateDirect3D11DeviceFromDXGIDevice", "Failed to get Direct3dDevice:"},
+      {"CreateDirect3D11DeviceFromDXGIDevice", "Failed to get Direct3dDevice:", 1,
+       kAccessViolation},
       {"RoGetActivationFactory", "Failed to get IDirect3D11CaptureFramePoolStatics:", 2},
       {"IGraphicsCaptureItem::get_Size", "Failed to get SizeInt32:"},
       {"IDirect3D11CaptureFramePoolStatics2::CreateFreeThreaded",
@@ -336,6 +338,113 @@ TEST_F(WgcShareTest, DeviceThatIsRemovedInTheMiddleIsMadeAnewOrTheNextEngineDraw
     Fill(window, {40, 40, 60, 60}, RGB(0x0A, 0x78, 0x1E));
     capture.ShareStop();
     ClearFaults();
+  }
+}
+
+// A driver that is replaced, or hangs: what was made before is no good any more.
+TEST_F(WgcShareTest, RemovedDeviceIsMadeAnewWhetherItsPoolFailsOrStaysEmpty) {
+  for (const bool missesPicture : {false, true}) {
+    for (const bool staysEmpty : {false, true}) {
+      SCOPED_TRACE(testing::Message() << missesPicture << staysEmpty);
+      startWindow();
+      Advance(1500ms);  // amid two looks at everything
+      const std::uint64_t before = starts();
+      Fill(window, {40, 40, 60, 60}, RGB(1, 2, 3));
+      if (missesPicture) {
+        FailNth("ID3D11DeviceContext::Map", 1, kOutOfMemory, Repeat::kOnward);
+        AtNth("IGraphicsCaptureSession::StartCapture", 1, [&] {
+          FailNth("IDirect3D11CaptureFramePool::TryGetNextFrame", 1, {0, S_OK}, Repeat::kOnward);
+        });
+        Advance(1s);
+        EXPECT_EQ(starts(), before + 1) << "and this session has yet to draw";
+      }
+      ClearFaults();
+      RemoveD3DDevices();
+      if (staysEmpty) {
+        FailNth("IDirect3D11CaptureFramePool::TryGetNextFrame", 1, {0, S_OK}, Repeat::kOnward);
+        AtNth("IGraphicsCaptureSession::StartCapture", 1, [] { ClearFaults(); });
+      }
+      Advance(3s);
+      EXPECT_EQ(host.LastFrame().At(50, 50), 0x010203u) << log.Dump();
+      EXPECT_EQ(host.Engines().back(), kWgc) << log.Dump();
+      EXPECT_EQ(starts(), before + (missesPicture ? 2 : 1));
+      Fill(window, {40, 40, 60, 60}, RGB(0x0A, 0x78, 0x1E));
+      capture.ShareStop();
+      ClearFaults();
+    }
+  }
+}
+
+// The engine's device is made with the share, long before it is used.
+TEST_F(WgcShareTest, DeviceThatWasRemovedOrMissingBeforeTheEnginesTurnIsMadeThen) {
+  const std::vector<Patch> shown = {{20, 30, 120, 110, kColor}, {30, 40, 50, 50, kMark}};
+  allowEngines({kDxgi, kWgc, kBitBlt});
+  start();
+  Advance(1s);
+  ASSERT_EQ(host.Engines(), Engines{kDxgi}) << log.Dump();
+  SetDuplicateResult(E_FAIL);
+  RemoveD3DDevices();
+  Fill(window, {10, 10, 30, 20}, RGB(1, 2, 3));
+  Advance(1s);
+  EXPECT_EQ(host.Engines(), (Engines{kDxgi, kWgc})) << log.Dump();
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground,
+                    {{20, 30, 120, 110, kColor}, {30, 40, 50, 50, 0x010203}}));
+  capture.ShareStop();
+
+  Fill(window, {10, 10, 30, 20}, RGB(0xC8, 0x0A, 0xF0));
+  allowEngines({kWgc, kBitBlt});
+  host.Forget();
+  FailNth("D3D11CreateDevice", 1, kDeviceRemoved);
+  start();
+  EXPECT_TRUE(InjectedInto());
+  EXPECT_EQ(host.Engines(), Engines{kWgc}) << log.Dump();
+  EXPECT_TRUE(Shows(host.LastFrame(), kBackground, shown));
+}
+
+TEST_F(WgcShareTest, DeviceThatRaisesWhileItIsWrappedEndsNothing) {
+  const LedgerSnapshot ledger = Snapshot();
+  AtNth("CreateDirect3D11DeviceFromDXGIDevice", 1,
+        [] { FailNth("IUnknown::QueryInterface", 1, kAccessViolation); });
+  startWindow();
+  EXPECT_TRUE(InjectedInto());
+  EXPECT_TRUE(log.Has(5, "Failed to get Direct3dDevice:-2147467259")) << log.Dump();
+  EXPECT_EQ(host.Engines(), Engines{kPrint}) << log.Dump();
+  capture.ShareStop();
+  EXPECT_EQ(Difference(ledger), "");
+}
+
+// What a setting is made of while there is no new one.
+TEST_F(WgcShareTest, PictureThatCannotBeReadLeavesTheLastOneWhereItIs) {
+  for (const bool smallerBefore : {false, true}) {
+    SCOPED_TRACE(smallerBefore);
+    limitTo(320, 200);
+    withoutDynamicCheck();
+    startWindow();
+    for (const COLORREF color : {RGB(9, 8, 7), RGB(1, 2, 3)}) {
+      Fill(window, {40, 40, 60, 60}, color);
+      tick(2);
+    }
+    ASSERT_EQ(host.LastFrame().At(50, 50), 0x010203u);
+    if (smallerBefore) {
+      limitTo(50, 40);
+      tick();
+    }
+    FailNth("ID3D11DeviceContext::Map", 1);
+    AtNth("IGraphicsCaptureSession::StartCapture", 1, [] {
+      FailNth("IDirect3D11CaptureFramePool::TryGetNextFrame", 1, {0, S_OK}, Repeat::kOnward);
+    });
+    Fill(window, {40, 40, 60, 60}, RGB(3, 2, 1));
+    tick();
+    EXPECT_EQ(InjectedInto(), "ID3D11DeviceContext::Map");
+    limitTo(50, 40);
+    tick(8);
+    ASSERT_EQ(host.LastFrame().width, 50) << log.Dump();
+    EXPECT_EQ(host.LastFrame().At(25, 25), 0x010203u);
+    ClearFaults();
+    tick(2);
+    EXPECT_EQ(host.LastFrame().At(25, 25), 0x030201u);
+    EXPECT_EQ(host.Engines().back(), kWgc) << log.Dump();
+    capture.ShareStop();
   }
 }
 

@@ -98,18 +98,23 @@ bool CaptureSession::watchItem() {
   return m_watched;
 }
 
+// Around a device that is just being removed the system has been seen to make an object whose
+// functions raise. Release is one of them.
 bool CaptureSession::wrapDevice() {
   ComPtr<IDXGIDevice> dxgiDevice;
   if (!Got(m_device.As(IID_IDXGIDevice, dxgiDevice), dxgiDevice, "get IDXGIDevice")) {
     return false;
   }
   ComPtr<wgc::IInspectable> inspectable;
-  HRESULT hr =
-      CaptureLibrary::CreateDirect3D11DeviceFromDXGIDevice(dxgiDevice.Get(), inspectable.Put());
-  if (SUCCEEDED(hr) && inspectable) {
-    hr = inspectable.As(wgc::IID_IDirect3DDevice, m_direct3dDevice);
-  }
-  return Got(hr, m_direct3dDevice, "get Direct3dDevice");
+  HRESULT hr = E_FAIL;
+  const bool returned = RunGuarded([&] {
+    hr = CaptureLibrary::CreateDirect3D11DeviceFromDXGIDevice(dxgiDevice.Get(), inspectable.Put());
+    if (SUCCEEDED(hr) && inspectable) {
+      hr = inspectable.As(wgc::IID_IDirect3DDevice, m_direct3dDevice);
+    }
+  });
+  static_cast<void>(RunGuarded([&] { inspectable.Reset(); }));
+  return Got(returned ? hr : E_FAIL, m_direct3dDevice, "get Direct3dDevice");
 }
 
 bool CaptureSession::createPool() {

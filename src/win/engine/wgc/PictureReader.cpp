@@ -40,10 +40,6 @@ PictureReader::Outcome PictureReader::Read(ID3D11Texture2D* captured, const Wish
     QX_LOG_LIMITED(LogLevelError, "checkCreateTexture failed");
     return Outcome::Failed;
   }
-  if (!frame.Resize(width, height, wish.last)) {
-    QX_LOG_LIMITED(LogLevelWarn, "resize buffer failed, use last");
-    return Outcome::NoRoom;
-  }
   context->CopyResource(m_mappedTexture.Texture(), scaled.Get());
   D3D11_MAPPED_SUBRESOURCE mapped = {};
   const HRESULT hr = context->Map(m_mappedTexture.Texture(), 0, D3D11_MAP_READ, 0, &mapped);
@@ -51,9 +47,15 @@ PictureReader::Outcome PictureReader::Read(ID3D11Texture2D* captured, const Wish
     QX_LOG_LIMITED(LogLevelError, "Failed to map frame:{}", static_cast<std::int32_t>(hr));
     return Outcome::Failed;
   }
-  CopyRows(frame.Buffer().get(), mapped.pData, mapped.RowPitch, width, height);
+  // Only now: the block that is made ready holds an older picture.
+  const bool room = frame.Resize(width, height, wish.last);
+  if (room) {
+    CopyRows(frame.Buffer().get(), mapped.pData, mapped.RowPitch, width, height);
+  } else {
+    QX_LOG_LIMITED(LogLevelWarn, "resize buffer failed, use last");
+  }
   context->Unmap(m_mappedTexture.Texture(), 0);
-  return Outcome::Read;
+  return room ? Outcome::Read : Outcome::NoRoom;
 }
 
 // `texture` becomes the part, in a texture that is kept while it fits. Without memory for

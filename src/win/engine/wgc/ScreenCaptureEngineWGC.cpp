@@ -61,14 +61,22 @@ void ScreenCaptureEngineWGC::createDevice() {
   }
 }
 
+// A failure when there is none, or none any more.
+HRESULT ScreenCaptureEngineWGC::deviceState() const {
+  return m_device ? m_device->GetDeviceRemovedReason() : E_POINTER;
+}
+
 bool ScreenCaptureEngineWGC::Initialize() {
   if (m_session) {
     QX_LOG_ERROR("already init");
     return true;
   }
-  if (m_missed != Missed::None) {
+  const bool missed = m_missed != Missed::None;
+  if (missed) {
     m_missed = Missed::Before;
-    createDevice();  // it may have been removed
+  }
+  if (missed || FAILED(deviceState())) {
+    createDevice();
   }
   if (!m_reader.Init(m_device)) {
     QX_LOG_ERROR("m_direct11Scale Init failed");
@@ -247,6 +255,12 @@ ScreenCaptureEngineWGC::Change ScreenCaptureEngineWGC::checkForChange(const RECT
 }
 
 bool ScreenCaptureEngineWGC::handleNoFrame(const RECT& rect, Change change, CaptureResult& result) {
+  const HRESULT state = deviceState();
+  if (FAILED(state)) {
+    // The pool may stay empty for ever.
+    QX_LOG_LIMITED(LogLevelError, "the device was removed:{}", static_cast<std::int32_t>(state));
+    return false;
+  }
   switch (m_missed) {
     case Missed::Now:
       QX_LOG_LIMITED(LogLevelError, "the last picture is missed, and there is no other one");

@@ -29,7 +29,8 @@ namespace qx {
 // with a picture. So nothing has to be kept for it while all is well.
 //
 // A picture that could not be fetched is missed until one is: meanwhile an empty pool is a
-// failure, and who counts the failures starts the engine anew.
+// failure, as it is once the device was removed, and who counts the failures starts the
+// engine anew.
 class ScreenCaptureEngineWGC : public ScreenCaptureEngine {
  public:
   // With `dynamicCheck` an unchanged screen is answered by NoChange, with `dirtyInfo` frames
@@ -66,6 +67,7 @@ class ScreenCaptureEngineWGC : public ScreenCaptureEngine {
                          bool dynamicCheck, bool dirtyInfo);
 
   void createDevice();
+  HRESULT deviceState() const;
   bool capture(const RECT& rect, ScreenCaptureFrame& frame, CaptureResult& result);
   bool restart();
   bool showsOldCursor(const CapturedFrame& captured);
