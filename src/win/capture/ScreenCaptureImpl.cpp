@@ -56,7 +56,12 @@ ScreenCaptureImpl::ScreenCaptureImpl()
   StartGdiplus();
 }
 
-ScreenCaptureImpl::~ScreenCaptureImpl() { QX_TRACE("ScreenCaptureImpl::~ScreenCaptureImpl"); }
+// A listener in the middle of a call may still use the object, so the share ends while all of
+// it is there.
+ScreenCaptureImpl::~ScreenCaptureImpl() {
+  QX_TRACE("ScreenCaptureImpl::~ScreenCaptureImpl");
+  endTask();
+}
 
 template <typename Operation, typename... Arguments>
 void ScreenCaptureImpl::tell(Operation operation, const Arguments&... arguments) {
@@ -460,6 +465,10 @@ void ScreenCaptureImpl::ShareResume() {
 void ScreenCaptureImpl::ShareStop() {
   QX_TRACE("ScreenCaptureImpl::ShareStop");
   QX_LOG_INFO("qx-sc:workflow:stop share");
+  endTask();
+}
+
+void ScreenCaptureImpl::endTask() {
   std::shared_ptr<ScreenCaptureTask> task = presentTask();
   // What the host calls from a window procedure while this waits must find the share, and
   // must not end it a second time.
