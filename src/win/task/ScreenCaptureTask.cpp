@@ -40,7 +40,9 @@ class SlowTickWarning {
 
 ScreenCaptureTask::ScreenCaptureTask(std::shared_ptr<FilterWindowManager> filterWindowManager)
     : m_filterWindowManager(std::move(filterWindowManager)),
-      m_pause(m_timer, [this] { sendKeepLiveFrame(); }) {
+      m_pause(m_timer, [this] { sendKeepLiveFrame(); }) {}
+
+void ScreenCaptureTask::beginThread() {
   m_timer.AddTask(0.0, 0.0, true, [] { SetCurrentThreadName("SC-CaptureThread"); });
   m_wishTask = m_timer.AddTask(kSeldomMs, kSeldomMs, false, [this] {
     // Before the first tick a listener is still being told of the start, on another thread.
