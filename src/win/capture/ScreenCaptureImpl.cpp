@@ -390,6 +390,7 @@ const MainTrackWindowEntry* ScreenCaptureImpl::matchTrackWindow(HWND window) con
 }
 
 void ScreenCaptureImpl::configure(ScreenCaptureTask& task) {
+  task.EnablePromptWindow(m_enablePromptWindow);
   task.SetPromptWindowInfo(m_promptWindowInfo);
   task.SetCaptureFPS(m_fps);
   task.SetAutoActiveShareWindow(m_autoActiveShareWindow);
@@ -407,7 +408,6 @@ void ScreenCaptureImpl::configure(ScreenCaptureTask& task) {
 bool ScreenCaptureImpl::runTask(const std::shared_ptr<ScreenCaptureTask>& task, void* context,
                                 IScreenCapture::ShareListener* hostListener,
                                 IScreenCapture::ShareError& error) {
-  bool showPrompt = false;
   std::shared_ptr<ShareListenerWrapper> listener;
   {
     const DeferredLog afterTheLock;
@@ -419,12 +419,11 @@ bool ScreenCaptureImpl::runTask(const std::shared_ptr<ScreenCaptureTask>& task, 
           wrapper->OnKeepLiveFrame(frame);
         });
     configure(*task);
-    showPrompt = m_enablePromptWindow;
     m_listener = listener;
     m_task = task;
   }
   try {
-    const bool started = task->Start(listener.get(), showPrompt);
+    const bool started = task->Start(listener.get());
     if (started && presentTask() != task) {
       QX_LOG_WARN("the share was stopped while it started");
       task->Stop();

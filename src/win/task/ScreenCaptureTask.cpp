@@ -62,7 +62,7 @@ bool ScreenCaptureTask::canRun() const {
 
 // The engine is made on the thread that will use it, and the host is told on the
 // thread that starts the share.
-bool ScreenCaptureTask::Start(ShareListenerWrapper* listener, bool showPrompt) {
+bool ScreenCaptureTask::Start(ShareListenerWrapper* listener) {
   if (isRunning() || !canRun()) {
     return false;
   }
@@ -83,7 +83,7 @@ bool ScreenCaptureTask::Start(ShareListenerWrapper* listener, bool showPrompt) {
     return false;
   }
   reportEngine();
-  static_cast<void>(m_timer.Run([&] { surround(showPrompt); }));
+  static_cast<void>(m_timer.Run([this] { surround(); }));
   if (!m_stopWanted) {
     raise();
   }
@@ -135,7 +135,10 @@ void ScreenCaptureTask::Resume() {
 }
 
 void ScreenCaptureTask::EnablePromptWindow(bool enable) {
-  wish([enable](ShareWishes& wishes) { wishes.showPrompt = enable; });
+  wish([enable](ShareWishes& wishes) {
+    wishes.settings.showPrompt = enable;
+    wishes.newShowPrompt = true;
+  });
 }
 
 void ScreenCaptureTask::SetPromptWindowInfo(const PromptWindowInfo& info) {
@@ -277,7 +280,7 @@ bool ScreenCaptureTask::carryOutWishes() {
     m_timer.SetInterval(m_captureTimerTask, IntervalMs(m_settings.fps));
     QX_LOG_INFO("update thread timer: {}ms", IntervalMs(m_settings.fps));
   }
-  if (wishes.newLook || wishes.showPrompt) {
+  if (wishes.newLook || wishes.newShowPrompt) {
     changePrompt(wishes);
   }
   // Without an engine there is nothing more to do: the next one starts from the settings.

@@ -55,7 +55,7 @@ class ScreenCaptureTask {
   // `listener` is borrowed until Stop. False: nothing runs (logged), and the task is only
   // good to be destroyed. Everything is ready otherwise but the ticks, which BeginCapture
   // starts.
-  bool Start(ShareListenerWrapper* listener, bool showPrompt);
+  bool Start(ShareListenerWrapper* listener);
   // Does nothing unless started.
   void BeginCapture();
   // Waits for a tick in progress. The listener hears nothing more. Needs no memory. A
@@ -97,7 +97,7 @@ class ScreenCaptureTask {
   // Reads where the target is, and makes the first engine. False: no share (logged).
   virtual bool prepare() = 0;
   // Opens the prompt frame and what else goes with a share.
-  virtual void surround(bool showPrompt) = 0;
+  virtual void surround() = 0;
   // Brings the target to the user, if it is to be. At the start on the owner's thread.
   virtual void raise() {}
   // One tick. There is an engine.

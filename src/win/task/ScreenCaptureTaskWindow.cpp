@@ -46,8 +46,7 @@ bool ScreenCaptureTaskWindow::prepare() {
   return true;
 }
 
-void ScreenCaptureTaskWindow::surround(bool showPrompt) {
-  m_enablePrompt = showPrompt;
+void ScreenCaptureTaskWindow::surround() {
   openPrompt();
   m_aeroPeek.TurnOff();
 }
@@ -65,12 +64,11 @@ void ScreenCaptureTaskWindow::raise() {
 }
 
 void ScreenCaptureTaskWindow::changePrompt(const ShareWishes& wishes) {
-  m_enablePrompt = wishes.showPrompt.value_or(m_enablePrompt);
   if (!m_promptWindow) {
     return;
   }
-  if (wishes.showPrompt) {
-    m_promptWindow->ShowPrompt(m_enablePrompt);
+  if (wishes.newShowPrompt) {
+    m_promptWindow->ShowPrompt(settings().showPrompt);
   }
   if (wishes.newLook) {
     m_promptWindow->SetPromptWindowInfo(settings().promptWindowInfo);
@@ -384,7 +382,7 @@ bool ScreenCaptureTaskWindow::listCoveringWindows(const RECT& rect,
 
 // A share without its frame is still a share.
 void ScreenCaptureTaskWindow::openPrompt() {
-  auto prompt = std::make_unique<PromptWindow>(m_window, m_enablePrompt);
+  auto prompt = std::make_unique<PromptWindow>(m_window, settings().showPrompt);
   prompt->SetPromptWindowInfo(settings().promptWindowInfo);
   if (!prompt->Start()) {
     return;
@@ -397,7 +395,7 @@ void ScreenCaptureTaskWindow::openPrompt() {
 
 void ScreenCaptureTaskWindow::updatePrompt(bool show) {
   if (m_promptWindow) {
-    m_promptWindow->UpdatePosition(show && m_enablePrompt,
+    m_promptWindow->UpdatePosition(show && settings().showPrompt,
                                    engine()->IsDesktopBased() ? m_rectDesktop : m_rectCapture,
                                    m_rectCapture);
   }
