@@ -266,6 +266,43 @@ TEST_F(ShareTest, LockedScreenEndsTheShareOnlyWhenACaptureFails) {
   EXPECT_TRUE(log.Has(4, "screen lock, stop share")) << log.Dump();
 }
 
+// The host hears of the end and has yet to stop the share.
+TEST_F(ShareTest, PromptFrameOfAShareThatEndedByItselfFollowsTheSettings) {
+  const auto edge = [] { return Screenshot({0, 0, 1, 1}).At(0, 0); };
+  const IScreenCapture::PromptWindowInfo white = {255, 255, 255, 4};
+  for (const bool fromListener : {false, true}) {
+    capture.EnablePromptWindow(true);
+    capture.SetPromptWindowInfo(&white);
+    host.onEvent = [&](const std::string& event) {
+      if (fromListener && event == "stop") {
+        capture.EnablePromptWindow(false);
+      }
+    };
+    start();
+    LockSession(true);
+    FailNth("BitBlt", 1, {ERROR_ACCESS_DENIED, E_FAIL});
+    tick();
+    ASSERT_EQ(host.Count("stop"), 1) << log.Dump();
+    const int engines = log.Count("bitblt: true");
+    if (!fromListener) {
+      const IScreenCapture::PromptWindowInfo red = {255, 0, 0, 4};
+      capture.SetPromptWindowInfo(&red);
+      capture.SetScreenCaptureConfig({.GetDirtyRectInfo = true});
+      Settle();
+      EXPECT_EQ(edge(), RGB(0x90, 0x18, 0x20));
+      capture.EnablePromptWindow(false);
+      Settle();
+    }
+    tick();
+    EXPECT_FALSE(LibraryWindows(L"OrvaSSPromptDesktop").at(0).visible) << fromListener;
+    EXPECT_EQ(log.Count("bitblt: true"), engines) << "nothing is captured any more";
+    EXPECT_EQ(host.Events().back(), "stop");
+    capture.ShareStop();
+    LockSession(false);
+    host.Forget();
+  }
+}
+
 TEST_F(ShareTest, FailingEngineIsRestartedAtThreeSixNineAndGivenUpAtTen) {
   start();
   host.Forget();

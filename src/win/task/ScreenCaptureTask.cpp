@@ -46,7 +46,7 @@ void ScreenCaptureTask::beginThread() {
   m_timer.AddTask(0.0, 0.0, true, [] { SetCurrentThreadName("SC-CaptureThread"); });
   m_wishTask = m_timer.AddTask(kSeldomMs, kSeldomMs, false, [this] {
     // Before the first tick a listener is still being told of the start, on another thread.
-    if (isCapturing() && m_begun && carryOutWishes()) {
+    if (isRunning() && m_begun && carryOutWishes()) {
       m_timer.RunSoon(m_captureTimerTask);
     }
   });
@@ -246,7 +246,7 @@ void ScreenCaptureTask::tick() {
 }
 
 void ScreenCaptureTask::runTick() {
-  if (!isCapturing()) {
+  if (!isRunning()) {
     return;
   }
   const std::uint64_t now = SystemMillis();
@@ -256,7 +256,7 @@ void ScreenCaptureTask::runTick() {
     m_begun = true;
   }
   static_cast<void>(carryOutWishes());
-  if (m_nextCaptureTime > now) {
+  if (m_stopped || m_nextCaptureTime > now) {
     return;
   }
   if (ensureEngine(now)) {
@@ -282,6 +282,10 @@ bool ScreenCaptureTask::carryOutWishes() {
   }
   if (wishes.newLook || wishes.newShowPrompt) {
     changePrompt(wishes);
+  }
+  // Of a share that ended by itself the host still sees the prompt frame, and nothing else.
+  if (m_stopped) {
+    return false;
   }
   // Without an engine there is nothing more to do: the next one starts from the settings.
   const bool rebuilt = m_engine && (wishes.rebuildForFilter || wishes.rebuildForConfig);
