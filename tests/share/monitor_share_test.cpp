@@ -226,6 +226,19 @@ TEST_F(ShareTest, LargePicturesAreScaledToTheLimitAndInvalidLimitsYieldNothing) 
   limitTo(100, 100, 10000, 1);
   tick(2);
   EXPECT_EQ(host.FrameCount(), frames);
+
+  limitTo(0, 0, 200 * 125);
+  tick(2);
+  EXPECT_EQ(host.FrameCount(), frames + 1) << "corrected, to that of the last frame";
+  EXPECT_EQ(frameSize(), "200x125 of 320x200");
+
+  capture.ShareStop();
+  limitTo(100, 100, 10001);
+  start();
+  tick();
+  limitTo(160, 100);
+  tick(2);
+  EXPECT_EQ(frameSize(), "160x100 of 320x200") << "corrected before the first frame";
 }
 
 TEST_F(ShareTest, LackOfMemoryForConversionAndScalingLeavesTheShareRunning) {

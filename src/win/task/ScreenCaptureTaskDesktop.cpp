@@ -104,7 +104,7 @@ void ScreenCaptureTaskDesktop::captureStep(std::uint64_t nowMs) {
     return;
   }
   pauseMachine().Resume();
-  if (!delivery().ChooseTargetSize(shot)) {
+  if (!delivery().ChooseTargetSize(settings(), shot)) {
     return;
   }
   aimEngine(shot);

@@ -158,7 +158,7 @@ bool ScreenCaptureTaskWindow::captureFrame(std::uint64_t nowMs, WindowCaptureSta
     status = WindowCaptureStatus::PauseInvoked;
     return false;
   }
-  return delivery().ChooseTargetSize(shot) && capture(shot, status);
+  return delivery().ChooseTargetSize(settings(), shot) && capture(shot, status);
 }
 
 bool ScreenCaptureTaskWindow::capture(Shot& shot, WindowCaptureStatus& status) {
