@@ -89,6 +89,7 @@ TEST_F(WindowShareTest, WindowThatDiesInsideATick) {
 // Each allocation of a start fails once, one after the other.
 TEST_F(WindowShareTest, LackOfMemoryInAStartIsAFailedStartOrCostsNothing) {
   capture.EnablePromptWindow(true);
+  SetRegistryDword(kPeekKey, kPeek, 7);
   int failures = 0;
   for (const bool ofWindow : {true, false}) {
     bool failed = true;
@@ -105,6 +106,7 @@ TEST_F(WindowShareTest, LackOfMemoryInAStartIsAFailedStartOrCostsNothing) {
         started = ofWindow ? shareWindow(window) : share(monitor());
       }
       EXPECT_TRUE(started) << n << log.Dump();
+      EXPECT_EQ(RegistryDword(kPeekKey, kPeek), ofWindow ? 0u : 7u) << n;
       host.Forget();
       tick(2);
       EXPECT_GT(host.FrameCount(), 0) << n;

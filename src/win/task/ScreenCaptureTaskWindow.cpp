@@ -382,15 +382,17 @@ bool ScreenCaptureTaskWindow::listCoveringWindows(const RECT& rect,
 
 // A share without its frame is still a share.
 void ScreenCaptureTaskWindow::openPrompt() {
-  auto prompt = std::make_unique<PromptWindow>(m_window, settings().showPrompt);
-  prompt->SetPromptWindowInfo(settings().promptWindowInfo);
-  if (!prompt->Start()) {
-    return;
-  }
-  if (GetWindowLongPtrW(m_window, GWL_EXSTYLE) & WS_EX_TOPMOST) {
-    prompt->SetTopmost();
-  }
-  m_promptWindow = std::move(prompt);
+  RunClosed("the start of a prompt frame met an exception", [this] {
+    auto prompt = std::make_unique<PromptWindow>(m_window, settings().showPrompt);
+    prompt->SetPromptWindowInfo(settings().promptWindowInfo);
+    if (!prompt->Start()) {
+      return;
+    }
+    if (GetWindowLongPtrW(m_window, GWL_EXSTYLE) & WS_EX_TOPMOST) {
+      prompt->SetTopmost();
+    }
+    m_promptWindow = std::move(prompt);
+  });
 }
 
 void ScreenCaptureTaskWindow::updatePrompt(bool show) {
@@ -431,26 +433,28 @@ bool ScreenCaptureTaskWindow::changeCaptureWindow(HWND window) {
   }
   m_window = window;
   listener().OnShareWindowChanged(HandleToId(window), 0);
-  WindowsUtil::RestoreWindow(window);
-  readWindowRect();
-  RECT rect = {};
-  if (readRect(rect)) {
-    updateDesktopRect(rect);
-  } else {
-    QX_LOG_ERROR("updateDesktopRect:GetCaptureRect failed");
-    m_rectDesktop = {};
-  }
-  destroyEngine();
   // The host knows of the move: a lack of memory must not leave it half done.
   bool made = false;
-  RunClosed("an engine of another window met an exception", [&] { made = createEngine(); });
+  RunClosed("a change of window met an exception", [&] {
+    WindowsUtil::RestoreWindow(window);
+    readWindowRect();
+    RECT rect = {};
+    if (readRect(rect)) {
+      updateDesktopRect(rect);
+    } else {
+      QX_LOG_ERROR("updateDesktopRect:GetCaptureRect failed");
+      m_rectDesktop = {};
+    }
+    destroyEngine();
+    made = createEngine();
+  });
   if (!made) {
     QX_LOG_ERROR("createEngine failed");
     return false;
   }
   m_promptWindow.reset();
   openPrompt();
-  raise();
+  RunClosed("raising a window met an exception", [this] { raise(); });
   return true;
 }
 
