@@ -99,8 +99,9 @@ class QX_SCREEN_CAPTURE_API IScreenCapture {
   // 3032x1705). A scale near a half becomes a half, even above the limit.
   // `maxScreenPixels` must equal `maxScreenWidth * maxScreenHeight` unless that
   // product is 0; a limit that breaks this rule is accepted by the setter, and
-  // then no frames come. One with 0 pixels, or with as many as the present one,
-  // changes nothing; another one counts after the next frame.
+  // then no frames come until it is corrected. One with 0 pixels, or with as
+  // many as the present one, changes nothing; another one counts after the next
+  // frame.
   struct ScreenFrameResolutionLimit {
     std::int32_t aspectRatioMode = 0;  // only 0 is valid
     std::uint64_t maxScreenWidth = 2880;

@@ -22,6 +22,7 @@ std::array<void*, kDepth> firstStack;
 std::atomic<int> firstDepth{0};
 std::atomic<std::size_t> failFrom{0};  // 0: nothing fails
 std::atomic<int> failures{0};
+std::atomic<int> untilFailure{0};      // allocations up to the one that fails; 0: none does
 std::atomic<std::size_t> holdFrom{0};  // 0: nobody asks
 std::mutex heldMutex;                  // guards what follows
 std::unordered_map<void*, std::size_t> held;
@@ -69,7 +70,8 @@ void* allocate(std::size_t size, const void* caller) {
   const std::size_t limit = failFrom;
   const bool large = limit != 0 && size >= limit;
   const bool kept = holdFrom != 0 && size >= holdFrom;
-  if ((counting || large || kept) && !looking) {
+  const bool sweeping = untilFailure > 0;
+  if ((counting || large || kept || sweeping) && !looking) {
     looking = true;
     std::array<void*, kDepth> stack;
     const int depth = backtrace(stack.data(), kDepth);
@@ -79,7 +81,7 @@ void* allocate(std::size_t size, const void* caller) {
       firstStack = stack;
       firstDepth = depth;
     }
-    if (byLibrary && large) {
+    if (byLibrary && (large || (sweeping && untilFailure.fetch_sub(1) == 1))) {
       ++failures;
       return nullptr;
     }
@@ -162,6 +164,15 @@ FailLargeAllocations::FailLargeAllocations(std::size_t minimum) {
 FailLargeAllocations::~FailLargeAllocations() { failFrom = 0; }
 
 int FailLargeAllocations::failed() const { return failures; }
+
+FailNthAllocation::FailNthAllocation(int n) {
+  failures = 0;
+  untilFailure = n;
+}
+
+FailNthAllocation::~FailNthAllocation() { untilFailure = 0; }
+
+bool FailNthAllocation::failed() const { return failures > 0; }
 
 LibraryBlocks::LibraryBlocks(std::size_t minimum) { holdFrom = minimum; }
 

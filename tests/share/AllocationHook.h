@@ -33,6 +33,18 @@ class FailLargeAllocations {
   int failed() const;
 };
 
+// While this object lives, the n-th allocation (from 1) that the library makes, on any
+// thread, fails. One at a time.
+class FailNthAllocation {
+ public:
+  explicit FailNthAllocation(int n);
+  ~FailNthAllocation();
+  FailNthAllocation(const FailNthAllocation&) = delete;
+  FailNthAllocation& operator=(const FailNthAllocation&) = delete;
+
+  bool failed() const;
+};
+
 // Sums up the blocks of at least `minimum` bytes that the library has allocated itself
 // while this object lives and has not given back. One at a time.
 class LibraryBlocks {

@@ -1,6 +1,7 @@
 // Hosts that are slow, call back into the library, throw, or go away.
 #include <atomic>
 #include <barrier>
+#include <memory>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -201,6 +202,35 @@ TEST_F(ShareTest, ShareStoppedFromItsOwnStartIsOver) {
   host.Forget();
   start();
   EXPECT_TRUE(nextFrameShows({}));
+}
+
+// Whoever deletes the object waits for the listener, which still finds it whole.
+TEST_F(ShareTest, ListenerMayAskTheObjectThatIsBeingDeleted) {
+  auto owner = std::make_unique<PlainCapture>();
+  PlainCapture& deleted = *owner;
+  SRWLOCK untilDeleting = SRWLOCK_INIT;
+  host.onEvent = [&](const std::string& event) {
+    if (event == "firstFrame") {
+      AcquireSRWLockExclusive(&untilDeleting);
+      ReleaseSRWLockExclusive(&untilDeleting);
+      IScreenCapture::CaptureRect rect = {};
+      deleted.GetCaptureRect(rect);
+      EXPECT_EQ(rect.width, 320);
+      deleted.EnableCaptureCursor(true);
+      deleted.ShareStop();
+      EXPECT_FALSE(deleted.ShareDesktop(&context, idOf(monitor()), &host, error));
+      EXPECT_EQ(error, IScreenCapture::ShareErrorTaskRunning);
+    }
+  };
+  AcquireSRWLockExclusive(&untilDeleting);
+  ASSERT_TRUE(deleted.ShareDesktop(&context, idOf(monitor()), &host, error));
+  Settle();
+  AtNth("MsgWaitForMultipleObjectsEx", 1, [&] { ReleaseSRWLockExclusive(&untilDeleting); });
+  owner.reset();
+  const auto heard = host.Events(true).size();
+  Advance(1s);
+  EXPECT_EQ(host.Events(true).size(), heard);
+  EXPECT_EQ(host.Count("stop"), 0);
 }
 
 // In the middle of each call of other threads in a start a window procedure of the host stops

@@ -226,6 +226,19 @@ TEST_F(ShareTest, LargePicturesAreScaledToTheLimitAndInvalidLimitsYieldNothing) 
   limitTo(100, 100, 10000, 1);
   tick(2);
   EXPECT_EQ(host.FrameCount(), frames);
+
+  limitTo(0, 0, 200 * 125);
+  tick(2);
+  EXPECT_EQ(host.FrameCount(), frames + 1) << "corrected, to that of the last frame";
+  EXPECT_EQ(frameSize(), "200x125 of 320x200");
+
+  capture.ShareStop();
+  limitTo(100, 100, 10001);
+  start();
+  tick();
+  limitTo(160, 100);
+  tick(2);
+  EXPECT_EQ(frameSize(), "160x100 of 320x200") << "corrected before the first frame";
 }
 
 TEST_F(ShareTest, LackOfMemoryForConversionAndScalingLeavesTheShareRunning) {
@@ -264,6 +277,43 @@ TEST_F(ShareTest, LockedScreenEndsTheShareOnlyWhenACaptureFails) {
   tick(3);
   EXPECT_EQ(host.Count("stop"), 1);
   EXPECT_TRUE(log.Has(4, "screen lock, stop share")) << log.Dump();
+}
+
+// The host hears of the end and has yet to stop the share.
+TEST_F(ShareTest, PromptFrameOfAShareThatEndedByItselfFollowsTheSettings) {
+  const auto edge = [] { return Screenshot({0, 0, 1, 1}).At(0, 0); };
+  const IScreenCapture::PromptWindowInfo white = {255, 255, 255, 4};
+  for (const bool fromListener : {false, true}) {
+    capture.EnablePromptWindow(true);
+    capture.SetPromptWindowInfo(&white);
+    host.onEvent = [&](const std::string& event) {
+      if (fromListener && event == "stop") {
+        capture.EnablePromptWindow(false);
+      }
+    };
+    start();
+    LockSession(true);
+    FailNth("BitBlt", 1, {ERROR_ACCESS_DENIED, E_FAIL});
+    tick();
+    ASSERT_EQ(host.Count("stop"), 1) << log.Dump();
+    const int engines = log.Count("bitblt: true");
+    if (!fromListener) {
+      const IScreenCapture::PromptWindowInfo red = {255, 0, 0, 4};
+      capture.SetPromptWindowInfo(&red);
+      capture.SetScreenCaptureConfig({.GetDirtyRectInfo = true});
+      Settle();
+      EXPECT_EQ(edge(), RGB(0x90, 0x18, 0x20));
+      capture.EnablePromptWindow(false);
+      Settle();
+    }
+    tick();
+    EXPECT_FALSE(LibraryWindows(L"OrvaSSPromptDesktop").at(0).visible) << fromListener;
+    EXPECT_EQ(log.Count("bitblt: true"), engines) << "nothing is captured any more";
+    EXPECT_EQ(host.Events().back(), "stop");
+    capture.ShareStop();
+    LockSession(false);
+    host.Forget();
+  }
 }
 
 TEST_F(ShareTest, FailingEngineIsRestartedAtThreeSixNineAndGivenUpAtTen) {

@@ -76,6 +76,21 @@ TEST_F(ShareTest, WhatIsSetWhileTheStartIsToldComesAfterIt) {
   EXPECT_EQ(host.Engines(), (Engines{kBitBlt, kBitBlt}));
 }
 
+// At each call that a start makes, whichever thread makes it.
+TEST_F(ShareTest, PromptFrameThatIsTurnedOffDuringTheStartIsNotSeen) {
+  bool ran = true;
+  for (std::uint64_t n = 1; ran; ++n) {
+    capture.EnablePromptWindow(true);
+    OnNthCall(n, [this] { capture.EnablePromptWindow(false); });
+    start();
+    ran = ActionRan();
+    ClearFaults();
+    tick();
+    EXPECT_EQ(Screenshot({0, 0, 1, 1}).At(0, 0) == RGB(0x20, 0x30, 0x40), ran) << "at call " << n;
+    capture.ShareStop();
+  }
+}
+
 TEST_F(ShareTest, LivingConfigurationSetsTheWholeRecord) {
   IScreenCapture::LivingScreenCaptureConfig living;
   living.KeepAliveInterval = 250;

@@ -1,5 +1,6 @@
 // Applications that open a second window for a slide show: the share moves over to it
 // and back.
+#include "tests/share/AllocationHook.h"
 #include "tests/share/WindowShareTest.h"
 
 namespace qx::test {
@@ -197,6 +198,36 @@ TEST_F(TrackTest, FrameMovesOverAndMinimisedMainWindowIsRestored) {
   ASSERT_EQ(prompts.size(), 1u);
   EXPECT_EQ(prompts[0].owner, main);
   EXPECT_EQ(prompts[0].rect.left, 36);
+}
+
+// Each allocation of a move fails once, one after the other.
+TEST_F(TrackTest, LackOfMemoryInAMoveEndsTheShareAtOnceOrLeavesTheWayBack) {
+  capture.EnablePromptWindow(true);
+  int moved = 0;
+  bool failed = true;
+  for (int n = 1; failed; ++n) {
+    startWindow(main);
+    host.Forget();
+    const HWND show = openShow();
+    {
+      const FailNthAllocation noMemory(n);
+      search();
+      failed = noMemory.failed();
+    }
+    if (host.Count("stop") == 0) {
+      search();
+      EXPECT_TRUE(showsShow()) << n;
+      Close(show);
+      search();
+      EXPECT_EQ(captureRect(), "40,30 100x80") << n;
+      EXPECT_EQ(host.Count("stop"), 0) << n;
+      ++moved;
+    } else {
+      Close(show);
+    }
+    capture.ShareStop();
+  }
+  EXPECT_GT(moved, 5);
 }
 
 TEST_F(TrackTest, StopDuringEverySecondOfAShow) {

@@ -1,6 +1,7 @@
 // How a window share ends, what it survives, and what it leaves behind.
 #include <utility>
 
+#include "tests/share/AllocationHook.h"
 #include "tests/share/WindowShareTest.h"
 
 namespace qx::test {
@@ -83,6 +84,36 @@ TEST_F(WindowShareTest, WindowThatDiesInsideATick) {
     }
   }
   EXPECT_GE(interrupted, 15);
+}
+
+// Each allocation of a start fails once, one after the other.
+TEST_F(WindowShareTest, LackOfMemoryInAStartIsAFailedStartOrCostsNothing) {
+  capture.EnablePromptWindow(true);
+  SetRegistryDword(kPeekKey, kPeek, 7);
+  int failures = 0;
+  for (const bool ofWindow : {true, false}) {
+    bool failed = true;
+    for (int n = 1; failed; ++n) {
+      bool started = false;
+      {
+        const FailNthAllocation noMemory(n);
+        started = ofWindow ? shareWindow(window) : share(monitor());
+        failed = noMemory.failed();
+      }
+      if (!started) {
+        EXPECT_EQ(error, IScreenCapture::ShareErrorStartFailed) << n;
+        ++failures;
+        started = ofWindow ? shareWindow(window) : share(monitor());
+      }
+      EXPECT_TRUE(started) << n << log.Dump();
+      EXPECT_EQ(RegistryDword(kPeekKey, kPeek), ofWindow ? 0u : 7u) << n;
+      host.Forget();
+      tick(2);
+      EXPECT_GT(host.FrameCount(), 0) << n;
+      capture.ShareStop();
+    }
+  }
+  EXPECT_GT(failures, 20);
 }
 
 TEST_F(WindowShareTest, LockedScreenEndsAFailingShareAndASecureDesktopIsWaitedFor) {

@@ -56,7 +56,12 @@ ScreenCaptureImpl::ScreenCaptureImpl()
   StartGdiplus();
 }
 
-ScreenCaptureImpl::~ScreenCaptureImpl() { QX_TRACE("ScreenCaptureImpl::~ScreenCaptureImpl"); }
+// A listener in the middle of a call may still use the object, so the share ends while all of
+// it is there.
+ScreenCaptureImpl::~ScreenCaptureImpl() {
+  QX_TRACE("ScreenCaptureImpl::~ScreenCaptureImpl");
+  endTask();
+}
 
 template <typename Operation, typename... Arguments>
 void ScreenCaptureImpl::tell(Operation operation, const Arguments&... arguments) {
@@ -385,6 +390,7 @@ const MainTrackWindowEntry* ScreenCaptureImpl::matchTrackWindow(HWND window) con
 }
 
 void ScreenCaptureImpl::configure(ScreenCaptureTask& task) {
+  task.EnablePromptWindow(m_enablePromptWindow);
   task.SetPromptWindowInfo(m_promptWindowInfo);
   task.SetCaptureFPS(m_fps);
   task.SetAutoActiveShareWindow(m_autoActiveShareWindow);
@@ -402,7 +408,6 @@ void ScreenCaptureImpl::configure(ScreenCaptureTask& task) {
 bool ScreenCaptureImpl::runTask(const std::shared_ptr<ScreenCaptureTask>& task, void* context,
                                 IScreenCapture::ShareListener* hostListener,
                                 IScreenCapture::ShareError& error) {
-  bool showPrompt = false;
   std::shared_ptr<ShareListenerWrapper> listener;
   {
     const DeferredLog afterTheLock;
@@ -414,12 +419,11 @@ bool ScreenCaptureImpl::runTask(const std::shared_ptr<ScreenCaptureTask>& task, 
           wrapper->OnKeepLiveFrame(frame);
         });
     configure(*task);
-    showPrompt = m_enablePromptWindow;
     m_listener = listener;
     m_task = task;
   }
   try {
-    const bool started = task->Start(listener.get(), showPrompt);
+    const bool started = task->Start(listener.get());
     if (started && presentTask() != task) {
       QX_LOG_WARN("the share was stopped while it started");
       task->Stop();
@@ -460,6 +464,10 @@ void ScreenCaptureImpl::ShareResume() {
 void ScreenCaptureImpl::ShareStop() {
   QX_TRACE("ScreenCaptureImpl::ShareStop");
   QX_LOG_INFO("qx-sc:workflow:stop share");
+  endTask();
+}
+
+void ScreenCaptureImpl::endTask() {
   std::shared_ptr<ScreenCaptureTask> task = presentTask();
   // What the host calls from a window procedure while this waits must find the share, and
   // must not end it a second time.

@@ -94,6 +94,8 @@ class ScreenCaptureImpl {
   bool runTask(const std::shared_ptr<ScreenCaptureTask>& task, void* context,
                IScreenCapture::ShareListener* hostListener, IScreenCapture::ShareError& error);
   std::shared_ptr<ScreenCaptureTask> presentTask() const;
+  // What ShareStop does.
+  void endTask();
 
   // Taken by who starts or stops the share, and again from what the host does there.
   AnsweringMutex m_turn;

@@ -17,13 +17,15 @@ void FrameDelivery::Begin(ShareListenerWrapper* listener, const ShareSettings& s
   m_limit = settings.limit;
 }
 
-bool FrameDelivery::ChooseTargetSize(Shot& shot) const {
+bool FrameDelivery::ChooseTargetSize(const ShareSettings& settings, Shot& shot) {
   const Resolution raw = {static_cast<std::uint64_t>(shot.rect.width),
                           static_cast<std::uint64_t>(shot.rect.height)};
   Resolution target;
   double scale = 1.0;
   if (!GetLimitedEncodeResolution(raw, target, scale, m_limit)) {
     QX_LOG_LIMITED(LogLevelWarn, "captureFrame::GetLimitedEncodeResolution fail.");
+    // No frame will come after which it could be adopted.
+    m_limit = settings.limit;
     return false;
   }
   shot.targetWidth = static_cast<std::int32_t>(target.width);

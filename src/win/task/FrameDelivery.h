@@ -33,8 +33,9 @@ class FrameDelivery {
   // What engines capture into.
   ScreenCaptureFrame& Frame() { return m_frame; }
 
-  // The size that a frame of `shot.rect` may have. False: capture nothing (logged).
-  bool ChooseTargetSize(Shot& shot) const;
+  // The size that a frame of `shot.rect` may have. False: capture nothing (logged); the next
+  // call goes by the limit that is set now.
+  bool ChooseTargetSize(const ShareSettings& settings, Shot& shot);
   // Before each capture. True: something else is wanted since the last one that can't be
   // made of what lies in Frame. What it says of the first one means nothing to an engine.
   bool NeedsAnotherPicture(const ShareSettings& settings, const Shot& shot);

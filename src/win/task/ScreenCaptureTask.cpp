@@ -40,11 +40,13 @@ class SlowTickWarning {
 
 ScreenCaptureTask::ScreenCaptureTask(std::shared_ptr<FilterWindowManager> filterWindowManager)
     : m_filterWindowManager(std::move(filterWindowManager)),
-      m_pause(m_timer, [this] { sendKeepLiveFrame(); }) {
+      m_pause(m_timer, [this] { sendKeepLiveFrame(); }) {}
+
+void ScreenCaptureTask::beginThread() {
   m_timer.AddTask(0.0, 0.0, true, [] { SetCurrentThreadName("SC-CaptureThread"); });
   m_wishTask = m_timer.AddTask(kSeldomMs, kSeldomMs, false, [this] {
     // Before the first tick a listener is still being told of the start, on another thread.
-    if (isCapturing() && m_begun && carryOutWishes()) {
+    if (isRunning() && m_begun && carryOutWishes()) {
       m_timer.RunSoon(m_captureTimerTask);
     }
   });
@@ -60,7 +62,7 @@ bool ScreenCaptureTask::canRun() const {
 
 // The engine is made on the thread that will use it, and the host is told on the
 // thread that starts the share.
-bool ScreenCaptureTask::Start(ShareListenerWrapper* listener, bool showPrompt) {
+bool ScreenCaptureTask::Start(ShareListenerWrapper* listener) {
   if (isRunning() || !canRun()) {
     return false;
   }
@@ -81,7 +83,7 @@ bool ScreenCaptureTask::Start(ShareListenerWrapper* listener, bool showPrompt) {
     return false;
   }
   reportEngine();
-  static_cast<void>(m_timer.Run([&] { surround(showPrompt); }));
+  static_cast<void>(m_timer.Run([this] { surround(); }));
   if (!m_stopWanted) {
     raise();
   }
@@ -133,7 +135,10 @@ void ScreenCaptureTask::Resume() {
 }
 
 void ScreenCaptureTask::EnablePromptWindow(bool enable) {
-  wish([enable](ShareWishes& wishes) { wishes.showPrompt = enable; });
+  wish([enable](ShareWishes& wishes) {
+    wishes.settings.showPrompt = enable;
+    wishes.newShowPrompt = true;
+  });
 }
 
 void ScreenCaptureTask::SetPromptWindowInfo(const PromptWindowInfo& info) {
@@ -241,7 +246,7 @@ void ScreenCaptureTask::tick() {
 }
 
 void ScreenCaptureTask::runTick() {
-  if (!isCapturing()) {
+  if (!isRunning()) {
     return;
   }
   const std::uint64_t now = SystemMillis();
@@ -251,7 +256,7 @@ void ScreenCaptureTask::runTick() {
     m_begun = true;
   }
   static_cast<void>(carryOutWishes());
-  if (m_nextCaptureTime > now) {
+  if (m_stopped || m_nextCaptureTime > now) {
     return;
   }
   if (ensureEngine(now)) {
@@ -275,8 +280,12 @@ bool ScreenCaptureTask::carryOutWishes() {
     m_timer.SetInterval(m_captureTimerTask, IntervalMs(m_settings.fps));
     QX_LOG_INFO("update thread timer: {}ms", IntervalMs(m_settings.fps));
   }
-  if (wishes.newLook || wishes.showPrompt) {
+  if (wishes.newLook || wishes.newShowPrompt) {
     changePrompt(wishes);
+  }
+  // Of a share that ended by itself the host still sees the prompt frame, and nothing else.
+  if (m_stopped) {
+    return false;
   }
   // Without an engine there is nothing more to do: the next one starts from the settings.
   const bool rebuilt = m_engine && (wishes.rebuildForFilter || wishes.rebuildForConfig);

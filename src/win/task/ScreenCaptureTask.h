@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <utility>
 
 #include "win/engine/ScreenCaptureEngineProxy.h"
 #include "win/prompt/FilterWindowManager.h"
@@ -54,7 +55,7 @@ class ScreenCaptureTask {
   // `listener` is borrowed until Stop. False: nothing runs (logged), and the task is only
   // good to be destroyed. Everything is ready otherwise but the ticks, which BeginCapture
   // starts.
-  bool Start(ShareListenerWrapper* listener, bool showPrompt);
+  bool Start(ShareListenerWrapper* listener);
   // Does nothing unless started.
   void BeginCapture();
   // Waits for a tick in progress. The listener hears nothing more. Needs no memory. A
@@ -96,7 +97,7 @@ class ScreenCaptureTask {
   // Reads where the target is, and makes the first engine. False: no share (logged).
   virtual bool prepare() = 0;
   // Opens the prompt frame and what else goes with a share.
-  virtual void surround(bool showPrompt) = 0;
+  virtual void surround() = 0;
   // Brings the target to the user, if it is to be. At the start on the owner's thread.
   virtual void raise() {}
   // One tick. There is an engine.
@@ -120,7 +121,9 @@ class ScreenCaptureTask {
     wakeCaptureThread();
   }
   void setCaptureRect(const CaptureRect& rect);
-  // Ends the capture thread, which drops everything first.
+  // Begins the capture thread. Without one (logged) the task does not start.
+  void beginThread();
+  // Ends it; it drops everything first.
   void endThread();
 
   // On the capture thread.
@@ -151,7 +154,7 @@ class ScreenCaptureTask {
  private:
   template <typename Kind>
   friend class CompleteTask;
-  // Only a complete task ends its thread in time.
+  // Only a complete task has a thread, and ends it in time.
   virtual void mustBeComplete() const = 0;
 
   bool canRun() const;
@@ -193,11 +196,15 @@ class ScreenCaptureTask {
   bool m_begun = false;
 };
 
-// A kind of task as it is made: its thread has ended before any part of it goes.
+// A kind of task as it is made: its thread begins when all of it is there, and has ended
+// before any part of it goes.
 template <typename Kind>
 class CompleteTask final : public Kind {
  public:
-  using Kind::Kind;
+  template <typename... Arguments>
+  explicit CompleteTask(Arguments&&... arguments) : Kind(std::forward<Arguments>(arguments)...) {
+    this->beginThread();
+  }
   ~CompleteTask() override { this->endThread(); }
 
  private:

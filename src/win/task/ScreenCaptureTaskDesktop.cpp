@@ -45,8 +45,8 @@ bool ScreenCaptureTaskDesktop::prepare() {
   return true;
 }
 
-void ScreenCaptureTaskDesktop::surround(bool showPrompt) {
-  m_promptDesktop = std::make_unique<PromptDesktop>(m_monitorRect, showPrompt);
+void ScreenCaptureTaskDesktop::surround() {
+  m_promptDesktop = std::make_unique<PromptDesktop>(m_monitorRect, settings().showPrompt);
   m_promptDesktop->SetPromptWindowInfo(settings().promptWindowInfo);
   // A share without its frame is still a share.
   static_cast<void>(m_promptDesktop->Start());
@@ -58,8 +58,8 @@ void ScreenCaptureTaskDesktop::changePrompt(const ShareWishes& wishes) {
   if (!m_promptDesktop) {
     return;
   }
-  if (wishes.showPrompt) {
-    m_promptDesktop->Show(*wishes.showPrompt);
+  if (wishes.newShowPrompt) {
+    m_promptDesktop->Show(settings().showPrompt);
   }
   if (wishes.newLook) {
     m_promptDesktop->SetPromptWindowInfo(settings().promptWindowInfo);
@@ -104,7 +104,7 @@ void ScreenCaptureTaskDesktop::captureStep(std::uint64_t nowMs) {
     return;
   }
   pauseMachine().Resume();
-  if (!delivery().ChooseTargetSize(shot)) {
+  if (!delivery().ChooseTargetSize(settings(), shot)) {
     return;
   }
   aimEngine(shot);

@@ -26,7 +26,7 @@ class ScreenCaptureTaskDesktop : public ScreenCaptureTask {
 
  private:
   bool prepare() override;
-  void surround(bool showPrompt) override;
+  void surround() override;
   void captureStep(std::uint64_t nowMs) override;
   void changePrompt(const ShareWishes& wishes) override;
   std::unique_ptr<ScreenCaptureEngineProxy> makeEngine() override;

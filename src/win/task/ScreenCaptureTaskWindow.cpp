@@ -46,8 +46,7 @@ bool ScreenCaptureTaskWindow::prepare() {
   return true;
 }
 
-void ScreenCaptureTaskWindow::surround(bool showPrompt) {
-  m_enablePrompt = showPrompt;
+void ScreenCaptureTaskWindow::surround() {
   openPrompt();
   m_aeroPeek.TurnOff();
 }
@@ -65,12 +64,11 @@ void ScreenCaptureTaskWindow::raise() {
 }
 
 void ScreenCaptureTaskWindow::changePrompt(const ShareWishes& wishes) {
-  m_enablePrompt = wishes.showPrompt.value_or(m_enablePrompt);
   if (!m_promptWindow) {
     return;
   }
-  if (wishes.showPrompt) {
-    m_promptWindow->ShowPrompt(m_enablePrompt);
+  if (wishes.newShowPrompt) {
+    m_promptWindow->ShowPrompt(settings().showPrompt);
   }
   if (wishes.newLook) {
     m_promptWindow->SetPromptWindowInfo(settings().promptWindowInfo);
@@ -160,7 +158,7 @@ bool ScreenCaptureTaskWindow::captureFrame(std::uint64_t nowMs, WindowCaptureSta
     status = WindowCaptureStatus::PauseInvoked;
     return false;
   }
-  return delivery().ChooseTargetSize(shot) && capture(shot, status);
+  return delivery().ChooseTargetSize(settings(), shot) && capture(shot, status);
 }
 
 bool ScreenCaptureTaskWindow::capture(Shot& shot, WindowCaptureStatus& status) {
@@ -384,20 +382,22 @@ bool ScreenCaptureTaskWindow::listCoveringWindows(const RECT& rect,
 
 // A share without its frame is still a share.
 void ScreenCaptureTaskWindow::openPrompt() {
-  auto prompt = std::make_unique<PromptWindow>(m_window, m_enablePrompt);
-  prompt->SetPromptWindowInfo(settings().promptWindowInfo);
-  if (!prompt->Start()) {
-    return;
-  }
-  if (GetWindowLongPtrW(m_window, GWL_EXSTYLE) & WS_EX_TOPMOST) {
-    prompt->SetTopmost();
-  }
-  m_promptWindow = std::move(prompt);
+  RunClosed("the start of a prompt frame met an exception", [this] {
+    auto prompt = std::make_unique<PromptWindow>(m_window, settings().showPrompt);
+    prompt->SetPromptWindowInfo(settings().promptWindowInfo);
+    if (!prompt->Start()) {
+      return;
+    }
+    if (GetWindowLongPtrW(m_window, GWL_EXSTYLE) & WS_EX_TOPMOST) {
+      prompt->SetTopmost();
+    }
+    m_promptWindow = std::move(prompt);
+  });
 }
 
 void ScreenCaptureTaskWindow::updatePrompt(bool show) {
   if (m_promptWindow) {
-    m_promptWindow->UpdatePosition(show && m_enablePrompt,
+    m_promptWindow->UpdatePosition(show && settings().showPrompt,
                                    engine()->IsDesktopBased() ? m_rectDesktop : m_rectCapture,
                                    m_rectCapture);
   }
@@ -433,26 +433,28 @@ bool ScreenCaptureTaskWindow::changeCaptureWindow(HWND window) {
   }
   m_window = window;
   listener().OnShareWindowChanged(HandleToId(window), 0);
-  WindowsUtil::RestoreWindow(window);
-  readWindowRect();
-  RECT rect = {};
-  if (readRect(rect)) {
-    updateDesktopRect(rect);
-  } else {
-    QX_LOG_ERROR("updateDesktopRect:GetCaptureRect failed");
-    m_rectDesktop = {};
-  }
-  destroyEngine();
   // The host knows of the move: a lack of memory must not leave it half done.
   bool made = false;
-  RunClosed("an engine of another window met an exception", [&] { made = createEngine(); });
+  RunClosed("a change of window met an exception", [&] {
+    WindowsUtil::RestoreWindow(window);
+    readWindowRect();
+    RECT rect = {};
+    if (readRect(rect)) {
+      updateDesktopRect(rect);
+    } else {
+      QX_LOG_ERROR("updateDesktopRect:GetCaptureRect failed");
+      m_rectDesktop = {};
+    }
+    destroyEngine();
+    made = createEngine();
+  });
   if (!made) {
     QX_LOG_ERROR("createEngine failed");
     return false;
   }
   m_promptWindow.reset();
   openPrompt();
-  raise();
+  RunClosed("raising a window met an exception", [this] { raise(); });
   return true;
 }
 

@@ -47,7 +47,7 @@ class ScreenCaptureTaskWindow : public ScreenCaptureTask {
 
  private:
   bool prepare() override;
-  void surround(bool showPrompt) override;
+  void surround() override;
   void raise() override;
   void captureStep(std::uint64_t nowMs) override;
   void changePrompt(const ShareWishes& wishes) override;
@@ -95,7 +95,6 @@ class ScreenCaptureTaskWindow : public ScreenCaptureTask {
   std::vector<HWND> m_nowCoveredBy;
 
   SlideShowWatch m_slideShow;
-  bool m_enablePrompt = true;
   AeroPeekSwitch m_aeroPeek;
 };
 

@@ -17,6 +17,7 @@ struct ShareSettings {
   bool showCursor = true;
   bool autoActive = true;          // whether a shared window is raised
   bool enableFilterWindow = true;  // whether a monitor's picture leaves windows out
+  bool showPrompt = true;          // the coloured frame
   bool pauseInvoked = false;       // the host asked for a pause
   IScreenCapture::ScreenFrameFormat format = IScreenCapture::ScreenFrameFormatARGB;
   IScreenCapture::ScreenFrameResolutionLimit limit;
@@ -29,8 +30,8 @@ struct ShareSettings {
 // The settings as they are to be, and what is to be done once.
 struct ShareWishes {
   ShareSettings settings;
-  bool newLook = false;  // of the prompt frame
-  std::optional<bool> showPrompt;
+  bool newShowPrompt = false;        // the host turned the prompt frame on or off
+  bool newLook = false;              // it set how that frame looks
   std::optional<bool> dynamicCheck;  // for the engine in use
   bool rebuildForFilter = false;     // the engine is made with a setting that changed
   bool rebuildForConfig = false;
@@ -58,9 +59,8 @@ class WishBox {
     }
     const std::lock_guard lock(m_mutex);
     taken = m_wishes;
-    m_wishes.newLook = m_wishes.rebuildForFilter = m_wishes.rebuildForConfig = false;
-    m_wishes.raise = false;
-    m_wishes.showPrompt.reset();
+    m_wishes.newShowPrompt = m_wishes.newLook = m_wishes.raise = false;
+    m_wishes.rebuildForFilter = m_wishes.rebuildForConfig = false;
     m_wishes.dynamicCheck.reset();
     m_any = false;
     return true;

@@ -16,15 +16,15 @@ MemoryPicture MakePicture(HDC like, std::int32_t width, std::int32_t height) {
   }
   const BITMAPINFO info = PictureInfo(width, height);
   void* pixels = nullptr;
-  auto bitmap = std::make_shared<GdiBitmap>(
-      CreateDIBSection(like, &info, DIB_RGB_COLORS, &pixels, nullptr, 0));
-  const HBITMAP handle = bitmap->Get();
+  GdiBitmap bitmap(CreateDIBSection(like, &info, DIB_RGB_COLORS, &pixels, nullptr, 0));
+  const HBITMAP handle = bitmap.Get();
   if (!handle) {
     QX_LOG_LIMITED(LogLevelWarn, "CreateDIBSection of {}x{} failed,last Error:{}", width, height,
                    static_cast<std::uint32_t>(GetLastError()));
     return {};
   }
-  return {{std::move(bitmap), static_cast<std::uint8_t*>(pixels)}, handle, width, height};
+  auto owner = std::make_shared<GdiBitmap>(std::move(bitmap));
+  return {{std::move(owner), static_cast<std::uint8_t*>(pixels)}, handle, width, height};
 }
 
 }  // namespace
