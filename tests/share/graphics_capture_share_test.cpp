@@ -541,6 +541,22 @@ TEST_F(WgcShareTest, EmptyPoolIsNoFailureAndNothingIsSentBeforeTheFirstPicture) 
   EXPECT_EQ(starts(), 2u);
 }
 
+TEST_F(WgcShareTest, FailuresBeforeAWindowIsIncludedAreNotThoseOfTheEngineThatShowsIt) {
+  allowEngines({kWgc, kMag, kPrint});
+  withoutDynamicCheck();
+  startWindow();
+  FailNth("IDirect3D11CaptureFramePool::TryGetNextFrame", 1, kDeviceRemoved, Repeat::kOnward);
+  tick(8);
+  EXPECT_EQ(starts(), 3u) << "after 3 and 6 of them";
+  capture.AddIncludeWindow({.window = OpenWindow({.rect = {40, 50, 60, 60}, .color = 0x030201})});
+  FailNth("MagSetWindowSource", 2, kOutOfMemory, Repeat::kOnward);
+  tick(2);
+  ClearFaults();
+  tick();
+  EXPECT_EQ(host.LastFrame().At(20, 20), 0x010203u + kRedder) << log.Dump();
+  EXPECT_EQ(host.Engines(), (Engines{kWgc, kMag}));
+}
+
 // A duplication tells of a change before the pool has its picture, and a picture that is
 // not delivered is told of no more.
 TEST_F(WgcShareTest, ChangeIsShownThoughItsPictureComesLateOrIsDropped) {

@@ -235,6 +235,49 @@ TEST_F(WindowShareTest, WindowThatDoesNotAnswerPausesTheShareUntilItDoes) {
   Settle();
 }
 
+// A picture is refused when what it shows has changed in the middle of its capture.
+TEST_F(WindowShareTest, RefusedPictureIsNotShownWhenTheNextCaptureHasNone) {
+  constexpr std::uint32_t kSecret = 0xE00102;
+  SetVersion(kWindows11);
+  allowEngines({kWgc, kMag});
+  withoutDynamicCheck();
+  capture.AddIncludeWindow({.window = OpenWindow({.rect = {300, 180, 310, 190}})});
+  startWindow();
+  Advance(1s);
+  ASSERT_EQ(host.Engines(), Engines{kMag}) << log.Dump();
+  int leaks = 0;
+  host.onEvent = [&](const std::string& event) {
+    if (event == "frame") {
+      leaks += host.LastFrame().Count(kSecret) + host.LastFrame().Count(kSecret + kRedder);
+    }
+  };
+  HWND secret = nullptr;
+  AtNth("MagSetWindowSource", 1, [&] {
+    secret = OpenWindow({.rect = {60, 50, 90, 70}, .color = RGB(0xE0, 1, 2)});
+    capture.ClearIncludeWindows();
+    FailNth("IDirect3D11CaptureFramePool::TryGetNextFrame", 1, {0, S_OK}, Repeat::kOnward);
+  });
+  tick(4);
+  EXPECT_EQ(leaks, 0) << "the next engine has no picture yet";
+  ClearFaults();
+  host.Forget();
+  tick(2);
+  EXPECT_GE(host.FrameCount(), 1) << log.Dump();
+  capture.ShareStop();
+
+  allowEngines({kBitBlt});
+  ToBottom(secret);
+  startWindow();
+  AtNth("BitBlt", 1, [&] { Hide(window); });
+  tick();
+  Show(window);
+  Resize(window, 120, 90);
+  FailNth("CreateDIBSection", 1, kOutOfMemory, Repeat::kOnward);
+  Advance(500ms);
+  EXPECT_TRUE(InjectedInto());
+  EXPECT_EQ(leaks, 0) << "there is no memory for the next size";
+}
+
 TEST_F(WindowShareTest, WindowThatCanNotBePrintedIsToldOnce) {
   startWindow();
   FailNth("PrintWindow", 1, {ERROR_GEN_FAILURE, E_FAIL}, Repeat::kOnward);

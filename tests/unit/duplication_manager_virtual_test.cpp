@@ -120,7 +120,8 @@ TEST_F(DuplicationManagerTest, AfterThreeFailuresInARowNoneIsMadeInThisProcess) 
     release(a, kCapture);
   }
   const HMONITOR second = AddMonitor({1920, 0, 2000, 100});
-  ASSERT_NE(get(c, kCapture, second), nullptr);
+  const std::weak_ptr<const DXGIDuplication> watched = get(c, kWatch, second);
+  ASSERT_FALSE(watched.expired());
   for (int count = 1; count <= 3; ++count) {
     expectFailure(nullptr, count, "m_hMonitor is invalid");
   }
@@ -130,9 +131,13 @@ TEST_F(DuplicationManagerTest, AfterThreeFailuresInARowNoneIsMadeInThisProcess) 
   EXPECT_EQ(get(a, kWatch), nullptr);
   EXPECT_EQ(Count("D3D11CreateDevice"), devices);
   EXPECT_EQ(log.Dump(), "");
-  EXPECT_NE(get(c, kCapture, second), nullptr) << "what there is stays";
-  release(c, kCapture, second);
-  EXPECT_EQ(get(c, kCapture, second), nullptr);
+  EXPECT_NE(get(c, kWatch, second), nullptr) << "what there is stays";
+  Record taken = get(a, kCapture, second);
+  EXPECT_TRUE(taken && taken == watched.lock()) << "and changes hands";
+  EXPECT_EQ(get(c, kWatch, second), nullptr);
+  taken.reset();
+  release(a, kCapture, second);
+  EXPECT_EQ(get(a, kCapture, second), nullptr);
 }
 
 }  // namespace

@@ -26,6 +26,29 @@ TEST(WaitAnsweringTest, GoesOnWhenTheSystemRefusesToWait) {
   CloseHandle(event);
 }
 
+TEST(Errand, LateSignalOfOneRunIsNotTakenForTheEndOfTheNext) {
+  OwnClock();
+  const HANDLE goOn = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+  const HANDLE begun = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+  {
+    Errand errand([=] { WaitForSingleObject(goOn, INFINITE); });
+    EXPECT_FALSE(errand.Run(10));
+    AtNth("SetEvent", 2, [=] { WaitForSingleObject(begun, INFINITE); });
+    SetEvent(goOn);
+    Settle();
+    EXPECT_FALSE(errand.IsUnderWay());
+    AtNth("SetEvent", 1, [=] { SetEvent(begun); });
+    EXPECT_FALSE(errand.Run(10));
+    EXPECT_TRUE(errand.IsUnderWay());
+    SetEvent(goOn);
+    Settle();
+    SetEvent(goOn);
+    EXPECT_TRUE(errand.Run(10));
+  }
+  CloseHandle(goOn);
+  CloseHandle(begun);
+}
+
 TEST(Errand, EndsItsThreadWhenTheSystemRefusesEverySignal) {
   OwnClock();
   FailNth("SetEvent", 1, kOutOfMemory, vwin::Repeat::kOnward);

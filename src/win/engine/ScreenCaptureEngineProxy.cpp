@@ -265,6 +265,7 @@ void ScreenCaptureEngineProxy::followIncludeWindows() {
     currentEngine()->UnInitialize();
     ++m_currentEngine;
   }
+  m_failCounter = 0;
   startNextEngine(Walk::Later);
   notifyEngineChanged();
 }

@@ -56,6 +56,11 @@ void FrameDelivery::DeliverCapture(const ShareSettings& settings, const Shot& sh
   }
 }
 
+void FrameDelivery::DropPicture() {
+  m_frame.Reset();
+  m_hasPicture = false;
+}
+
 // False when there is no picture, as an engine may say that its last one still counts
 // before it made any, and when it can't be converted.
 bool FrameDelivery::makeRecord(const ShareSettings& settings, const Shot& shot) {

@@ -41,8 +41,9 @@ class FrameDelivery {
   bool NeedsAnotherPicture(const ShareSettings& settings, const Shot& shot);
   // Scales and converts what lies in Frame, and hands it over.
   void DeliverCapture(const ShareSettings& settings, const Shot& shot);
-  // Nobody is to see what lies in Frame.
-  void DropPicture() { m_hasPicture = false; }
+  // Nobody is to see what lies in Frame, not even when another engine takes it for the last
+  // picture.
+  void DropPicture();
   // Hands the last frame over again, unless the host wants unchanged ones held back. One
   // that is not as it is to be is made anew and handed over at once; so is one that could
   // not be made before.

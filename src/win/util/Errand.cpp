@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "common/Logging.h"
+#include "win/util/Clock.h"
 #include "win/util/RunClosed.h"
 #include "win/util/Wait.h"
 
@@ -82,8 +83,11 @@ bool Errand::Run(DWORD milliseconds) {
     m_state->underWay = false;
     return false;
   }
-  // Even when the system failed to signal the end.
-  return WaitAnswering(m_state->done.Get(), milliseconds) || !IsUnderWay();
+  // What comes while it is under way is the last run's, which ended before and signals now.
+  const Deadline deadline(milliseconds);
+  while (WaitAnswering(m_state->done.Get(), deadline.MillisLeft()) && IsUnderWay()) {
+  }
+  return !IsUnderWay();  // even when the system failed to signal the end
 }
 
 bool RunWithin(DWORD milliseconds, std::function<void()> work) {

@@ -144,6 +144,9 @@ DXGIDuplicationManager::Record DXGIDuplicationManager::GetDXGIDuplication(HMONIT
     Sleep(1);
     lock.lock();
   }
+  if (m_createFailCount > kMostFailures) {
+    return entry.record;  // likewise: there won't be another one
+  }
   // The watcher took the picture and the cursor's shape that the system tells of once.
   m_duplications.erase(monitor);
   return create(monitor, owner, use);

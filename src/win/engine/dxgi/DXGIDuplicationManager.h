@@ -32,7 +32,8 @@ enum class DuplicationUse { Capture = 0, Watch = 1 };
 // watches, which learns of it at its next request, and gets a duplication of its own, whose
 // picture nobody has taken yet; all others have to wait until it is released.
 //
-// After three failures in a row no more duplications are made in this process.
+// After three failures in a row no more duplications are made in this process; what there
+// is still changes hands.
 //
 // Any thread. An owner is told apart by its address and is never called.
 class DXGIDuplicationManager : public Singleton<DXGIDuplicationManager> {
