@@ -90,6 +90,13 @@ TEST_F(DxgiShareTest, StillScreenOfLimitedSizeIsHeldBackUntilItsKeepAliveTime) {
   MoveTo(window, 10, 10);
   EXPECT_TRUE(nextFrameShows({{5, 5, 30, 35, 0x010203}})) << "a change comes at once";
   EXPECT_EQ(log.Count("scale by CPU"), 0) << "the card does it";
+
+  limitTo(0, 0, 20);  // no size is small enough, so it is the monitor's own
+  Advance(2s);
+  EXPECT_EQ(frameSize(), "320x200 of 320x200");
+  host.Forget();
+  Advance(900ms);
+  EXPECT_LE(host.FrameCount(), 1);
 }
 
 class DxgiDirtyInfo : public DxgiShareTest {

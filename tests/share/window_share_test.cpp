@@ -235,6 +235,28 @@ TEST_F(WindowShareTest, WindowThatDoesNotAnswerPausesTheShareUntilItDoes) {
   Settle();
 }
 
+TEST_F(WindowShareTest, EngineThatHasYetToDrawShowsNothingOfTheOneBefore) {
+  SetVersion(kWindows11);
+  allowEngines({kWgc, kMag});
+  withoutDynamicCheck();
+  capture.EnableActiveShareWindow(false);
+  const HWND included = OpenWindow({.rect = {60, 50, 90, 70}, .color = RGB(0xE0, 1, 2)});
+  capture.AddIncludeWindow({.window = included});
+  startWindow();
+  Advance(1s);
+  ASSERT_EQ(host.LastFrame().Count(0xE00102 + kRedder), 600) << log.Dump();
+  host.Forget();
+  capture.ClearIncludeWindows();
+  FailNth("IDirect3D11CaptureFramePool::TryGetNextFrame", 1, {0, S_OK}, Repeat::kOnward);
+  tick(4);
+  EXPECT_EQ(host.Engines(), Engines{kWgc});
+  EXPECT_EQ(host.FrameCount(), 0);
+  ClearFaults();
+  tick(2);
+  ASSERT_GE(host.FrameCount(), 1) << log.Dump();
+  EXPECT_EQ(host.LastFrame().Count(0xE00102), 0);
+}
+
 // A picture is refused when what it shows has changed in the middle of its capture.
 TEST_F(WindowShareTest, RefusedPictureIsNotShownWhenTheNextCaptureHasNone) {
   constexpr std::uint32_t kSecret = 0xE00102;

@@ -33,9 +33,10 @@ bool FrameDelivery::ChooseTargetSize(const ShareSettings& settings, Shot& shot) 
   return true;
 }
 
-// Whether the picture in Frame is at least as large as what is wanted.
+// Whether what is wanted can be made of the picture in Frame. A size of 0 is none to scale to.
 bool FrameDelivery::fits(const Shot& shot) const {
-  return shot.targetWidth <= static_cast<std::int32_t>(m_frame.Width()) &&
+  return shot.targetWidth > 0 && shot.targetHeight > 0 &&
+         shot.targetWidth <= static_cast<std::int32_t>(m_frame.Width()) &&
          shot.targetHeight <= static_cast<std::int32_t>(m_frame.Height());
 }
 

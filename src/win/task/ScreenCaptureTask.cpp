@@ -339,6 +339,8 @@ EngineProxySettings ScreenCaptureTask::proxySettings(FilterWindowProvider filter
   proxy.filterWindows = std::move(filterWindows);
   proxy.engineChanged = [this](CaptureEngineType type) {
     m_engineType = type;
+    // Another engine's, which this one would pass for its own last one until it has drawn.
+    m_delivery.DropPicture();
     if (isRunning()) {
       reportEngine();
     }
