@@ -2,7 +2,6 @@
 
 #include <d3d9.h>
 #include <magnification.h>
-#include <process.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -92,7 +91,7 @@ class MagnifierWindow::Thread {
         m_argb(std::make_unique<std::uint8_t[]>(static_cast<std::size_t>(m_width) *
                                                 static_cast<std::size_t>(m_height) * 4)) {
     g_thread = this;
-    m_thread = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, run, this, 0, &m_id));
+    m_thread = CreateThread(nullptr, 0, run, this, 0, &m_id);
     WaitForSingleObject(m_started, INFINITE);
   }
   Thread(const Thread&) = delete;
@@ -118,7 +117,7 @@ class MagnifierWindow::Thread {
   }
 
  private:
-  static unsigned run(void* self) {
+  static DWORD WINAPI run(void* self) {
     auto& thread = *static_cast<Thread*>(self);
     try {
       thread.serve();
@@ -209,7 +208,7 @@ class MagnifierWindow::Thread {
   const std::unique_ptr<std::uint8_t[]> m_argb;
   const HANDLE m_started = CreateEventW(nullptr, TRUE, FALSE, nullptr);
   HANDLE m_thread = nullptr;
-  unsigned m_id = 0;
+  DWORD m_id = 0;
   HWND m_window = nullptr;
   std::atomic<bool> m_wanted = false;
   std::atomic<bool> m_arrived = false;

@@ -1,13 +1,12 @@
 #include "PacedLoop.h"
 
 #include <objbase.h>
-#include <process.h>
 
 #include <cstdio>
 #include <exception>
 
 void RunOnThread(std::function<void()> body) {
-  const auto start = [](void* run) -> unsigned {
+  const auto start = [](void* run) -> DWORD {
     const HRESULT com = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
     try {
       (*static_cast<std::function<void()>*>(run))();
@@ -19,8 +18,7 @@ void RunOnThread(std::function<void()> body) {
     }
     return 0;
   };
-  const auto thread =
-      reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, start, &body, 0, nullptr));
+  const HANDLE thread = CreateThread(nullptr, 0, start, &body, 0, nullptr);
   WaitForSingleObject(thread, INFINITE);
   CloseHandle(thread);
 }
@@ -28,8 +26,7 @@ void RunOnThread(std::function<void()> body) {
 Neighbour::Neighbour(DWORD millis)
     : m_millis(millis),
       m_stop(CreateEventW(nullptr, TRUE, FALSE, nullptr)),
-      m_thread(
-          reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, wakeUpOften, this, 0, nullptr))) {}
+      m_thread(CreateThread(nullptr, 0, wakeUpOften, this, 0, nullptr)) {}
 
 Neighbour::~Neighbour() {
   SetEvent(m_stop);
@@ -38,7 +35,7 @@ Neighbour::~Neighbour() {
   CloseHandle(m_stop);
 }
 
-unsigned Neighbour::wakeUpOften(void* self) {
+DWORD WINAPI Neighbour::wakeUpOften(void* self) {
   const auto& neighbour = *static_cast<Neighbour*>(self);
   while (WaitForSingleObject(neighbour.m_stop, neighbour.m_millis) == WAIT_TIMEOUT) {
   }

@@ -28,7 +28,7 @@ class Neighbour {
   ~Neighbour();
 
  private:
-  static unsigned wakeUpOften(void* self);
+  static DWORD WINAPI wakeUpOften(void* self);
 
   const DWORD m_millis;
   const HANDLE m_stop;

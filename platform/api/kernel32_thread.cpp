@@ -40,6 +40,18 @@ HANDLE WINAPI CreateEventW(LPSECURITY_ATTRIBUTES, BOOL manualReset, BOOL initial
                       "CreateEventW");
 }
 
+HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES, SIZE_T, LPTHREAD_START_ROUTINE start,
+                           LPVOID argument, DWORD, LPDWORD threadId) {
+  VWIN_CALL(CreateThread);
+  if (fault) return SetLastError(fault->win32), nullptr;
+  std::uint32_t id = 0;
+  Lock lock;
+  void* const handle = threads::Start(lock, start, argument, id, "CreateThread");
+  if (handle == nullptr) return SetLastError(ERROR_NOT_ENOUGH_MEMORY), nullptr;
+  if (threadId != nullptr) *threadId = id;
+  return handle;
+}
+
 BOOL WINAPI SetEvent(HANDLE event) {
   VWIN_CALL(SetEvent);
   if (fault) return SetLastError(fault->win32), FALSE;

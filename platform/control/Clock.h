@@ -5,7 +5,7 @@
 //   Advance(100ms);                  // ticks at 0, 33.3, 66.6 and 100 ms have run
 //
 // Under an owned clock a test's own waits can't hang: see Scheduler.h. A thread of
-// the test that should count as the machine's must be started with _beginthreadex.
+// the test that should count as the machine's must be started with CreateThread.
 #pragma once
 
 #include <chrono>

@@ -23,7 +23,7 @@ BOOL WINAPI GetModuleHandleExW(DWORD flags, LPCWSTR nameOrAddress, HMODULE* modu
 HMODULE WINAPI LoadLibraryA(LPCSTR name);
 HMODULE WINAPI LoadLibraryExW(LPCWSTR name, HANDLE reserved, DWORD flags);
 BOOL WINAPI FreeLibrary(HMODULE module);
-// For threads of _beginthreadex only: what the thread's function has on its stack is
+// For threads of CreateThread only: what the thread's function has on its stack is
 // destroyed, as it is not on Windows.
 [[noreturn]] void WINAPI FreeLibraryAndExitThread(HMODULE module, DWORD exitCode);
 FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name);
@@ -40,6 +40,7 @@ FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name);
 
 typedef struct _SECURITY_ATTRIBUTES SECURITY_ATTRIBUTES, *LPSECURITY_ATTRIBUTES;
 
+typedef DWORD(WINAPI* LPTHREAD_START_ROUTINE)(LPVOID);
 typedef struct _RTL_SRWLOCK {
   PVOID Ptr;
 } SRWLOCK, *PSRWLOCK;
@@ -59,6 +60,9 @@ BOOL WINAPI SetEvent(HANDLE event);
 DWORD WINAPI WaitForSingleObject(HANDLE handle, DWORD milliseconds);
 BOOL WINAPI CloseHandle(HANDLE handle);
 
+HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES security, SIZE_T stackSize,
+                           LPTHREAD_START_ROUTINE start, LPVOID argument, DWORD flags,
+                           LPDWORD threadId);
 HANDLE WINAPI GetCurrentThread();
 DWORD WINAPI GetCurrentThreadId();
 DWORD WINAPI GetCurrentProcessId();

@@ -54,7 +54,7 @@ constexpr HRESULT kResults[] = {S_OK,
 // Calls that may fail for good and have nothing to give back and nobody to wake.
 const char* const kFailing[] = {"BitBlt",         "PrintWindow",       "GetDC",
                                 "EnumWindows",    "GetWindowRect",     "GetMonitorInfoW",
-                                "CreateEventW",   "_beginthreadex",    "D3D11CreateDevice",
+                                "CreateEventW",   "CreateThread",      "D3D11CreateDevice",
                                 "StretchRect",    "Direct3DCreate9Ex", "MagSetWindowFilterList",
                                 "CreateWindowExW"};
 

@@ -1,7 +1,5 @@
 #include "tests/fuzz/Host.h"
 
-#include <process.h>
-
 #include <algorithm>
 #include <cstring>
 
@@ -359,14 +357,14 @@ void Host::work(Bytes& bytes) {
     return;
   }
   Worker& worker = m_workers.emplace_back(*this, bytes.Part());
-  const auto run = [](void* user) -> unsigned {
+  const auto run = [](void* user) -> DWORD {
     auto& self = *static_cast<Worker*>(user);
     while (!self.script.IsEmpty()) {
       self.host.act(self.script);
     }
     return 0;
   };
-  worker.thread = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, run, &worker, 0, nullptr));
+  worker.thread = CreateThread(nullptr, 0, run, &worker, 0, nullptr);
   if (!worker.thread) {
     m_workers.pop_back();
   }

@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 #include <windows.h>
-// After windows.h.
-#include <process.h>
 
 #include <cstdint>
 #include <functional>
@@ -146,7 +144,7 @@ class TestWindow {
 class TestThread {
  public:
   explicit TestThread(std::function<void()> body) : m_body(std::move(body)) {
-    m_handle = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, &run, this, 0, &m_id));
+    m_handle = CreateThread(nullptr, 0, &run, this, 0, &m_id);
   }
   ~TestThread() {
     Join();
@@ -160,13 +158,13 @@ class TestThread {
   HANDLE handle() const { return m_handle; }
 
  private:
-  static unsigned __stdcall run(void* self) {
+  static DWORD WINAPI run(void* self) {
     static_cast<TestThread*>(self)->m_body();
     return 0;
   }
 
   std::function<void()> m_body;
-  unsigned m_id = 0;
+  DWORD m_id = 0;
   HANDLE m_handle = nullptr;
 };
 

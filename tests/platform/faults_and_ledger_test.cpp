@@ -18,7 +18,7 @@ using Texts = std::vector<std::string>;
 
 HANDLE NewEvent() { return CreateEventW(nullptr, TRUE, FALSE, nullptr); }
 
-unsigned __stdcall DoNothing(void*) { return 0; }
+DWORD WINAPI DoNothing(void*) { return 0; }
 
 HRESULT MakeFactory(IDXGIFactory1** factory) {
   return CreateDXGIFactory1(IID_IDXGIFactory1, reinterpret_cast<void**>(factory));
@@ -65,8 +65,7 @@ TEST(Ledger, NamesWhatWasLeftBehind) {
 
 TEST(Ledger, SeesStaleAndWrongHandlesAndNeverHandsOneOutAgain) {
   const HANDLE event = NewEvent();
-  const auto thread =
-      reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, &DoNothing, nullptr, 0, nullptr));
+  const HANDLE thread = CreateThread(nullptr, 0, &DoNothing, nullptr, 0, nullptr);
   constexpr DWORD kInvalid = ERROR_INVALID_HANDLE;
   EXPECT_TRUE(FailsWith(kInvalid, [&] { return SetEvent(thread); }));
   EXPECT_FALSE(CloseDesktop(reinterpret_cast<HDESK>(event)));

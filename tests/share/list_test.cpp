@@ -360,7 +360,7 @@ TEST_F(WindowListTest, EveryCallbackComesOnceWhateverIsLacking) {
   capture.GetWindowList(nullptr, nullptr);
   capture.GetWindowListAsync(nullptr, nullptr);
   capture.GetDesktopListAsync(nullptr, nullptr);
-  EXPECT_EQ(Count("EnumWindows") + Count("_beginthreadex"), 0u) << "nobody to tell";
+  EXPECT_EQ(Count("EnumWindows") + Count("CreateThread"), 0u) << "nobody to tell";
 }
 
 TEST_F(WindowListTest, LeavesOutAWindowThatDiesMeanwhile) {

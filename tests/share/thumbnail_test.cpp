@@ -338,7 +338,7 @@ TEST_F(ThumbnailTest, SizesThatCannotBeCostNothing) {
   capture.GetDesktopThumbnailAll(8, 8, nullptr, nullptr);
   capture.GetDesktopThumbnailAllAsync(8, 8, nullptr, nullptr);
   Settle();
-  EXPECT_EQ(Count("GetDC") + Count("CreateWindowExW") + Count("_beginthreadex"), 0u);
+  EXPECT_EQ(Count("GetDC") + Count("CreateWindowExW") + Count("CreateThread"), 0u);
 }
 
 TEST_F(ThumbnailTest, AnySizeThatCanBeIsKeptAndWithoutMonitorsThereIsNone) {

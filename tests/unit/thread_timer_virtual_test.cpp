@@ -162,7 +162,7 @@ TEST_F(ThreadTimerTest, FirstComesWhatWasAddedBeforeTheStartAndLastTheFarewell) 
   Times order;
   other.AddTask(20, 5, true, [&] { order.push_back(2); });
   other.AddTask(10, 5, true, [&] { order.push_back(1); });
-  FailNth("_beginthreadex", 1);
+  FailNth("CreateThread", 1);
   EXPECT_FALSE(other.Start());
   ASSERT_TRUE(other.Start([&] { order.push_back(other.IsCurrent() ? 3 : 0); }));
   Advance(1s);

@@ -1,8 +1,5 @@
 #include "win/util/Thread.h"
 
-#include <process.h>
-
-#include <cerrno>
 #include <utility>
 
 #include "common/Logging.h"
@@ -20,7 +17,7 @@ struct Launch {
   Module library;  // keeps the code that the thread runs loaded
 };
 
-unsigned __stdcall Enter(void* argument) {
+DWORD WINAPI Enter(void* argument) {
   std::unique_ptr<Launch> launch(static_cast<Launch*>(argument));
   *launch->id = GetCurrentThreadId();
   RunClosed("a thread ended by an exception", launch->body);
@@ -38,13 +35,15 @@ KernelHandle Begin(std::function<void()> body, std::shared_ptr<std::atomic<DWORD
     QX_LOG_ERROR("can't start a thread,error:{}", static_cast<std::uint32_t>(GetLastError()));
     return {};
   }
-  const std::uintptr_t handle = _beginthreadex(nullptr, 0, Enter, launch.get(), 0, nullptr);
-  if (handle == 0) {
-    QX_LOG_ERROR("can't start a thread,errno:{}", errno);
+  // With _beginthreadex some C runtimes would keep the library loaded as well, and for good:
+  // they let go of it only where a thread ends in their own way.
+  KernelHandle handle(CreateThread(nullptr, 0, Enter, launch.get(), 0, nullptr));
+  if (!handle) {
+    QX_LOG_ERROR("can't start a thread,error:{}", static_cast<std::uint32_t>(GetLastError()));
     return {};
   }
   static_cast<void>(launch.release());  // the thread owns it
-  return KernelHandle(reinterpret_cast<HANDLE>(handle));
+  return handle;
 }
 
 }  // namespace
