@@ -12,7 +12,6 @@
 
 namespace qx::test {
 
-constexpr COLORREF kDesktop = RGB(32, 64, 96);
 constexpr COLORREF kRed = RGB(200, 30, 10);
 constexpr std::uint32_t kRedPixel = 0x00C81E0A;
 constexpr COLORREF kGreen = RGB(20, 180, 40);
@@ -169,8 +168,7 @@ class TestThread {
 };
 
 struct TestEvent {
-  explicit TestEvent(BOOL manualReset = TRUE, BOOL set = FALSE)
-      : handle(CreateEventW(nullptr, manualReset, set, nullptr)) {}
+  TestEvent() : handle(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {}
   ~TestEvent() { CloseHandle(handle); }
   TestEvent(const TestEvent&) = delete;
   TestEvent& operator=(const TestEvent&) = delete;

@@ -1,37 +1,14 @@
-// Windows of this process: their order, the foreground, and what is noted as misuse.
+// Windows of this process: the foreground, and what is noted as misuse.
+#include "platform/control/Desktop.h"
 #include "platform/control/Ledger.h"
-#include "tests/platform/DesktopTest.h"
+#include "tests/platform/TestWindow.h"
 
 namespace qx::test {
 namespace {
 
 using namespace vwin::control;
 
-class OwnWindowTest : public DesktopTest {};
-
-// Windows' way: Wine lowers the owner alone, and makes it alone topmost.
-TEST_F(OwnWindowTest, MovesInTheOrderWithItsOwner) {
-  const HWND bottom = OpenWindow({.rect = {0, 0, 10, 10}});
-  const HWND owner = OpenWindow({.rect = {0, 0, 10, 10}});
-  TestWindow owned({0, 0, 10, 10}, kRed, 0, owner);
-  TestWindow second({0, 0, 10, 10}, kRed, 0, owner);
-  const HWND other = OpenWindow({.rect = {0, 0, 10, 10}});
-  Place(owner, HWND_BOTTOM);
-  EXPECT_EQ(WindowsInOrder(), (std::vector<HWND>{other, bottom, second, owned, owner}));
-  Place(owner, HWND_TOPMOST);
-  EXPECT_EQ(WindowsInOrder(), (std::vector<HWND>{second, owned, owner, other, bottom}));
-  EXPECT_TRUE(IsTopmost(owned) && IsTopmost(second));
-  Place(owned, HWND_NOTOPMOST);
-  EXPECT_TRUE(IsTopmost(owned)) << "it would lie under its owner";
-  Place(owner, bottom);
-  EXPECT_EQ(WindowsInOrder(), (std::vector<HWND>{other, bottom, second, owned, owner}));
-  EXPECT_FALSE(IsTopmost(owned) || IsTopmost(second) || IsTopmost(owner));
-  const HWND child = OpenWindow({.rect = {0, 0, 5, 5}, .parent = owned});
-  SetWindowLongPtrW(owner, GWLP_HWNDPARENT, reinterpret_cast<LONG_PTR>(child));
-  EXPECT_FALSE(GetWindow(owner, GW_OWNER)) << "its owner would depend on it";
-}
-
-TEST_F(OwnWindowTest, ForegroundIsTheUsersOrOfThoseWhoShareInput) {
+TEST(OwnWindows, ForegroundIsTheUsersOrOfThoseWhoShareInput) {
   const HWND editor = OpenWindow({.rect = {0, 0, 50, 50}, .threadId = 7001});
   const HWND other = OpenWindow({.rect = {0, 0, 50, 50}, .threadId = 7002});
   SetForeground(other);
@@ -55,7 +32,7 @@ TEST_F(OwnWindowTest, ForegroundIsTheUsersOrOfThoseWhoShareInput) {
   EXPECT_EQ(GetForegroundWindow(), other);
 }
 
-TEST_F(OwnWindowTest, MisuseIsNoted) {
+TEST(OwnWindows, MisuseIsNoted) {
   const auto noted = [](const std::string& call) {
     const std::vector<std::string> all = TakeMisuses();
     return all.size() == 1 && all[0].rfind(call, 0) == 0;

@@ -188,8 +188,11 @@ class CallSweep : public testing::TestWithParam<std::tuple<Scenario, int>> {
     capture.ShareStop();
   }
 
-  // A monitor's duplication is lost with its size and comes back with another setting.
+  // A monitor's duplication is lost with its size and comes back with another setting. The
+  // cursor is composed with what is below it.
   void failoverShare(ScreenCapture& capture, ShareRecorder& host) {
+    SetPointerShape(vwin::PointerShape{
+        DXGI_OUTDUPL_POINTER_SHAPE_TYPE_MASKED_COLOR, 1, 1, 4, {0, 0}, {0, 0, 0xFF, 0xFF}});
     capture.EnablePromptWindow(false);
     capture.EnableFilterWindowWhenShareDesktop(false);
     capture.SetScreenCaptureConfig({.GetDirtyRectInfo = true});

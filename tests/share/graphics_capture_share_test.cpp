@@ -1,4 +1,5 @@
 // Shares of monitors and windows that Windows.Graphics.Capture serves.
+#include <algorithm>
 #include <tuple>
 #include <utility>
 
@@ -237,6 +238,8 @@ TEST_F(WgcShareTest, LateClosedReachesNeitherAnEngineThatIsGoneNorTheNextSession
   Fill(window, {0, 0, 9, 9}, RGB(9, 9, 9));
   Advance(1s);
   capture.ShareStop();
+  EXPECT_EQ(std::ranges::count(Snapshot(), "pinned module", &LedgerSnapshot::value_type::kind), 1)
+      << "its code must stay";
   ASSERT_TRUE(shareWindow(window)) << log.Dump();
   const std::uint64_t before = starts();
   DeliverClosed();

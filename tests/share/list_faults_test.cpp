@@ -1,4 +1,4 @@
-// Every call that lists and their thumbnails make fails once, one after the other.
+// Every call that lists, their thumbnails and an icon make fails once, one after the other.
 #include <objbase.h>
 
 #include <algorithm>
@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "data_url.h"
+#include "platform/control/Icons.h"
 #include "tests/share/ListAnswers.h"
 #include "tests/support/PngReader.h"
 
@@ -21,6 +22,7 @@ struct Lists {
   WindowList windows;
   ThumbnailList windowThumbnails;
   ThumbnailList monitorThumbnails;
+  std::string icon;  // of the last window
 };
 
 constexpr int kParts = 8;  // of the sweep, for tests that take seconds
@@ -46,6 +48,10 @@ class FailingLists : public ShareTest, public testing::WithParamInterface<std::t
       }
       all.push_back({idOf(owner), 7000, L"notes", title, rect});
     }
+    // Its content is that of another program, whose icon has no alpha.
+    AddProcess(8000, L"C:\\content.exe");
+    OpenWindow({.rect = {}, .parent = owner, .processId = 8000});
+    SetProgramIcon(L"C:\\content.exe", MakeIcon({2, 1, {0x102030, 0x405060}, {0, 0xFFFFFF}}));
     capture.AddExcludeWindow({.type = 1, .titleRule = 1, .processId = 7000, .title = "Nothing"});
     list();
   }
@@ -66,6 +72,7 @@ class FailingLists : public ShareTest, public testing::WithParamInterface<std::t
       capture.GetWindowThumbnailAll(16, 9, ThumbnailList::Take, &lists.windowThumbnails);
       capture.GetDesktopThumbnailAll(16, 9, ThumbnailList::Take, &lists.monitorThumbnails);
     }
+    lists.icon = capture.GetWindowIcon(all.back().id);
     EXPECT_EQ(lists.windows.calls, 1);
     EXPECT_EQ(lists.windowThumbnails.calls, 1);
     EXPECT_EQ(lists.monitorThumbnails.calls, 1);
@@ -92,6 +99,7 @@ TEST_P(FailingLists, GiveWholeRecordsAndEachIdOnceAndLeaveNothing) {
   const Lists good = listAll();
   ASSERT_EQ(good.windows.windows.size(), all.size());
   ASSERT_EQ(good.windowThumbnails.Failed() + good.monitorThumbnails.Failed(), 0u) << log.Dump();
+  ASSERT_EQ(ReadPng(DecodePngDataUrl(good.icon)).width, 2);
   const std::set<std::string> noList = {"EnumWindows", "CreateThread", "GetModuleHandleExW"};
   const LedgerSnapshot before = Snapshot();
   int call = std::get<1>(GetParam());
@@ -115,6 +123,7 @@ TEST_P(FailingLists, GiveWholeRecordsAndEachIdOnceAndLeaveNothing) {
     for (const auto& [id, text] : thumbnails.texts) {
       EXPECT_TRUE(text.empty() || ReadPng(DecodePngDataUrl(text)).width == 16);
     }
+    EXPECT_TRUE(lists.icon.empty() || ReadPng(DecodePngDataUrl(lists.icon)).width > 0);
     EXPECT_TRUE(LibraryWindows(L"ThumbnailWindow").empty());
     EXPECT_EQ(Difference(before), "");
     EXPECT_EQ(HeldModules(), 0);

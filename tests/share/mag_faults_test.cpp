@@ -1,10 +1,7 @@
-// What may happen to a share that a magnifier draws: lists of any length, monitors of any
-// size and place, other people's hands on its window, callers from within, no memory.
-#include <set>
+// What may happen to a share that a magnifier draws: lists of any length, other people's hands
+// on its window, callers from within, no memory.
 #include <string>
 
-#include "platform/control/Ledger.h"
-#include "platform/control/Modules.h"
 #include "tests/platform/TestWindow.h"
 #include "tests/share/AllocationHook.h"
 #include "tests/share/MagShareTest.h"
@@ -74,43 +71,6 @@ TEST_P(MagLists, LeaveOutTheLiveWindowsThatAreNamedAndNoOthers) {
 
 INSTANTIATE_TEST_SUITE_P(Lengths, MagLists, testing::Values(0, 1, 24, 2000));
 
-TEST_F(MagShareTest, MonitorsOfAnySizeAndPlaceAreShown) {
-  struct Case {
-    RECT rect;
-    int width;  // of the picture, within its limit
-    int height;
-  };
-  limitTo(2560, 1440);
-  withoutDynamicCheck();
-  SetMonitorRect(monitor(), {0, 0, 1, 1});
-  start();
-  for (const RECT& rect : {RECT{0, 0, 7, 500}, {0, 0, 0, 0}}) {
-    tick(12);
-    EXPECT_EQ(host.FrameCount(), 0) << "below the smallest size, which is no failure";
-    SetMonitorRect(monitor(), rect);
-  }
-  EXPECT_TRUE(log.Has(4, "captureFrame::GetLimitedEncodeResolution fail.")) << log.Dump();
-  for (const Case& size :
-       {Case{{0, 0, 8, 8}, 8, 8}, Case{{0, 0, 7680, 4320}, 2560, 1440},
-        Case{{-900, -700, -803, -569}, 97, 131}, Case{{60000, 50000, 60011, 50300}, 11, 300}}) {
-    const RECT& rect = size.rect;
-    SetMonitorRect(monitor(), rect);
-    const HWND corner = OpenWindow(
-        {.rect = {rect.right - 15, rect.bottom - 9, rect.right, rect.bottom}, .color = 0x030201});
-    const int before = host.FrameCount();
-    tick();
-    ASSERT_EQ(host.FrameCount(), before + 1);
-    const Frame frame = host.LastFrame();
-    ASSERT_EQ(frame.width, size.width);
-    ASSERT_EQ(frame.height, size.height);
-    const bool scaled = size.width == 2560;
-    EXPECT_TRUE(ShowsRedder(frame, {{size.width - (scaled ? 5 : 15), size.height - (scaled ? 3 : 9),
-                                     size.width, size.height, 0x010203}}));
-    Close(corner);
-  }
-  EXPECT_EQ(host.Engines(), Engines{kMag});
-}
-
 TEST_F(MagShareTest, WindowThatIsDestroyedInTheMiddleOfATickCostsSomeTicks) {
   withoutDynamicCheck();
   startMag();
@@ -130,48 +90,6 @@ TEST_F(MagShareTest, WindowThatIsDestroyedInTheMiddleOfATickCostsSomeTicks) {
   }
   EXPECT_EQ(leaks, 0);
   EXPECT_EQ(host.Engines(), Engines{kMag});
-}
-
-TEST_F(MagShareTest, SizesAndTheDynamicCheckMayChangeWithEveryFrame) {
-  const HWND window = OpenWindow({.rect = {0, 0, 80, 40}, .color = 0x030201});
-  const HWND secret = OpenWindow({.rect = {200, 20, 280, 100}, .color = kSecretColor});
-  capture.Exclude({secret});
-  forbid(kSecret);
-  startMag();
-  tick(2);
-  const RECT rects[] = {{0, 0, 320, 200}, {-80, -40, 240, 160}, {0, 0, 640, 400}, {0, 0, 320, 200}};
-  std::set<int> widths;
-  for (int i = 0; i < 48; ++i) {
-    const int divisor = 1 << i % 3;
-    const RECT& rect = rects[i / 12];
-    SetMonitorRect(monitor(), rect);
-    limitTo(static_cast<std::uint64_t>((rect.right - rect.left) / divisor),
-            static_cast<std::uint64_t>((rect.bottom - rect.top) / divisor));
-    capture.SetDynamicCheck(i % 5 < 2);
-    const int x = i * 4;
-    MoveTo(window, x, 40);
-    tick();
-    const Frame frame = host.LastFrame();
-    const int left = x - static_cast<int>(rect.left);
-    const int top = 40 - static_cast<int>(rect.top);
-    const auto scaled = [&](int length) {
-      return length * frame.width / static_cast<int>(rect.right - rect.left);
-    };
-    EXPECT_TRUE(ShowsRedder(
-        frame, {{scaled(left), scaled(top), scaled(left + 80), scaled(top + 40), 0x010203}}))
-        << "change " << i << log.Dump();
-    EXPECT_EQ(frame.rawWidth, rect.right - rect.left);
-    widths.insert(frame.width);
-  }
-  EXPECT_EQ(widths, (std::set<int>{80, 160, 320, 640}));
-  EXPECT_EQ(leaks, 0);
-  EXPECT_EQ(host.Engines(), Engines{kMag});
-  EXPECT_EQ(log.Count("scale by CPU"), 0);
-  withoutDynamicCheck();
-  tick(2);
-  const std::uint64_t surfaces = Count("IDirect3DDevice9::CreateRenderTarget");
-  tick(5);
-  EXPECT_EQ(Count("IDirect3DDevice9::CreateRenderTarget"), surfaces) << "of a size that stays";
 }
 
 TEST_F(MagShareTest, LackOfMemoryForAnotherSizeShowsNothingOfAnOlderList) {
@@ -235,26 +153,6 @@ TEST_F(MagShareTest, HostMayCallTheLibraryWhileItWaitsForTheMagnifiersThread) {
   }
   EXPECT_GE(calls, 6);
   EXPECT_EQ(leaks, 0);
-}
-
-TEST_F(MagShareTest, NothingIsLeftBehindAndFunctionsAreRedirectedOnce) {
-  limitTo(160, 100);
-  const LedgerSnapshot ledger = Snapshot();
-  for (int round = 0; round < 3; ++round) {
-    ResetCounts();
-    startMag();
-    EXPECT_TRUE(magShows({}));
-    EXPECT_EQ(host.LastFrame().width, 160);
-    EXPECT_EQ(Count("IDirect3DDevice9::StretchRect"),
-              Count("IDirect3DDevice9::GetRenderTargetData"))
-        << "once a picture, to scale it";
-    capture.ShareStop();
-    // The magnifier's, and one to find a function with.
-    EXPECT_EQ(Count("Direct3DCreate9Ex"), round == 0 ? 2u : 1u);
-    EXPECT_EQ(Difference(ledger), "");
-    EXPECT_EQ(magnifierWindows(), 0u);
-  }
-  EXPECT_EQ(log.Count("can't be hooked"), 0);
 }
 
 }  // namespace

@@ -215,9 +215,19 @@ TEST_F(ShareTest, LargePicturesAreScaledToTheLimitAndInvalidLimitsYieldNothing) 
   tick(2);
   EXPECT_EQ(host.LastFrame().width, 200) << "a limit of 0 pixels is ignored";
 
+  int frames = host.FrameCount();
+  for (const RECT& rect : {RECT{0, 0, 7, 500}, {0, 0, 0, 0}}) {
+    SetMonitorRect(monitor(), rect);
+    tick(12);
+    EXPECT_EQ(host.FrameCount(), frames) << "below the smallest size, which is no failure";
+  }
+  SetMonitorRect(monitor(), {0, 0, 320, 200});
+  tick(2);
+  EXPECT_EQ(host.FrameCount(), frames + 2);
+
   limitTo(100, 100, 10001);
   tick(2);
-  const int frames = host.FrameCount();
+  frames = host.FrameCount();
   tick(5);
   EXPECT_EQ(host.FrameCount(), frames);
   EXPECT_EQ(log.Count("screenFrameResolutionLimit is not valid"), 1) << "limited";
@@ -226,6 +236,7 @@ TEST_F(ShareTest, LargePicturesAreScaledToTheLimitAndInvalidLimitsYieldNothing) 
   limitTo(100, 100, 10000, 1);
   tick(2);
   EXPECT_EQ(host.FrameCount(), frames);
+  EXPECT_EQ(host.Engines(), Engines{kBitBlt});
 
   limitTo(0, 0, 200 * 125);
   tick(2);

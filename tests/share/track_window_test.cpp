@@ -230,20 +230,5 @@ TEST_F(TrackTest, LackOfMemoryInAMoveEndsTheShareAtOnceOrLeavesTheWayBack) {
   EXPECT_GT(moved, 5);
 }
 
-TEST_F(TrackTest, StopDuringEverySecondOfAShow) {
-  for (int step = 0; step < 12; ++step) {
-    startWindow(main);
-    const HWND show = openShow();
-    Advance(step * 200ms);
-    Close(show);
-    Advance(step * 100ms);
-    capture.ShareStop();
-    const auto heard = host.Events(true).size();
-    Advance(3s);
-    EXPECT_EQ(host.Events(true).size(), heard);
-    EXPECT_EQ(host.Count("stop"), 0);
-  }
-}
-
 }  // namespace
 }  // namespace qx::test

@@ -2,7 +2,6 @@
 // thread ends whatever becomes of the window that owns it.
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cstdlib>
 #include <limits>
 #include <optional>
@@ -27,7 +26,6 @@ namespace qx {
 namespace {
 
 using namespace vwin::control;
-using namespace std::chrono_literals;
 
 constexpr RECT kMonitor = {0, 0, 200, 150};
 constexpr RECT kTarget = {50, 40, 110, 90};
@@ -82,7 +80,6 @@ class PromptWindowTest : public testing::Test {
     }
     return testing::AssertionSuccess();
   }
-  static testing::AssertionResult showsNoFrame() { return shows({}, 0); }
 
   void expectNothingLeft(const LedgerSnapshot& before, const std::string& what) {
     EXPECT_TRUE(LibraryWindows(L"OrvaSSPromptWindow").empty()) << what;
@@ -169,41 +166,6 @@ TEST_F(PromptWindowTest, ActsOnlyWhenSomethingHasChangedAndIsToldUntilItHears) {
   EXPECT_EQ(frame()->style, WS_POPUP | WS_VISIBLE | WS_MAXIMIZE) << "whoever took it away";
 }
 
-// A frame shares its target's input, so its thread comes to wait for it.
-TEST_F(PromptWindowTest, NobodyWaitsForATargetThatHangs) {
-  for (const char* when : {"before the start", "while it is up", "before the stop"}) {
-    const LedgerSnapshot before = Snapshot();
-    const auto begin = Now();
-    const auto hangIf = [&](const char* moment) {
-      if (std::string(moment) != when) return;
-      Settle();
-      Hang(target);
-    };
-    SetForeground(target);
-    {
-      PromptWindow prompt(target, true);
-      hangIf("before the start");
-      EXPECT_TRUE(prompt.Start()) << when;
-      hangIf("while it is up");
-      prompt.UpdatePosition(true, kMonitor, kTarget);
-      prompt.SetTopmost();
-      prompt.ShowPrompt(false);
-      prompt.UpdatePosition(false, kMonitor, kTarget);
-      hangIf("before the stop");
-      EXPECT_EQ(Now(), begin) << when;
-      Settle();
-      prompt.Stop();
-      EXPECT_LE(Now() - begin, 200ms) << when;
-      EXPECT_FALSE(prompt.GetHwnd()) << when;
-    }
-    const bool left = !ThreadNames().empty();
-    EXPECT_EQ(left, std::string("before the stop") != when) << when;
-    AnswerAfter(target, 0ms);
-    Settle();
-    expectNothingLeft(before, when);
-  }
-}
-
 // The target goes before a moment of the frame's life, or at a call in it, and a call of its
 // end fails besides.
 TEST_F(PromptWindowTest, StopsWhateverBecomesOfItsOwner) {
@@ -276,41 +238,6 @@ TEST_F(PromptWindowTest, LetsGoOfAWindowThatIsGone) {
   Settle();
   EXPECT_FALSE(desktop.GetHwnd());
   desktop.Stop();
-}
-
-TEST_F(PromptWindowTest, SurvivesTheFailureOfAnyCall) {
-  const auto life = [this](PromptWindow& prompt) {
-    prompt.SetPromptWindowInfo({.r = 41, .g = 204, .b = 163, .width = 4});
-    prompt.Start();
-    prompt.UpdatePosition(true, kMonitor, kTarget);
-    Settle();
-    prompt.ShowPrompt(false);
-    prompt.UpdatePosition(false, kMonitor, kTarget);
-    prompt.ShowPrompt(true);
-    prompt.UpdatePosition(true, kMonitor, {20, 20, 60, 60});
-    Settle();
-    prompt.Stop();
-  };
-  std::uint64_t call = 1;
-  for (;; ++call) {
-    const LedgerSnapshot before = Snapshot();
-    FailNthOfAll(call);
-    {
-      PromptWindow prompt(target, true);
-      life(prompt);
-    }
-    const auto injected = InjectedInto();
-    ClearFaults();
-    if (!injected) break;
-    const std::string after = "after call " + std::to_string(call) + ", " + *injected;
-    expectNothingLeft(before, after);
-    EXPECT_TRUE(showsNoFrame()) << after;
-    PromptWindow next(target, true);
-    ASSERT_TRUE(next.Start()) << after;
-    next.UpdatePosition(true, kMonitor, kTarget);
-    ASSERT_TRUE(shows({46, 36, 114, 94}, 4)) << after;
-  }
-  EXPECT_GT(call, 50u) << "the sweep went through the whole life";
 }
 
 }  // namespace

@@ -4,8 +4,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cmath>
-#include <limits>
 #include <memory>
 #include <stdexcept>
 #include <utility>
@@ -89,25 +87,6 @@ TEST_F(ThreadTimerTest, NewIntervalCountsFromTheRunThatWasDue) {
   timer.SetInterval(id, -1);
   Advance(120ms);
   EXPECT_EQ(runs, (Times{0, 100, 200, 230, 260}));
-}
-
-TEST_F(ThreadTimerTest, RefusedTasksAndLongestTimes) {
-  const auto nothing = [] {};
-  EXPECT_EQ(timer.AddTask(-1, 1, false, nothing), -1);
-  EXPECT_EQ(timer.AddTask(1, -0.5, false, nothing), -1);
-  EXPECT_EQ(timer.AddPeriodicTask(std::nan(""), 1, nothing), -1);
-  EXPECT_EQ(timer.AddPeriodicTask(1, std::nan(""), nothing), -1);
-  EXPECT_EQ(timer.AddPeriodicTask(1, 1, nullptr), -1);
-  EXPECT_EQ(addRecorder(1e300), 1) << "refused ones use no id";
-  timer.AddPeriodicTask(std::numeric_limits<double>::infinity(), 1, [] { FAIL(); });
-  Advance(2147s);
-  EXPECT_EQ(runs, Times{0});
-  timer.RemoveTask(2);
-  Advance(1s);
-  EXPECT_EQ(runs, (Times{0, 2147484})) << "cut to what a wait can take";
-  timer.Stop();
-  EXPECT_EQ(timer.AddPeriodicTask(1, 1, nothing), -1);
-  EXPECT_FALSE(timer.Start());
 }
 
 TEST_F(ThreadTimerTest, ThrowingTaskGoesOn) {

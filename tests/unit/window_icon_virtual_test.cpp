@@ -169,6 +169,8 @@ TEST_F(WindowIcon, AlphaIsTheIconsOwnOrThatOfTheMask) {
       {2, 3, {0x102030, 0x405060, 0x708090, 0, 0xD0E0F0, 0}, {0, kMasked, 0, 0, kMasked, kMasked}});
   EXPECT_EQ(picture.pixels,
             (Pixels{0xFF102030, 0x00405060, 0xFF708090, 0xFF000000, 0x00D0E0F0, 0}));
+  FailNth("GetDIBits", 2);
+  EXPECT_EQ(shown({1, 1, {0x102030}, {0}}).width, 0) << "a mask that can't be read";
 }
 
 TEST_F(WindowIcon, SomeIconsHaveNoPicture) {
@@ -215,35 +217,6 @@ TEST_F(WindowIcon, TheFirstChildWhoseProgramHasAnIconDecides) {
   EXPECT_EQ(IconOf(OpenFrame({kUnreadable})).width, 16) << "the shell's for programs, small";
   EXPECT_FALSE(WindowsUtil::GetChildProcessWindowIcon(window)) << "no children";
   EXPECT_FALSE(WindowsUtil::GetChildProcessWindowIcon(nullptr)) << "nobody's children";
-}
-
-// Every call fails once, one after the other.
-TEST_F(WindowIcon, LeavesNothingBehindWhateverFails) {
-  // The mask is needed as well.
-  SetProgramIcon(L"C:\\Apps\\content.exe", MakeIcon({2, 1, {0x102030, 0x405060}, {0, kMasked}}));
-  const HWND frame = OpenFrame({8000});
-  const Pixels whole = {0xFF102030, 0x00405060};
-  ASSERT_EQ(PixelsOf(frame), whole);
-  int failed = 0;
-  int call = 1;
-  for (;; ++call) {
-    ASSERT_LT(call, 1000);
-    const LedgerSnapshot before = Snapshot();
-    FailNthOfAll(static_cast<std::uint64_t>(call));
-    const PngPicture picture = IconOf(frame);
-    const auto injected = InjectedInto();
-    ClearFaults();
-    if (!injected) {
-      break;
-    }
-    failed += picture.width == 0 ? 1 : 0;
-    EXPECT_TRUE(picture.width == 0 || picture.width == 32 || picture.pixels == whole)
-        << *injected << ": " << testing::PrintToString(picture.pixels);
-    EXPECT_EQ(Difference(before), "") << *injected;
-    EXPECT_TRUE(Misuses().empty()) << *injected << ": " << Misuses().front();
-  }
-  EXPECT_GE(failed, 14) << "each of the calls from icon to file ends it";
-  EXPECT_EQ(PixelsOf(frame), whole);
 }
 
 }  // namespace
