@@ -144,6 +144,7 @@ constexpr Event kOfCard[] = {
     [](Bytes& bytes) { SetCaptureStartTime(anyDelayOrNone(bytes)); },
     [](Bytes&) { CloseCaptureItems(PrimaryMonitor()); },
     [](Bytes& bytes) { bytes.Flag() ? HoldClosed() : DeliverClosed(); },
+    [](Bytes&) { RemoveD3DDevices(); },
 };
 
 using MonitorEvent = void (*)(HMONITOR, Bytes&);
