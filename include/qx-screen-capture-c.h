@@ -29,12 +29,12 @@
  *  - `bool` is one byte, 0 or 1. An enumeration is an int32_t.
  *  - A function that can fail answers a qx_result; no exception and no signal leaves it.
  *    An array of no items may be null.
- *  - A function of the host should not throw. A C++ exception that leaves one ends there,
- *    whether its compiler was g++, MSVC or clang; an exception of another language is not
- *    taken, and leaves the library in no defined state.
  *    Null, and objects that are gone or of another kind, are answered, not followed:
  *    the three kinds of objects are numbers in the shape of pointers, none of which comes
  *    twice in a process.
+ *  - A function of the host should not throw. A C++ exception that leaves one ends there,
+ *    whether its compiler was g++, MSVC or clang; an exception of another language is not
+ *    taken, and leaves the library in no defined state.
  *  - Any function may be called on any thread, also from a listener operation, but for
  *    qx_share_stop and qx_destroy of the share that is calling, or that this thread is ending
  *    already, and of any share from the log callback: QX_ERROR_WRONG_THREAD.
