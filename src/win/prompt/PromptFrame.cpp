@@ -17,7 +17,6 @@ constexpr BYTE kAlpha = 128;
 // Has the thread look at what is wished.
 constexpr UINT kWake = WM_APP;
 constexpr UINT_PTR kTimer = 1;
-constexpr UINT kLookMs = 1000;
 
 PromptFrame::Look ToLook(const IScreenCapture::PromptWindowInfo& info, bool painted) {
   const auto channel = [](std::int32_t value, int shift) {

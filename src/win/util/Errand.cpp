@@ -9,13 +9,6 @@
 #include "win/util/Wait.h"
 
 namespace qx {
-namespace {
-
-// So often a thread looks for its end, of which the system may fail to tell it.
-constexpr DWORD kLookForEndMs = 1000;
-
-}  // namespace
-
 // The thread's as well as the errand's.
 struct Errand::State {
   explicit State(std::function<void()> what) : work(std::move(what)) {}
@@ -28,7 +21,7 @@ struct Errand::State {
 
   void Serve() {
     for (;;) {
-      const bool begun = WaitAnswering(begin.Get(), kLookForEndMs);
+      const bool begun = WaitAnswering(begin.Get(), kLookMs);
       if (ending) {
         return;
       }

@@ -19,5 +19,8 @@ bool WaitAnswering(HANDLE object, DWORD milliseconds = INFINITE);
 // some state of ours, and the event or message that tells of it can get lost: without
 // memory the system fails to set the one or to post the other.
 inline constexpr DWORD kPollMs = 10;
+// So often a thread that nobody waits for looks whether it has missed such a signal, as that
+// of its end.
+inline constexpr DWORD kLookMs = 1000;
 
 }  // namespace qx

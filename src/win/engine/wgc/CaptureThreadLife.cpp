@@ -17,7 +17,6 @@ constexpr UINT WM_STOP_CAPTURE = WM_USER + 102;   // wParam: a session's id
 constexpr UINT kPatience = 2000;
 constexpr UINT_PTR kTimer = 1;
 constexpr UINT kTimerMs = 50;
-constexpr UINT kLookForEndMs = 1000;  // its message can get lost
 
 enum WindowState : std::int32_t { kNormal = 1, kMaximised = 2, kOutOfSight = 3 };
 
@@ -150,7 +149,7 @@ void CaptureThread::Life::serve() {
   ShowWindow(window, SW_HIDE);
   UpdateWindow(window);
   // By the thread that has the window: the system gives it to no other.
-  static_cast<void>(SetTimer(window, kTimer, m_sharedWindow ? kTimerMs : kLookForEndMs, nullptr));
+  static_cast<void>(SetTimer(window, kTimer, m_sharedWindow ? kTimerMs : kLookMs, nullptr));
   SetEvent(m_upEvent.Get());
   RunClosed("WGCHelperWindow's thread met an exception", [this] {
     MSG message = {};
