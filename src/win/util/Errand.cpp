@@ -9,6 +9,7 @@
 #include "win/util/Wait.h"
 
 namespace qx {
+
 // The thread's as well as the errand's.
 struct Errand::State {
   explicit State(std::function<void()> what) : work(std::move(what)) {}
